@@ -1,0 +1,15 @@
+# Flags that every target of the project shares.
+add_library(velmora-compiler INTERFACE)
+target_include_directories(velmora-compiler INTERFACE ${CMAKE_SOURCE_DIR})
+target_compile_options(velmora-compiler INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual)
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    # The lock annotations are checked by clang only; elsewhere they expand to nothing.
+    target_compile_options(velmora-compiler INTERFACE -Wthread-safety -Werror=thread-safety)
+endif()
+if(VELMORA_WARNINGS_AS_ERRORS)
+    target_compile_options(velmora-compiler INTERFACE -Werror)
+endif()
+if(VELMORA_SANITIZE)
+    target_compile_options(velmora-compiler INTERFACE -fsanitize=${VELMORA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(velmora-compiler INTERFACE -fsanitize=${VELMORA_SANITIZE})
+endif()

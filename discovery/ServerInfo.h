@@ -1,0 +1,54 @@
+// The record of one switch server that the system knows of.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/foundation/NSObject.h"
+#include "platform/network/NSNetService.h"
+
+namespace velmora {
+
+// Main thread only.
+class ServerInfo final : public NSObject {
+  public:
+    // Whether the record was made from saved settings; nothing reads it.
+    bool fromPreferences() const { return _fromPreferences; }
+    void setFromPreferences(bool fromPreferences) { _fromPreferences = fromPreferences; }
+
+    // Whether the server is seen on the network now.
+    bool isPresent() const { return _isPresent; }
+    void setIsPresent(bool isPresent) { _isPresent = isPresent; }
+
+    // The key by which switchers find the record; none in a fresh one.
+    const std::optional<std::string>& serverName() const { return _serverName; }
+    void setServerName(std::optional<std::string> serverName) { _serverName = std::move(serverName); }
+
+    // The IPv4 address as dotted-quad text, "" before it is known; none in a fresh record.
+    const std::optional<std::string>& serverAddress() const { return _serverAddress; }
+    void setServerAddress(std::optional<std::string> serverAddress) { _serverAddress = std::move(serverAddress); }
+
+    const std::shared_ptr<NSNetService>& netService() const { return _netService; }
+    void setNetService(std::shared_ptr<NSNetService> netService) { _netService = std::move(netService); }
+
+    // The users of the server, kept alive while they are registered. One that registers twice stands in the list twice
+    // and is taken out of it by one call.
+    void registerClient(const std::shared_ptr<NSObject>& client);
+    void unRegisterClient(const std::shared_ptr<NSObject>& client);
+    // Whether anyone is registered: the number of clients cut to eight bits, so a multiple of 256 reads as nobody. That
+    // is intended.
+    bool isInUse() const { return static_cast<std::uint8_t>(_clientsArray.size()) != 0; }
+
+  private:
+    std::optional<std::string> _serverName;
+    std::optional<std::string> _serverAddress;
+    std::shared_ptr<NSNetService> _netService;
+    bool _isPresent = true;
+    bool _fromPreferences = false;
+    std::vector<std::shared_ptr<NSObject>> _clientsArray;
+};
+
+}  // namespace velmora

@@ -1,0 +1,53 @@
+// The commands: each asks the plugin through the host protocol and prints the answer.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/ExitCode.h"
+#include "host/Options.h"
+#include "host/PluginHost.h"
+
+namespace velmora {
+
+// Main thread only. What a command waits for, it waits for in the event loop.
+class Commands {
+  public:
+    // Neither is owned; both outlive it. The host has loaded the plugin.
+    Commands(PluginHost& host, const Options& options);
+
+    // Runs the command that the options name. The plugin may be left started.
+    ExitCode run();
+
+  private:
+    ExitCode servers();
+    ExitCode attributes();
+    ExitCode possible(const std::string& name);
+    ExitCode get(const std::string& name);
+    ExitCode set(const std::string& name, const std::string& value);
+    ExitCode settings();
+    ExitCode watch();
+
+    bool start();
+    // Whether there is nothing more to wait for: the attributes are complete, or the settings name none. Says what was
+    // missing when not.
+    bool waitForAttributes();
+    bool attributesAreComplete() const;
+    void complainOfMissingAttributes(const std::string& server) const;
+    // The same, and whether the plugin has an attribute of that name.
+    ExitCode waitForAttribute(const std::string& name);
+    void printChangeNotice() const;
+
+    // Never null; empty when there are none to be had.
+    StringList possibleValues(const std::string& name) const;
+    // From the plugin's settings: "" when they name no server.
+    std::string selectedServer() const;
+    std::vector<std::string> availableServers() const;
+    bool isAvailable(const std::string& server) const;
+    bool hasConfiguredOutputs() const;
+
+    PluginHost& host_;
+    const Options& options_;
+};
+
+}  // namespace velmora

@@ -1,0 +1,36 @@
+#include "host/Console.h"
+
+#include <cstdio>
+
+#include "platform/foundation/Text.h"
+
+namespace velmora {
+
+namespace {
+
+bool good = true;
+
+}  // namespace
+
+void printLine(std::string_view line) {
+    printText(std::string(line) + '\n');
+}
+
+void printText(std::string_view text) {
+    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    good = std::fflush(stdout) == 0 && written && good;
+}
+
+bool outputIsGood() {
+    return good;
+}
+
+void complain(std::string_view message) {
+    std::fprintf(stderr, "velmora-host: %.*s\n", static_cast<int>(message.size()), message.data());
+}
+
+std::string inQuotes(std::string_view text) {
+    return '"' + stringByEscapingControlCharacters(text) + '"';
+}
+
+}  // namespace velmora

@@ -1,0 +1,49 @@
+#include "host/Json.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include "host/Console.h"
+
+namespace velmora {
+
+QJsonValue jsonValue(const std::optional<std::string>& text) {
+    return text ? QJsonValue(QString::fromStdString(*text)) : QJsonValue();
+}
+
+QJsonValue jsonValue(const std::vector<std::string>& texts) {
+    QJsonArray array;
+    for (const std::string& text : texts) {
+        array.append(QString::fromStdString(text));
+    }
+    return array;
+}
+
+QJsonValue jsonOfPropertyList(const PropertyList& value) {
+    if (const auto dictionary = value.dictionary()) {
+        QJsonObject object;
+        for (const auto& [key, entry] : *dictionary) {
+            object.insert(QString::fromStdString(key), jsonOfPropertyList(entry));
+        }
+        return object;
+    }
+    if (const auto list = value.array()) {
+        QJsonArray array;
+        for (const PropertyList& entry : *list) {
+            array.append(jsonOfPropertyList(entry));
+        }
+        return array;
+    }
+    if (value.isInteger()) return static_cast<qint64>(value.integerValue());
+    if (const auto boolean = value.boolean()) return *boolean;
+    if (const auto real = value.real()) return *real;
+    return jsonValue(value.text());
+}
+
+void printJson(const QJsonObject& document, QJsonDocument::JsonFormat format) {
+    std::string text = QJsonDocument(document).toJson(format).toStdString();
+    if (!text.ends_with('\n')) text += '\n';
+    printText(text);
+}
+
+}  // namespace velmora

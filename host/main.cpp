@@ -1,0 +1,97 @@
+// velmora-host: loads the plugin's bundle and runs one command with it.
+#include <net/if.h>
+
+#include <QCoreApplication>
+#include <csignal>
+#include <cstdlib>
+
+#include "host/Commands.h"
+#include "host/Console.h"
+#include "host/Options.h"
+#include "host/PluginHost.h"
+#include "host/SettingsFile.h"
+#include "platform/foundation/NSLog.h"
+#include "platform/network/NSNetServiceBrowser.h"
+
+namespace velmora {
+
+namespace {
+
+bool interfacesExist(const std::vector<std::string>& names) {
+    for (const std::string& name : names) {
+        if (if_nametoindex(name.c_str()) != 0) continue;
+        complain("there is no network interface " + inQuotes(name) + "; \"ip link\" lists those that there are");
+        return false;
+    }
+    return true;
+}
+
+// The bundle that was asked for, or the first of the usual places that has one; none when there is none.
+std::optional<std::filesystem::path> bundleFolder(const Options& options) {
+    if (options.bundle) return options.bundle;
+    const std::filesystem::path folder = QCoreApplication::applicationDirPath().toStdString();
+    const std::filesystem::path places[] = {folder / "VelmoraSwitch.bundle",
+                                            (folder / VELMORA_INSTALLED_BUNDLE).lexically_normal()};
+    for (const auto& place : places) {
+        std::error_code fault;
+        if (std::filesystem::is_directory(place, fault)) return place;
+    }
+    complain("the plugin's bundle is neither at " + inQuotes(places[0].string()) + " nor at " +
+             inQuotes(places[1].string()) + "; --bundle DIR says where it is");
+    return std::nullopt;
+}
+
+ExitCode run(const Options& options) {
+    NSLogMirrorToStandardError(options.verbose);
+    if (!interfacesExist(options.interfaces)) return ExitCode::unusable;
+    limitNetServicesToInterfaces(options.interfaces);
+
+    std::string error;
+    SettingsFile settingsFile(options.settings);
+    if (!settingsFile.read(&error)) {
+        complain(error + "; the file is left as it is: mend it, or name another with --settings");
+        return ExitCode::unusable;
+    }
+    const auto bundle = bundleFolder(options);
+    if (!bundle) return ExitCode::unusable;
+    PluginHost host(settingsFile);
+    if (!host.load(*bundle, &error)) {
+        complain("the bundle " + inQuotes(bundle->string()) + " cannot be loaded: " + error +
+                 "; --bundle DIR names another");
+        return ExitCode::unusable;
+    }
+    ExitCode code = Commands(host, options).run();
+    if (!host.unload(&error)) {
+        complain(error);
+        if (code == ExitCode::done) code = ExitCode::unusable;
+    }
+    if (!outputIsGood()) {
+        complain("the results could not be written to standard output");
+        if (code == ExitCode::done) code = ExitCode::unusable;
+    }
+    return code;
+}
+
+int start(int argc, char** argv) {
+    std::signal(SIGPIPE, SIG_IGN);  // a closed pipe shows when it is written to, so that the plugin is stopped in order
+    const auto parsed = parseOptions(argc, argv);
+    if (const auto* end = std::get_if<EarlyEnd>(&parsed)) {
+        if (end->code == ExitCode::done) {
+            printText(end->text);
+        } else {
+            complain(end->text);
+        }
+        return static_cast<int>(end->code);
+    }
+    // No command needs a window system.
+    const QCoreApplication application(argc, argv);
+    return static_cast<int>(run(std::get<Options>(parsed)));
+}
+
+}  // namespace
+
+}  // namespace velmora
+
+int main(int argc, char** argv) {
+    return velmora::start(argc, argv);
+}

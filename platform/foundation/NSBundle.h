@@ -1,0 +1,70 @@
+// A bundle: the folder NAME.bundle/Contents/ with Info.plist, Resources/ and the module that holds its code.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/foundation/NSObject.h"
+#include "platform/foundation/PropertyList.h"
+
+namespace velmora {
+
+class NSBundle;
+
+// What a module exports, as the one C symbol "VelmoraBundleEntry": data, so that the version is read before any code is
+// called.
+extern "C" struct VelmoraBundleEntryRecord {
+    // The version of the protocol between host and plugin that the module was built against.
+    std::uint32_t protocolVersion;
+    // The name of the principal class; the information dictionary's "NSPrincipalClass" must agree with it.
+    const char* principalClass;
+    // Makes the principal object for the bundle; the caller owns it. Null when it cannot be made. Never throws.
+    NSObject* (*makePrincipalObject)(const std::shared_ptr<NSBundle>& bundle);
+};
+
+// Main thread only. Made with bundleWithPath; an object that its module made keeps the bundle as long as it wants to.
+class NSBundle : public NSObject {
+  public:
+    // The bundle in that folder, or null and an `error` when there is no readable information dictionary.
+    static std::shared_ptr<NSBundle> bundleWithPath(const std::filesystem::path& folder, std::string* error = nullptr);
+
+    // Leaves a loaded module mapped: code that may still run is never taken away. Only unload() unmaps.
+    ~NSBundle() override;
+
+    const std::filesystem::path& bundlePath() const { return path_; }
+    const DictionaryReference& infoDictionary() const { return infoDictionary_; }
+    // The text under a key of the information dictionary; none when it is missing or no text.
+    std::optional<std::string> objectForInfoDictionaryKey(std::string_view key) const;
+    // The file NAME.TYPE in Resources/; none when there is no such file or the name is not a plain file name.
+    std::optional<std::filesystem::path> pathForResource(std::string_view name, std::string_view type) const;
+
+    // Loads the module named by "CFBundleExecutable". False and an `error` when it is missing, no module of this kind,
+    // or built against another version of the protocol; none of its functions has been called then. Loading twice is
+    // harmless.
+    bool load(std::uint32_t protocolVersion, std::string* error = nullptr);
+    bool isLoaded() const { return entry_ != nullptr; }
+
+    // A new object of the principal class; null and an `error` when the module is not loaded or makes none.
+    std::shared_ptr<NSObject> makePrincipalObject(std::string* error = nullptr);
+
+    // Unmaps the module. Refused (false and an `error`) while an object that it made is alive. Threads that are winding
+    // down are ended first; when one does not end within a few seconds the module stays mapped and the call is refused.
+    bool unload(std::string* error = nullptr);
+
+  private:
+    NSBundle(std::filesystem::path path, DictionaryReference infoDictionary);
+
+    std::filesystem::path path_;
+    DictionaryReference infoDictionary_;
+    void* module_ = nullptr;
+    const VelmoraBundleEntryRecord* entry_ = nullptr;
+    // Principal objects alive. Counted apart from the bundle, which may go before them.
+    std::shared_ptr<std::atomic<int>> livePrincipalObjects_;
+};
+
+}  // namespace velmora

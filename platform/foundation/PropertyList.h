@@ -1,0 +1,69 @@
+// Property-list values: text, integer, boolean, real, list and dictionary.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace velmora {
+
+class PropertyList;
+
+// Lists and dictionaries are shared by reference: a copied PropertyList that holds one holds the very same object. They
+// carry no lock; one thread at a time uses them (in the system: the main thread).
+using PropertyListArray = std::vector<PropertyList>;
+using PropertyListDictionary = std::map<std::string, PropertyList, std::less<>>;
+using ArrayReference = std::shared_ptr<PropertyListArray>;
+using DictionaryReference = std::shared_ptr<PropertyListDictionary>;
+
+class PropertyList {
+  public:
+    PropertyList(std::string text) : value_(std::move(text)) {}
+    PropertyList(std::string_view text) : value_(std::string(text)) {}
+    PropertyList(const char* text) : value_(std::string(text)) {}
+    PropertyList(std::int64_t integer) : value_(integer) {}
+    PropertyList(std::int32_t integer) : value_(std::int64_t{integer}) {}
+    PropertyList(bool boolean) : value_(boolean) {}
+    PropertyList(double real) : value_(real) {}
+    // The reference must not be null.
+    PropertyList(ArrayReference array) : value_(std::move(array)) {}
+    PropertyList(DictionaryReference dictionary) : value_(std::move(dictionary)) {}
+
+    // The value of that type, or none (null) when it is of another.
+    std::optional<std::string> text() const;
+    std::optional<bool> boolean() const;
+    std::optional<double> real() const;
+    ArrayReference array() const;
+    DictionaryReference dictionary() const;
+
+    bool isInteger() const { return std::holds_alternative<std::int64_t>(value_); }
+
+    // The value as an integer: a number cut to the type (a 32-bit reading takes the low 32 bits of an integer), a real
+    // without its fraction and clamped, a boolean as 0 or 1, a text read leniently, anything else 0.
+    std::int64_t integerValue() const;
+    std::int32_t intValue() const;
+
+    // Equal in type and content, lists and dictionaries compared deeply.
+    friend bool operator==(const PropertyList& left, const PropertyList& right);
+
+  private:
+    std::variant<std::string, std::int64_t, bool, double, ArrayReference, DictionaryReference> value_;
+};
+
+// The value under a key, or null when the dictionary is null or has no such key. The pointer lives as long as the
+// entry.
+const PropertyList* valueForKey(const DictionaryReference& dictionary, std::string_view key);
+// The text under a key; none when it is absent or no text.
+std::optional<std::string> textForKey(const DictionaryReference& dictionary, std::string_view key);
+// The integer under a key (32 bits); 0 when it is absent.
+std::int32_t intForKey(const DictionaryReference& dictionary, std::string_view key);
+
+// A new dictionary with the same entries; the values themselves are shared. Null gives an empty dictionary.
+DictionaryReference shallowCopy(const DictionaryReference& dictionary);
+
+}  // namespace velmora

@@ -1,0 +1,278 @@
+#include "platform/foundation/Text.h"
+
+#include <QChar>
+#include <algorithm>
+#include <charconv>
+#include <limits>
+
+namespace velmora {
+
+namespace {
+
+constexpr char32_t kLastCharacter = 0x10FFFF;
+
+// One step through a text: a character, or a single byte that begins none.
+struct Step {
+    // For a byte that begins no character: its value above the last character, so that such bytes have an order, too.
+    char32_t character;
+    std::size_t length;
+
+    bool valid() const { return character <= kLastCharacter; }
+};
+
+// The step at `position`, which is before the end.
+Step stepAt(std::string_view text, std::size_t position) {
+    const auto byteAt = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
+    const unsigned char first = byteAt(position);
+    if (first < 0x80) return {first, 1};
+
+    const Step invalid{kLastCharacter + 1 + first, 1};
+    std::size_t length = 0;
+    if ((first & 0xE0) == 0xC0) length = 2;
+    if ((first & 0xF0) == 0xE0) length = 3;
+    if ((first & 0xF8) == 0xF0) length = 4;
+    if (length == 0 || text.size() - position < length) return invalid;
+
+    char32_t character = first & (0x7F >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byteAt(position + i) & 0xC0) != 0x80) return invalid;
+        character = (character << 6) | (byteAt(position + i) & 0x3F);
+    }
+    constexpr char32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
+    if (character < smallest[length] || character > kLastCharacter || surrogate) return invalid;
+    return {character, length};
+}
+
+// The step that ends at `end`, which is not the beginning.
+Step stepBefore(std::string_view text, std::size_t end) {
+    for (std::size_t length = 1; length <= 4 && length <= end; ++length) {
+        const Step step = stepAt(text.substr(0, end), end - length);
+        if (step.valid() && step.length == length) return step;
+    }
+    return {kLastCharacter + 1, 1};
+}
+
+bool isControl(char32_t character) {
+    if (character < 0x80) return character < 0x20 || character == 0x7F;
+    const QChar::Category category = QChar::category(character);
+    return category == QChar::Other_Control || category == QChar::Other_Format;
+}
+
+char32_t folded(const Step& step) {
+    return step.valid() ? QChar::toCaseFolded(step.character) : step.character;
+}
+
+// The digits in upper-case hexadecimal, at least `width` of them.
+std::string hexadecimal(char32_t number, std::size_t width) {
+    std::string digits;
+    for (; number != 0 || digits.size() < width; number /= 16) {
+        digits.insert(digits.begin(), "0123456789ABCDEF"[number % 16]);
+    }
+    return digits;
+}
+
+std::string paddedWithZeros(std::int64_t number, std::size_t width) {
+    std::string digits = std::to_string(number);
+    const std::size_t signs = number < 0 ? 1 : 0;
+    if (digits.size() < width) digits.insert(signs, width - digits.size(), '0');
+    return digits;
+}
+
+template <typename Integer>
+Integer lenientInteger(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
+    const bool negative = text.starts_with('-');
+    // from_chars takes a minus sign itself, but no plus sign.
+    if (text.starts_with('+')) {
+        text.remove_prefix(1);
+        if (text.starts_with('-')) return 0;
+    }
+    Integer number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error == std::errc::result_out_of_range) {
+        return negative ? std::numeric_limits<Integer>::min() : std::numeric_limits<Integer>::max();
+    }
+    return number;
+}
+
+// A placeholder that stands for an argument. The length includes the percent sign; 0 when there is no placeholder.
+struct Placeholder {
+    enum class Kind { text, integer32, integer64 };
+    Kind kind = Kind::text;
+    std::size_t width = 0;
+    std::size_t length = 0;
+};
+
+Placeholder placeholderAt(std::string_view format, std::size_t position) {
+    const std::string_view rest = format.substr(position + 1);
+    if (rest.starts_with('@') || rest.starts_with('s')) return {Placeholder::Kind::text, 0, 2};
+
+    Placeholder placeholder;
+    std::size_t digits = 0;
+    if (rest.starts_with('0')) {
+        // Two digits of width are more than any of our texts asks for.
+        digits = 1;
+        while (digits < 3 && digits < rest.size() && rest[digits] >= '0' && rest[digits] <= '9') {
+            placeholder.width = placeholder.width * 10 + static_cast<std::size_t>(rest[digits++] - '0');
+        }
+    }
+    const std::string_view letters = rest.substr(digits);
+    if (letters.starts_with("li")) {
+        placeholder.kind = Placeholder::Kind::integer64;
+        placeholder.length = 1 + digits + 2;
+    } else if (letters.starts_with('i')) {
+        placeholder.kind = Placeholder::Kind::integer32;
+        placeholder.length = 1 + digits + 1;
+    }
+    return placeholder;
+}
+
+std::string formatted(const Placeholder& placeholder, const FormatArgument& argument) {
+    if (placeholder.kind == Placeholder::Kind::text) return argument.text();
+    std::int64_t number = argument.integer();
+    if (placeholder.kind == Placeholder::Kind::integer32) number = static_cast<std::int32_t>(number);
+    return paddedWithZeros(number, placeholder.width);
+}
+
+}  // namespace
+
+FormatArgument::FormatArgument(const char* text) {
+    if (text != nullptr) value_ = std::string(text);
+}
+
+FormatArgument::FormatArgument(const std::optional<std::string>& text) {
+    if (text) value_ = *text;
+}
+
+std::int64_t FormatArgument::integer() const {
+    if (const auto* number = std::get_if<std::int64_t>(&value_)) return *number;
+    if (const auto* text = std::get_if<std::string>(&value_)) return integerValue(*text);
+    return 0;
+}
+
+std::string FormatArgument::text() const {
+    if (const auto* number = std::get_if<std::int64_t>(&value_)) return std::to_string(*number);
+    if (const auto* text = std::get_if<std::string>(&value_)) return *text;
+    return "(null)";
+}
+
+std::string stringWithFormat(std::string_view format, std::span<const FormatArgument> arguments) {
+    std::string result;
+    result.reserve(format.size() + 16 * arguments.size());
+    std::size_t position = 0;
+    while (position < format.size()) {
+        const std::size_t percent = std::min(format.find('%', position), format.size());
+        result.append(format, position, percent - position);
+        position = percent;
+        if (position == format.size()) break;
+        if (format.substr(position).starts_with("%%")) {
+            result += '%';
+            position += 2;
+            continue;
+        }
+        const Placeholder placeholder = placeholderAt(format, position);
+        if (placeholder.length == 0 || arguments.empty()) {
+            result += '%';
+            ++position;
+            continue;
+        }
+        result += formatted(placeholder, arguments.front());
+        arguments = arguments.subspan(1);
+        position += placeholder.length;
+    }
+    return result;
+}
+
+std::int64_t integerValue(std::string_view text) {
+    return lenientInteger<std::int64_t>(text);
+}
+
+std::int32_t intValue(std::string_view text) {
+    return lenientInteger<std::int32_t>(text);
+}
+
+int caseInsensitiveCompare(std::string_view left, std::string_view right) {
+    std::size_t l = 0;
+    std::size_t r = 0;
+    while (l < left.size() && r < right.size()) {
+        const Step leftStep = stepAt(left, l);
+        const Step rightStep = stepAt(right, r);
+        const char32_t leftFolded = folded(leftStep);
+        const char32_t rightFolded = folded(rightStep);
+        if (leftFolded != rightFolded) return leftFolded < rightFolded ? -1 : 1;
+        l += leftStep.length;
+        r += rightStep.length;
+    }
+    return static_cast<int>(l < left.size()) - static_cast<int>(r < right.size());
+}
+
+std::vector<std::string> componentsSeparatedByString(std::string_view text, std::string_view separator) {
+    std::vector<std::string> components;
+    while (!separator.empty()) {
+        const std::size_t end = text.find(separator);
+        if (end == std::string_view::npos) break;
+        components.emplace_back(text.substr(0, end));
+        text.remove_prefix(end + separator.size());
+    }
+    components.emplace_back(text);
+    return components;
+}
+
+bool isValidUTF8(std::string_view bytes) {
+    for (std::size_t position = 0; position < bytes.size();) {
+        const Step step = stepAt(bytes, position);
+        if (!step.valid()) return false;
+        position += step.length;
+    }
+    return true;
+}
+
+std::optional<std::string> stringWithUTF8Bytes(std::string_view bytes) {
+    if (!isValidUTF8(bytes)) return std::nullopt;
+    return std::string(bytes);
+}
+
+std::string stringByTrimmingControlCharacters(std::string_view text) {
+    while (!text.empty()) {
+        const Step step = stepAt(text, 0);
+        if (!step.valid() || !isControl(step.character)) break;
+        text.remove_prefix(step.length);
+    }
+    while (!text.empty()) {
+        const Step step = stepBefore(text, text.size());
+        if (!step.valid() || !isControl(step.character)) break;
+        text.remove_suffix(step.length);
+    }
+    return std::string(text);
+}
+
+std::string stringByEscapingControlCharacters(std::string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t position = 0; position < text.size();) {
+        const Step step = stepAt(text, position);
+        const char32_t character = step.character;
+        const bool breaksLine = character == QChar::LineSeparator || character == QChar::ParagraphSeparator;
+        if (!step.valid()) {
+            result += "\\x" + hexadecimal(static_cast<unsigned char>(text[position]), 2);
+        } else if (!isControl(character) && !breaksLine) {
+            result.append(text, position, step.length);
+        } else if (character == '\n') {
+            result += "\\n";
+        } else if (character == '\t') {
+            result += "\\t";
+        } else if (character == '\r') {
+            result += "\\r";
+        } else if (character < 0x80) {
+            result += "\\x" + hexadecimal(character, 2);
+        } else {
+            // Not "\x", which stands for a byte there.
+            result += "\\u{" + hexadecimal(character, 4) + "}";
+        }
+        position += step.length;
+    }
+    return result;
+}
+
+}  // namespace velmora

@@ -1,0 +1,156 @@
+#include "platform/network/NSNetService.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/network/discovery/DiscoveryThread.h"
+#include "platform/threads/MainThread.h"
+#include "platform/threads/NSLock.h"
+
+namespace velmora {
+
+namespace {
+
+// How long (seconds) the withdrawal of a service is waited for.
+constexpr double kWithdrawalTimeout = 1.0;
+constexpr double kLongestTimeout = 86400.0;
+
+// Calls its receiver exactly once: with the answer, or, when it is released without one, with an empty one.
+template <typename Answer>
+class OneAnswer {
+  public:
+    explicit OneAnswer(std::function<void(Answer)> receiver) : receiver_(std::move(receiver)) {}
+    OneAnswer(const OneAnswer&) = delete;
+    OneAnswer& operator=(const OneAnswer&) = delete;
+    ~OneAnswer() { give({}); }
+
+    void give(Answer answer) {
+        if (const auto receiver = std::exchange(receiver_, nullptr)) receiver(std::move(answer));
+    }
+
+  private:
+    std::function<void(Answer)> receiver_;
+};
+
+using Addresses = std::vector<SocketAddress>;
+
+}  // namespace
+
+NSNetService::NSNetService(std::string domain, std::string type, std::string name)
+    : NSNetService(std::move(domain), std::move(type), std::move(name), 0) {}
+
+NSNetService::NSNetService(std::string domain, std::string type, std::string name, std::uint16_t port)
+    : domain_(normalisedDomain(std::move(domain))),
+      type_(withTrailingDot(std::move(type))),
+      portToPublish_(port),
+      name_(std::move(name)) {}
+
+NSNetService::~NSNetService() {
+    stop();
+}
+
+std::string NSNetService::name() const {
+    MutexLock lock(mutex_);
+    return name_;
+}
+
+bool NSNetService::isEqual(const NSNetService& other) const {
+    return type_ == other.type_ && domain_ == other.domain_ && name() == other.name();
+}
+
+ServiceKey NSNetService::key() const {
+    return {type_, domain_, name()};
+}
+
+const std::shared_ptr<NSNetService::Session>& NSNetService::session() {
+    if (session_ == nullptr) session_ = std::make_shared<Session>(Session{this, DiscoveryThread::nextOwner(), false});
+    return session_;
+}
+
+void NSNetService::resolveWithTimeout(double timeout) {
+    using Outcome = std::optional<ServiceEndpoint>;
+    const auto answer = std::make_shared<OneAnswer<Outcome>>([session = session()](const Outcome& outcome) {
+        MainThread::performLater([session, outcome] {
+            if (session->service != nullptr) session->service->resolved(outcome);
+        });
+    });
+    ResolutionRequest request;
+    request.owner = session()->owner;
+    request.deadline = secondsFromNow(std::clamp(timeout, 0.0, kLongestTimeout));
+    request.done = [answer](const ServiceEndpoint* endpoint) {
+        answer->give(endpoint == nullptr ? Outcome() : Outcome(*endpoint));
+    };
+    DiscoveryThread::perform(
+        [key = key(), request = std::move(request)](DiscoveryEngine& engine) { engine.resolve(key, request); });
+}
+
+void NSNetService::resolved(const std::optional<ServiceEndpoint>& endpoint) {
+    // The delegate may release the service.
+    const auto hold = weak_from_this().lock();
+    if (endpoint) {
+        addresses_ = endpoint->addresses;
+        hostName_ = endpoint->hostName;
+        port_ = endpoint->port;
+    }
+    if (delegate_ == nullptr) return;
+    if (endpoint) {
+        delegate_->netServiceDidResolveAddress(*this);
+    } else {
+        delegate_->netServiceDidNotResolve(*this);
+    }
+}
+
+std::optional<NSStreamPair> NSNetService::getInputStreamOutputStream() {
+    ServiceKey service = key();
+    if (service.name.empty()) return std::nullopt;
+    return streamPairWithEndpointProvider([service = std::move(service)](std::function<void(Addresses)> receiver) {
+        const auto answer = std::make_shared<OneAnswer<Addresses>>(std::move(receiver));
+        DiscoveryThread::perform([service, answer](DiscoveryEngine& engine) {
+            engine.findAddresses(service, [answer](Addresses addresses) { answer->give(std::move(addresses)); });
+        });
+    });
+}
+
+void NSNetService::publish() {
+    session()->published = true;
+    const auto report = [session = session()](const std::string& publishedName,
+                                              const std::optional<std::string>& failure) {
+        MainThread::performLater([session, publishedName, failure] {
+            if (session->service != nullptr) session->service->published(publishedName, failure);
+        });
+    };
+    DiscoveryThread::perform([owner = session()->owner, key = key(), port = portToPublish_,
+                              report](DiscoveryEngine& engine) { engine.publish(owner, key, port, report); });
+}
+
+void NSNetService::published(const std::string& publishedName, const std::optional<std::string>& failure) {
+    const auto hold = weak_from_this().lock();
+    {
+        MutexLock lock(mutex_);
+        name_ = publishedName;
+    }
+    if (delegate_ == nullptr) return;
+    if (failure) {
+        delegate_->netServiceDidNotPublish(*this, *failure);
+    } else {
+        delegate_->netServiceDidPublish(*this);
+    }
+}
+
+void NSNetService::stop() {
+    const auto session = std::exchange(session_, nullptr);
+    if (session == nullptr) return;
+    session->service = nullptr;
+    DiscoveryThread::performIfRunning([owner = session->owner](DiscoveryEngine& engine) { engine.endRequests(owner); });
+    if (!session->published) return;
+    const auto withdrawn = std::make_shared<NSLock>();
+    withdrawn->lock();
+    // Given back with the last copy of the callback, whether it is called or has become pointless.
+    std::shared_ptr<void> pending(nullptr, [withdrawn](void*) { withdrawn->unlock(); });
+    DiscoveryThread::performIfRunning([owner = session->owner, pending = std::move(pending)](DiscoveryEngine& engine) {
+        engine.withdraw(owner, [pending] {});
+    });
+    withdrawn->lockBeforeDate(secondsFromNow(kWithdrawalTimeout));
+}
+
+}  // namespace velmora

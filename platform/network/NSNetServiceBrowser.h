@@ -1,0 +1,55 @@
+// Browsing for the services of a type, and where discovery takes place.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/foundation/NSObject.h"
+#include "platform/network/NSNetService.h"
+
+namespace velmora {
+
+class NSNetServiceBrowser;
+
+class NSNetServiceBrowserDelegate {
+  public:
+    virtual ~NSNetServiceBrowserDelegate() = default;
+    // On the main thread, through its event loop. A service that is seen on several interfaces or over IPv4 and IPv6 is
+    // found once, and removed when its last appearance is gone. A service that was resolved and whose host or port
+    // changes without its being withdrawn, or none of whose addresses remains, is found again (without being removed),
+    // with an equal service object.
+    virtual void netServiceBrowserDidFindServiceMoreComing(NSNetServiceBrowser& browser,
+                                                           const std::shared_ptr<NSNetService>& service,
+                                                           bool moreComing) = 0;
+    virtual void netServiceBrowserDidRemoveServiceMoreComing(NSNetServiceBrowser& browser,
+                                                             const std::shared_ptr<NSNetService>& service,
+                                                             bool moreComing) = 0;
+};
+
+// Main thread only. At most 4,096 services are listed at a time, in the process as a whole; what the network announces
+// beyond is left out.
+class NSNetServiceBrowser final : public NSObject {
+  public:
+    NSNetServiceBrowser();
+    // Ends the browse; no callback follows.
+    ~NSNetServiceBrowser() override;
+
+    // Not owned.
+    void setDelegate(NSNetServiceBrowserDelegate* delegate) { delegate_ = delegate; }
+    // Browses until stop or destruction; ends a search that is going on. "" is the default domain, "local.". A service
+    // that is present is found anew by each search.
+    void searchForServicesOfTypeInDomain(const std::string& type, const std::string& domain);
+    void stop();
+
+  private:
+    class Search;
+    NSNetServiceBrowserDelegate* delegate_ = nullptr;
+    std::shared_ptr<Search> search_;
+};
+
+// Limits discovery in this process to the interfaces of these names (as in "lo"); empty: all of them. Holds for every
+// browser and service, those that are at work already included. Any thread.
+void limitNetServicesToInterfaces(std::vector<std::string> interfaceNames);
+
+}  // namespace velmora

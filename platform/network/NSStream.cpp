@@ -1,0 +1,81 @@
+#include "platform/network/NSStream.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+
+#include <limits>
+
+#include "platform/network/NSHost.h"
+#include "platform/network/TCPConnection.h"
+
+namespace velmora {
+
+NSStream::NSStream(std::shared_ptr<TCPConnection> connection, Half half)
+    : connection_(std::move(connection)), half_(half) {}
+
+NSStream::~NSStream() {
+    connection_->setDelegate(half_, nullptr);
+    connection_->close(half_);
+}
+
+void NSStream::setDelegate(NSStreamDelegate* delegate) {
+    connection_->setDelegate(half_, delegate);
+}
+
+void NSStream::scheduleInRunLoopForMode(const std::shared_ptr<NSRunLoop>& runLoop, const char* mode) {
+    connection_->schedule(runLoop, mode);
+}
+
+void NSStream::removeFromRunLoopForMode(const std::shared_ptr<NSRunLoop>& runLoop, const char* mode) {
+    connection_->unschedule(runLoop, mode);
+}
+
+void NSStream::open() {
+    connection_->open();
+}
+
+void NSStream::close() {
+    connection_->close(half_);
+}
+
+NSInputStream::NSInputStream(std::shared_ptr<TCPConnection> connection)
+    : NSStream(std::move(connection), Half::input) {}
+
+std::int64_t NSInputStream::read(std::span<std::uint8_t> buffer) {
+    return connection_->read(buffer);
+}
+
+NSOutputStream::NSOutputStream(std::shared_ptr<TCPConnection> connection)
+    : NSStream(std::move(connection), Half::output) {}
+
+bool NSOutputStream::hasSpaceAvailable() const {
+    return connection_->hasSpaceAvailable();
+}
+
+std::int64_t NSOutputStream::write(std::span<const std::uint8_t> bytes) {
+    return connection_->write(bytes);
+}
+
+NSStreamPair streamPairWithEndpointProvider(EndpointProvider provider) {
+    const auto connection = std::make_shared<TCPConnection>(std::move(provider));
+    NSStreamPair pair{std::make_shared<NSInputStream>(connection), std::make_shared<NSOutputStream>(connection)};
+    connection->setStreams(pair);
+    return pair;
+}
+
+std::optional<NSStreamPair> getStreamsToHostPort(const std::shared_ptr<NSHost>& host, std::uint64_t port) {
+    if (host == nullptr || host->addresses().empty() || port == 0 || port > std::numeric_limits<std::uint16_t>::max())
+        return std::nullopt;
+    std::vector<SocketAddress> addresses;
+    for (const SocketAddress& address : host->addresses()) {
+        sockaddr_storage storage{};
+        std::copy(address.bytes().begin(), address.bytes().end(), reinterpret_cast<std::uint8_t*>(&storage));
+        const auto networkOrder = htons(static_cast<std::uint16_t>(port));
+        if (address.family() == AF_INET) reinterpret_cast<sockaddr_in*>(&storage)->sin_port = networkOrder;
+        if (address.family() == AF_INET6) reinterpret_cast<sockaddr_in6*>(&storage)->sin6_port = networkOrder;
+        addresses.emplace_back(reinterpret_cast<const sockaddr*>(&storage), address.length());
+    }
+    return streamPairWithEndpointProvider([addresses = std::move(addresses)](auto answer) { answer(addresses); });
+}
+
+}  // namespace velmora

@@ -1,0 +1,347 @@
+#include "platform/network/TCPConnection.h"
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/epoll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "platform/threads/NSThread.h"
+
+namespace velmora {
+
+namespace {
+
+// A vanished peer: first probe after 20 s of silence, then every 10 s; bytes that are not acknowledged count the same.
+constexpr int kKeepAliveIdle = 20;
+constexpr int kKeepAliveInterval = 10;
+constexpr int kKeepAliveProbes = 4;
+static_assert(kKeepAliveIdle + kKeepAliveInterval * kKeepAliveProbes == static_cast<int>(kVanishedPeerTimeout));
+
+// How often a writer that waits for space looks whether the connection was closed or its thread cancelled meanwhile.
+constexpr int kSpaceLookMilliseconds = 200;
+
+constexpr int kOffersEachTurn = 16;
+
+void setOption(int descriptor, int level, int option, int value) {
+    setsockopt(descriptor, level, option, &value, sizeof value);
+}
+
+int makeSocket(int family) {
+    const int descriptor = socket(family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (descriptor < 0) return descriptor;
+    setOption(descriptor, IPPROTO_TCP, TCP_NODELAY, 1);
+    setOption(descriptor, SOL_SOCKET, SO_KEEPALIVE, 1);
+    setOption(descriptor, IPPROTO_TCP, TCP_KEEPIDLE, kKeepAliveIdle);
+    setOption(descriptor, IPPROTO_TCP, TCP_KEEPINTVL, kKeepAliveInterval);
+    setOption(descriptor, IPPROTO_TCP, TCP_KEEPCNT, kKeepAliveProbes);
+    setOption(descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT, static_cast<int>(kVanishedPeerTimeout * 1000.0));
+    return descriptor;
+}
+
+}  // namespace
+
+TCPConnection::TCPConnection(EndpointProvider provider) : provider_(std::move(provider)) {}
+
+TCPConnection::~TCPConnection() {
+    MutexLock lock(mutex_);
+    if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+void TCPConnection::setStreams(const NSStreamPair& streams) {
+    MutexLock lock(mutex_);
+    half(Half::input).stream = streams.input;
+    half(Half::output).stream = streams.output;
+}
+
+void TCPConnection::setDelegate(Half which, NSStreamDelegate* delegate) {
+    MutexLock lock(mutex_);
+    half(which).delegate = delegate;
+}
+
+void TCPConnection::schedule(const std::shared_ptr<NSRunLoop>& runLoop, const char* mode) {
+    {
+        MutexLock lock(mutex_);
+        runLoop_ = runLoop;
+    }
+    runLoop->addSourceForMode(shared_from_this(), mode);
+}
+
+void TCPConnection::unschedule(const std::shared_ptr<NSRunLoop>& runLoop, const char* mode) {
+    runLoop->removeSourceForMode(shared_from_this(), mode);
+}
+
+void TCPConnection::open() {
+    std::shared_ptr<NSRunLoop> runLoop;
+    {
+        MutexLock lock(mutex_);
+        if (phase_ != Phase::idle || runLoop_ == nullptr) return;
+        phase_ = Phase::locating;
+        runLoop = runLoop_;
+    }
+    provider_([weak = weak_from_this(), runLoop](std::vector<SocketAddress> addresses) {
+        runLoop->perform([weak, addresses = std::move(addresses)]() mutable {
+            const auto self = weak.lock();
+            if (self == nullptr || !self->isPhase(Phase::locating)) return;
+            self->addresses_ = std::move(addresses);
+            self->connectToNextAddress();
+        });
+    });
+}
+
+void TCPConnection::close(Half which) {
+    std::shared_ptr<NSRunLoop> runLoop;
+    {
+        MutexLock lock(mutex_);
+        half(which).closed = true;
+        if (!half(Half::input).closed || !half(Half::output).closed) return;
+        phase_ = Phase::over;
+        if (descriptor_ >= 0) shutdown(descriptor_, SHUT_RDWR);
+        runLoop = std::move(runLoop_);
+    }
+    if (runLoop != nullptr) runLoop->forgetDescriptor(shared_from_this());
+}
+
+bool TCPConnection::isPhase(Phase phase) {
+    MutexLock lock(mutex_);
+    return phase_ == phase;
+}
+
+void TCPConnection::connectToNextAddress() {
+    while (nextAddress_ < addresses_.size()) {
+        if (beginConnecting(addresses_[nextAddress_++])) return;
+    }
+    finish(NSStreamEventErrorOccurred);
+}
+
+bool TCPConnection::beginConnecting(const SocketAddress& address) {
+    const int descriptor = makeSocket(address.family());
+    if (descriptor < 0) return false;
+    if (connect(descriptor, address.get(), address.length()) != 0 && errno != EINPROGRESS) {
+        ::close(descriptor);
+        return false;
+    }
+    std::shared_ptr<NSRunLoop> runLoop;
+    {
+        MutexLock lock(mutex_);
+        if (phase_ == Phase::over) {
+            ::close(descriptor);
+            return true;
+        }
+        phase_ = Phase::connecting;
+        descriptor_ = descriptor;
+        runLoop = runLoop_;
+    }
+    attemptDeadline_ = secondsFromNow(kConnectTimeout);
+    // Success is told as an edge, also when it has come already.
+    runLoop->watchDescriptor(shared_from_this(), descriptor);
+    return true;
+}
+
+void TCPConnection::giveUpAttempt() {
+    attemptDeadline_.reset();
+    std::shared_ptr<NSRunLoop> runLoop;
+    {
+        MutexLock lock(mutex_);
+        if (phase_ != Phase::connecting) return;
+        runLoop = runLoop_;
+    }
+    runLoop->forgetDescriptor(shared_from_this());
+    {
+        MutexLock lock(mutex_);
+        if (phase_ != Phase::connecting) return;
+        ::close(std::exchange(descriptor_, -1));
+        phase_ = Phase::locating;
+    }
+    connectToNextAddress();
+}
+
+void TCPConnection::finishConnecting() {
+    int error = 0;
+    {
+        MutexLock lock(mutex_);
+        if (phase_ != Phase::connecting) return;
+        socklen_t length = sizeof error;
+        getsockopt(descriptor_, SOL_SOCKET, SO_ERROR, &error, &length);
+        if (error == 0) phase_ = Phase::established;
+    }
+    if (error != 0) {
+        giveUpAttempt();
+        return;
+    }
+    attemptDeadline_.reset();
+    deliver(Half::input, NSStreamEventOpenCompleted);
+    deliver(Half::output, NSStreamEventOpenCompleted);
+    deliver(Half::output, NSStreamEventHasSpaceAvailable);
+}
+
+void TCPConnection::descriptorReady(std::uint32_t events) {
+    if (isPhase(Phase::connecting) && (events & (EPOLLOUT | EPOLLERR | EPOLLHUP)) != 0) finishConnecting();
+    if (!isPhase(Phase::established)) return;
+    bool wasFull = false;
+    {
+        MutexLock lock(mutex_);
+        if ((events & EPOLLOUT) != 0) wasFull = std::exchange(wasFull_, false);
+    }
+    if (wasFull) deliver(Half::output, NSStreamEventHasSpaceAvailable);
+    if ((events & (EPOLLRDHUP | EPOLLERR | EPOLLHUP)) != 0) peerHasEnded_ = true;
+    if ((events & EPOLLIN) != 0) mayHaveBytes_ = true;
+    if (mayHaveBytes_ || peerHasEnded_) offerBytes();
+}
+
+void TCPConnection::loopHasRunWork() {
+    bool failed = false;
+    {
+        MutexLock lock(mutex_);
+        failed = std::exchange(failed_, false);
+    }
+    if (failed) {
+        finish(NSStreamEventErrorOccurred);
+    } else if (mayHaveBytes_) {
+        offerBytes();
+    }
+}
+
+std::optional<Date> TCPConnection::deadline() {
+    return attemptDeadline_;
+}
+
+void TCPConnection::deadlineReached() {
+    giveUpAttempt();
+}
+
+TCPConnection::Unread TCPConnection::lookForBytes() {
+    MutexLock lock(mutex_);
+    if (phase_ != Phase::established) return Unread::none;
+    std::uint8_t byte = 0;
+    const auto count = recv(descriptor_, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+    if (count > 0) return Unread::some;
+    if (count == 0) return Unread::end;
+    return errno == EAGAIN || errno == EINTR ? Unread::none : Unread::failure;
+}
+
+void TCPConnection::offerBytes() {
+    // Bounded, so that a peer that sends without end does not keep the loop from its other work.
+    for (int offers = 0; offers < kOffersEachTurn; ++offers) {
+        switch (lookForBytes()) {
+            case Unread::none:
+                mayHaveBytes_ = false;
+                return;
+            case Unread::end:
+                finish(NSStreamEventEndEncountered);
+                return;
+            case Unread::failure:
+                finish(NSStreamEventErrorOccurred);
+                return;
+            case Unread::some:
+                break;
+        }
+        {
+            MutexLock lock(mutex_);
+            lastRead_ = LastRead::none;
+        }
+        deliver(Half::input, NSStreamEventHasBytesAvailable);
+        {
+            MutexLock lock(mutex_);
+            if (phase_ != Phase::established) return;
+            if (lastRead_ == LastRead::full || (lastRead_ == LastRead::partial && peerHasEnded_)) continue;
+            if (lastRead_ == LastRead::partial) {
+                mayHaveBytes_ = false;  // what comes from now on is told as a new edge
+                return;
+            }
+        }
+        // Nobody wants these bytes now. They wait in the kernel; when the peer has ended, nothing will ever be sent to
+        // be answered by them.
+        mayHaveBytes_ = true;
+        if (peerHasEnded_) finish(NSStreamEventEndEncountered);
+        return;
+    }
+    mayHaveBytes_ = true;
+    std::shared_ptr<NSRunLoop> runLoop;
+    {
+        MutexLock lock(mutex_);
+        runLoop = runLoop_;
+    }
+    if (runLoop != nullptr) runLoop->perform([] {});
+}
+
+void TCPConnection::finish(NSStreamEvent event) {
+    std::shared_ptr<NSRunLoop> runLoop;
+    {
+        MutexLock lock(mutex_);
+        if (phase_ == Phase::over) return;
+        phase_ = Phase::over;
+        runLoop = runLoop_;
+    }
+    attemptDeadline_.reset();
+    mayHaveBytes_ = false;
+    if (runLoop != nullptr) runLoop->forgetDescriptor(shared_from_this());
+    deliver(Half::input, event);
+    deliver(Half::output, event);
+}
+
+void TCPConnection::deliver(Half which, NSStreamEvent event) {
+    std::shared_ptr<NSStream> stream;
+    NSStreamDelegate* delegate = nullptr;
+    {
+        MutexLock lock(mutex_);
+        stream = half(which).stream.lock();
+        delegate = half(which).delegate;
+    }
+    if (stream == nullptr || delegate == nullptr) return;
+    const MainThread::HandOver handOver;
+    delegate->streamHandleEvent(stream, event);
+}
+
+std::int64_t TCPConnection::read(std::span<std::uint8_t> buffer) {
+    MutexLock lock(mutex_);
+    if (phase_ != Phase::established) return -1;
+    const auto count = recv(descriptor_, buffer.data(), buffer.size(), MSG_DONTWAIT);
+    lastRead_ = count == static_cast<std::int64_t>(buffer.size()) ? LastRead::full : LastRead::partial;
+    return count;
+}
+
+bool TCPConnection::hasSpaceAvailable() {
+    MutexLock lock(mutex_);
+    if (phase_ != Phase::established || failed_) return false;
+    // The kernel has space until it says that it has none.
+    if (!wasFull_) return true;
+    pollfd space{descriptor_, POLLOUT, 0};
+    wasFull_ = poll(&space, 1, 0) != 1 || (space.revents & POLLOUT) == 0;
+    return !wasFull_;
+}
+
+std::int64_t TCPConnection::write(std::span<const std::uint8_t> bytes) {
+    const auto all = static_cast<std::int64_t>(bytes.size());
+    while (true) {
+        pollfd space{-1, POLLOUT, 0};
+        std::shared_ptr<NSRunLoop> runLoop;
+        {
+            MutexLock lock(mutex_);
+            if (phase_ != Phase::established || failed_ || NSThread::currentThreadIsCancelled()) return all;
+            const auto count = send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+            if (count > 0) {
+                wasFull_ = count < all;
+                return count;
+            }
+            if (count < 0 && errno != EAGAIN && errno != EINTR) {
+                failed_ = true;
+                runLoop = runLoop_;
+            } else {
+                wasFull_ = true;
+                space.fd = descriptor_;
+            }
+        }
+        if (runLoop != nullptr) {
+            // The error event comes from the loop, which looks at its sources after it has run work.
+            runLoop->perform([] {});
+            return all;
+        }
+        poll(&space, 1, kSpaceLookMilliseconds);
+    }
+}
+
+}  // namespace velmora

@@ -1,0 +1,88 @@
+// One TCP connection behind the two halves of a stream pair: finds its peer, connects, and turns readiness into stream
+// events.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "platform/network/NSStream.h"
+#include "platform/threads/NSRunLoop.h"
+#include "platform/threads/ThreadAnnotations.h"
+
+namespace velmora {
+
+// Thread rules as in NSStream.h. The descriptor stays open until the connection is released, so that no call on another
+// thread ever meets a descriptor number that means something else by now; the peer sees the end as soon as both halves
+// are closed.
+class TCPConnection final : public RunLoopSource, public std::enable_shared_from_this<TCPConnection> {
+  public:
+    explicit TCPConnection(EndpointProvider provider);
+    TCPConnection(const TCPConnection&) = delete;
+    TCPConnection& operator=(const TCPConnection&) = delete;
+    ~TCPConnection() override;
+
+    using Half = NSStream::Half;
+    // The pair that the events go to.
+    void setStreams(const NSStreamPair& streams);
+    void setDelegate(Half half, NSStreamDelegate* delegate);
+    void schedule(const std::shared_ptr<NSRunLoop>& runLoop, const char* mode);
+    void unschedule(const std::shared_ptr<NSRunLoop>& runLoop, const char* mode);
+    void open();
+    void close(Half half);
+
+    std::int64_t read(std::span<std::uint8_t> buffer);
+    std::int64_t write(std::span<const std::uint8_t> bytes);
+    bool hasSpaceAvailable();
+
+    void descriptorReady(std::uint32_t events) override;
+    void loopHasRunWork() override;
+    std::optional<Date> deadline() override;
+    void deadlineReached() override;
+
+  private:
+    enum class Phase { idle, locating, connecting, established, over };
+    struct HalfState {
+        std::weak_ptr<NSStream> stream;
+        NSStreamDelegate* delegate = nullptr;
+        bool closed = false;
+    };
+    enum class Unread { some, none, end, failure };
+
+    HalfState& half(Half which) REQUIRES(mutex_) { return halves_[which == Half::input ? 0 : 1]; }
+    bool isPhase(Phase phase);
+    void connectToNextAddress();
+    bool beginConnecting(const SocketAddress& address);
+    void finishConnecting();
+    void giveUpAttempt();
+    // Offers unread bytes to the input half until there are none or it declines.
+    void offerBytes();
+    Unread lookForBytes();
+    void finish(NSStreamEvent event);
+    void deliver(Half which, NSStreamEvent event);
+
+    Mutex mutex_;
+    const EndpointProvider provider_;
+    std::array<HalfState, 2> halves_ GUARDED_BY(mutex_);
+    std::shared_ptr<NSRunLoop> runLoop_ GUARDED_BY(mutex_);
+    Phase phase_ GUARDED_BY(mutex_) = Phase::idle;
+    int descriptor_ GUARDED_BY(mutex_) = -1;
+    bool failed_ GUARDED_BY(mutex_) = false;
+    // What became of the bytes that were offered last: not read, read and more may be there, or read to the last one.
+    enum class LastRead { none, full, partial };
+    LastRead lastRead_ GUARDED_BY(mutex_) = LastRead::none;
+    // The kernel's send buffer had no space for everything at the last write.
+    bool wasFull_ GUARDED_BY(mutex_) = false;
+
+    // The run loop's thread only.
+    std::vector<SocketAddress> addresses_;
+    std::size_t nextAddress_ = 0;
+    std::optional<Date> attemptDeadline_;
+    bool mayHaveBytes_ = false;
+    bool peerHasEnded_ = false;
+};
+
+}  // namespace velmora

@@ -1,0 +1,115 @@
+#include "platform/network/discovery/BackendKeeper.h"
+
+#include <atomic>
+
+#include "platform/foundation/NSLog.h"
+
+namespace velmora {
+
+void BackendKeeper::addUser(BackendUser& user) {
+    users_.insert(&user);
+    if (active_ != nullptr) user.backendCame(*active_);
+}
+
+void BackendKeeper::removeUser(BackendUser& user) {
+    users_.erase(&user);
+    user.backendGoes();
+}
+
+void BackendKeeper::settle() {
+    if (!unsettled_) return;
+    unsettled_ = false;
+    const auto changed = [this] {
+        unsettled_ = true;
+        loop_.performAfter(0.0, [] {});  // so that this is looked at even when it happens in here
+    };
+
+    if (daemon_ && daemon_->hasFailed()) {
+        if (active_ == daemon_.get()) takeDown();
+        daemon_.reset();
+    }
+    if (!daemon_) daemon_ = DaemonBackend::create(loop_.poll(), interfaces_, changed);
+    if (!daemon_) retryLater();
+
+    if (daemon_ && daemon_->isAnswering()) {
+        if (active_ == daemon_.get()) return;
+        if (active_ != nullptr) takeDown();
+        own_.reset();
+        bringUp(*daemon_);
+    } else {
+        const bool ownFails = own_ && own_->hasFailed();
+        if (own_ && !ownFails && (own_->publishes() || !publishing_)) return;
+        if (active_ != nullptr) takeDown();
+        own_.reset();
+        // One that fails as soon as it is made must not keep us busy.
+        if (!ownFails) own_ = InProcessBackend::create(loop_.poll(), interfaces_, publishing_, changed, lastError_);
+        if (own_) {
+            bringUp(*own_);
+        } else {
+            retryLater();
+        }
+    }
+    noteSituation();
+}
+
+void BackendKeeper::takeDown() {
+    active_ = nullptr;
+    for (BackendUser* user : users_) {
+        user->backendGoes();
+    }
+    startGraceTime();
+}
+
+void BackendKeeper::bringUp(DiscoveryBackend& backend) {
+    active_ = &backend;
+    for (BackendUser* user : users_) {
+        user->backendCame(backend);
+    }
+    startGraceTime();
+}
+
+void BackendKeeper::startGraceTime() {
+    loop_.performAfter(kGraceTime, [this, which = ++graceTimes_] {
+        if (which != graceTimes_) return;
+        for (BackendUser* user : users_) {
+            user->graceTimeEnded();
+        }
+    });
+}
+
+void BackendKeeper::retryLater() {
+    if (retrying_) return;
+    retrying_ = true;
+    loop_.performAfter(kRetryTime, [this] {
+        retrying_ = false;
+        unsettled_ = true;
+    });
+}
+
+void BackendKeeper::requirePublishing() {
+    if (publishing_) return;
+    publishing_ = true;
+    unsettled_ = true;
+}
+
+void BackendKeeper::limitToInterfaces(std::vector<std::string> interfaces) {
+    interfaces_ = std::move(interfaces);
+    if (active_ != nullptr) takeDown();
+    own_.reset();
+    daemon_.reset();
+    unsettled_ = true;
+}
+
+// A line when the situation has changed, whatever starts and ends of discovery lie between.
+void BackendKeeper::noteSituation() const {
+    enum Situation { unknown, daemon, inProcess, nothing };
+    static std::atomic<Situation> known{unknown};
+    const Situation now = active_ == nullptr ? nothing : active_ == daemon_.get() ? daemon : inProcess;
+    const Situation before = known.exchange(now);
+    if (now == before) return;
+    if (now == nothing) NSLog("Services cannot be discovered now, trying again: %@", lastError_);
+    if (now == inProcess) NSLog("No Avahi daemon answers, services are discovered without one");
+    if (now == daemon && before != unknown) NSLog("The Avahi daemon answers, services are discovered through it");
+}
+
+}  // namespace velmora

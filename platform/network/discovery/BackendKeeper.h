@@ -1,0 +1,79 @@
+// Keeps discovery supplied with a backend: the Avahi daemon while it answers, our own multicast DNS while it does not.
+#pragma once
+
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/network/discovery/DaemonBackend.h"
+#include "platform/network/discovery/DiscoveryLoop.h"
+#include "platform/network/discovery/InProcessBackend.h"
+
+namespace velmora {
+
+// What is known from a backend that has gone stays as it was for so long (seconds), unless the next backend says
+// otherwise.
+inline constexpr double kGraceTime = 10.0;
+// After so long (seconds) what did not work is tried again.
+inline constexpr double kRetryTime = 5.0;
+
+// Something that asks or tells the network through the backend of the moment.
+class BackendUser {
+  public:
+    // From here on this backend serves.
+    virtual void backendCame(DiscoveryBackend& backend) = 0;
+    // The backend is about to be destroyed: everything that it has made must go now.
+    virtual void backendGoes() = 0;
+    // What the present backend has not confirmed is to be taken for gone.
+    virtual void graceTimeEnded() = 0;
+
+  protected:
+    ~BackendUser() = default;
+};
+
+// Discovery thread only. A backend is made and destroyed in settle() only, never within one of Avahi's callbacks.
+class BackendKeeper {
+  public:
+    BackendKeeper(DiscoveryLoop& loop, std::vector<std::string> interfaces)
+        : loop_(loop), interfaces_(std::move(interfaces)) {}
+    BackendKeeper(const BackendKeeper&) = delete;
+    BackendKeeper& operator=(const BackendKeeper&) = delete;
+    // There must be no users any more.
+    ~BackendKeeper() = default;
+
+    // A user is attached at once when there is a backend, and detached when it is removed.
+    void addUser(BackendUser& user);
+    void removeUser(BackendUser& user);
+
+    // Sees to it that the right backend serves, if any can be had.
+    void settle();
+    // Null when neither way works at the moment; settle() keeps trying.
+    DiscoveryBackend* backend() const { return active_; }
+    const std::string& lastError() const { return lastError_; }
+
+    // From now on a backend must be able to announce services.
+    void requirePublishing();
+    void limitToInterfaces(std::vector<std::string> interfaces);
+
+  private:
+    void takeDown();
+    void bringUp(DiscoveryBackend& backend);
+    void startGraceTime();
+    void retryLater();
+    void noteSituation() const;
+
+    DiscoveryLoop& loop_;
+    std::vector<std::string> interfaces_;
+    bool publishing_ = false;
+    bool unsettled_ = true;
+    bool retrying_ = false;
+    unsigned graceTimes_ = 0;
+    std::string lastError_;
+    std::unique_ptr<DaemonBackend> daemon_;
+    std::unique_ptr<InProcessBackend> own_;
+    DiscoveryBackend* active_ = nullptr;  // one of the two
+    std::set<BackendUser*> users_;
+};
+
+}  // namespace velmora

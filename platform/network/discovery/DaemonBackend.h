@@ -1,0 +1,46 @@
+// Multicast DNS through the Avahi daemon of the machine.
+#pragma once
+
+#include <avahi-client/client.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/network/discovery/DiscoveryBackend.h"
+
+namespace velmora {
+
+// Serves from when the daemon answers; until then it waits for it.
+class DaemonBackend final : public DiscoveryBackend {
+  public:
+    // Looks and announces on the interfaces of these names only, or on all when there are none. `changed` is called
+    // when isAnswering, hasFailed or isReadyToPublish may answer something else. Null when there is no system bus to
+    // reach the daemon by.
+    static std::unique_ptr<DaemonBackend> create(const AvahiPoll* poll, std::vector<std::string> interfaces,
+                                                 std::function<void()> changed);
+    ~DaemonBackend() override;
+
+    bool isAnswering() const;
+    // The daemon or the bus has gone: this object is of no more use.
+    bool hasFailed() const { return failed_; }
+
+    std::unique_ptr<RecordQuery> query(const std::string& name, std::uint16_t type, RecordHandler handler) override;
+    std::unique_ptr<EntryGroup> makeEntryGroup(EntryGroupHandler handler) override;
+    bool isReadyToPublish() const override { return state_ == AVAHI_CLIENT_S_RUNNING; }
+
+  private:
+    DaemonBackend(const AvahiPoll* poll, std::vector<std::string> interfaces, std::function<void()> changed)
+        : poll_(poll), interfaces_(std::move(interfaces)), changed_(std::move(changed)) {}
+    bool addClient(AvahiClientFlags flags);
+    void stateChanged(AvahiClient* client, AvahiClientState state);
+
+    const AvahiPoll* const poll_;
+    const std::vector<std::string> interfaces_;
+    const std::function<void()> changed_;
+    // The first one waits for the daemon and publishes; the daemon answers a limited number of questions to each.
+    std::vector<AvahiClient*> clients_;
+    AvahiClientState state_ = AVAHI_CLIENT_CONNECTING;
+    bool failed_ = false;
+};
+
+}  // namespace velmora

@@ -1,0 +1,219 @@
+#include "platform/network/discovery/DiscoveredService.h"
+
+#include <avahi-common/address.h>
+#include <avahi-common/domain.h>
+#include <netinet/in.h>
+
+#include <algorithm>
+#include <cstring>
+#include <tuple>
+
+#include "platform/foundation/Text.h"
+
+namespace velmora {
+
+namespace {
+
+// Locations that are kept for one service: some for each interface and protocol.
+constexpr std::size_t kMaximumLocations = 64;
+
+SocketAddress socketAddress(const std::string& address, std::uint16_t port, int interface) {
+    if (address.size() == 4) {
+        sockaddr_in v4{};
+        v4.sin_family = AF_INET;
+        v4.sin_port = htons(port);
+        std::memcpy(&v4.sin_addr, address.data(), sizeof v4.sin_addr);
+        return {reinterpret_cast<const sockaddr*>(&v4), sizeof v4};
+    }
+    sockaddr_in6 v6{};
+    v6.sin6_family = AF_INET6;
+    v6.sin6_port = htons(port);
+    std::memcpy(&v6.sin6_addr, address.data(), sizeof v6.sin6_addr);
+    if (IN6_IS_ADDR_LINKLOCAL(&v6.sin6_addr)) v6.sin6_scope_id = static_cast<std::uint32_t>(interface);
+    return {reinterpret_cast<const sockaddr*>(&v6), sizeof v6};
+}
+
+// Empty for what cannot be the name of a service.
+std::string fullName(const ServiceKey& key) {
+    char name[AVAHI_DOMAIN_NAME_MAX] = "";
+    const int error =
+        avahi_service_name_join(name, sizeof name, key.name.c_str(), key.type.c_str(), key.domain.c_str());
+    return error < 0 ? std::string() : name;
+}
+
+}  // namespace
+
+DiscoveredService::DiscoveredService(ServiceKey key, DiscoveryLoop& loop, BackendKeeper& keeper, HostDirectory& hosts,
+                                     std::function<void()> touched)
+    : key_(std::move(key)), loop_(loop), keeper_(keeper), directory_(hosts), touched_(std::move(touched)) {}
+
+void DiscoveredService::forgetAppearances() {
+    appearances_.clear();
+    announced_ = false;
+}
+
+void DiscoveredService::request(ResolutionRequest request) {
+    watched_ = true;
+    const std::chrono::duration<double> rest = request.deadline - std::chrono::steady_clock::now();
+    loop_.performAfter(rest.count(), touched_);
+    requests_.push_back(std::move(request));
+}
+
+void DiscoveredService::endRequests(std::uint64_t owner) {
+    std::erase_if(requests_, [owner](const ResolutionRequest& request) { return request.owner == owner; });
+}
+
+DiscoveredService::News DiscoveredService::update() {
+    if (!isPresent()) {
+        reported_.reset();
+        timedOut_ = false;
+    }
+    updateQuestions();
+    endpoint_ = currentEndpoint();
+    if (endpoint_.addresses.empty()) {
+        settled_.reset();
+    } else {
+        lastKnown_ = endpoint_.addresses;
+        if (!settled_) {
+            settled_ = secondsFromNow(kSettlingTime);
+            loop_.performAfter(kSettlingTime, touched_);
+        }
+    }
+    const bool moved = hasMoved();
+    answerRequests();
+
+    if (isPresent() != announced_) {
+        announced_ = isPresent();
+        return announced_ ? News::found : News::removed;
+    }
+    if (!announced_ || endpoint_.addresses.empty() || !(moved || timedOut_)) return News::none;
+    timedOut_ = false;
+    reported_ = endpoint_;
+    return News::found;
+}
+
+void DiscoveredService::updateQuestions() {
+    const bool wanted = hasRequests() || (watched_ && isPresent());
+    const std::string name = wanted ? fullName(key_) : std::string();
+    if (name.empty()) {
+        locations_.reset();
+        hosts_.clear();
+        return;
+    }
+    if (locations_ == nullptr) {
+        locations_ = std::make_unique<MonitoredRecords>(keeper_, name, AVAHI_DNS_TYPE_SRV, kMaximumLocations,
+                                                        [this](const NetworkRecord&, bool) { touched_(); });
+    }
+    std::map<std::string, std::shared_ptr<HostAddresses>> hosts;
+    for (const auto& [record, standing] : locations_->records()) {
+        auto& host = hosts[record.target];
+        if (host == nullptr) host = directory_.host(record.target);
+    }
+    hosts_.swap(hosts);
+}
+
+// The latest location on each interface and protocol counts, but only when an address belongs to it: while a server
+// that came back elsewhere is not reachable there yet, its old place is as good as any.
+ServiceEndpoint DiscoveredService::currentEndpoint() const {
+    struct Found {
+        std::size_t family;  // by size, so that IPv4 comes first
+        int interface;
+        std::string address;
+        std::uint64_t arrival;
+        const NetworkRecord* location;
+    };
+    ServiceEndpoint endpoint;
+    if (locations_ == nullptr) return endpoint;
+    std::map<Appearance, std::pair<std::uint64_t, const NetworkRecord*>> latest;
+    for (const auto& [record, standing] : locations_->records()) {
+        if (hosts_.at(record.target)->onInterface(record.interface).empty()) continue;
+        auto& best = latest[{record.interface, record.protocol}];
+        if (best.first < standing.arrival) best = {standing.arrival, &record};
+    }
+    std::vector<Found> found;
+    for (const auto& [appearance, location] : latest) {
+        for (auto& address : hosts_.at(location.second->target)->onInterface(appearance.first)) {
+            const std::size_t size = address.size();
+            found.push_back({size, appearance.first, std::move(address), location.first, location.second});
+        }
+    }
+    // Where IPv4 and IPv6 do not agree yet about one address, what came later is first.
+    std::sort(found.begin(), found.end(), [](const Found& left, const Found& right) {
+        return std::tie(left.family, left.interface, left.address, right.arrival) <
+               std::tie(right.family, right.interface, right.address, left.arrival);
+    });
+    for (const Found& one : found) {
+        if (endpoint.addresses.size() == kMaximumAddresses) break;
+        const auto address = socketAddress(one.address, one.location->port, one.interface);
+        if (std::find(endpoint.addresses.begin(), endpoint.addresses.end(), address) == endpoint.addresses.end()) {
+            endpoint.addresses.push_back(address);
+        }
+    }
+    if (!found.empty()) {
+        endpoint.hostName = withTrailingDot(found.front().location->target);
+        endpoint.port = found.front().location->port;
+    }
+    return endpoint;
+}
+
+DiscoveredService::Answer DiscoveredService::answerOf(const Appearance& appearance) const {
+    const auto [interface, protocol] = appearance;
+    Answer best = Answer::none;
+    for (const auto& [record, standing] : locations_->records()) {
+        if (record.interface != interface) continue;
+        for (const auto& address : hosts_.at(record.target)->onInterface(interface)) {
+            const int family = address.size() == 4 ? AVAHI_PROTO_INET : AVAHI_PROTO_INET6;
+            if (record.protocol == protocol && family == protocol) return Answer::full;
+            best = Answer::some;
+        }
+    }
+    return best;
+}
+
+DiscoveredService::Answer DiscoveredService::answerOfAll() const {
+    if (locations_ == nullptr || endpoint_.addresses.empty()) return Answer::none;
+    Answer worst = Answer::full;
+    for (const Appearance& appearance : appearances_) {
+        worst = std::min(worst, answerOf(appearance));
+    }
+    if (!isPresent()) {
+        // No browse says where to expect it.
+        for (const auto& [record, standing] : locations_->records()) {
+            worst = std::min(worst, answerOf({record.interface, record.protocol}));
+        }
+    }
+    return worst;
+}
+
+void DiscoveredService::answerRequests() {
+    if (requests_.empty()) return;
+    const Date now = std::chrono::steady_clock::now();
+    const bool hasSettled = settled_ && *settled_ <= now;
+    const Answer answer = answerOfAll();
+    const bool complete = answer == Answer::full || (answer == Answer::some && hasSettled);
+
+    std::vector<ResolutionRequest> due;
+    std::erase_if(requests_, [&](ResolutionRequest& request) {
+        if (!complete && !(request.toConnect && hasSettled) && request.deadline > now) return false;
+        due.push_back(std::move(request));
+        return true;
+    });
+    const bool found = !endpoint_.addresses.empty();
+    for (const ResolutionRequest& request : due) {
+        if (found) reported_ = endpoint_;
+        if (!request.toConnect) timedOut_ = !found;
+        request.done(found ? &endpoint_ : nullptr);
+    }
+}
+
+bool DiscoveredService::hasMoved() const {
+    if (!reported_ || endpoint_.addresses.empty()) return false;
+    if (reported_->port != endpoint_.port || caseInsensitiveCompare(reported_->hostName, endpoint_.hostName) != 0)
+        return true;
+    return std::none_of(reported_->addresses.begin(), reported_->addresses.end(), [&](const SocketAddress& address) {
+        const auto& now = endpoint_.addresses;
+        return std::find(now.begin(), now.end(), address) != now.end();
+    });
+}
+
+}  // namespace velmora

@@ -1,0 +1,101 @@
+// One service as this process knows it: where it is seen, where it leads, and who waits to be told.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/network/SocketAddress.h"
+#include "platform/network/discovery/HostAddresses.h"
+#include "platform/network/discovery/ServiceKey.h"
+#include "platform/threads/NSLock.h"
+
+namespace velmora {
+
+// Once an address is known, so long (seconds) is waited for what usually comes with it: the other family, other
+// interfaces.
+inline constexpr double kSettlingTime = 0.15;
+
+// Where a service leads. Host and port are those of the first address; each address carries its own port.
+struct ServiceEndpoint {
+    std::string hostName;  // as in "host.local."
+    std::uint16_t port = 0;
+    std::vector<SocketAddress> addresses;  // IPv4 before IPv6, within each by interface, then numerically
+};
+
+struct ResolutionRequest {
+    std::uint64_t owner = 0;
+    Date deadline;
+    // Connecting does not wait for appearances that do not answer, resolving does.
+    bool toConnect = false;
+    // Called once, with null when nothing was found by the deadline.
+    std::function<void(const ServiceEndpoint*)> done;
+};
+
+// Discovery thread only. `touched` asks for an update() before long; it may be called from within Avahi.
+class DiscoveredService {
+  public:
+    DiscoveredService(ServiceKey key, DiscoveryLoop& loop, BackendKeeper& keeper, HostDirectory& hosts,
+                      std::function<void()> touched);
+
+    // A browse sees the service on an interface over a protocol, or no longer does.
+    void appeared(int interface, int protocol) { appearances_.emplace(interface, protocol); }
+    void disappeared(int interface, int protocol) { appearances_.erase({interface, protocol}); }
+    // No browse looks for it any more.
+    void forgetAppearances();
+    bool isPresent() const { return !appearances_.empty(); }
+    // Present as far as the browsers have been told.
+    bool isAnnounced() const { return announced_; }
+
+    // From its first request on a service is watched while it is present.
+    void request(ResolutionRequest request);
+    void endRequests(std::uint64_t owner);
+    bool hasRequests() const { return !requests_.empty(); }
+
+    bool usesHost(const std::string& name) const { return hosts_.contains(name); }
+    // Whether it was resolved and is present; then `endpoint` is where it leads, without addresses while none is valid.
+    bool isResolved() const { return isPresent() && reported_.has_value(); }
+    const ServiceEndpoint& endpoint() const { return endpoint_; }
+    const std::vector<SocketAddress>& lastKnownAddresses() const { return lastKnown_; }
+
+    // What the browsers are to be told. Answers requests that are due, and begins or ends questions to the network.
+    enum class News { none, found, removed };
+    News update();
+
+  private:
+    using Appearance = std::pair<int, int>;  // interface, protocol
+    enum class Answer { none, some, full };
+
+    void updateQuestions();
+    ServiceEndpoint currentEndpoint() const;
+    Answer answerOf(const Appearance& appearance) const;
+    Answer answerOfAll() const;
+    void answerRequests();
+    bool hasMoved() const;
+
+    const ServiceKey key_;
+    DiscoveryLoop& loop_;
+    BackendKeeper& keeper_;
+    HostDirectory& directory_;
+    const std::function<void()> touched_;
+
+    std::set<Appearance> appearances_;
+    bool announced_ = false;
+    bool watched_ = false;
+    bool timedOut_ = false;  // a resolution has, and none has succeeded since
+    std::unique_ptr<MonitoredRecords> locations_;
+    std::map<std::string, std::shared_ptr<HostAddresses>> hosts_;
+    std::vector<ResolutionRequest> requests_;
+    ServiceEndpoint endpoint_;
+    std::optional<Date> settled_;  // when the settling time ends, or has ended; none without an address
+    std::optional<ServiceEndpoint> reported_;
+    std::vector<SocketAddress> lastKnown_;
+};
+
+}  // namespace velmora

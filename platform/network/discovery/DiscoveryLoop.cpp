@@ -1,0 +1,46 @@
+#include "platform/network/discovery/DiscoveryLoop.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace velmora {
+
+DiscoveryLoop::DiscoveryLoop(int wakeUpDescriptor) : poll_(avahi_simple_poll_new()) {
+    if (poll_ == nullptr || wakeUpDescriptor < 0) return;
+    const auto wokenUp = [](AvahiWatch*, int descriptor, AvahiWatchEvent, void*) {
+        std::uint64_t count = 0;
+        [[maybe_unused]] const auto got = ::read(descriptor, &count, sizeof count);
+    };
+    wakeUp_ = poll()->watch_new(poll(), wakeUpDescriptor, AVAHI_WATCH_IN, wokenUp, nullptr);
+}
+
+DiscoveryLoop::~DiscoveryLoop() {
+    if (wakeUp_ != nullptr) poll()->watch_free(wakeUp_);
+    if (poll_ != nullptr) avahi_simple_poll_free(poll_);
+}
+
+void DiscoveryLoop::performAfter(double seconds, std::function<void()> work) {
+    timers_.emplace(secondsFromNow(seconds), std::move(work));
+}
+
+void DiscoveryLoop::runDueTimers() {
+    const Date now = std::chrono::steady_clock::now();
+    while (!timers_.empty() && timers_.begin()->first <= now) {
+        const auto timer = timers_.extract(timers_.begin());
+        timer.mapped()();
+    }
+}
+
+bool DiscoveryLoop::wait() {
+    int milliseconds = -1;
+    if (!timers_.empty()) {
+        const auto rest =
+            std::chrono::ceil<std::chrono::milliseconds>(timers_.begin()->first - std::chrono::steady_clock::now());
+        milliseconds = static_cast<int>(std::clamp<std::int64_t>(rest.count(), 0, 3'600'000));
+    }
+    return avahi_simple_poll_iterate(poll_, milliseconds) == 0;
+}
+
+}  // namespace velmora

@@ -1,0 +1,37 @@
+// The event loop of the discovery thread: Avahi's descriptors and timers, one descriptor of ours, and timers of ours.
+#pragma once
+
+#include <avahi-common/simple-watch.h>
+
+#include <functional>
+#include <map>
+
+#include "platform/threads/NSLock.h"
+
+namespace velmora {
+
+// One thread only.
+class DiscoveryLoop {
+  public:
+    // `wakeUpDescriptor` is an eventfd, not owned: writing to it ends a wait. -1 for none.
+    explicit DiscoveryLoop(int wakeUpDescriptor);
+    DiscoveryLoop(const DiscoveryLoop&) = delete;
+    DiscoveryLoop& operator=(const DiscoveryLoop&) = delete;
+    ~DiscoveryLoop();
+
+    // Null when the loop could not be made.
+    const AvahiPoll* poll() const { return poll_ == nullptr ? nullptr : avahi_simple_poll_get(poll_); }
+
+    // Runs the work once, so many seconds from now. Unlike Avahi's timers these do not follow changes of the clock.
+    void performAfter(double seconds, std::function<void()> work);
+    void runDueTimers();
+    // Waits for the next event or timer and lets Avahi handle it. False when the loop cannot go on.
+    bool wait();
+
+  private:
+    AvahiSimplePoll* const poll_;
+    AvahiWatch* wakeUp_ = nullptr;
+    std::multimap<Date, std::function<void()>> timers_;
+};
+
+}  // namespace velmora

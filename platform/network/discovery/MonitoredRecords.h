@@ -1,0 +1,49 @@
+// The records of one name and type as the network has them at the moment, across changes of the backend.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "platform/network/discovery/BackendKeeper.h"
+
+namespace velmora {
+
+// Discovery thread only.
+class MonitoredRecords final : public BackendUser {
+  public:
+    using Handler = std::function<void(const NetworkRecord& record, bool present)>;
+
+    // Keeps at most `limit` records and overhears the rest. The handler is told of each that comes or goes; it may be
+    // called from within Avahi, and must not destroy this object.
+    MonitoredRecords(BackendKeeper& keeper, std::string name, std::uint16_t type, std::size_t limit, Handler handler);
+    MonitoredRecords(const MonitoredRecords&) = delete;
+    MonitoredRecords& operator=(const MonitoredRecords&) = delete;
+    ~MonitoredRecords();
+
+    struct Standing {
+        std::uint64_t arrival;  // later ones have higher numbers
+        bool confirmed;         // by the present backend
+    };
+    const std::map<NetworkRecord, Standing>& records() const { return records_; }
+
+    void backendCame(DiscoveryBackend& backend) override;
+    void backendGoes() override;
+    void graceTimeEnded() override;
+
+  private:
+    void heard(const NetworkRecord& record, bool present);
+
+    BackendKeeper& keeper_;
+    const std::string name_;
+    const std::uint16_t type_;
+    const std::size_t limit_;
+    const Handler handler_;
+    std::uint64_t arrivals_ = 0;
+    std::map<NetworkRecord, Standing> records_;
+    std::unique_ptr<RecordQuery> query_;
+};
+
+}  // namespace velmora

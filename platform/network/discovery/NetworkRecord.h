@@ -1,0 +1,29 @@
+// One DNS record as it was seen on one interface, and how it comes out of Avahi.
+#pragma once
+
+#include <avahi-common/defs.h>
+#include <avahi-core/rr.h>
+
+#include <compare>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace velmora {
+
+// Which of the fields hold something depends on the record's type: pointer, service location, or address.
+struct NetworkRecord {
+    int interface = 0;       // index
+    int protocol = 0;        // over which it was heard: AVAHI_PROTO_INET or AVAHI_PROTO_INET6
+    std::string target;      // what a pointer points to, or the host of a service, escaped as Avahi writes names
+    std::uint16_t port = 0;  // host byte order
+    std::string address;     // 4 or 16 bytes in network order
+
+    friend auto operator<=>(const NetworkRecord&, const NetworkRecord&) = default;
+};
+
+// None for a record of another type than these, and for one that leads nowhere: without a target, a port, or a unicast
+// address.
+std::optional<NetworkRecord> networkRecord(int interface, int protocol, const AvahiRecord& record);
+
+}  // namespace velmora

@@ -1,0 +1,108 @@
+#include "platform/network/discovery/ServicePublication.h"
+
+#include <avahi-common/alternative.h>
+#include <avahi-common/domain.h>
+#include <avahi-common/error.h>
+#include <avahi-common/malloc.h>
+
+#include <utility>
+
+#include "platform/foundation/Text.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr std::size_t kMaximumNameBytes = 63;
+// A network in which so many names are taken is one that does not want us.
+constexpr int kMaximumRenames = 100;
+
+std::optional<std::string> faultOf(const ServiceKey& key, std::uint16_t port) {
+    if (key.name.empty()) return "the service has no name";
+    if (key.name.size() > kMaximumNameBytes) {
+        return stringWithFormat("the name is %li bytes long, at most %li are possible", key.name.size(),
+                                kMaximumNameBytes);
+    }
+    if (!isValidUTF8(key.name) || key.name.find('\0') != std::string::npos) return "the name is no text";
+    if (!avahi_is_valid_service_type_generic(key.type.c_str())) {
+        return stringWithFormat("%@ is no type of services", key.type);
+    }
+    if (!isValidUTF8(key.domain) || !avahi_is_valid_domain_name(key.domain.c_str()))
+        return "the domain has no valid name";
+    if (port == 0) return "the service has no port";
+    return std::nullopt;
+}
+
+}  // namespace
+
+ServicePublication::ServicePublication(BackendKeeper& keeper, ServiceKey key, std::uint16_t port, Report report)
+    : keeper_(keeper), key_(std::move(key)), port_(port), report_(std::move(report)) {
+    keeper_.addUser(*this);
+    if (const auto fault = faultOf(key_, port_)) {
+        fail(*fault);
+    } else {
+        keeper_.requirePublishing();
+    }
+}
+
+ServicePublication::~ServicePublication() {
+    keeper_.removeUser(*this);
+}
+
+void ServicePublication::backendGoes() {
+    group_.reset();
+    news_.reset();
+}
+
+void ServicePublication::update() {
+    if (failed_) return;
+    DiscoveryBackend* backend = keeper_.backend();
+    if (backend == nullptr) {
+        // Once announced, it waits for better times.
+        if (announcedName_.empty()) fail(keeper_.lastError());
+        return;
+    }
+    if (!backend->isReadyToPublish()) {
+        backendGoes();
+        return;
+    }
+    if (group_ == nullptr) {
+        group_ = backend->makeEntryGroup([this](AvahiEntryGroupState state) { news_ = state; });
+        if (group_ == nullptr) return fail("the service could not be registered");
+        announce();
+    }
+    const auto news = std::exchange(news_, std::nullopt);
+    if (news == AVAHI_ENTRY_GROUP_COLLISION) {
+        rename();
+        announce();
+    } else if (news == AVAHI_ENTRY_GROUP_FAILURE) {
+        fail("the registration has failed");
+    } else if (news == AVAHI_ENTRY_GROUP_ESTABLISHED && announcedName_ != key_.name) {
+        announcedName_ = key_.name;
+        report_(key_.name, std::nullopt);
+    }
+}
+
+void ServicePublication::announce() {
+    int error = AVAHI_ERR_COLLISION;
+    // This kind of collision is with another service of the same machine, and is known at once.
+    while (renames_ <= kMaximumRenames && (error = group_->announce(key_, port_)) == AVAHI_ERR_COLLISION) {
+        rename();
+    }
+    if (error < 0) fail(avahi_strerror(error));
+}
+
+void ServicePublication::rename() {
+    ++renames_;
+    char* name = avahi_alternative_service_name(key_.name.c_str());
+    if (name != nullptr) key_.name = name;
+    avahi_free(name);
+}
+
+void ServicePublication::fail(const std::string& reason) {
+    group_.reset();
+    failed_ = true;
+    report_(key_.name, reason);
+}
+
+}  // namespace velmora

@@ -1,0 +1,214 @@
+#include "platform/threads/MainThread.h"
+
+#include <sys/eventfd.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+#include <QTimer>
+#include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <utility>
+
+#include "platform/threads/NSThread.h"
+#include "platform/threads/ThreadAnnotations.h"
+
+namespace velmora {
+
+namespace {
+
+// Our own queue; Qt only wakes the loop up. So every hand-over is visible to the thread sanitizer, which cannot look
+// into Qt.
+struct Queue {
+    struct Item {
+        MainThread::Work work;
+        // Set for work that is waited for.
+        std::shared_ptr<bool> done;
+    };
+
+    Mutex mutex;
+    std::condition_variable_any itemDone;
+    std::deque<Item> items GUARDED_BY(mutex);
+    bool served GUARDED_BY(mutex) = false;
+    // Readable while there are items.
+    const int descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+
+    void push(Item item) REQUIRES(mutex) {
+        if (items.empty()) {
+            const std::uint64_t one = 1;
+            [[maybe_unused]] const auto written = write(descriptor, &one, sizeof one);
+        }
+        items.push_back(std::move(item));
+    }
+};
+
+// Never destroyed: other threads may hand work over while the process ends.
+Queue& queue() {
+    static auto* instance = new Queue;
+    return *instance;
+}
+
+// Main thread only.
+QSocketNotifier* notifier = nullptr;
+const char* mode = NSDefaultRunLoopMode;
+std::vector<std::pair<int, MainThread::Work>> modeObservers;
+int lastModeObserver = 0;
+
+thread_local MainThread::HandOver* handOver = nullptr;
+
+void runNextItem() {
+    Queue& q = queue();
+    Queue::Item item;
+    {
+        MutexLock lock(q.mutex);
+        if (q.items.empty()) return;
+        item = std::move(q.items.front());
+        q.items.pop_front();
+        if (q.items.empty()) {
+            std::uint64_t count = 0;
+            [[maybe_unused]] const auto got = read(q.descriptor, &count, sizeof count);
+        }
+    }
+    item.work();
+    item.work = nullptr;
+    if (!item.done) return;
+    {
+        MutexLock lock(q.mutex);
+        *item.done = true;
+    }
+    q.itemDone.notify_all();
+}
+
+void applicationEnds() {
+    Queue& q = queue();
+    delete std::exchange(notifier, nullptr);
+    std::deque<Queue::Item> unrun;
+    {
+        MutexLock lock(q.mutex);
+        q.served = false;
+        unrun.swap(q.items);
+        std::uint64_t count = 0;
+        [[maybe_unused]] const auto got = read(q.descriptor, &count, sizeof count);
+    }
+    q.itemDone.notify_all();
+}
+
+void applicationStarts() {
+    Queue& q = queue();
+    notifier = new QSocketNotifier(q.descriptor, QSocketNotifier::Read);
+    QObject::connect(notifier, &QSocketNotifier::activated, notifier, runNextItem);
+    qAddPostRoutine(applicationEnds);
+    MutexLock lock(q.mutex);
+    q.served = true;
+}
+
+Q_COREAPP_STARTUP_FUNCTION(applicationStarts)
+
+}  // namespace
+
+bool MainThread::isCurrent() {
+    static thread_local const bool current = syscall(SYS_gettid) == getpid();
+    return current;
+}
+
+void MainThread::perform(Work work) {
+    if (isCurrent()) {
+        work();
+        return;
+    }
+    performLater(std::move(work));
+}
+
+void MainThread::performLater(Work work) {
+    if (handOver != nullptr) {
+        handOver->held_.push_back(std::move(work));
+        return;
+    }
+    Queue& q = queue();
+    MutexLock lock(q.mutex);
+    q.push({std::move(work), nullptr});
+}
+
+bool MainThread::performAndWait(Work work) {
+    if (isCurrent()) {
+        work();
+        return true;
+    }
+    Queue& q = queue();
+    const auto done = std::make_shared<bool>(false);
+    MutexLock lock(q.mutex);
+    if (handOver != nullptr) {
+        for (Work& earlier : handOver->held_) {
+            q.push({std::move(earlier), nullptr});
+        }
+        handOver->held_.clear();
+    }
+    if (!q.served) return false;
+    q.push({std::move(work), done});
+    while (!*done && q.served) {
+        q.itemDone.wait(lock);
+    }
+    return *done;
+}
+
+void MainThread::performWhenIdle(Work work) {
+    // A timer of no length comes after the events that wait already; handed-over work may have come in since.
+    QTimer::singleShot(0, [work = std::move(work)]() mutable {
+        bool busy = false;
+        {
+            Queue& q = queue();
+            MutexLock lock(q.mutex);
+            busy = !q.items.empty();
+        }
+        if (busy) {
+            performWhenIdle(std::move(work));
+        } else {
+            work();
+        }
+    });
+}
+
+MainThread::HandOver::HandOver() : outermost_(handOver == nullptr) {
+    if (outermost_) handOver = this;
+}
+
+MainThread::HandOver::~HandOver() {
+    if (!outermost_) return;
+    handOver = nullptr;
+    for (Work& work : held_) {
+        performLater(std::move(work));
+    }
+}
+
+std::string_view MainThread::currentMode() {
+    return mode;
+}
+
+MainThread::ModeScope::ModeScope(const char* scopeMode) : outer_(std::exchange(mode, scopeMode)) {
+    const auto observers = modeObservers;
+    for (const auto& [id, observer] : observers) {
+        observer();
+    }
+}
+
+MainThread::ModeScope::~ModeScope() {
+    mode = outer_;
+    const auto observers = modeObservers;
+    for (const auto& [id, observer] : observers) {
+        observer();
+    }
+}
+
+int MainThread::addModeObserver(Work observer) {
+    modeObservers.emplace_back(++lastModeObserver, std::move(observer));
+    return lastModeObserver;
+}
+
+void MainThread::removeModeObserver(int id) {
+    std::erase_if(modeObservers, [id](const auto& entry) { return entry.first == id; });
+}
+
+}  // namespace velmora

@@ -1,0 +1,49 @@
+// A non-recursive lock that serves as a two-state signal: any thread may give back what another took.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+
+#include "platform/threads/ThreadAnnotations.h"
+
+namespace velmora {
+
+using Date = std::chrono::steady_clock::time_point;
+
+// A moment so many seconds from now.
+inline Date secondsFromNow(double seconds) {
+    return std::chrono::steady_clock::now() +
+           std::chrono::duration_cast<Date::duration>(std::chrono::duration<double>(seconds));
+}
+
+// Any thread.
+class NSLock {
+  public:
+    // Takes the lock, however long that lasts; false, with the lock not taken, only when the waiting NSThread is
+    // cancelled.
+    bool lock();
+    // Takes the lock if it is free; answers whether it did.
+    bool tryLock();
+    // Takes the lock; false when the deadline has passed before it was free.
+    bool lockBeforeDate(Date deadline);
+    // Gives the lock back; giving back a free one is harmless.
+    void unlock();
+
+    // Work that another thread still has to do before it makes sense to wait for the lock. Shared by the two threads;
+    // used with one lock only.
+    class Errand {
+      private:
+        friend class NSLock;
+        bool finished_ = false;
+    };
+    // As lockBeforeDate, but not before the errand is finished: one wait, and one wake-up, for both.
+    bool lockAfterErrandBeforeDate(const Errand& errand, Date deadline);
+    void finishErrand(Errand& errand);
+
+  private:
+    Mutex mutex_;
+    std::condition_variable_any freed_;
+    bool taken_ GUARDED_BY(mutex_) = false;
+};
+
+}  // namespace velmora

@@ -1,0 +1,223 @@
+#include "platform/threads/NSRunLoop.h"
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+constexpr std::uint64_t kWakeUpId = 0;
+constexpr std::size_t kEventsEachTurn = 16;
+}  // namespace
+
+struct NSRunLoop::Handed {
+    Work work;
+    bool waited = false;
+    // Guarded by the loop's mutex.
+    bool done = false;
+};
+
+NSRunLoop::NSRunLoop()
+    : poller_(epoll_create1(EPOLL_CLOEXEC)), wakeUpDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    // Edge-triggered, so that a wake-up need not be read back.
+    epoll_event event{};
+    event.events = EPOLLIN | EPOLLET;
+    event.data.u64 = kWakeUpId;
+    epoll_ctl(poller_, EPOLL_CTL_ADD, wakeUpDescriptor_, &event);
+}
+
+NSRunLoop::~NSRunLoop() {
+    close(wakeUpDescriptor_);
+    close(poller_);
+}
+
+void NSRunLoop::runModeUntilDate(const char* mode, Date deadline) {
+    const std::string currentMode = mode;
+    bool ranWork = false;
+    while (true) {
+        ranWork = runHandedWork() || ranWork;
+        const Date wanted = serveSources(currentMode, ranWork);
+        ranWork = false;
+        if (endRun_.exchange(false) || std::chrono::steady_clock::now() >= deadline) return;
+        waitForEvents(std::min(deadline, wanted));
+    }
+}
+
+bool NSRunLoop::runHandedWork() {
+    std::vector<std::shared_ptr<Handed>> work;
+    {
+        MutexLock lock(mutex_);
+        if (handed_.empty()) return false;
+        work.swap(handed_);
+    }
+    for (const auto& handed : work) {
+        handed->work();
+        handed->work = nullptr;
+        if (!handed->waited) continue;
+        {
+            MutexLock lock(mutex_);
+            handed->done = true;
+        }
+        handedDone_.notify_all();
+    }
+    return true;
+}
+
+void NSRunLoop::waitForEvents(Date deadline) {
+    waiting_ = true;
+    {
+        MutexLock lock(mutex_);
+        if (!handed_.empty() || endRun_) deadline = Date::min();
+    }
+    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()).count();
+    std::array<epoll_event, kEventsEachTurn> events{};
+    const int timeout = deadline == Date::min() ? 0 : static_cast<int>(std::clamp<std::int64_t>(rest, 0, 3'600'000));
+    const int count = epoll_wait(poller_, events.data(), static_cast<int>(events.size()), timeout);
+    waiting_ = false;
+
+    MutexLock lock(mutex_);
+    for (int i = 0; i < count; ++i) {
+        const epoll_event& event = events[static_cast<std::size_t>(i)];
+        if (event.data.u64 == kWakeUpId) continue;
+        for (Scheduled& scheduled : sources_) {
+            if (scheduled.id == event.data.u64) scheduled.pendingEvents |= event.events;
+        }
+    }
+}
+
+Date NSRunLoop::serveSources(const std::string& mode, bool ranWork) {
+    struct Turn {
+        std::shared_ptr<RunLoopSource> source;
+        std::uint32_t events;
+    };
+    std::vector<Turn> turns;
+    {
+        MutexLock lock(mutex_);
+        for (Scheduled& scheduled : sources_) {
+            if (std::find(scheduled.modes.begin(), scheduled.modes.end(), mode) == scheduled.modes.end()) continue;
+            turns.push_back({scheduled.source, std::exchange(scheduled.pendingEvents, 0)});
+        }
+    }
+    Date earliest = Date::max();
+    for (const Turn& turn : turns) {
+        if (ranWork) turn.source->loopHasRunWork();
+        if (turn.events != 0) turn.source->descriptorReady(turn.events);
+        auto wanted = turn.source->deadline();
+        if (wanted && *wanted <= std::chrono::steady_clock::now()) {
+            turn.source->deadlineReached();
+            wanted = turn.source->deadline();
+        }
+        if (wanted) earliest = std::min(earliest, *wanted);
+    }
+    return earliest;
+}
+
+bool NSRunLoop::perform(Work work) {
+    {
+        MutexLock lock(mutex_);
+        if (ended_) return false;
+        handed_.push_back(std::make_shared<Handed>(Handed{std::move(work)}));
+    }
+    interruptWait();
+    return true;
+}
+
+NSRunLoop::Handing NSRunLoop::performAndWait(Work work, Date deadline) {
+    if (currentRunLoop().get() == this) {
+        work();
+        return Handing::run;
+    }
+    const auto handed = std::make_shared<Handed>(Handed{std::move(work), true});
+    MutexLock lock(mutex_);
+    if (ended_) return Handing::loopEnded;
+    handed_.push_back(handed);
+    lock.unlock();
+    interruptWait();
+    lock.lock();
+    while (!handed->done) {
+        if (ended_) return Handing::loopEnded;
+        if (handedDone_.wait_until(lock, deadline) == std::cv_status::timeout && !handed->done)
+            return Handing::deadlinePassed;
+    }
+    return Handing::run;
+}
+
+void NSRunLoop::endRun() {
+    endRun_ = true;
+    interruptWait();
+}
+
+// The loop announces its wait before it looks for work a last time, so a wake-up is never lost; while it is busy none
+// is needed.
+void NSRunLoop::interruptWait() {
+    if (!waiting_) return;
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const auto written = write(wakeUpDescriptor_, &one, sizeof one);
+}
+
+void NSRunLoop::end() {
+    std::vector<std::shared_ptr<Handed>> unrun;
+    std::vector<Scheduled> released;
+    {
+        MutexLock lock(mutex_);
+        ended_ = true;
+        unrun.swap(handed_);
+        released.swap(sources_);
+    }
+    handedDone_.notify_all();
+}
+
+NSRunLoop::Scheduled* NSRunLoop::find(const RunLoopSource* source) {
+    const auto found = std::find_if(sources_.begin(), sources_.end(),
+                                    [source](const Scheduled& scheduled) { return scheduled.source.get() == source; });
+    return found == sources_.end() ? nullptr : &*found;
+}
+
+void NSRunLoop::addSourceForMode(const std::shared_ptr<RunLoopSource>& source, const char* mode) {
+    MutexLock lock(mutex_);
+    if (ended_) return;
+    Scheduled* scheduled = find(source.get());
+    if (scheduled == nullptr) {
+        scheduled = &sources_.emplace_back();
+        scheduled->source = source;
+        scheduled->id = ++lastId_;
+    }
+    scheduled->modes.emplace_back(mode);
+}
+
+void NSRunLoop::removeSourceForMode(const std::shared_ptr<RunLoopSource>& source, const char* mode) {
+    MutexLock lock(mutex_);
+    Scheduled* scheduled = find(source.get());
+    if (scheduled == nullptr) return;
+    const auto found = std::find(scheduled->modes.begin(), scheduled->modes.end(), mode);
+    if (found != scheduled->modes.end()) scheduled->modes.erase(found);
+    if (!scheduled->modes.empty()) return;
+    if (scheduled->descriptor >= 0) epoll_ctl(poller_, EPOLL_CTL_DEL, scheduled->descriptor, nullptr);
+    sources_.erase(sources_.begin() + (scheduled - sources_.data()));
+}
+
+void NSRunLoop::watchDescriptor(const std::shared_ptr<RunLoopSource>& source, int descriptor) {
+    MutexLock lock(mutex_);
+    Scheduled* scheduled = find(source.get());
+    if (scheduled == nullptr) return;
+    epoll_event event{};
+    event.events = EPOLLIN | EPOLLOUT | EPOLLRDHUP | EPOLLET;
+    event.data.u64 = scheduled->id;
+    if (epoll_ctl(poller_, EPOLL_CTL_ADD, descriptor, &event) == 0) scheduled->descriptor = descriptor;
+}
+
+void NSRunLoop::forgetDescriptor(const std::shared_ptr<RunLoopSource>& source) {
+    MutexLock lock(mutex_);
+    Scheduled* scheduled = find(source.get());
+    if (scheduled == nullptr || scheduled->descriptor < 0) return;
+    epoll_ctl(poller_, EPOLL_CTL_DEL, scheduled->descriptor, nullptr);
+    scheduled->descriptor = -1;
+    scheduled->pendingEvents = 0;
+}
+
+}  // namespace velmora

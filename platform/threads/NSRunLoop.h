@@ -1,0 +1,99 @@
+// The run loop of a thread: bounded runs that serve descriptors and work handed in by other threads.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/foundation/NSObject.h"
+#include "platform/threads/MainThread.h"
+#include "platform/threads/NSLock.h"
+#include "platform/threads/ThreadAnnotations.h"
+
+namespace velmora {
+
+// Something with a descriptor that a run loop watches. Every callback runs on the loop's thread, with no lock held.
+class RunLoopSource {
+  public:
+    virtual ~RunLoopSource() = default;
+    // The descriptor has become readable or writable, or the peer has gone: edges (EPOLLIN, EPOLLOUT, EPOLLRDHUP,
+    // EPOLLHUP, EPOLLERR), each told once when it happens.
+    virtual void descriptorReady(std::uint32_t events) = 0;
+    // The loop has run handed-in work or was woken: what was left undone may be offered again.
+    virtual void loopHasRunWork() = 0;
+    // When the source wants to be called though nothing happens; none for never.
+    virtual std::optional<Date> deadline() = 0;
+    virtual void deadlineReached() = 0;
+};
+
+// Runs on the thread that owns it; everything else may be called on any thread. A source belongs to one loop at a time.
+class NSRunLoop : public NSObject {
+  public:
+    using Work = std::function<void()>;
+
+    NSRunLoop();
+    ~NSRunLoop() override;
+
+    // The run loop of the calling thread; null on a thread that is no NSThread.
+    static std::shared_ptr<NSRunLoop> currentRunLoop();
+
+    // Serves sources scheduled in the mode, and work, until the deadline. Owner thread only.
+    void runModeUntilDate(const char* mode, Date deadline);
+
+    // Queues work for the loop's thread. False, with nothing queued, when the loop has ended. Work that is still queued
+    // when the loop ends is destroyed unrun.
+    bool perform(Work work);
+    // The same, and waits until the work has been run; at once on the loop's own thread. When the deadline passes first
+    // the work stays queued, or goes on running, so it must hold by itself what it needs.
+    enum class Handing { run, loopEnded, deadlinePassed };
+    Handing performAndWait(Work work, Date deadline);
+
+    // The current run, or else the next one, returns as soon as it has finished what it is doing.
+    void endRun();
+
+    // A source that is scheduled in several modes is watched once. `descriptor` must stay open until the source is
+    // removed from the last.
+    void addSourceForMode(const std::shared_ptr<RunLoopSource>& source, const char* mode);
+    void removeSourceForMode(const std::shared_ptr<RunLoopSource>& source, const char* mode);
+    // Begins to watch a scheduled source's descriptor, or ends it; a source without a descriptor has only its deadline.
+    void watchDescriptor(const std::shared_ptr<RunLoopSource>& source, int descriptor);
+    void forgetDescriptor(const std::shared_ptr<RunLoopSource>& source);
+
+  private:
+    friend class NSThread;
+    struct Handed;
+    struct Scheduled {
+        std::shared_ptr<RunLoopSource> source;
+        std::uint64_t id = 0;
+        int descriptor = -1;
+        std::uint32_t pendingEvents = 0;
+        std::vector<std::string> modes;
+    };
+
+    // The loop of a thread that is about to end: nothing is accepted or run any more, and who waits is released.
+    void end();
+    bool runHandedWork();
+    void waitForEvents(Date deadline);
+    // Answers the earliest moment at which a source wants to be called.
+    Date serveSources(const std::string& mode, bool ranWork);
+    void interruptWait();
+    Scheduled* find(const RunLoopSource* source) REQUIRES(mutex_);
+
+    const int poller_;
+    const int wakeUpDescriptor_;
+    std::atomic<bool> waiting_{false};
+    std::atomic<bool> endRun_{false};
+    Mutex mutex_;
+    std::condition_variable_any handedDone_;
+    std::vector<std::shared_ptr<Handed>> handed_ GUARDED_BY(mutex_);
+    std::vector<Scheduled> sources_ GUARDED_BY(mutex_);
+    std::uint64_t lastId_ GUARDED_BY(mutex_) = 0;
+    bool ended_ GUARDED_BY(mutex_) = false;
+};
+
+}  // namespace velmora

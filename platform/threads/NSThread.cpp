@@ -1,0 +1,151 @@
+#include "platform/threads/NSThread.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <thread>
+#include <vector>
+
+#include "platform/foundation/NSLog.h"
+
+namespace velmora {
+
+struct NSThread::State {
+    Body body;
+    std::shared_ptr<NSRunLoop> runLoop = std::make_shared<NSRunLoop>();
+    std::atomic<bool> cancelled{false};
+    std::atomic<bool> finished{false};
+    // Set once by start(), joined by whoever takes the finished thread out of the registry.
+    std::thread thread;
+};
+
+namespace {
+
+// The threads that run, and those that have ended and wait to be joined. Never destroyed: a thread may end while the
+// process does.
+struct Registry {
+    Mutex mutex;
+    std::condition_variable_any threadEnded;
+    std::vector<std::shared_ptr<void>> states GUARDED_BY(mutex);
+};
+
+Registry& registry() {
+    static auto* instance = new Registry;
+    return *instance;
+}
+
+thread_local std::shared_ptr<NSRunLoop> currentLoop;
+thread_local const std::atomic<bool>* currentCancelled = nullptr;
+thread_local const void* currentState = nullptr;
+
+// When the process exits no thread runs on in what is being destroyed.
+struct AtExit {
+    ~AtExit() {
+        if (!NSThread::finishAllThreads(5.0)) NSLogLine("A thread did not end before the process did");
+    }
+};
+
+}  // namespace
+
+NSThread::NSThread(Body body) : state_(std::make_shared<State>()) {
+    state_->body = std::move(body);
+}
+
+NSThread::~NSThread() = default;
+
+void NSThread::start() {
+    static AtExit atExit;
+    finishCancelledThreads(0.0);  // joins the ones that have ended
+    auto state = state_;
+    Registry& all = registry();
+    MutexLock lock(all.mutex);
+    all.states.push_back(state);
+    state->thread = std::thread([state] {
+        currentLoop = state->runLoop;
+        currentCancelled = &state->cancelled;
+        currentState = state.get();
+        state->body();
+        state->body = nullptr;
+        state->runLoop->end();
+        currentLoop = nullptr;
+        Registry& ended = registry();
+        MutexLock endedLock(ended.mutex);
+        state->finished = true;
+        ended.threadEnded.notify_all();
+    });
+}
+
+void NSThread::cancel() {
+    state_->cancelled = true;
+}
+
+bool NSThread::isCancelled() const {
+    return state_->cancelled;
+}
+
+bool NSThread::isFinished() const {
+    return state_->finished;
+}
+
+const std::shared_ptr<NSRunLoop>& NSThread::runLoop() const {
+    return state_->runLoop;
+}
+
+bool NSThread::currentThreadIsCancelled() {
+    return currentCancelled != nullptr && currentCancelled->load();
+}
+
+std::shared_ptr<NSRunLoop> NSRunLoop::currentRunLoop() {
+    return currentLoop;
+}
+
+bool NSThread::finishCancelledThreads(double timeout) {
+    const Date deadline = secondsFromNow(timeout);
+    Registry& all = registry();
+    std::vector<std::shared_ptr<State>> ended;
+    bool everyOneEnded = true;
+    {
+        MutexLock lock(all.mutex);
+        while (true) {
+            everyOneEnded = true;
+            for (const auto& entry : all.states) {
+                auto* state = static_cast<State*>(entry.get());
+                if (state == currentState || state->finished || !state->cancelled) continue;
+                everyOneEnded = false;
+                if (timeout > 0.0) state->runLoop->endRun();
+            }
+            if (everyOneEnded || std::chrono::steady_clock::now() >= deadline) break;
+            all.threadEnded.wait_until(lock, deadline);
+        }
+        std::erase_if(all.states, [&](const std::shared_ptr<void>& entry) {
+            auto state = std::static_pointer_cast<State>(entry);
+            if (!state->finished) return false;
+            ended.push_back(std::move(state));
+            return true;
+        });
+    }
+    for (const auto& state : ended) {
+        state->thread.join();
+    }
+    return everyOneEnded;
+}
+
+bool NSThread::finishAllThreads(double timeout) {
+    Registry& all = registry();
+    {
+        MutexLock lock(all.mutex);
+        for (const auto& entry : all.states) {
+            static_cast<State*>(entry.get())->cancelled = true;
+        }
+    }
+    return finishCancelledThreads(timeout);
+}
+
+int NSThread::runningThreads() {
+    Registry& all = registry();
+    MutexLock lock(all.mutex);
+    return static_cast<int>(std::count_if(all.states.begin(), all.states.end(), [](const std::shared_ptr<void>& entry) {
+        return !static_cast<State*>(entry.get())->finished;
+    }));
+}
+
+}  // namespace velmora

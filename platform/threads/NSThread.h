@@ -1,0 +1,48 @@
+// A thread with a run loop and a cancel request, known to the process so that none outlives it.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+
+#include "platform/foundation/NSObject.h"
+#include "platform/threads/NSRunLoop.h"
+
+namespace velmora {
+
+// Any thread may use one. The thread runs on when the object is released; the body, with all that it holds, is
+// destroyed when it ends.
+class NSThread final : public NSObject {
+  public:
+    using Body = std::function<void()>;
+
+    explicit NSThread(Body body);
+    ~NSThread() override;
+
+    // Once only.
+    void start();
+    // A request that the body looks at; it wakes nobody.
+    void cancel();
+    bool isCancelled() const;
+    bool isFinished() const;
+
+    // Work may be handed to it before the thread has started; it ends with the thread.
+    const std::shared_ptr<NSRunLoop>& runLoop() const;
+
+    // Whether the thread running this call was cancelled; false on a thread that is no NSThread.
+    static bool currentThreadIsCancelled();
+
+    // Wakes the cancelled threads so that they see it now, and waits until they have ended: true, or false after the
+    // time (seconds).
+    static bool finishCancelledThreads(double timeout);
+    // The same after cancelling every thread; used at process exit.
+    static bool finishAllThreads(double timeout);
+    // Threads that have been started and have not ended.
+    static int runningThreads();
+
+  private:
+    struct State;
+    const std::shared_ptr<State> state_;
+};
+
+}  // namespace velmora

@@ -1,0 +1,58 @@
+// A mutex that clang's thread-safety analysis knows, and the annotations that say which member it guards. Other
+// compilers see a plain mutex.
+#pragma once
+
+#include <mutex>
+
+#if defined(__clang__)
+#define VELMORA_THREAD_ANNOTATION(x) __attribute__((x))
+#else
+#define VELMORA_THREAD_ANNOTATION(x)
+#endif
+
+#define CAPABILITY(x) VELMORA_THREAD_ANNOTATION(capability(x))
+#define SCOPED_CAPABILITY VELMORA_THREAD_ANNOTATION(scoped_lockable)
+#define GUARDED_BY(x) VELMORA_THREAD_ANNOTATION(guarded_by(x))
+#define PT_GUARDED_BY(x) VELMORA_THREAD_ANNOTATION(pt_guarded_by(x))
+#define REQUIRES(...) VELMORA_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
+#define EXCLUDES(...) VELMORA_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
+#define ACQUIRE(...) VELMORA_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
+#define RELEASE(...) VELMORA_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
+#define NO_THREAD_SAFETY_ANALYSIS VELMORA_THREAD_ANNOTATION(no_thread_safety_analysis)
+
+namespace velmora {
+
+class CAPABILITY("mutex") Mutex {
+  public:
+    void lock() ACQUIRE() { mutex_.lock(); }
+    void unlock() RELEASE() { mutex_.unlock(); }
+
+  private:
+    std::mutex mutex_;
+};
+
+// Holds a Mutex for a scope; may be given back and taken again in between. Fits std::condition_variable_any.
+class SCOPED_CAPABILITY MutexLock {
+  public:
+    explicit MutexLock(Mutex& mutex) ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
+    MutexLock(const MutexLock&) = delete;
+    MutexLock& operator=(const MutexLock&) = delete;
+    ~MutexLock() RELEASE() {
+        if (held_) mutex_.unlock();
+    }
+
+    void lock() ACQUIRE() {
+        mutex_.lock();
+        held_ = true;
+    }
+    void unlock() RELEASE() {
+        held_ = false;
+        mutex_.unlock();
+    }
+
+  private:
+    Mutex& mutex_;
+    bool held_ = true;
+};
+
+}  // namespace velmora

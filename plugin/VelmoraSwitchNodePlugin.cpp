@@ -1,0 +1,153 @@
+// The plugin's life, its settings, and what the switch controller and the settings editor tell it. The attributes are
+// in VelmoraSwitchNodePluginAttributes.cpp.
+#include "plugin/VelmoraSwitchNodePlugin.h"
+
+#include <utility>
+
+#include "platform/foundation/NSLog.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr const char* kSelectedDeviceName = "selectedDeviceName";
+constexpr const char* kConfiguredOutputs = "configuredOutputs";
+constexpr const char* kAvailableDevices = "availableDevices";
+
+// A new list with a shallow copy of each entry. What is no dictionary cannot be an output and is left out.
+ArrayReference copiedOutputs(const DictionaryReference& settings) {
+    auto outputs = std::make_shared<PropertyListArray>();
+    const PropertyList* value = valueForKey(settings, kConfiguredOutputs);
+    const ArrayReference given = value != nullptr ? value->array() : nullptr;
+    if (given == nullptr) {
+        if (value != nullptr) NSLog("The settings' \"configuredOutputs\" is not a list (Velmora Switch Plugin)");
+        return outputs;
+    }
+    for (const PropertyList& entry : *given) {
+        if (const auto dictionary = entry.dictionary()) {
+            outputs->emplace_back(shallowCopy(dictionary));
+        } else {
+            NSLog("A configured output is not a dictionary (Velmora Switch Plugin)");
+        }
+    }
+    return outputs;
+}
+
+}  // namespace
+
+VelmoraSwitchNodePlugin::VelmoraSwitchNodePlugin(std::shared_ptr<NSBundle> bundle, TelnetTimeLimits limits)
+    : _pluginName("Velmora Switch"),
+      _bundle(std::move(bundle)),
+      limits_(limits),
+      attributes_(std::make_shared<const AttributeDictionary>()),
+      configuredOutputs_(std::make_shared<PropertyListArray>()) {}
+
+VelmoraSwitchNodePlugin::~VelmoraSwitchNodePlugin() {
+    delegate_ = nullptr;
+    if (_settingsViewController != nullptr) _settingsViewController->setDelegate(nullptr);
+    if (_switchController != nullptr) replacedControllers_.push_back(std::move(_switchController));
+    for (const auto& controller : replacedControllers_) {
+        controller->setDelegate(nullptr);
+    }
+}
+
+std::int32_t VelmoraSwitchNodePlugin::startAndSetCurrentValuesToDefaults(bool setCurrentValuesToDefaults) {
+    _setValuesToDefaults = setCurrentValuesToDefaults;
+    VelmoraSwitchControllerDelegate* const controllerDelegate = this;
+    auto controller = std::make_shared<VelmoraSwitchController>(controllerDelegate, limits_);
+    if (_switchController != nullptr) replacedControllers_.push_back(std::move(_switchController));
+    _switchController = std::move(controller);
+    started_ = true;
+    return 0;
+}
+
+void VelmoraSwitchNodePlugin::stop() {
+    started_ = false;
+    const auto controller = std::exchange(_switchController, nullptr);
+    if (controller != nullptr) controller->setDelegate(nullptr);
+}
+
+std::optional<std::string> VelmoraSwitchNodePlugin::pluginVersionString() const {
+    return _bundle != nullptr ? _bundle->objectForInfoDictionaryKey("CFBundleShortVersionString") : std::nullopt;
+}
+
+QWidget* VelmoraSwitchNodePlugin::settingsView() {
+    if (_settingsViewController == nullptr) {
+        _settingsViewController = std::make_shared<SwitchSettingsViewController>("Settings", _bundle);
+        _settingsViewController->setDelegate(this);
+        updateSettingsView();
+    }
+    return _settingsViewController->view();
+}
+
+void VelmoraSwitchNodePlugin::updateSettingsView() {
+    // Held: filling the view asks the switch server, and the host may release the plugin meanwhile.
+    if (const auto editor = _settingsViewController) editor->setSettings(defaultSettings());
+}
+
+DictionaryReference VelmoraSwitchNodePlugin::defaultSettings() {
+    auto available = std::make_shared<PropertyListArray>();
+    if (_switchController != nullptr) {
+        for (const auto& server : _switchController->serversArray()) {
+            available->emplace_back(server->serverName().value_or(""));
+        }
+    }
+    auto settings = std::make_shared<PropertyListDictionary>();
+    settings->emplace(kAvailableDevices, std::move(available));
+    settings->emplace(kConfiguredOutputs, configuredOutputs());
+    settings->emplace(kSelectedDeviceName, _defaultSwitcherName.value_or(""));
+    return settings;
+}
+
+void VelmoraSwitchNodePlugin::setDefaultSettings(const DictionaryReference& settings) {
+    const auto keepAlive = shared_from_this();
+    _defaultSwitcherName = textForKey(settings, kSelectedDeviceName);
+    if (settings != nullptr && !settings->empty()) {
+        selectSwitcher(_defaultSwitcherName);
+    } else if (_switchController != nullptr && !_switchController->serversArray().empty()) {
+        selectSwitcher(std::nullopt);
+    }
+    setConfiguredOutputs(copiedOutputs(settings));
+    updateAttributes();
+    updateSettingsView();
+}
+
+void VelmoraSwitchNodePlugin::defaultSettingsHaveChanged() {
+    const auto keepAlive = shared_from_this();
+    if (_settingsViewController == nullptr) return;
+    _defaultSwitcherName = textForKey(_settingsViewController->settings(), kSelectedDeviceName);
+    selectSwitcher(_defaultSwitcherName);
+    updateAttributes();
+}
+
+void VelmoraSwitchNodePlugin::selectSwitcher(const std::optional<std::string>& name) {
+    if (const auto controller = _switchController) controller->selectMatrixSwitcherWithName(name);
+}
+
+std::shared_ptr<TCPMatrixSwitcher> VelmoraSwitchNodePlugin::selectedDevice() {
+    return _switchController != nullptr ? _switchController->selectedMatrixSwitcher() : nullptr;
+}
+
+void VelmoraSwitchNodePlugin::newMatrixSwitcherWithNameDidBecomeAvailable(const std::string& name) {
+    const auto keepAlive = shared_from_this();
+    if (_defaultSwitcherName == name) selectSwitcher(name);
+    updateAttributes();
+    updateSettingsView();
+}
+
+void VelmoraSwitchNodePlugin::matrixSwitcherWithNameDidDisappear(const std::string&) {
+    const auto keepAlive = shared_from_this();
+    // The selection stays as it is; that is intended.
+    updateAttributes();
+    updateSettingsView();
+}
+
+void VelmoraSwitchNodePlugin::matrixDimensionsChangedTo(MatrixSwitcher&, NSSize) {
+    const auto keepAlive = shared_from_this();
+    // The flag is never cleared: every connection routes the defaults again. Intended.
+    if (_setValuesToDefaults) setCurrentValuesToDefaults();
+    updateAttributes();
+    updateSettingsView();
+}
+
+}  // namespace velmora

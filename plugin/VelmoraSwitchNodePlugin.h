@@ -1,0 +1,101 @@
+// The plugin object that the host loads and talks to: one attribute for each configured output of the switch server
+// that its settings name.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "discovery/VelmoraSwitchController.h"
+#include "platform/foundation/NSBundle.h"
+#include "platform/foundation/NSObject.h"
+#include "platform/threads/AtomicReference.h"
+#include "plugin/AttributeRecord.h"
+#include "plugin/VelmoraNodePluginProtocol.h"
+#include "settings/SwitchSettingsViewController.h"
+
+namespace velmora {
+
+// Made with std::make_shared or by the bundle. Main thread, one operation at a time; look-ups from any thread. The host
+// may release it at any moment, also inside its callback: the operation that is running then finishes first.
+class VelmoraSwitchNodePlugin final : public NSObject,
+                                      public VelmoraNodePluginProtocol,
+                                      private VelmoraSwitchControllerDelegate,
+                                      private SwitchSettingsViewControllerDelegate {
+  public:
+    explicit VelmoraSwitchNodePlugin(std::shared_ptr<NSBundle> bundle, TelnetTimeLimits limits = {});
+    // The host has called stop by now. If not, the connection is closed all the same, and no callback follows.
+    ~VelmoraSwitchNodePlugin() override;
+
+    // The host protocol.
+    std::int32_t startAndSetCurrentValuesToDefaults(bool setCurrentValuesToDefaults) override;
+    void stop() override;
+    void setDelegate(VelmoraNodePluginProtocol_Delegate* delegate) override { delegate_ = delegate; }
+    VelmoraNodePluginProtocol_Delegate* delegate() const override { return delegate_; }
+    void setDefaultSettings(const DictionaryReference& settings) override;
+    DictionaryReference defaultSettings() override;
+    StringList attributeNames() const override;
+    std::string pluginName() const override { return _pluginName; }
+    std::optional<std::string> pluginVersionString() const override;
+    std::optional<std::string> displayNameOfAttributeWithName(const std::string& name) const override;
+    std::optional<std::string> typeOfAttributeWithName(const std::string& name) const override;
+    std::string currentValueOfAttributeWithName(const std::string& name) override;
+    std::optional<std::string> defaultValueOfAttributeWithName(const std::string& name) const override;
+    std::optional<std::string> directionOfAttributeWithName(const std::string& name) const override;
+    StringList possibleValuesOfAttributeWithName(const std::string& name) const override;
+    std::int32_t setValueForAttributeWithName(const std::string& value, const std::string& name) override;
+    QWidget* settingsView() override;
+
+    // Replaced as a whole; any thread.
+    std::shared_ptr<const AttributeDictionary> attributes() const { return attributes_.load(); }
+    void setAttributes(std::shared_ptr<const AttributeDictionary> attributes) {
+        attributes_.store(std::move(attributes));
+    }
+    // The list itself, shared with the settings editor, which edits it in place on the main thread. Never null.
+    ArrayReference configuredOutputs() const { return configuredOutputs_.load(); }
+    void setConfiguredOutputs(ArrayReference outputs) { configuredOutputs_.store(std::move(outputs)); }
+
+    // Rebuilds the attributes from the configured outputs and what the switcher answers, then tells the host, and waits
+    // for it.
+    void updateAttributes() override;
+    // Routes every configured output to its default input.
+    void setCurrentValuesToDefaults();
+    // Hands the settings editor, if there is one, fresh settings.
+    void updateSettingsView();
+    void defaultSettingsHaveChanged() override;
+    std::shared_ptr<TCPMatrixSwitcher> selectedDevice() override;
+
+  private:
+    void newMatrixSwitcherWithNameDidBecomeAvailable(const std::string& name) override;
+    void matrixSwitcherWithNameDidDisappear(const std::string& name) override;
+    void matrixDimensionsChangedTo(MatrixSwitcher& switcher, NSSize size) override;
+
+    bool isStarted() const { return started_; }
+    std::shared_ptr<const AttributeDictionary> buildAttributes();
+    AttributeRecord makeRecord(TCPMatrixSwitcher& switcher, std::int64_t output, const DictionaryReference& entry,
+                               StringList& lastPossibleValues);
+    std::optional<std::string> textOfAttribute(const std::string& name, std::string AttributeRecord::*member,
+                                               const char* whenStopped) const;
+    void selectSwitcher(const std::optional<std::string>& name);
+
+    const std::string _pluginName;
+    const std::shared_ptr<NSBundle> _bundle;
+    const TelnetTimeLimits limits_;
+    VelmoraNodePluginProtocol_Delegate* delegate_ = nullptr;
+    AtomicReference<const AttributeDictionary> attributes_;
+    AtomicReference<PropertyListArray> configuredOutputs_;
+    bool _setValuesToDefaults = false;
+    std::optional<std::string> _defaultSwitcherName;
+    // Exists from start to stop.
+    std::shared_ptr<VelmoraSwitchController> _switchController;
+    // The same fact for look-ups on other threads.
+    std::atomic<bool> started_{false};
+    // Controllers that a start without a stop has replaced. They are not released before the plugin is; that is
+    // intended.
+    std::vector<std::shared_ptr<VelmoraSwitchController>> replacedControllers_;
+    std::shared_ptr<SwitchSettingsViewController> _settingsViewController;
+};
+
+}  // namespace velmora

@@ -1,0 +1,197 @@
+// The attribute model: how configured outputs become attributes, and what the host may ask and set. Outputs and inputs
+// count from 0 in the settings and towards the switcher, from 1 in names and value texts.
+#include <algorithm>
+
+#include "platform/foundation/NSLog.h"
+#include "platform/foundation/Text.h"
+#include "platform/threads/MainThread.h"
+#include "plugin/VelmoraSwitchNodePlugin.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr const char* kNameFormat = "Velmora Switch Output %li";
+constexpr const char* kValueFormat = "%04li %@";
+constexpr const char* kLiveValueFormat = "%04li Input %li";
+// The two prefixes differ by a blank: a name without it can be read and not set. Intended.
+constexpr std::string_view kReadPrefix = "Velmora Switch Output";
+constexpr std::string_view kSetPrefix = "Velmora Switch Output ";
+constexpr std::size_t kValueDigits = 4;
+
+constexpr const char* kNoServer = "No server selected (Velmora Switch Plugin)";
+constexpr const char* kOutputOutOfRange = "Output %li is out of range (Velmora Switch Plugin)";
+constexpr const char* kInputOutOfRange = "Input %li is out of range (Velmora Switch Plugin)";
+constexpr const char* kNotImplemented = "Attribute '%@' is not implemented in the Velmora Switch Plugin.";
+
+// From 0 to 1 and back, wrapping, so that a number out of any range is no undefined behaviour.
+std::int64_t fromOne(std::int64_t index) {
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(index) + 1U);
+}
+std::int64_t fromZero(std::int64_t number) {
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(number) - 1U);
+}
+
+std::int64_t integerForKey(const DictionaryReference& entry, std::string_view key) {
+    const PropertyList* value = valueForKey(entry, key);
+    return value != nullptr ? value->integerValue() : 0;
+}
+
+std::string valueText(TCPMatrixSwitcher& switcher, std::int64_t input) {
+    return stringWithFormat(kValueFormat, fromOne(input), switcher.inputLabelAtIndex(static_cast<std::int32_t>(input)));
+}
+
+StringList sortedNames(const AttributeDictionary& attributes) {
+    auto names = std::make_shared<std::vector<std::string>>();
+    for (const auto& [name, record] : attributes.records) {
+        names->push_back(name);
+    }
+    // Not numerically: "... 10" comes before "... 2". Intended.
+    std::sort(names->begin(), names->end(),
+              [](const auto& left, const auto& right) { return caseInsensitiveCompare(left, right) < 0; });
+    return names;
+}
+
+}  // namespace
+
+void VelmoraSwitchNodePlugin::updateAttributes() {
+    const auto keepAlive = shared_from_this();
+    setAttributes(buildAttributes());
+    MainThread::performAndWait([this] {
+        if (delegate_ != nullptr) delegate_->attributesChangedForPluginName(pluginName());
+    });
+}
+
+std::shared_ptr<const AttributeDictionary> VelmoraSwitchNodePlugin::buildAttributes() {
+    auto attributes = std::make_shared<AttributeDictionary>();
+    const auto switcher = selectedDevice();
+    const auto outputs = configuredOutputs();
+    if (switcher == nullptr || outputs->empty()) return attributes;
+    StringList lastPossibleValues;
+    for (std::size_t i = 0; i < outputs->size(); ++i) {
+        const DictionaryReference entry = (*outputs)[i].dictionary();
+        const std::int64_t output = integerForKey(entry, "outputNumber");
+        attributes->records.insert_or_assign(stringWithFormat(kNameFormat, fromOne(output)),
+                                             makeRecord(*switcher, output, entry, lastPossibleValues));
+    }
+    attributes->names = sortedNames(*attributes);
+    return attributes;
+}
+
+// The switcher is asked in this order: each input's label, the routed input, the default input's label, the routed
+// input's label.
+AttributeRecord VelmoraSwitchNodePlugin::makeRecord(TCPMatrixSwitcher& switcher, std::int64_t output,
+                                                    const DictionaryReference& entry, StringList& lastPossibleValues) {
+    AttributeRecord record;
+    record.attributeDirection = "Output";
+    record.attributeType = "MultipleValues";
+    auto possibleValues = std::make_shared<std::vector<std::string>>();
+    for (std::int64_t input = 0; input < switcher.numberOfInputs(); ++input) {
+        possibleValues->push_back(valueText(switcher, input));
+    }
+    if (lastPossibleValues == nullptr || *lastPossibleValues != *possibleValues)
+        lastPossibleValues = std::move(possibleValues);
+    record.attributePossibleValues = lastPossibleValues;
+    const std::int64_t current = switcher.selectedInputForOutput(output);
+    record.attributeDefaultValue = valueText(switcher, integerForKey(entry, "defaultInputNumber"));
+    record.attributeCurrentValue = valueText(switcher, current);
+    record.attributePluginName = pluginName();
+    const auto label = textForKey(entry, "label");
+    if (!label) NSLog("A configured output has no label (Velmora Switch Plugin)");
+    record.attributeDisplayName = label.value_or("");
+    return record;
+}
+
+void VelmoraSwitchNodePlugin::setCurrentValuesToDefaults() {
+    const auto switcher = selectedDevice();
+    if (switcher == nullptr) return;
+    const auto outputs = configuredOutputs();
+    for (std::size_t i = 0; i < outputs->size(); ++i) {
+        const DictionaryReference entry = (*outputs)[i].dictionary();
+        switcher->switchOutputToInput(intForKey(entry, "outputNumber"), intForKey(entry, "defaultInputNumber"));
+    }
+}
+
+StringList VelmoraSwitchNodePlugin::attributeNames() const {
+    return isStarted() ? attributes()->names : std::make_shared<const std::vector<std::string>>();
+}
+
+std::optional<std::string> VelmoraSwitchNodePlugin::textOfAttribute(const std::string& name,
+                                                                    std::string AttributeRecord::*member,
+                                                                    const char* whenStopped) const {
+    if (!isStarted()) return whenStopped;
+    const auto all = attributes();
+    const auto found = all->records.find(name);
+    if (found == all->records.end()) return std::nullopt;
+    return found->second.*member;
+}
+
+std::optional<std::string> VelmoraSwitchNodePlugin::displayNameOfAttributeWithName(const std::string& name) const {
+    return textOfAttribute(name, &AttributeRecord::attributeDisplayName, "");
+}
+
+std::optional<std::string> VelmoraSwitchNodePlugin::typeOfAttributeWithName(const std::string& name) const {
+    // A plugin that is not started calls every attribute a number. Intended.
+    return textOfAttribute(name, &AttributeRecord::attributeType, "Double");
+}
+
+std::optional<std::string> VelmoraSwitchNodePlugin::defaultValueOfAttributeWithName(const std::string& name) const {
+    return textOfAttribute(name, &AttributeRecord::attributeDefaultValue, "");
+}
+
+std::optional<std::string> VelmoraSwitchNodePlugin::directionOfAttributeWithName(const std::string& name) const {
+    return textOfAttribute(name, &AttributeRecord::attributeDirection, "");
+}
+
+StringList VelmoraSwitchNodePlugin::possibleValuesOfAttributeWithName(const std::string& name) const {
+    if (!isStarted()) return std::make_shared<const std::vector<std::string>>();
+    const auto all = attributes();
+    const auto found = all->records.find(name);
+    return found != all->records.end() ? found->second.attributePossibleValues : nullptr;
+}
+
+std::string VelmoraSwitchNodePlugin::currentValueOfAttributeWithName(const std::string& name) {
+    if (!isStarted()) return "";
+    if (!name.starts_with(kReadPrefix)) {
+        NSLog(kNotImplemented, name);
+        return "";
+    }
+    const std::int64_t output = integerValue(std::string_view(name).substr(kReadPrefix.size()));
+    const auto switcher = selectedDevice();
+    if (switcher == nullptr) {
+        NSLog(kNoServer);
+        return "";
+    }
+    // There is no lower bound; the switcher is asked for whatever comes out. Intended.
+    if (output > switcher->numberOfOutputs()) {
+        NSLog(kOutputOutOfRange, output);
+        return "";
+    }
+    // The word "Input" stands where the label would, on purpose: the number is all that is read back.
+    const std::int64_t input = fromOne(switcher->selectedInputForOutput(fromZero(output)));
+    return stringWithFormat(kLiveValueFormat, input, input);
+}
+
+std::int32_t VelmoraSwitchNodePlugin::setValueForAttributeWithName(const std::string& value, const std::string& name) {
+    if (!isStarted()) return -1;
+    if (!name.starts_with(kSetPrefix)) {
+        NSLog(kNotImplemented, name);
+        return -1;
+    }
+    const std::int64_t output = integerValue(std::string_view(name).substr(kSetPrefix.size()));
+    const auto switcher = selectedDevice();
+    if (switcher == nullptr) {
+        NSLog(kNoServer);
+        return -1;
+    }
+    const std::int64_t input = integerValue(std::string_view(value).substr(0, kValueDigits));
+    // The output is not compared with the number of outputs, and a negative input passes. Both are intended.
+    if (input == 0 || input > switcher->numberOfInputs()) {
+        NSLog(kInputOutOfRange, input);
+        return -1;
+    }
+    switcher->switchOutputToInput(fromZero(output), fromZero(input));
+    return 0;
+}
+
+}  // namespace velmora

@@ -1,0 +1,84 @@
+#include "server/ClientConnection.h"
+
+#include <asio/buffer.hpp>
+#include <asio/write.hpp>
+#include <utility>
+
+#include "server/SocketName.h"
+
+namespace velmora {
+
+namespace {
+
+// What a connection keeps for its next replies; a rare burst is given back.
+constexpr std::size_t roomKept = 4096;
+
+}  // namespace
+
+ClientConnection::ClientConnection(asio::ip::tcp::socket socket, const SwitchProtocol& protocol,
+                                   SwitchServerDelegate* delegate, std::atomic<std::size_t>& count)
+    : socket_(std::move(socket)), protocol_(protocol), delegate_(delegate), count_(count) {
+    ++count_;
+}
+
+ClientConnection::~ClientConnection() {
+    --count_;
+}
+
+void ClientConnection::start() {
+    asio::error_code failure;
+    const auto peer = socket_.remote_endpoint(failure);
+    if (!failure) socket_.set_option(asio::ip::tcp::no_delay(true), failure);
+    // A client that has vanished without a word is given up by the kernel's probes.
+    if (!failure) socket_.set_option(asio::socket_base::keep_alive(true), failure);
+    if (!failure) socket_.non_blocking(true, failure);
+    if (failure) return;  // already gone
+    name_ = socketName(peer);
+    readNext();
+}
+
+void ClientConnection::readNext() {
+    socket_.async_read_some(asio::buffer(incoming_),
+                            [self = shared_from_this()](asio::error_code failure, std::size_t size) {
+                                if (!failure) self->answer({self->incoming_.data(), size});
+                            });
+}
+
+void ClientConnection::answer(std::string_view chunk) {
+    while (const auto line = reader_.next(chunk))
+        answerLine(*line);
+    writeReplies();
+}
+
+void ClientConnection::answerLine(const LineReader::Line& line) {
+    if (delegate_) delegate_->serverDidReceiveLine(name_, line.text);
+    const std::size_t begin = replies_.size();
+    if (line.tooLong) {
+        replies_ += SwitchProtocol::error;
+    } else {
+        protocol_.answer(line.text, replies_);
+    }
+    if (delegate_) delegate_->serverDidAnswerLine(name_, std::string_view(replies_).substr(begin));
+    replies_ += "\r\n";
+}
+
+void ClientConnection::writeReplies() {
+    if (replies_.empty()) return readNext();
+    asio::error_code failure;
+    const std::size_t written = socket_.write_some(asio::buffer(replies_), failure);
+    if (failure && failure != asio::error::would_block) return;
+    if (written == replies_.size()) return repliesWritten();
+    // The client does not take its replies. Nothing more is read from it until it has.
+    asio::async_write(socket_, asio::buffer(replies_) + written,
+                      [self = shared_from_this()](asio::error_code ended, std::size_t) {
+                          if (!ended) self->repliesWritten();
+                      });
+}
+
+void ClientConnection::repliesWritten() {
+    replies_.clear();
+    if (replies_.capacity() > roomKept) replies_.shrink_to_fit();
+    readNext();
+}
+
+}  // namespace velmora

@@ -1,0 +1,47 @@
+// One client of the server: its lines come in, its replies go out.
+#pragma once
+
+#include <array>
+#include <asio/ip/tcp.hpp>
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "server/LineReader.h"
+#include "server/SwitchProtocol.h"
+#include "server/SwitchServer.h"
+
+namespace velmora {
+
+// Lives as long as something is to be read or written, held by its own pending operation. Server's thread only.
+class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
+  public:
+    // Protocol, delegate (may be null) and count are not owned. The count is one higher while the connection lives.
+    ClientConnection(asio::ip::tcp::socket socket, const SwitchProtocol& protocol, SwitchServerDelegate* delegate,
+                     std::atomic<std::size_t>& count);
+    ClientConnection(const ClientConnection&) = delete;
+    ClientConnection& operator=(const ClientConnection&) = delete;
+    ~ClientConnection();
+
+    void start();
+
+  private:
+    void readNext();
+    void answer(std::string_view chunk);
+    void answerLine(const LineReader::Line& line);
+    void writeReplies();
+    void repliesWritten();
+
+    asio::ip::tcp::socket socket_;
+    const SwitchProtocol& protocol_;
+    SwitchServerDelegate* const delegate_;
+    std::atomic<std::size_t>& count_;
+    std::string name_;
+    LineReader reader_;
+    std::array<char, 2048> incoming_;
+    std::string replies_;  // grows to what the lines of one read ask for and keeps its room
+};
+
+}  // namespace velmora

@@ -1,0 +1,35 @@
+// The command line of the virtual switch server.
+#pragma once
+
+#include <QStringList>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmora {
+
+struct ServerOptions {
+    std::string name;
+    int inputs = 0;
+    int outputs = 0;
+    std::uint16_t port = 0;
+    std::string address;
+    std::vector<std::string> interfaces;
+    bool announce = true;
+    std::string labelsFile;  // empty: none
+    std::string stateFile;   // empty: none
+    bool verbose = false;
+};
+
+// Either options, or what to tell the reader and the exit code: 0 for help and version, 2 for a wrong command line.
+struct ParsedServerOptions {
+    std::optional<ServerOptions> options;
+    std::string message;
+    int exitCode = 0;
+};
+
+// The arguments begin with the program's name. Needs an application object; main thread.
+ParsedServerOptions parseServerOptions(const QStringList& arguments);
+
+}  // namespace velmora

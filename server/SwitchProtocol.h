@@ -1,0 +1,39 @@
+// The words of the wire protocol: one request line in, one reply text out.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "server/VirtualMatrix.h"
+
+namespace velmora {
+
+// Numbers on the wire are decimal, counted from 1, without sign or leading zeros; fields are parted by one blank.
+//
+//     MATRIXSIZE        16x8        inputs x outputs
+//     GET 3             3 5         output 3 is fed by input 5
+//     SET 3 5           OK          feeds output 3 from input 5
+//     INPUTLABEL 5      Camera 5    may be empty
+//     OUTPUTLABEL 3     Monitor 3   may be empty
+//     REFRESH           OK          nothing to do: the routes are always the present ones
+//
+// Everything else, numbers that the matrix does not have included, is answered with ERROR and changes nothing.
+// Holds no state of its own; any thread.
+class SwitchProtocol {
+  public:
+    static constexpr std::string_view acknowledgement = "OK";
+    static constexpr std::string_view error = "ERROR";
+
+    // The matrix is not owned.
+    explicit SwitchProtocol(VirtualMatrix& matrix) : matrix_(matrix) {}
+
+    // Appends the reply to a line (without its end) to a text, without a line end.
+    void answer(std::string_view line, std::string& reply) const;
+
+  private:
+    bool answerKnown(std::string_view line, std::string& reply) const;
+
+    VirtualMatrix& matrix_;
+};
+
+}  // namespace velmora

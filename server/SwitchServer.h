@@ -1,0 +1,66 @@
+// Serves a matrix over TCP to any number of clients, on one thread of its own.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include "server/SwitchProtocol.h"
+#include "server/VirtualMatrix.h"
+
+namespace velmora {
+
+// Told about the traffic on the server's thread; must not call the server. Clients are named by their address and port.
+class SwitchServerDelegate {
+  public:
+    virtual ~SwitchServerDelegate() = default;
+    // A line as it came, without its end, or its first part when it was too long.
+    virtual void serverDidReceiveLine(std::string_view client, std::string_view line) { (void)client, (void)line; }
+    // A reply as it goes, without its end.
+    virtual void serverDidAnswerLine(std::string_view client, std::string_view reply) { (void)client, (void)reply; }
+    // New clients wait, with the reason in words, until some of the present ones have left.
+    virtual void serverCannotAccept(const std::string& reason) { (void)reason; }
+};
+
+// Each line is answered by one line that ends with CR LF; the replies to the lines that came together go out in one
+// write. A client whose replies do not leave is not read from until they have: what it can make the server hold is
+// bounded, and the others do not feel it. Made, started, stopped and destroyed by one thread; the plain questions may
+// be asked on any.
+class SwitchServer {
+  public:
+    // Neither is owned; both outlive the server. The delegate may be null.
+    explicit SwitchServer(VirtualMatrix& matrix, SwitchServerDelegate* delegate = nullptr);
+    SwitchServer(const SwitchServer&) = delete;
+    SwitchServer& operator=(const SwitchServer&) = delete;
+    ~SwitchServer();
+
+    // Listens on an IPv4 or IPv6 address, on a free port for port 0, and serves. None when it does, the reason in words
+    // when it cannot.
+    std::optional<std::string> start(const std::string& address, std::uint16_t port);
+    // Closes every connection and ends the thread. A stopped server may be started again.
+    void stop();
+
+    // Of the last successful start: the port, and address and port as in "127.0.0.1:4000" and "[::1]:4000".
+    std::uint16_t port() const { return port_; }
+    const std::string& endpoint() const { return endpoint_; }
+    // The number of connections at this moment.
+    std::size_t clients() const { return clients_.load(); }
+
+  private:
+    class Listener;
+
+    const SwitchProtocol protocol_;
+    SwitchServerDelegate* const delegate_;
+    std::uint16_t port_ = 0;
+    std::string endpoint_;
+    std::atomic<std::size_t> clients_ = 0;
+    std::unique_ptr<Listener> listener_;
+    std::thread thread_;
+};
+
+}  // namespace velmora

@@ -1,0 +1,129 @@
+#include "server/VirtualMatrix.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "platform/foundation/Text.h"
+
+namespace velmora {
+
+namespace {
+
+std::vector<std::string> numberedLabels(const char* kind, int count) {
+    std::vector<std::string> labels;
+    labels.reserve(static_cast<std::size_t>(count));
+    for (int number = 1; number <= count; ++number)
+        labels.push_back(std::string(kind) + std::to_string(number));
+    return labels;
+}
+
+bool contains(const auto& list, int number) {
+    return number >= 1 && static_cast<std::size_t>(number) <= list.size();
+}
+
+std::size_t indexOf(int number) {
+    return static_cast<std::size_t>(number - 1);
+}
+
+// Control characters are the bytes below 0x20, 0x7F, and U+0080 to U+009F, which are 0xC2 and a byte from 0x80 to 0x9F.
+void blankControlCharacters(std::string& label) {
+    const auto byteAt = [&label](std::size_t at) { return static_cast<unsigned char>(label[at]); };
+    for (std::size_t at = 0; at < label.size(); ++at) {
+        if (byteAt(at) < 0x20 || byteAt(at) == 0x7F) {
+            label[at] = ' ';
+        } else if (byteAt(at) == 0xC2 && at + 1 < label.size() && byteAt(at + 1) >= 0x80 && byteAt(at + 1) <= 0x9F) {
+            label.replace(at, 2, " ");
+        }
+    }
+}
+
+std::optional<std::string> whyUnfit(const std::vector<std::string>& labels, int count, const char* kind) {
+    if (labels.size() > static_cast<std::size_t>(count))
+        return stringWithFormat("it has %li %@ labels, but the matrix has %i %@s", labels.size(), kind, count, kind);
+    for (const std::string& label : labels) {
+        if (label.size() > VirtualMatrix::maximumLabelBytes)
+            return stringWithFormat("the label of %@ %li is longer than %li bytes", kind, &label - labels.data() + 1,
+                                    VirtualMatrix::maximumLabelBytes);
+        if (!isValidUTF8(label))
+            return stringWithFormat("the label of %@ %li is not UTF-8", kind, &label - labels.data() + 1);
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+VirtualMatrix::VirtualMatrix(int inputs, int outputs)
+    : inputs_(std::clamp(inputs, 1, maximumSize)), outputs_(std::clamp(outputs, 1, maximumSize)) {
+    contents_.inputLabels = numberedLabels("Input ", inputs_);
+    contents_.outputLabels = numberedLabels("Output ", outputs_);
+    contents_.routes.reserve(static_cast<std::size_t>(outputs_));
+    for (int output = 0; output < outputs_; ++output)
+        contents_.routes.push_back(output % inputs_ + 1);
+}
+
+std::optional<int> VirtualMatrix::routedInput(int output) const {
+    MutexLock lock(mutex_);
+    if (!contains(contents_.routes, output)) return std::nullopt;
+    return contents_.routes[indexOf(output)];
+}
+
+bool VirtualMatrix::route(int output, int input) {
+    {
+        MutexLock lock(mutex_);
+        if (!contains(contents_.routes, output) || !contains(contents_.inputLabels, input)) return false;
+        int& routed = contents_.routes[indexOf(output)];
+        if (routed == input) return true;
+        routed = input;
+    }
+    notifyChange();
+    return true;
+}
+
+bool VirtualMatrix::appendInputLabel(int input, std::string& text) const {
+    MutexLock lock(mutex_);
+    if (!contains(contents_.inputLabels, input)) return false;
+    text += contents_.inputLabels[indexOf(input)];
+    return true;
+}
+
+bool VirtualMatrix::appendOutputLabel(int output, std::string& text) const {
+    MutexLock lock(mutex_);
+    if (!contains(contents_.outputLabels, output)) return false;
+    text += contents_.outputLabels[indexOf(output)];
+    return true;
+}
+
+std::optional<std::string> VirtualMatrix::apply(MatrixContents contents) {
+    if (const auto reason = whyUnfit(contents.inputLabels, inputs_, "input")) return reason;
+    if (const auto reason = whyUnfit(contents.outputLabels, outputs_, "output")) return reason;
+    if (contents.routes.size() > static_cast<std::size_t>(outputs_))
+        return stringWithFormat("it has %li routes, but the matrix has %i outputs", contents.routes.size(), outputs_);
+    for (const int& input : contents.routes) {
+        if (input < 1 || input > inputs_)
+            return stringWithFormat("output %li is routed from input %i, but the matrix has %i inputs",
+                                    &input - contents.routes.data() + 1, input, inputs_);
+    }
+    for (auto* labels : {&contents.inputLabels, &contents.outputLabels}) {
+        for (std::string& label : *labels)
+            blankControlCharacters(label);
+    }
+    {
+        MutexLock lock(mutex_);
+        std::ranges::move(contents.inputLabels, contents_.inputLabels.begin());
+        std::ranges::move(contents.outputLabels, contents_.outputLabels.begin());
+        std::ranges::move(contents.routes, contents_.routes.begin());
+    }
+    notifyChange();
+    return std::nullopt;
+}
+
+MatrixContents VirtualMatrix::contents() const {
+    MutexLock lock(mutex_);
+    return contents_;
+}
+
+void VirtualMatrix::notifyChange() const {
+    if (changeObserver_) changeObserver_();
+}
+
+}  // namespace velmora

@@ -1,0 +1,62 @@
+// A matrix without hardware: its size, its labels and which input feeds which output.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/threads/ThreadAnnotations.h"
+
+namespace velmora {
+
+// What a matrix holds, in the order of its numbers: item 0 belongs to number 1. Lists may be shorter than the matrix.
+struct MatrixContents {
+    std::vector<std::string> inputLabels;
+    std::vector<std::string> outputLabels;
+    std::vector<int> routes;  // for each output the number of its input, counted from 1
+};
+
+// Inputs and outputs are counted from 1, as people and the wire count them. Any thread may call; the size never
+// changes.
+class VirtualMatrix {
+  public:
+    static constexpr int maximumSize = 65536;
+    static constexpr std::size_t maximumLabelBytes = 1024;  // a reply with one fits what clients read at once
+
+    // 1 to maximumSize each. Labels are "Input 1" and "Output 1" and so on; output n is fed by input n, or from input 1
+    // on again where there are fewer inputs.
+    VirtualMatrix(int inputs, int outputs);
+
+    int inputs() const { return inputs_; }
+    int outputs() const { return outputs_; }
+
+    // None for an output that the matrix does not have.
+    std::optional<int> routedInput(int output) const EXCLUDES(mutex_);
+    // False, with nothing changed, for a number that the matrix does not have.
+    bool route(int output, int input) EXCLUDES(mutex_);
+
+    // Append the label to a text; false, with nothing appended, for a number that the matrix does not have.
+    bool appendInputLabel(int input, std::string& text) const EXCLUDES(mutex_);
+    bool appendOutputLabel(int output, std::string& text) const EXCLUDES(mutex_);
+
+    // Takes over what is given and keeps the rest. Control characters in a label become blanks, so that a label is
+    // always one line on the wire. All or nothing: contents that do not fit are refused with the reason in words.
+    std::optional<std::string> apply(MatrixContents contents) EXCLUDES(mutex_);
+    MatrixContents contents() const EXCLUDES(mutex_);
+
+    // Called after each change, on the thread that made it. Set it before other threads know the matrix.
+    void setChangeObserver(std::function<void()> observer) { changeObserver_ = std::move(observer); }
+
+  private:
+    void notifyChange() const;
+
+    const int inputs_;
+    const int outputs_;
+    std::function<void()> changeObserver_;
+    mutable Mutex mutex_;
+    MatrixContents contents_ GUARDED_BY(mutex_);  // every list as long as the matrix
+};
+
+}  // namespace velmora

@@ -1,0 +1,23 @@
+#include "settings/AddRemoveControl.h"
+
+namespace velmora {
+
+bool AddRemoveControl::connectSegments(const char* addName, const char* removeName,
+                                       const std::function<void()>& pushed) {
+    segments_ = {findChild<QAbstractButton*>(addName), findChild<QAbstractButton*>(removeName)};
+    for (std::size_t i = 0; i < segments_.size(); ++i) {
+        if (segments_[i] == nullptr) return false;
+        connect(segments_[i], &QAbstractButton::clicked, this, [this, i, pushed] {
+            selectedSegment_ = static_cast<std::int64_t>(i);
+            pushed();
+        });
+    }
+    return true;
+}
+
+void AddRemoveControl::setEnabledForSegment(bool enabled, std::int64_t segment) {
+    if (segment < 0 || static_cast<std::size_t>(segment) >= segments_.size()) return;
+    if (QAbstractButton* const button = segments_[static_cast<std::size_t>(segment)]) button->setEnabled(enabled);
+}
+
+}  // namespace velmora

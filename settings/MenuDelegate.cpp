@@ -1,0 +1,62 @@
+#include "settings/MenuDelegate.h"
+
+#include <QApplication>
+#include <QMouseEvent>
+#include <QPainter>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+QRect arrowRect(const QStyleOptionViewItem& option) {
+    const int side = option.fontMetrics.height();
+    const QRect right(option.rect.right() + 1 - side, option.rect.top(), side, option.rect.height());
+    return QStyle::visualRect(option.direction, option.rect, right);
+}
+
+}  // namespace
+
+MenuDelegate::MenuDelegate(std::function<void(const QModelIndex&)> open, QObject* parent)
+    : QStyledItemDelegate(parent), open_(std::move(open)) {}
+
+void MenuDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {
+    QStyleOptionViewItem cell = option;
+    initStyleOption(&cell, index);
+    const QStyle* const style = cell.widget != nullptr ? cell.widget->style() : QApplication::style();
+    style->drawPrimitive(QStyle::PE_PanelItemViewItem, &cell, painter, cell.widget);
+    if (!(index.flags() & Qt::ItemIsEditable)) return;
+    const QRect arrow = arrowRect(cell);
+    QStyleOptionViewItem beside = cell;
+    beside.rect = QStyle::visualRect(
+        cell.direction, cell.rect,
+        QRect(cell.rect.left(), cell.rect.top(), cell.rect.width() - arrow.width(), cell.rect.height()));
+    style->drawControl(QStyle::CE_ItemViewItem, &beside, painter, cell.widget);
+    QStyleOption mark;
+    mark.rect = arrow.adjusted(arrow.width() / 5, 0, -arrow.width() / 5, 0);
+    mark.palette = cell.palette;
+    mark.state = QStyle::State_Enabled;
+    mark.direction = cell.direction;
+    if (cell.state & QStyle::State_Selected) {
+        const QPalette::ColorGroup group = cell.state & QStyle::State_Active ? QPalette::Active : QPalette::Inactive;
+        const QColor colour = cell.palette.color(group, QPalette::HighlightedText);
+        for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+            mark.palette.setColor(role, colour);
+        }
+    }
+    style->drawPrimitive(QStyle::PE_IndicatorArrowDown, &mark, painter, cell.widget);
+}
+
+bool MenuDelegate::editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
+                               const QModelIndex& index) {
+    if (event->type() == QEvent::MouseButtonRelease) {
+        const auto* const mouse = static_cast<QMouseEvent*>(event);
+        if (mouse->button() == Qt::LeftButton && arrowRect(option).contains(mouse->position().toPoint())) {
+            open_(index);
+            return true;
+        }
+    }
+    return QStyledItemDelegate::editorEvent(event, model, option, index);
+}
+
+}  // namespace velmora

@@ -1,0 +1,340 @@
+// Discovery without a daemon, on `lo`: what browsers and services are told when servers come, move, vanish and go.
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <mutex>
+
+#include "platform/network/NSNetService.h"
+#include "platform/network/NSNetServiceBrowser.h"
+#include "platform/threads/NSThread.h"
+#include "tests/discovery-platform/PeerProcess.h"
+#include "tests/discovery-platform/RawAnnouncer.h"
+#include "tests/support/MainLoop.h"
+
+namespace velmora::test {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+// Writes down what it is told, and resolves what it finds for the first time.
+class Watcher final : public NSNetServiceBrowserDelegate, public NSNetServiceDelegate {
+  public:
+    explicit Watcher(const std::string& type, double resolveTimeout = 10.0) : timeout(resolveTimeout) {
+        browser.setDelegate(this);
+        browser.searchForServicesOfTypeInDomain(type, "");
+    }
+
+    void netServiceBrowserDidFindServiceMoreComing(NSNetServiceBrowser&, const std::shared_ptr<NSNetService>& service,
+                                                   bool) override {
+        events.push_back("found " + service->name());
+        if (!services.emplace(service->name(), service).second) return;
+        service->setDelegate(this);
+        service->resolveWithTimeout(timeout);
+    }
+    void netServiceBrowserDidRemoveServiceMoreComing(NSNetServiceBrowser&, const std::shared_ptr<NSNetService>& service,
+                                                     bool) override {
+        EXPECT_TRUE(services.at(service->name())->isEqual(*service));
+        services.erase(service->name());
+        events.push_back("removed " + service->name());
+    }
+    void netServiceDidResolveAddress(NSNetService& service) override { events.push_back("resolved " + service.name()); }
+    void netServiceDidNotResolve(NSNetService& service) override { events.push_back("not resolved " + service.name()); }
+    void netServiceDidPublish(NSNetService& service) override { events.push_back("published " + service.name()); }
+    void netServiceDidNotPublish(NSNetService&, const std::string& reason) override {
+        events.push_back("not published: " + reason);
+    }
+
+    bool waitForEvents(std::size_t count) {
+        return runMainLoopUntil([&] { return events.size() >= count; });
+    }
+    std::vector<std::string> addressesOf(const std::string& name) const {
+        std::vector<std::string> texts;
+        for (const SocketAddress& address : services.at(name)->addresses())
+            texts.push_back(address.text());
+        return texts;
+    }
+
+    const double timeout;
+    NSNetServiceBrowser browser;
+    std::map<std::string, std::shared_ptr<NSNetService>> services;
+    Strings events;
+};
+
+// Types of their own keep what one test leaves in caches from the next.
+std::string uniqueType() {
+    static int tests = 0;
+    return "_v" + std::to_string(getpid()) + "-" + std::to_string(++tests) + "._tcp.";
+}
+
+// A place to be connected to, and how many connections have come.
+class Listener {
+  public:
+    Listener() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address;
+        EXPECT_EQ(bind(socket_, reinterpret_cast<sockaddr*>(&address), length), 0);
+        EXPECT_EQ(listen(socket_, 8), 0);
+        getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &length);
+        port = ntohs(address.sin_port);
+    }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+    ~Listener() { close(socket_); }
+    // Blocks the calling thread.
+    bool acceptOne() {
+        pollfd readable{socket_, POLLIN, 0};
+        if (poll(&readable, 1, 15'000) <= 0) return false;
+        return close(accept(socket_, nullptr, nullptr)) == 0;
+    }
+    std::uint16_t port = 0;
+
+  private:
+    const int socket_;
+};
+
+// Opens a service's streams on a communications thread, for as long as this lives.
+class Connection {
+  public:
+    explicit Connection(NSNetService& service)
+        : streams_(*service.getInputStreamOutputStream()), thread_(std::make_shared<NSThread>([streams = streams_] {
+              const auto loop = NSRunLoop::currentRunLoop();
+              streams.input->scheduleInRunLoopForMode(loop, NSDefaultRunLoopMode);
+              streams.output->scheduleInRunLoopForMode(loop, NSDefaultRunLoopMode);
+              streams.input->open();
+              streams.output->open();
+              while (!NSThread::currentThreadIsCancelled())
+                  loop->runModeUntilDate(NSDefaultRunLoopMode, Date::clock::now() + std::chrono::seconds(2));
+              streams.input->removeFromRunLoopForMode(loop, NSDefaultRunLoopMode);
+              streams.output->removeFromRunLoopForMode(loop, NSDefaultRunLoopMode);
+          })) {
+        thread_->start();
+    }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+    ~Connection() {
+        streams_.input->close();
+        streams_.output->close();
+        thread_->cancel();
+        EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
+    }
+
+  private:
+    const NSStreamPair streams_;
+    const std::shared_ptr<NSThread> thread_;
+};
+
+std::size_t entriesIn(const char* folder) {
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+class Discovery : public testing::Test {
+  protected:
+    // A daemon of the machine knows nothing of this network, and must not be asked.
+    static void SetUpTestSuite() { setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1); }
+    // Nothing needs the discovery thread any more, so it goes by itself.
+    void TearDown() override {
+        EXPECT_TRUE(runMainLoopUntil([] { return NSThread::runningThreads() == 0; }, 10.0));
+    }
+    const std::string type = uniqueType();
+};
+
+TEST_F(Discovery, FindsResolvesAndRemovesEachServiceOnce) {
+    const std::string longest = "\xC3\x9C\"quoted\"\nback\\slash.dot " + std::string(37, 'x');
+    ASSERT_EQ(longest.size(), 63u);
+    Watcher first(type);
+    PeerProcess peer(type, longest, 4711);
+    EXPECT_EQ(peer.publishedName(), longest);
+    ASSERT_TRUE(first.waitForEvents(2));
+    EXPECT_EQ(first.events, (Strings{"found " + longest, "resolved " + longest}));
+    const auto addresses = first.addressesOf(longest);
+    ASSERT_FALSE(addresses.empty());
+    EXPECT_EQ(addresses.front(), "127.0.0.1:4711");
+    EXPECT_TRUE(
+        std::all_of(addresses.begin() + 1, addresses.end(), [](const auto& text) { return text == "[::1]:4711"; }));
+    const NSNetService& service = *first.services.at(longest);
+    EXPECT_EQ(service.port(), 4711);
+    EXPECT_TRUE(service.hostName().ends_with(".local."));
+
+    // Another browser of the process is told of what is there, in objects of its own.
+    Watcher second(type);
+    Watcher third(type);
+    ASSERT_TRUE(second.waitForEvents(2));
+    EXPECT_TRUE(second.services.at(longest)->isEqual(service));
+    EXPECT_NE(second.services.at(longest).get(), &service);
+
+    third.browser.stop();
+    third.services.clear();
+    third.events.clear();
+    peer.end();
+    ASSERT_TRUE(first.waitForEvents(3));
+    ASSERT_TRUE(second.waitForEvents(3));
+    EXPECT_EQ(first.events.back(), "removed " + longest);
+    EXPECT_EQ(third.events, Strings());
+}
+
+TEST_F(Discovery, EqualServicesAreThoseOfOneNameTypeAndDomain) {
+    const NSNetService service("local.", "_router._tcp.", "A");
+    static const struct {
+        const char *domain, *type, *name;
+        bool equal;
+    } cases[] = {{"", "_router._tcp", "A", true},
+                 {"local", "_router._tcp.", "A", true},
+                 {"local.", "_router._tcp.", "a", false},
+                 {"local.", "_other._tcp.", "A", false},
+                 {"other.", "_router._tcp.", "A", false}};
+    for (const auto& other : cases)
+        EXPECT_EQ(service.isEqual(NSNetService(other.domain, other.type, other.name)), other.equal)
+            << other.name << other.type;
+}
+
+TEST_F(Discovery, ServerThatCameBackOnAnotherPortIsFoundAgainAndConnectedToThere) {
+    Listener before;
+    Listener after;
+    Watcher watcher(type);
+    PeerProcess peer(type, "Router", before.port);
+    ASSERT_TRUE(watcher.waitForEvents(2));
+    // From here on the main loop is at a standstill until the server has moved.
+    {
+        Connection connection(*watcher.services.at("Router"));
+        EXPECT_TRUE(before.acceptOne());
+    }
+    peer.kill();
+    PeerProcess peerAgain(type, "Router", after.port);
+    ASSERT_TRUE(watcher.waitForEvents(3));
+    EXPECT_EQ(watcher.events, (Strings{"found Router", "resolved Router", "found Router"}));
+    {
+        Connection connection(*watcher.services.at("Router"));
+        EXPECT_TRUE(after.acceptOne());
+    }
+    peerAgain.end();
+    ASSERT_TRUE(watcher.waitForEvents(4));
+    EXPECT_EQ(watcher.events.back(), "removed Router");
+    // Neither found once more nor removed in between.
+    EXPECT_EQ(watcher.events.size(), 4u);
+}
+
+TEST_F(Discovery, ServiceThatNobodyHasLookedForIsConnectedToWithTheMainThreadBlocked) {
+    Listener listener;
+    PeerProcess peer(type, "Router", listener.port);
+    const auto service = std::make_shared<NSNetService>("", type, "Router");
+    Connection connection(*service);
+    EXPECT_TRUE(listener.acceptOne());
+    EXPECT_FALSE(NSNetService("", type, "").getInputStreamOutputStream().has_value());
+}
+
+TEST_F(Discovery, ChangesThatLeaveAConnectionAliveAreNotTold) {
+    const std::string typeLabel = type.substr(0, type.find('.'));
+    const RawAnnouncer::Labels kind{typeLabel, "_tcp", "local"};
+    const RawAnnouncer::Labels router{"Router", typeLabel, "_tcp", "local"};
+    const RawAnnouncer::Labels hostA{"a" + typeLabel, "local"};
+    const RawAnnouncer::Labels hostB{"b" + typeLabel, "local"};
+    RawAnnouncer announcer;
+    Watcher watcher(type, 0.5);
+    // The browse has to be running when the announcement comes, which nobody repeats.
+    PeerProcess marker(type, "Marker", 1);
+    ASSERT_TRUE(watcher.waitForEvents(2));
+    watcher.events.clear();
+
+    // Known by name only: the resolution fails, and what comes later is told as a find.
+    announcer.pointer(kind, router).send();
+    ASSERT_TRUE(watcher.waitForEvents(2));
+    EXPECT_EQ(watcher.events, (Strings{"found Router", "not resolved Router"}));
+    announcer.location(router, hostA, 1000).address(hostA, {10, 0, 0, 9}).send();
+    ASSERT_TRUE(watcher.waitForEvents(3));
+    EXPECT_EQ(watcher.events.back(), "found Router");
+    watcher.services.at("Router")->resolveWithTimeout(10.0);
+    ASSERT_TRUE(watcher.waitForEvents(4));
+    EXPECT_EQ(watcher.addressesOf("Router"), Strings{"10.0.0.9:1000"});
+    watcher.events.clear();
+
+    // One address more is nobody's business; names and addresses that are none do not get in.
+    announcer.pointer(kind, {"bad \xFF name", typeLabel, "_tcp", "local"}).send();
+    announcer.location(router, hostA, 1000).address(hostA, {0, 0, 0, 0}).address(hostA, {224, 0, 0, 1});
+    announcer.address(hostA, {10, 0, 0, 9}).address(hostA, {10, 0, 0, 10}).send();
+    const Strings both{"10.0.0.9:1000", "10.0.0.10:1000"};
+    ASSERT_TRUE(runMainLoopUntil([&] {
+        watcher.services.at("Router")->resolveWithTimeout(10.0);
+        return watcher.waitForEvents(watcher.events.size() + 1) && watcher.addressesOf("Router") == both;
+    }));
+    std::erase(watcher.events, "resolved Router");
+    EXPECT_EQ(watcher.events, Strings());
+
+    // Another host is.
+    announcer.location(router, hostB, 1000).address(hostB, {10, 0, 0, 9}).send();
+    ASSERT_TRUE(watcher.waitForEvents(1));
+    EXPECT_EQ(watcher.events, Strings{"found Router"});
+    announcer.pointer(kind, router, 0).send();
+    ASSERT_TRUE(watcher.waitForEvents(2));
+    EXPECT_EQ(watcher.events.back(), "removed Router");
+}
+
+TEST_F(Discovery, PublishesUnderAFreeNameAndSaysWhyNot) {
+    PeerProcess peer(type, "Router", 4711);
+    Watcher watcher(type);
+    const auto twin = std::make_shared<NSNetService>("", type, "Router", 4712);
+    twin->setDelegate(&watcher);
+    twin->publish();
+    const auto contains = [&](const std::string& event) {
+        return std::count(watcher.events.begin(), watcher.events.end(), event) == 1;
+    };
+    ASSERT_TRUE(runMainLoopUntil([&] {
+        return contains("published Router #2") && contains("resolved Router") && contains("resolved Router #2");
+    }));
+    EXPECT_EQ(twin->name(), "Router #2");
+    twin->stop();
+    ASSERT_TRUE(runMainLoopUntil([&] { return contains("removed Router #2"); }));
+
+    static const struct {
+        const char* type;
+        std::string name;
+        std::uint16_t port;
+        const char* reason;
+    } cases[] = {
+        {"_router._tcp", std::string(64, 'x'), 1, "not published: the name is 64 bytes long, at most 63 are possible"},
+        {"_router._tcp", "", 1, "not published: the service has no name"},
+        {"_router._tcp", "\xC0\x80", 1, "not published: the name is no text"},
+        {"nonsense", "Router", 1, "not published: nonsense. is no type of services"},
+        {"_router._tcp", "Router", 0, "not published: the service has no port"},
+    };
+    for (const auto& wrong : cases) {
+        watcher.events.clear();
+        const auto service = std::make_shared<NSNetService>("", wrong.type, wrong.name, wrong.port);
+        service->setDelegate(&watcher);
+        service->publish();
+        ASSERT_TRUE(watcher.waitForEvents(1));
+        EXPECT_EQ(watcher.events.front(), wrong.reason);
+    }
+}
+
+TEST_F(Discovery, NothingIsToldAfterTheEndAndNothingIsLeftBehind) {
+    PeerProcess peer(type, "Router", 4711);
+    const auto round = [&](std::size_t events) {
+        Watcher watcher(type);
+        EXPECT_TRUE(watcher.waitForEvents(events));
+        const auto service = std::make_shared<NSNetService>("", type, "Router");
+        service->setDelegate(&watcher);
+        service->resolveWithTimeout(5.0);
+    };
+    const auto threads = entriesIn("/proc/self/task");
+    const auto noThreadMore = [&] { return entriesIn("/proc/self/task") == threads; };
+    round(2);
+    ASSERT_TRUE(runMainLoopUntil(noThreadMore));
+    const std::size_t descriptors = entriesIn("/proc/self/fd");
+    for (const std::size_t events : {0, 1, 2, 0, 0, 0})
+        round(events);
+    ASSERT_TRUE(runMainLoopUntil(noThreadMore));
+    EXPECT_EQ(entriesIn("/proc/self/fd"), descriptors);
+}
+
+}  // namespace
+}  // namespace velmora::test

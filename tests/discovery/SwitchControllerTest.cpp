@@ -1,0 +1,94 @@
+// The list of servers as services come and go, and the selection.
+#include <gtest/gtest.h>
+
+#include "discovery/VelmoraSwitchController.h"
+#include "tests/support/LogLines.h"
+
+namespace velmora::test {
+namespace {
+
+struct Plugin : VelmoraSwitchControllerDelegate {
+    std::vector<std::string> events;
+    void newMatrixSwitcherWithNameDidBecomeAvailable(const std::string& name) override { events.push_back("+" + name); }
+    void matrixSwitcherWithNameDidDisappear(const std::string& name) override { events.push_back("-" + name); }
+    void matrixDimensionsChangedTo(MatrixSwitcher&, NSSize) override {}
+};
+
+class SwitchController : public testing::Test {
+  protected:
+    static std::shared_ptr<NSNetService> service(const std::string& name, const std::string& domain = "local.") {
+        return std::make_shared<NSNetService>(domain, "_matrixswitcher._tcp.", name);
+    }
+    void find(const std::shared_ptr<NSNetService>& found) {
+        controller->netServiceBrowserDidFindServiceMoreComing(browser, found, false);
+    }
+    void remove(const std::shared_ptr<NSNetService>& gone) {
+        controller->netServiceBrowserDidRemoveServiceMoreComing(browser, gone, false);
+    }
+    std::vector<std::string> names() const {
+        std::vector<std::string> all;
+        for (const auto& server : controller->serversArray()) {
+            all.push_back(server->serverName().value_or("none"));
+        }
+        return all;
+    }
+
+    Plugin plugin;
+    VelmoraSwitchControllerDelegate* const delegate = &plugin;
+    std::shared_ptr<VelmoraSwitchController> controller = std::make_shared<VelmoraSwitchController>(delegate);
+    NSNetServiceBrowser browser;
+};
+
+TEST_F(SwitchController, keepsOneRecordForEachServiceAndDropsTheUnused) {
+    for (const char* name : {"a", "b", "c"}) {
+        find(service(name));
+    }
+    EXPECT_EQ(plugin.events, std::vector<std::string>{});  // told when resolved
+    EXPECT_EQ(controller->serversArray()[1]->serverAddress(), "");
+    find(service("b"));
+    find(service("b", "elsewhere."));
+    EXPECT_EQ(names(), (std::vector<std::string>{"a", "b", "c", "b"}));
+    EXPECT_EQ(controller->indexOfServerForName("b"), 1);
+    EXPECT_EQ(controller->indexOfServerForName("B"), -1);
+    EXPECT_EQ(controller->indexOfServerForNetService(*service("b", "elsewhere.")), 3);
+    EXPECT_FALSE(controller->serversArrayContainsIPAddress("127.0.0.1"));
+    EXPECT_EQ(plugin.events, (std::vector<std::string>{"+b"}));
+
+    plugin.events.clear();
+    const auto kept = controller->serversArray()[0];
+    kept->registerClient(std::make_shared<NSObject>());
+    remove(service("unknown"));
+    remove(service("a"));
+    EXPECT_FALSE(kept->isPresent());
+    remove(service("b"));                // the next record's name is told
+    remove(service("b", "elsewhere."));  // the last record: nobody is told
+    EXPECT_EQ(plugin.events, (std::vector<std::string>{"-a", "-c"}));
+    EXPECT_EQ(names(), (std::vector<std::string>{"a", "c"}));
+    find(service("a"));
+    EXPECT_TRUE(kept->isPresent());
+    EXPECT_EQ(plugin.events.back(), "+a");
+}
+
+TEST_F(SwitchController, selectsByNameTheFirstForAnEmptyOneAndNothingFromAnEmptyList) {
+    LogLines log;
+    EXPECT_FALSE(controller->selectMatrixSwitcherWithName("unknown"));
+    EXPECT_EQ(controller->selectedMatrixSwitcherName(), "unknown");
+    EXPECT_FALSE(controller->selectMatrixSwitcherWithName(std::nullopt));
+    EXPECT_EQ(controller->selectedMatrixSwitcher(), nullptr);
+    EXPECT_EQ(log.count("Selecting matrix switcher with name: (null)"), 1);
+    find(service("first"));
+    find(service("second"));
+    EXPECT_TRUE(controller->selectMatrixSwitcherWithName(""));
+    EXPECT_EQ(controller->selectedMatrixSwitcherName(), "first");
+    const auto switcher = controller->selectedMatrixSwitcher();
+    EXPECT_TRUE(controller->selectMatrixSwitcherWithName("first"));
+    EXPECT_NE(controller->selectedMatrixSwitcher(), switcher);
+    // A server that was opened once stays in the list.
+    EXPECT_TRUE(controller->selectMatrixSwitcherWithName("second"));
+    remove(service("first"));
+    EXPECT_EQ(names(), (std::vector<std::string>{"first", "second"}));
+    EXPECT_FALSE(controller->serversArray()[0]->isPresent());
+}
+
+}  // namespace
+}  // namespace velmora::test

@@ -1,0 +1,214 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <QTemporaryDir>
+#include <cmath>
+#include <fstream>
+#include <limits>
+
+#include "platform/foundation/PropertyListXML.h"
+
+namespace velmora {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::string_literals;
+
+ArrayReference arrayWith(std::initializer_list<PropertyList> items) {
+    return std::make_shared<PropertyListArray>(items);
+}
+
+std::string repeated(std::string_view text, std::size_t times) {
+    std::string result;
+    while (times-- > 0)
+        result += text;
+    return result;
+}
+
+TEST(PropertyList, readsNumbersAsTheSystemDoes) {
+    const struct {
+        PropertyList value;
+        std::int64_t integer;
+        std::int32_t cut;
+    } cases[] = {{4294967298, 4294967298, 2},
+                 {2147483648, 2147483648, std::numeric_limits<std::int32_t>::min()},
+                 {-2.9, -2, -2},
+                 {1e300, std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int32_t>::max()},
+                 {-9.3e18, std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int32_t>::min()},
+                 {std::nan(""), 0, 0},
+                 {true, 1, 1},
+                 {" 4294967298x", 4294967298, std::numeric_limits<std::int32_t>::max()},
+                 {arrayWith({5}), 0, 0}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.value.integerValue(), c.integer);
+        EXPECT_EQ(c.value.intValue(), c.cut);
+    }
+}
+
+TEST(PropertyList, sharesListsAndComparesContents) {
+    const auto settings = std::make_shared<PropertyListDictionary>();
+    settings->emplace("outputs", arrayWith({"label"}));
+    const DictionaryReference copy = shallowCopy(settings);
+    valueForKey(copy, "outputs")->array()->push_back(arrayWith({2}));
+    copy->emplace("number", 4);
+    EXPECT_EQ(*valueForKey(settings, "outputs"), PropertyList(arrayWith({"label", arrayWith({2})})));
+    EXPECT_FALSE(*valueForKey(settings, "outputs") == PropertyList(arrayWith({"label", arrayWith({true})})));
+    EXPECT_EQ(intForKey(settings, "number"), 0);
+    EXPECT_EQ(textForKey(copy, "number"), std::nullopt);
+    EXPECT_EQ(valueForKey(nullptr, "number"), nullptr);
+}
+
+TEST(PropertyListXML, everyValueComesBackFromWritingAndReading) {
+    std::string everyByte;
+    for (char byte = 1; byte < 127; ++byte)
+        everyByte += byte;
+    auto dictionary = std::make_shared<PropertyListDictionary>();
+    for (const std::string& text :
+         {""s, " "s, "\n"s, "<&>\"'"s, "]]>"s, "&lt;&#65;"s, "<![CDATA[x]]>"s, "é\U0001F600\u2028"s, everyByte}) {
+        dictionary->emplace(text, text);
+        dictionary->emplace("list of " + text, arrayWith({text, text}));
+    }
+    dictionary->emplace(
+        "numbers", arrayWith({0, -1, std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max(),
+                              0.1, -1e-300, 5e-324, 1.7976931348623157e308, HUGE_VAL, true, false}));
+    dictionary->emplace("empty",
+                        arrayWith({std::make_shared<PropertyListDictionary>(), std::make_shared<PropertyListArray>()}));
+    std::string error;
+    const auto xml = XMLWithPropertyList(dictionary, &error);
+    ASSERT_TRUE(xml) << error;
+    EXPECT_TRUE(xml->ends_with("</plist>\n"));
+    EXPECT_EQ(propertyListWithXML(*xml, &error), PropertyList(dictionary)) << error;
+
+    const auto replaced = XMLWithPropertyList("a\0b\xFF"s);
+    EXPECT_EQ(propertyListWithXML(replaced.value_or("")), PropertyList("a\uFFFDb\uFFFD"));
+    const auto notANumber = propertyListWithXML(XMLWithPropertyList(std::nan("")).value_or(""));
+    EXPECT_TRUE(notANumber && std::isnan(notANumber->real().value_or(0)));
+}
+
+TEST(PropertyListXML, readsWhatOtherProgramsWrite) {
+    const std::string document =
+        "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE plist PUBLIC \"-//x\" \"http://x\">\n<!-- "
+        "</plist> -->\n"
+        "<plist version='1.0'>\r\n<dict ><key>a<!-- <b> --></key "
+        "><string>&lt;&#65;&#x20AC;<![CDATA[&amp;<x>]]>&apos;</string>"
+        "<key/><array><true></true><false/><!-- </array> --><integer> +010 </integer><real>\t+2.5e1 </real></array>"
+        "<key>twice</key><string/><key>twice</key><dict/></dict></plist><!-- end -->\n";
+    auto expected = std::make_shared<PropertyListDictionary>();
+    expected->emplace("a", "<A€&amp;<x>'");
+    expected->emplace("", arrayWith({true, false, 10, 25.0}));
+    expected->emplace("twice", std::make_shared<PropertyListDictionary>());
+    std::string error;
+    EXPECT_EQ(propertyListWithXML(document, &error), PropertyList(expected)) << error;
+    // Cut off anywhere, it is refused.
+    for (std::size_t length = 0; length < document.find("</plist><!--") + 8; ++length) {
+        error.clear();
+        EXPECT_FALSE(propertyListWithXML(document.substr(0, length), &error)) << length;
+        EXPECT_FALSE(error.empty());
+    }
+}
+
+TEST(PropertyListXML, refusesDamagedAndHostileDocumentsWithAReason) {
+    const auto nested = [](std::size_t depth) { return repeated("<array>", depth) + repeated("</array>", depth); };
+    const auto refused = [](const std::string& document, const std::string& reason) {
+        std::string error;
+        EXPECT_FALSE(propertyListWithXML(document, &error)) << document.substr(0, 80);
+        EXPECT_NE(error.find(reason), std::string::npos) << error << " for " << document.substr(0, 80);
+    };
+    const std::pair<std::string, std::vector<std::string>> bodies[] = {
+        {"no value", {"", "<!-- <true/> -->"}},
+        {"text where an element", {"text", "<array>x<true/></array>"}},
+        {"second value", {"<true/><false/>"}},
+        {"integer",
+         {"<integer>9223372036854775808</integer>", "<integer>-9223372036854775809</integer>", "<integer>1a</integer>",
+          "<integer>0x1F</integer>", "<integer/>"}},
+        {"real", {"<real>1e999</real>", "<real>1,5</real>"}},
+        {"content", {"<true>x</true>"}},
+        {"no element", {"<date>2020-01-01T00:00:00Z</date>", "<data>AAAA</data>", "<uid>1</uid>"}},
+        {"reference",
+         {"<string>&foo;</string>", "<string>&#0;</string>", "<string>&#xD800;</string>", "<string>&#x110000;</string>",
+          "<string>& b</string>", "<string>" + repeated("&", 1'000'000) + "</string>"}},
+        {"not closed", {"<string><true/></string>", "<string>a</key>"}},
+        {"attributes", {"<string x='1'>a</string>"}},
+        {"outside", {"<key>a</key>", "<array><key>a</key></array>"}},
+        {"key has no value", {"<dict><key>a</key></dict>", "<dict><key>a</key><key>b</key><true/></dict>"}},
+        {"has no key", {"<dict><true/></dict>"}},
+        {"closes nothing", {"<array></dict>", "</array>", "</string>"}},
+        {"inside", {"<plist><true/></plist>"}},
+        {"comment", {"<array><!-- </array>"}},
+        {"nested", {nested(65), nested(100'000), repeated("<array><!--</array>-->", 100'000)}},
+        {"values", {"<array>" + repeated("<true/>", kPropertyListValueLimit) + "</array>"}},
+        {"UTF-8", {"\n\n<string>\xC0\x80</string>"}},
+        {"zero byte", {"<string>a\0b</string>"s}},
+        {"bytes", {std::string(kPropertyListByteLimit, ' ')}}};
+    for (const auto& [reason, list] : bodies) {
+        for (const std::string& body : list)
+            refused("<plist>" + body + "</plist>", reason);
+    }
+    refused("bplist00\xD0", "binary");
+    refused("{\"a\":1}", "text where");
+    refused("<true/>", "begin with <plist>");
+    refused("<!DOCTYPE plist [<!ENTITY a \"b\">]><plist/>", "DOCTYPE");
+    refused("<plist>\n\n<foo/></plist>", "line 3");
+    refused("<plist><true/></plist>more", "follows");
+    EXPECT_TRUE(propertyListWithXML("<plist>" + nested(64) + "</plist>"));
+    // Neither of these takes the library's quadratic paths.
+    EXPECT_TRUE(propertyListWithXML("<plist><string>" + repeated("&amp;", 300'000) + "</string></plist>"));
+    EXPECT_TRUE(propertyListWithXML("<plist><string>" + repeated("]]&gt;", 200'000) + "</string></plist>"));
+}
+
+TEST(PropertyListXML, refusesToWriteWhatCouldNotBeReadAgain) {
+    PropertyList deep(1);
+    for (int i = 0; i < 65; ++i)
+        deep = arrayWith({deep});
+    const ArrayReference cycle = arrayWith({1});
+    cycle->push_back(cycle);
+    // Every list holds the one below twice: small in memory, endless on paper.
+    PropertyList doubling("x");
+    for (int i = 0; i < 60; ++i)
+        doubling = arrayWith({doubling, doubling});
+    for (const PropertyList& value :
+         {deep, PropertyList(cycle), doubling, PropertyList(std::string(kPropertyListByteLimit / 4, '&'))}) {
+        std::string error;
+        EXPECT_FALSE(XMLWithPropertyList(value, &error));
+        EXPECT_FALSE(error.empty());
+    }
+    cycle->clear();
+}
+
+TEST(PropertyListXML, replacesFilesAtomicallyAndKeepsThemOnFailure) {
+    const QTemporaryDir temporary;
+    const fs::path folder = temporary.path().toStdString();
+    const fs::path file = folder / "settings.plist";
+    const fs::path link = folder / "link.plist";
+    std::string error;
+    ASSERT_TRUE(writePropertyListToFile("first", file, &error)) << error;
+    ASSERT_EQ(chmod(file.c_str(), 0640), 0);
+    fs::create_symlink(file, link);
+    ASSERT_TRUE(writePropertyListToFile("second", link, &error)) << error;
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_EQ(propertyListWithContentsOfFile(file), PropertyList("second"));
+    EXPECT_EQ(fs::status(file).permissions(), fs::perms(0640));
+
+    const ArrayReference cycle = arrayWith({1});
+    cycle->push_back(cycle);
+    EXPECT_FALSE(writePropertyListToFile(cycle, file, &error));
+    cycle->clear();
+    EXPECT_EQ(propertyListWithContentsOfFile(file), PropertyList("second"));
+    EXPECT_FALSE(writePropertyListToFile("x", folder, &error));
+    EXPECT_FALSE(writePropertyListToFile("x", folder / "missing" / "file", &error));
+    EXPECT_NE(error.find("missing/file"), std::string::npos) << error;
+    // Nothing is left behind.
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2);
+
+    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+    std::ofstream(folder / "damaged") << "<plist>\n<dict>";
+    std::ofstream(folder / "large") << std::string(kPropertyListByteLimit + 1, ' ');
+    for (const std::string name : {"missing", "", "pipe", "damaged", "large"}) {
+        error.clear();
+        EXPECT_FALSE(propertyListWithContentsOfFile(folder / name, &error)) << name;
+        EXPECT_NE(error.find((folder / name).string()), std::string::npos) << error;
+    }
+}
+
+}  // namespace
+}  // namespace velmora

@@ -1,0 +1,187 @@
+// A host's window with the settings view of a whole plugin in it, and hands to use it with.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QAbstractItemModelTester>
+#include <QApplication>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPointer>
+#include <QPushButton>
+#include <QTableView>
+#include <QTimer>
+#include <QVBoxLayout>
+#include <QtTest/QTest>
+#include <functional>
+#include <memory>
+
+#include "platform/foundation/NSBundle.h"
+#include "platform/threads/MainThread.h"
+#include "platform/threads/NSThread.h"
+#include "plugin/VelmoraSwitchNodePlugin.h"
+#include "tests/plugin/Settings.h"
+#include "tests/support/MainLoop.h"
+#include "tests/support/VirtualSwitch.h"
+
+namespace velmora::test {
+
+inline void PrintTo(const Output& output, std::ostream* stream) {
+    *stream << output.label << "/" << output.number << "/" << output.defaultInput;
+}
+inline bool operator==(const Output& left, const Output& right) {
+    return left.label == right.label && left.number == right.number && left.defaultInput == right.defaultInput;
+}
+
+using Strings = std::vector<std::string>;
+using Outputs = std::vector<Output>;
+
+class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol_Delegate {
+  protected:
+    enum Column { label, output, defaultInput };
+
+    SettingsWindow() {
+        // Whoever opens an alert waits for it, so it is read and closed from the event loop.
+        QObject::connect(&alertWatch, &QTimer::timeout, &alertWatch, [this] { answerAlert(); });
+        alertWatch.start(1);
+    }
+    void TearDown() override {
+        if (plugin != nullptr) plugin->stop();
+        plugin = nullptr;
+        EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
+    }
+
+    // Starts the plugin, waits until the server (if the plugin is to find it) is connected, and shows the view.
+    void open(const std::string& server, const Outputs& outputs, const std::function<bool()>& isReady) {
+        plugin->setDelegate(this);
+        plugin->setDefaultSettings(settingsWith(server, outputs));
+        plugin->startAndSetCurrentValuesToDefaults(false);
+        ASSERT_TRUE(runMainLoopUntil(isReady));
+        show();
+    }
+    void open(const std::string& server, const Outputs& outputs) {
+        open(server, outputs,
+             [this] { return plugin->selectedDevice() != nullptr && plugin->selectedDevice()->numberOfInputs() > 0; });
+    }
+    void show() {
+        window = std::make_unique<QWidget>();
+        auto* const layout = new QVBoxLayout(window.get());
+        view = plugin->settingsView();
+        ASSERT_NE(view, nullptr);
+        layout->addWidget(view);
+        chooser = view->findChild<QComboBox*>("matrixSwitcherPopUpButton");
+        table = view->findChild<QTableView*>("outputsTableView");
+        add = view->findChild<QPushButton*>("addSegment");
+        remove = view->findChild<QPushButton*>("removeSegment");
+        refresh = view->findChild<QPushButton*>("refreshLabelsButton");
+        ASSERT_TRUE(chooser && table && add && remove && refresh);
+        modelTester = new QAbstractItemModelTester(
+            table->model(), QAbstractItemModelTester::FailureReportingMode::Fatal, table->model());
+        window->resize(480, 360);
+        window->show();
+        window->activateWindow();
+        ASSERT_TRUE(runMainLoopUntil([this] { return window->isActiveWindow(); }));
+    }
+
+    // What the host would store.
+    Outputs outputs() const {
+        Outputs all;
+        for (const PropertyList& one : *valueForKey(plugin->defaultSettings(), "configuredOutputs")->array()) {
+            const auto entry = one.dictionary();
+            all.push_back({textForKey(entry, "label").value_or("(none)"), intForKey(entry, "outputNumber"),
+                           intForKey(entry, "defaultInputNumber")});
+        }
+        return all;
+    }
+    std::size_t available() const {
+        return valueForKey(plugin->defaultSettings(), "availableDevices")->array()->size();
+    }
+    std::string selectedName() const {
+        return textForKey(plugin->defaultSettings(), "selectedDeviceName").value_or("(none)");
+    }
+    QModelIndex index(int row, Column column) const { return table->model()->index(row, column); }
+    std::string cell(int row, Column column) const { return index(row, column).data().toString().toStdString(); }
+
+    static void click(QWidget* widget) { QTest::mouseClick(widget, Qt::LeftButton); }
+    QPoint centerOf(int row, Column column) const { return table->visualRect(index(row, column)).center(); }
+    void clickCell(int row, Column column) {
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, centerOf(row, column));
+    }
+    void pressOnCell(int row, Column column, Qt::Key key) {
+        table->setFocus();
+        table->setCurrentIndex(index(row, column));
+        QTest::keyClick(table, key);
+    }
+    QLineEdit* labelEditor() const { return table->viewport()->findChild<QLineEdit*>(); }
+    // The editor's keys are handled when the event loop next runs.
+    void typeLabel(int row, const QString& text, Qt::Key last) {
+        pressOnCell(row, label, Qt::Key_F2);
+        ASSERT_NE(labelEditor(), nullptr);
+        QTest::keyClicks(labelEditor(), text);
+        QTest::keyClick(labelEditor(), last);
+        ASSERT_TRUE(runMainLoopUntil([this] { return labelEditor() == nullptr; }));
+    }
+    QLineEdit* menuField() const {
+        QWidget* const popUp = QApplication::activePopupWidget();
+        return popUp != nullptr ? popUp->findChild<QLineEdit*>() : nullptr;
+    }
+    void chooseFromMenu(int row, Column column, const QString& typed, Qt::Key last = Qt::Key_Return) {
+        pressOnCell(row, column, Qt::Key_Return);
+        ASSERT_NE(menuField(), nullptr);
+        QTest::keyClicks(menuField(), typed);
+        QTest::keyClick(menuField(), last);
+        EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+    }
+    // The titles of the alerts since the last call, once there is one or none is expected.
+    Strings takeAlerts(std::size_t expected = 1) {
+        runMainLoopUntil([&] { return alerts.size() >= expected && alert == nullptr; });
+        runMainLoopOnce();
+        return std::exchange(alerts, {});
+    }
+
+    void attributesChangedForPluginName(const std::string&) override {
+        ++notices;
+        if (onNotice) onNotice();
+    }
+
+    std::shared_ptr<VelmoraSwitchNodePlugin> plugin =
+        std::make_shared<VelmoraSwitchNodePlugin>(NSBundle::bundleWithPath(VELMORA_BUNDLE));
+    int notices = 0;
+    std::function<void()> onNotice;
+    std::function<void()> onAlert;  // before it is closed
+    std::unique_ptr<QWidget> window;
+    QWidget* view = nullptr;
+    QComboBox* chooser = nullptr;
+    QTableView* table = nullptr;
+    QPushButton* add = nullptr;
+    QPushButton* remove = nullptr;
+    QPushButton* refresh = nullptr;
+    QAbstractItemModelTester* modelTester = nullptr;
+
+  private:
+    void answerAlert() {
+        if (alert != nullptr) return;
+        alert = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (alert == nullptr) return;
+        EXPECT_EQ(MainThread::currentMode(), NSModalPanelRunLoopMode);
+        EXPECT_EQ(alert->textFormat(), Qt::PlainText);
+        EXPECT_EQ(alert->buttons().size(), 1);
+        EXPECT_EQ(alert->buttons().front()->text(), "OK");
+        alerts.push_back(alert->text().toStdString() + "|" + alert->informativeText().toStdString());
+        if (onAlert) std::exchange(onAlert, nullptr)();
+        if (alert != nullptr && !alert->buttons().isEmpty())
+            QTest::mouseClick(alert->buttons().front(), Qt::LeftButton);
+    }
+
+    QTimer alertWatch;
+    QPointer<QMessageBox> alert;
+    Strings alerts;
+};
+
+inline const std::string kNoOutput = "Output Error!|All the outputs are already defined as used.";
+inline const std::string kSameLabel = "Duplicate Label Error!|This label already exists, so please choose another one.";
+inline const std::string kSameNumber =
+    "Duplicate Output Number Error!|This output number already exists, so please choose another one.";
+
+}  // namespace velmora::test

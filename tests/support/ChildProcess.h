@@ -1,0 +1,58 @@
+// A program that a test runs and reads from. (Not QProcess: forking inside Qt leaves the thread sanitizer blind on the
+// thread that forked.)
+#pragma once
+
+#include <sys/types.h>
+
+#include <csignal>
+#include <string>
+#include <vector>
+
+namespace velmora::test {
+
+// One thread. No wait is longer than 30 seconds.
+class ChildProcess {
+  public:
+    // The path of the program, then its arguments.
+    explicit ChildProcess(const std::vector<std::string>& command);
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+    // Kills the program where it still runs.
+    ~ChildProcess();
+
+    // The next line, without its end; empty when the program has ended or says nothing.
+    std::string outputLine() { return output_.line(); }
+    std::string errorLine() { return errors_.line(); }
+    // What is left until the program ends.
+    std::string output() { return output_.all(); }
+    std::string errors() { return errors_.all(); }
+
+    void sendSignal(int number = SIGTERM);
+    // Waits for the end; -1 when the program was ended by a signal or does not end.
+    int exitCode();
+
+  private:
+    class Stream {
+      public:
+        Stream();
+        ~Stream();
+        int writeEnd() const { return writeEnd_; }
+        void closeWriteEnd();
+        std::string line();
+        std::string all();
+
+      private:
+        bool readMore();
+
+        int readEnd_;
+        int writeEnd_;
+        std::string read_;
+    };
+
+    Stream output_;
+    Stream errors_;
+    pid_t process_ = -1;  // -1 once it has been waited for
+    int exitCode_ = -1;
+};
+
+}  // namespace velmora::test

@@ -1,0 +1,37 @@
+// The log lines written while it lives.
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "platform/foundation/NSLog.h"
+#include "platform/threads/ThreadAnnotations.h"
+
+namespace velmora::test {
+
+class LogLines {
+  public:
+    std::vector<std::string> lines() const {
+        MutexLock lock(mutex_);
+        return lines_;
+    }
+    auto count(const std::string& line) const {
+        const auto all = lines();
+        return std::count(all.begin(), all.end(), line);
+    }
+    void clear() {
+        MutexLock lock(mutex_);
+        lines_.clear();
+    }
+
+  private:
+    mutable Mutex mutex_;
+    std::vector<std::string> lines_ GUARDED_BY(mutex_);
+    NSLogObservation observation_{[this](const std::string& line) {
+        MutexLock lock(mutex_);
+        lines_.push_back(line);
+    }};
+};
+
+}  // namespace velmora::test

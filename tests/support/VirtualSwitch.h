@@ -1,0 +1,39 @@
+// A virtual switch server in this process, announced under a name, that can crash and come back elsewhere.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "server/SwitchServer.h"
+#include "server/VirtualMatrix.h"
+#include "tests/support/PublishedService.h"
+
+namespace velmora::test {
+
+class VirtualSwitch {
+  public:
+    VirtualSwitch(std::string name, int inputs, int outputs) : matrix(inputs, outputs), name_(std::move(name)) {
+        start();
+    }
+
+    void start() {
+        server = std::make_unique<SwitchServer>(matrix);
+        EXPECT_EQ(server->start("127.0.0.1", 0), std::nullopt);
+        announcement_ = std::make_unique<PublishedService>(name_, server->port());
+    }
+    void stop() {
+        announcement_ = nullptr;
+        server = nullptr;
+    }
+
+    VirtualMatrix matrix;
+    std::unique_ptr<SwitchServer> server;
+
+  private:
+    const std::string name_;
+    std::unique_ptr<PublishedService> announcement_;
+};
+
+}  // namespace velmora::test

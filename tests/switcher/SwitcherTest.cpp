@@ -1,0 +1,156 @@
+// What the switchers send, and what they make of the answers.
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "discovery/ServerInfo.h"
+#include "switcher/MatrixSwitcherOutput.h"
+#include "switcher/TCPMatrixSwitcher.h"
+#include "tests/support/LogLines.h"
+#include "tests/support/MainLoop.h"
+#include "tests/support/PublishedService.h"
+#include "tests/support/ScriptedPeer.h"
+
+namespace velmora::test {
+namespace {
+
+struct Registry : TCPMatrixSwitcherDelegate {
+    std::vector<std::shared_ptr<ServerInfo>> servers;
+    std::vector<NSSize> sizes;
+
+    void add(const std::string& name, bool withService = true) {
+        const auto server = std::make_shared<ServerInfo>();
+        server->setServerName(name);
+        if (withService) server->setNetService(std::make_shared<NSNetService>("local.", "_matrixswitcher._tcp.", name));
+        servers.push_back(server);
+    }
+    std::int32_t indexOfServerForName(const std::string& name) const override {
+        for (std::size_t i = 0; i < servers.size(); ++i) {
+            if (servers[i]->serverName() == name) return static_cast<std::int32_t>(i);
+        }
+        return -1;
+    }
+    const std::vector<std::shared_ptr<ServerInfo>>& serversArray() const override { return servers; }
+    void matrixDimensionsChangedTo(MatrixSwitcher&, NSSize size) override { sizes.push_back(size); }
+};
+
+TEST(TCPMatrixSwitcher, speaksTheServersVocabulary) {
+    struct Size {
+        const char* reply;
+        NSSize size;
+    };
+    const Size sizes[] = {{"4X2", {16, 8}},    {"1x2x3", {16, 8}},     {"7", {16, 8}},  {" 5 x 6 ", {5, 6}},
+                          {"65537x2", {5, 6}}, {"-1x2", {5, 6}},       {"0x8", {0, 8}}, {"999999999999x3", {0, 8}},
+                          {"\xFFx2", {0, 8}},  {"65536x1", {65536, 1}}};
+    struct Route {
+        const char* reply;
+        std::int64_t input;
+    };
+    const Route routes[] = {{"3 5", 4},    {"3  5", 0},  {"5", 0},
+                            {"3 abc", -1}, {"ERROR", 0}, {"\xFF 5", 0},
+                            {"x -7y", -8}, {"3 0", -1},  {"3 9223372036854775807", 9223372036854775806}};
+    PeerScript script;
+    script.exchange("MATRIXSIZE", "16x8");
+    for (const Size& one : sizes) {
+        script.exchange("MATRIXSIZE", one.reply);
+    }
+    for (const Route& one : routes) {
+        script.exchange("REFRESH", "whatever").exchange("GET 3", one.reply);
+    }
+    script.exchange("INPUTLABEL 1", "Camera  1")
+        .exchange("OUTPUTLABEL 8", "")
+        .exchange("INPUTLABEL -2147483648", "\xFF");
+    script.exchange("SET 3 1", "OK").exchange("SET -2147483648 0", "ERROR").exchange("SET 1 6", "OK");
+    script.exchange("REFRESH", "").exchange("GET -9223372036854775808", "");
+    ScriptedPeer peer(script.expectClose());
+    const PublishedService service("Vocabulary", peer.port());
+    Registry registry;
+    registry.add("Vocabulary");
+    const auto switcher = std::make_shared<TCPMatrixSwitcher>();
+    switcher->setDelegate(&registry);
+    EXPECT_EQ(switcher->inputLabelAtIndex(0), std::nullopt);
+    EXPECT_EQ(switcher->getMatrixDimensions(), NSSize{});
+    ASSERT_TRUE(switcher->openPort("Vocabulary"));
+    ASSERT_TRUE(runMainLoopUntil([&] { return !registry.sizes.empty(); }));
+    EXPECT_EQ(registry.sizes.front(), (NSSize{16, 8}));
+    for (const Size& one : sizes) {
+        EXPECT_EQ(switcher->getMatrixDimensions(), one.size) << one.reply;
+    }
+    EXPECT_EQ(registry.sizes.size(), 1U);  // asking tells nobody
+    for (const Route& one : routes) {
+        EXPECT_EQ(switcher->selectedInputForOutput(2), one.input) << one.reply;
+    }
+    EXPECT_EQ(switcher->inputLabelAtIndex(0), "Camera  1");
+    EXPECT_EQ(switcher->outputLabelAtIndex(7), "");
+    EXPECT_EQ(switcher->inputLabelAtIndex(std::numeric_limits<std::int32_t>::max()), std::nullopt);
+    switcher->switchOutputToInput(2, 0);
+    switcher->switchOutputToInput(std::numeric_limits<std::int32_t>::max(), -1);
+    switcher->switchOutputToInput(std::int64_t{1} << 32, 5);  // cut to its low 32 bits
+    EXPECT_EQ(switcher->selectedInputForOutput(std::numeric_limits<std::int64_t>::max()), 0);
+    switcher->closePort();
+}
+
+TEST(TCPMatrixSwitcher, opensOnlyKnownServersAndLatchesOpen) {
+    LogLines log;
+    RefusingPort refusing;
+    const PublishedService service("Latch", refusing.port());
+    Registry registry;
+    registry.add("Latch");
+    registry.add("No service", false);
+    const auto switcher = std::make_shared<TCPMatrixSwitcher>();
+    switcher->setDelegate(&registry);
+    for (const std::string name : {"nobody", "No service"}) {
+        EXPECT_FALSE(switcher->openPort(name));
+        EXPECT_EQ(switcher->name(), name);
+        EXPECT_FALSE(switcher->isTryingToConnect());
+    }
+    EXPECT_TRUE(switcher->openPort("Latch"));
+    EXPECT_TRUE(registry.servers[0]->isInUse());
+    EXPECT_EQ(log.count("A new client has registered: " + switcher->description()), 1);
+    EXPECT_TRUE(runMainLoopUntil([&] { return !switcher->isTryingToConnect(); }));
+    EXPECT_TRUE(switcher->openPort("nobody"));
+    EXPECT_EQ(switcher->currentServer(), registry.servers[0]);
+    EXPECT_FALSE(registry.servers[0]->isInUse());
+    EXPECT_EQ(log.count("A client has unregistered: " + switcher->description()), 1);
+    switcher->closePort();
+    EXPECT_EQ(switcher->currentServer(), nullptr);
+    EXPECT_TRUE(switcher->isOpen());
+}
+
+TEST(ServerInfo, isInUseByTheNumberOfItsClientsCutToEightBits) {
+    ServerInfo server;
+    const auto first = std::make_shared<NSObject>();
+    const auto second = std::make_shared<NSObject>();
+    server.registerClient(first);
+    server.registerClient(first);
+    server.unRegisterClient(second);
+    EXPECT_TRUE(server.isInUse());
+    server.unRegisterClient(first);
+    EXPECT_FALSE(server.isInUse());
+    for (int i = 1; i <= 257; ++i) {
+        server.registerClient(second);
+        EXPECT_EQ(server.isInUse(), i != 256) << i;
+    }
+}
+
+TEST(MatrixSwitcherOutput, routesOneAboveItsIndexAndStoresZeroAsThirtyTwo) {
+    struct Recorder : MatrixSwitcher {
+        std::vector<std::pair<std::int64_t, std::int64_t>> routed;
+        bool switchOutputToInput(std::int64_t output, std::int64_t input) override {
+            routed.emplace_back(output, input);
+            return true;
+        }
+    } device;
+    EXPECT_FALSE(device.openPort("any"));
+    EXPECT_EQ(device.name(), std::nullopt);
+    MatrixSwitcherOutput output(&device, 3);
+    EXPECT_EQ(output.inputAsInt(), 1);
+    output.setInput(std::int32_t{0});
+    output.setInput("5 and more");
+    output.setInputAsInt(-1);
+    EXPECT_EQ(output.inputAsInt(), -1);
+    EXPECT_EQ(device.routed, (std::vector<std::pair<std::int64_t, std::int64_t>>{{4, 32}, {4, 5}}));
+}
+
+}  // namespace
+}  // namespace velmora::test

@@ -1,0 +1,129 @@
+// The main thread, run loops, threads and the lock: order, bounds, and what happens to work when a thread ends.
+#include <gtest/gtest.h>
+
+#include <future>
+#include <numeric>
+
+#include "platform/threads/MainThread.h"
+#include "platform/threads/NSLock.h"
+#include "platform/threads/NSThread.h"
+#include "tests/support/MainLoop.h"
+
+namespace velmora::test {
+namespace {
+
+// A thread that runs its loop in short periods until it is cancelled.
+std::shared_ptr<NSThread> loopingThread(double period = 0.05) {
+    auto thread = std::make_shared<NSThread>([period] {
+        while (!NSThread::currentThreadIsCancelled()) {
+            NSRunLoop::currentRunLoop()->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(period));
+        }
+    });
+    thread->start();
+    return thread;
+}
+
+TEST(MainThread, runsWorkOfOtherThreadsInOrderAlsoThroughNestedLoops) {
+    std::vector<int> order;
+    bool innerDone = false;
+    std::promise<void> handed;
+    const auto thread = std::make_shared<NSThread>([&] {
+        EXPECT_FALSE(MainThread::isCurrent());
+        MainThread::perform([&] {
+            order.push_back(1);
+            // A nested loop, as a modal alert runs one, serves the work behind this.
+            innerDone = runMainLoopUntil([&] { return order.size() == 3; });
+        });
+        {
+            const MainThread::HandOver handOver;
+            MainThread::perform([&] { order.push_back(3); });
+            MainThread::performLater([&] { order.push_back(4); });
+            handed.set_value();
+        }
+        EXPECT_TRUE(MainThread::performAndWait([&] { order.push_back(5); }));
+        EXPECT_EQ(order.size(), 4U);
+    });
+    EXPECT_TRUE(MainThread::isCurrent());
+    MainThread::perform([&] { order.push_back(0); });
+    ASSERT_EQ(order, (std::vector<int>{0}));
+    order.clear();
+    thread->start();
+    ASSERT_TRUE(runMainLoopUntil([&] { return thread->isFinished(); }));
+    EXPECT_TRUE(innerDone);
+    EXPECT_EQ(order, (std::vector<int>{1, 3, 4, 5}));
+}
+
+TEST(NSRunLoop, handedWorkRunsOnceInOrderAndIsRefusedAfterTheEnd) {
+    const auto thread = loopingThread();
+    std::vector<int> order;
+    for (int i = 0; i < 1000; ++i) {
+        ASSERT_TRUE(thread->runLoop()->perform([&order, i] { order.push_back(i); }));
+        if (i % 100 != 99) continue;
+        ASSERT_EQ(thread->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Handing::run);
+        ASSERT_EQ(order.size(), static_cast<std::size_t>(i + 1));
+    }
+    EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+
+    // Work behind the last run is destroyed unrun, and whoever waits for it is released.
+    const auto held = std::make_shared<int>(0);
+    std::promise<void> blocked;
+    std::promise<void> release;
+    thread->runLoop()->perform([&] {
+        blocked.set_value();
+        release.get_future().wait();
+    });
+    blocked.get_future().wait();
+    std::thread waiter([&] {
+        EXPECT_EQ(thread->runLoop()->performAndWait([] {}, secondsFromNow(0.05)), NSRunLoop::Handing::deadlinePassed);
+    });
+    waiter.join();
+    thread->cancel();
+    release.set_value();
+    EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
+    EXPECT_FALSE(thread->runLoop()->perform([held] {}));
+    EXPECT_EQ(thread->runLoop()->performAndWait([held] {}, secondsFromNow(30.0)), NSRunLoop::Handing::loopEnded);
+    EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST(NSThread, workHandedToAThreadThatEndsBeforeRunningItReturnsPromptly) {
+    const auto neverRuns = std::make_shared<NSThread>([] {});
+    std::promise<NSRunLoop::Handing> outcome;
+    std::thread waiter([&] { outcome.set_value(neverRuns->runLoop()->performAndWait([] {}, secondsFromNow(30.0))); });
+    neverRuns->start();
+    EXPECT_EQ(outcome.get_future().get(), NSRunLoop::Handing::loopEnded);
+    waiter.join();
+}
+
+TEST(NSThread, cancelledThreadsAreEndedBeforeTheirPeriodIsOver) {
+    const auto thread = loopingThread(3600.0);
+    EXPECT_EQ(NSThread::runningThreads(), 1);
+    thread->cancel();
+    EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
+    EXPECT_TRUE(thread->isFinished());
+    EXPECT_EQ(NSThread::runningThreads(), 0);
+}
+
+TEST(NSLock, isASignalThatAnyThreadMayGiveBack) {
+    NSLock lock;
+    EXPECT_TRUE(lock.tryLock());
+    EXPECT_FALSE(lock.tryLock());
+    EXPECT_FALSE(lock.lockBeforeDate(secondsFromNow(0.01)));
+    std::thread other([&] { lock.unlock(); });
+    EXPECT_TRUE(lock.lockBeforeDate(secondsFromNow(30.0)));
+    other.join();
+    lock.unlock();
+    lock.unlock();
+    EXPECT_TRUE(lock.lock());
+    EXPECT_FALSE(lock.tryLock());
+
+    // A cancelled thread does not wait for ever.
+    std::promise<bool> taken;
+    const auto thread = std::make_shared<NSThread>([&] { taken.set_value(lock.lock()); });
+    thread->start();
+    thread->cancel();
+    EXPECT_FALSE(taken.get_future().get());
+    EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
+}
+
+}  // namespace
+}  // namespace velmora::test

@@ -1,0 +1,249 @@
+// The connection: starting, the communications thread, stream events and closing. Commands and replies are in
+// SwitchTelnetControllerQueue.cpp.
+#include "transport/SwitchTelnetController.h"
+
+#include <array>
+#include <utility>
+
+#include "platform/foundation/NSLog.h"
+#include "platform/foundation/NSNotificationCenter.h"
+#include "platform/network/NSHost.h"
+#include "transport/NSNotificationCenterAdditions.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr std::array kStreamModes{NSDefaultRunLoopMode, NSEventTrackingRunLoopMode, NSModalPanelRunLoopMode};
+
+}  // namespace
+
+SwitchTelnetController::SwitchTelnetController(TelnetTimeLimits limits) : limits_(limits) {
+    setIsConnected(false);
+}
+
+SwitchTelnetController::~SwitchTelnetController() = default;
+
+void SwitchTelnetController::setIsConnected(bool isConnected) {
+    isConnected_ = isConnected;
+    if (isConnected) isTryingToConnect_ = false;
+}
+
+bool SwitchTelnetController::communicationsThreadIsRunning() const {
+    MutexLock lock(stateMutex_);
+    return communicationsThreadIsRunning_;
+}
+
+std::optional<std::string> SwitchTelnetController::nodeAddress() const {
+    MutexLock lock(stateMutex_);
+    return nodeAddress_;
+}
+
+void SwitchTelnetController::setNodeAddress(std::optional<std::string> nodeAddress) {
+    MutexLock lock(stateMutex_);
+    nodeAddress_ = std::move(nodeAddress);
+}
+
+std::shared_ptr<NSRunLoop> SwitchTelnetController::runLoop() const {
+    MutexLock lock(stateMutex_);
+    return runLoop_;
+}
+
+void SwitchTelnetController::setRunLoop(std::shared_ptr<NSRunLoop> runLoop) {
+    MutexLock lock(stateMutex_);
+    runLoop_.swap(runLoop);
+}
+
+void SwitchTelnetController::startConnectionWithHostAddressPort(const std::string& address, std::uint64_t port) {
+    if (!claimThread()) {
+        refuseStart();
+        return;
+    }
+    startConnection(getStreamsToHostPort(NSHost::hostWithName(address), port));
+}
+
+void SwitchTelnetController::startConnectionWithNetService(const std::shared_ptr<NSNetService>& service) {
+    if (!claimThread()) {
+        refuseStart();
+        return;
+    }
+    if (service == nullptr) {
+        NSLog("netservice nil");
+        MutexLock lock(stateMutex_);
+        communicationsThreadIsRunning_ = false;
+        return;
+    }
+    startConnection(service->getInputStreamOutputStream());
+}
+
+// Marks the thread as running before it is made, so that of two starts at once only one goes on.
+bool SwitchTelnetController::claimThread() {
+    MutexLock lock(stateMutex_);
+    return !std::exchange(communicationsThreadIsRunning_, true);
+}
+
+void SwitchTelnetController::refuseStart() {
+    NSNotificationCenterAdditions::postNotificationOnMainThreadWithNameObject(NSNotificationCenter::defaultCenter(),
+                                                                              "nodeConnectionDidNotOpen", delegate());
+}
+
+void SwitchTelnetController::startConnection(const std::optional<NSStreamPair>& streams) {
+    if (!streams) {
+        {
+            MutexLock lock(stateMutex_);
+            communicationsThreadIsRunning_ = false;
+        }
+        refuseStart();
+        return;
+    }
+    streams->input->setDelegate(this);
+    streams->output->setDelegate(this);
+    isTryingToConnect_ = true;
+    const auto thread = std::make_shared<NSThread>([self = self()] { self->startCommunicationsThread(); });
+    {
+        MutexLock lock(stateMutex_);
+        inputStream_ = streams->input;
+        outputStream_ = streams->output;
+        communicationsThread_ = thread;
+    }
+    thread->start();
+}
+
+void SwitchTelnetController::startCommunicationsThread() {
+    const auto loop = NSRunLoop::currentRunLoop();
+    setRunLoop(loop);
+    openStreams();
+    while (!NSThread::currentThreadIsCancelled()) {
+        loop->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(limits_.runLoopPeriod));
+    }
+    MutexLock lock(stateMutex_);
+    communicationsThreadIsRunning_ = false;
+}
+
+void SwitchTelnetController::openStreams() {
+    std::shared_ptr<NSInputStream> input;
+    std::shared_ptr<NSOutputStream> output;
+    std::shared_ptr<NSRunLoop> loop;
+    {
+        MutexLock lock(stateMutex_);
+        input = inputStream_;
+        output = outputStream_;
+        loop = runLoop_;
+    }
+    if (input == nullptr || output == nullptr) return;  // closed before the thread came to run
+    for (const char* mode : kStreamModes) {
+        input->scheduleInRunLoopForMode(loop, mode);
+        output->scheduleInRunLoopForMode(loop, mode);
+    }
+    input->open();
+    output->open();
+}
+
+bool SwitchTelnetController::isCurrentStream(const std::shared_ptr<NSStream>& stream) const {
+    MutexLock lock(stateMutex_);
+    return !closing_ && (stream == inputStream_ || stream == outputStream_);
+}
+
+void SwitchTelnetController::streamHandleEvent(const std::shared_ptr<NSStream>& stream, NSStreamEvent event) {
+    if (!isCurrentStream(stream)) return;
+    switch (event) {
+        case NSStreamEventHasBytesAvailable:
+            if (auto* input = dynamic_cast<NSInputStream*>(stream.get())) bytesAvailable(*input);
+            break;
+        case NSStreamEventHasSpaceAvailable:
+            firstSpaceAvailable(stream);
+            break;
+        case NSStreamEventErrorOccurred:
+            errorOccurred();
+            break;
+        case NSStreamEventEndEncountered:
+            NSLog("NSStreamEventEndEncountered");
+            closeStreams();
+            break;
+        case NSStreamEventOpenCompleted:
+            break;
+    }
+}
+
+void SwitchTelnetController::firstSpaceAvailable(const std::shared_ptr<NSStream>& stream) {
+    {
+        MutexLock lock(stateMutex_);
+        if (outputStreamReady_) return;
+    }
+    // The main thread gets this only when the event has been handled, so the delegate finds the connection connected.
+    tellDelegate(&SwitchTelnetControllerDelegate::nodeConnectionDidOpen);
+    sendNextCommand();
+    MutexLock lock(stateMutex_);
+    if (closing_ || stream != outputStream_) return;  // another thread has closed it meanwhile
+    outputStreamReady_ = true;
+    setIsConnected(true);
+}
+
+void SwitchTelnetController::errorOccurred() {
+    if (!isConnected() && isTryingToConnect()) {
+        setIsTryingToConnect(false);
+        tellDelegate(&SwitchTelnetControllerDelegate::nodeConnectionDidNotOpen);
+    }
+    closeStreams();
+}
+
+void SwitchTelnetController::tellDelegate(void (SwitchTelnetControllerDelegate::*callback)(SwitchTelnetController&)) {
+    MainThread::performLater([self = self(), callback] {
+        if (auto* const delegate = self->delegate()) (delegate->*callback)(*self);
+    });
+}
+
+void SwitchTelnetController::closeStreams() {
+    std::shared_ptr<NSInputStream> input;
+    std::shared_ptr<NSOutputStream> output;
+    std::shared_ptr<NSRunLoop> loop;
+    std::shared_ptr<NSThread> thread;
+    {
+        MutexLock lock(stateMutex_);
+        if (inputStream_ == nullptr || outputStream_ == nullptr || closing_) return;
+        closing_ = true;
+        input = inputStream_;
+        output = outputStream_;
+        loop = communicationsThread_->runLoop();
+        thread = communicationsThread_;
+        // The mark that the command failed ("ERROR", error, hasResponse) is meant for the slot that has just been
+        // emptied and so reaches no command. That is intended: the client finds its command unanswered.
+        currentTelnetCommand_ = nullptr;
+    }
+    releaseWaitingClients();
+    for (const char* mode : kStreamModes) {
+        input->removeFromRunLoopForMode(loop, mode);
+        output->removeFromRunLoopForMode(loop, mode);
+    }
+    input->setDelegate(nullptr);
+    output->setDelegate(nullptr);
+    input->close();
+    output->close();
+    {
+        MutexLock lock(stateMutex_);
+        inputStream_ = nullptr;
+        outputStream_ = nullptr;
+        setIsConnected(false);
+        isTryingToConnect_ = false;
+        outputStreamReady_ = false;
+        closing_ = false;
+    }
+    thread->cancel();
+    tellDelegate(&SwitchTelnetControllerDelegate::nodeConnectionDidClose);
+}
+
+// Whoever waits for a reply, also to a command that is still queued, is released by the communications thread. A thread
+// that is itself blocked, because a second command was added while one was in flight or because the peer takes no more
+// bytes, cannot do it; then it is done here.
+void SwitchTelnetController::releaseWaitingClients() {
+    std::shared_ptr<NSThread> thread;
+    {
+        MutexLock lock(stateMutex_);
+        thread = communicationsThread_;
+    }
+    const auto handing =
+        thread->runLoop()->performAndWait([self = self()] { self->unlockMutex(); }, secondsFromNow(limits_.handOff));
+    if (handing != NSRunLoop::Handing::run) unlockMutex();
+}
+
+}  // namespace velmora

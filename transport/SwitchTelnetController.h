@@ -1,0 +1,160 @@
+// One TCP connection to a switch server: its communications thread, its queue of commands with at most one in flight,
+// and the framing of command lines and replies.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/foundation/NSObject.h"
+#include "platform/network/NSNetService.h"
+#include "platform/network/NSStream.h"
+#include "platform/threads/NSLock.h"
+#include "platform/threads/NSThread.h"
+#include "platform/threads/ThreadAnnotations.h"
+#include "transport/SwitchTelnetCommand.h"
+
+namespace velmora {
+
+class SwitchTelnetController;
+
+// The connection's callbacks, all on the main thread through its event loop.
+class SwitchTelnetControllerDelegate {
+  public:
+    virtual ~SwitchTelnetControllerDelegate() = default;
+    // The connection is usable.
+    virtual void nodeConnectionDidOpen(SwitchTelnetController& controller) = 0;
+    // The connection could not be made; nodeConnectionDidClose follows.
+    virtual void nodeConnectionDidNotOpen(SwitchTelnetController& controller) = 0;
+    // A connection, made or being made, has been closed by either side.
+    virtual void nodeConnectionDidClose(SwitchTelnetController& controller) = 0;
+};
+
+// In seconds. Tests shorten them.
+struct TelnetTimeLimits {
+    double reply = 10.0;         // for the reply to one command; the connection is closed when it has passed
+    double runLoopPeriod = 2.0;  // one run of the communications thread's loop; a cancel request is seen after it
+    double handOff = 0.25;       // for the communications thread to release a waiting client
+};
+
+// A reply that grows beyond this many bytes closes the connection.
+inline constexpr std::size_t kResponseByteLimit = 16 * 1024 * 1024;
+
+// Made with std::make_shared; its communications thread holds it until that thread has ended. Operations may be called
+// on any thread, but for those marked as the communications thread's. Whoever owns it closes it before letting it go.
+class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
+  public:
+    explicit SwitchTelnetController(TelnetTimeLimits limits = {});
+    ~SwitchTelnetController() override;
+
+    // Not owned; set, cleared and called on the main thread.
+    SwitchTelnetControllerDelegate* delegate() const { return delegate_; }
+    void setDelegate(SwitchTelnetControllerDelegate* delegate) { delegate_ = delegate; }
+
+    // Both begin to connect and return at once; the outcome is a callback. A start that is refused, because a thread of
+    // an earlier connection still runs or there are no streams to be had, posts the notification
+    // "nodeConnectionDidNotOpen" with the delegate as its object.
+    void startConnectionWithNetService(const std::shared_ptr<NSNetService>& service);
+    // Host name or address text, port 1 to 65,535. Looking the name up may take seconds.
+    void startConnectionWithHostAddressPort(const std::string& address, std::uint64_t port);
+
+    void stopConnection() { closeStreams(); }
+    // Closes the connection and releases every client that waits for a reply; nothing happens when there is none.
+    // Queued commands stay.
+    void closeStreams();
+
+    bool isConnected() const { return isConnected_; }
+    void setIsConnected(bool isConnected);
+    bool isTryingToConnect() const { return isTryingToConnect_; }
+    void setIsTryingToConnect(bool isTryingToConnect) { isTryingToConnect_ = isTryingToConnect; }
+    bool communicationsThreadIsRunning() const;
+
+    // An address slot that nothing uses.
+    std::optional<std::string> nodeAddress() const;
+    void setNodeAddress(std::optional<std::string> nodeAddress);
+
+    // Null before the first connection's thread has begun.
+    std::shared_ptr<NSRunLoop> runLoop() const;
+    void setRunLoop(std::shared_ptr<NSRunLoop> runLoop);
+    // The command in flight, or null.
+    std::shared_ptr<SwitchTelnetCommand> currentTelnetCommand() const;
+    void setCurrentTelnetCommand(std::shared_ptr<SwitchTelnetCommand> command);
+    // A copy of the queue, head first.
+    std::vector<std::shared_ptr<SwitchTelnetCommand>> telnetCommands() const;
+    void setTelnetCommands(std::vector<std::shared_ptr<SwitchTelnetCommand>> commands);
+
+    // Queues the command and waits until it is answered, the reply's time limit has passed (the connection is then
+    // closed), or the connection is gone; returns at once without one. For any thread but the communications thread.
+    void processCommandSynchronously(const std::shared_ptr<SwitchTelnetCommand>& command);
+    // Queues the command and sends the next one if possible, without waiting for the reply. It takes the signal that a
+    // reply gives back: a second call before that blocks its thread until then. That is intended; clients send one
+    // command at a time.
+    void addNewCommand(const std::shared_ptr<SwitchTelnetCommand>& command);
+    // Takes the head off the queue; null when it is empty.
+    std::shared_ptr<SwitchTelnetCommand> nextCommand();
+    void sendNextCommand();
+    // Gives the signal back. Communications thread.
+    void unlockMutex() { communicationsThreadMutex.unlock(); }
+    // Writes the bytes, or drops them when the stream has no space.
+    void sendData(std::span<const std::uint8_t> data);
+
+    // The framing of an XML reply, asked of the command in flight; false without one. Communications thread.
+    bool checkForXMLPLISTBeginning() const;
+    bool checkForXMLPLISTTermination() const;
+    bool XMLReceivedCompletely() const;
+
+  private:
+    class HandOver;
+
+    void streamHandleEvent(const std::shared_ptr<NSStream>& stream, NSStreamEvent event) override;
+    void bytesAvailable(NSInputStream& stream);
+    void firstSpaceAvailable(const std::shared_ptr<NSStream>& stream);
+    void errorOccurred();
+
+    bool claimThread();
+    void refuseStart();
+    void startConnection(const std::optional<NSStreamPair>& streams);
+    void startCommunicationsThread();
+    void openStreams();
+
+    bool hasOpenStream() const;
+    bool isCurrentStream(const std::shared_ptr<NSStream>& stream) const;
+    std::shared_ptr<NSOutputStream> outputStream() const;
+    void enqueue(const std::shared_ptr<SwitchTelnetCommand>& command);
+    void replyTimedOut(bool lockObtained);
+    void giveSignalBack();
+    void releaseWaitingClients();
+    void tellDelegate(void (SwitchTelnetControllerDelegate::*callback)(SwitchTelnetController&));
+
+    std::shared_ptr<SwitchTelnetController> self() {
+        return std::static_pointer_cast<SwitchTelnetController>(shared_from_this());
+    }
+
+    const TelnetTimeLimits limits_;
+    // A signal between the client that waits for a reply and the communications thread: taken when a command is added,
+    // given back when it is answered or abandoned. It guards no data.
+    NSLock communicationsThreadMutex;
+
+    mutable Mutex stateMutex_;
+    std::shared_ptr<NSInputStream> inputStream_ GUARDED_BY(stateMutex_);
+    std::shared_ptr<NSOutputStream> outputStream_ GUARDED_BY(stateMutex_);
+    std::shared_ptr<NSThread> communicationsThread_ GUARDED_BY(stateMutex_);
+    std::shared_ptr<NSRunLoop> runLoop_ GUARDED_BY(stateMutex_);
+    std::shared_ptr<SwitchTelnetCommand> currentTelnetCommand_ GUARDED_BY(stateMutex_);
+    std::vector<std::shared_ptr<SwitchTelnetCommand>> telnetCommands_ GUARDED_BY(stateMutex_);
+    bool communicationsThreadIsRunning_ GUARDED_BY(stateMutex_) = false;
+    bool outputStreamReady_ GUARDED_BY(stateMutex_) = false;
+    // One thread is closing the streams; the fields still hold them.
+    bool closing_ GUARDED_BY(stateMutex_) = false;
+    std::optional<std::string> nodeAddress_ GUARDED_BY(stateMutex_);
+
+    std::atomic<bool> isConnected_{false};
+    std::atomic<bool> isTryingToConnect_{false};
+    std::atomic<SwitchTelnetControllerDelegate*> delegate_{nullptr};
+};
+
+}  // namespace velmora

@@ -1,0 +1,247 @@
+// Commands and replies: the queue, the command in flight, and the bytes of lines and replies. The connection is in
+// SwitchTelnetController.cpp.
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "platform/foundation/NSLog.h"
+#include "transport/SwitchTelnetController.h"
+
+namespace velmora {
+
+namespace {
+
+// Line feed before carriage return is intended; the servers expect it so.
+constexpr const char* kLineFormat = "%@\n\r";
+constexpr std::size_t kReadSize = 2048;
+constexpr std::string_view kXMLBeginning = "<?xml ver";
+constexpr std::string_view kXMLTermination = "</plist>\n";
+// How many of the last bytes may hold the termination.
+constexpr std::size_t kXMLTailSize = 12;
+
+bool hasText(std::string_view bytes, std::string_view text) {
+    return isValidUTF8(bytes) && bytes.find(text) != std::string_view::npos;
+}
+
+// The thresholds are one more than the texts say, and too short a buffer counts as framed. Both are intended.
+bool beginsLikeXML(const std::string& data) {
+    if (data.size() < 10) {
+        NSLog("error dataBuffer length < 9: %@", stringWithUTF8Bytes(data));
+        return true;
+    }
+    return hasText(std::string_view(data).substr(0, kXMLBeginning.size()), kXMLBeginning);
+}
+
+bool endsLikeXML(const std::string& data) {
+    if (data.size() < 13) {
+        NSLog("error dataBuffer length < 12: %@", stringWithUTF8Bytes(data));
+        return true;
+    }
+    return hasText(std::string_view(data).substr(data.size() - kXMLTailSize), kXMLTermination);
+}
+
+}  // namespace
+
+std::shared_ptr<SwitchTelnetCommand> SwitchTelnetController::currentTelnetCommand() const {
+    MutexLock lock(stateMutex_);
+    return currentTelnetCommand_;
+}
+
+void SwitchTelnetController::setCurrentTelnetCommand(std::shared_ptr<SwitchTelnetCommand> command) {
+    MutexLock lock(stateMutex_);
+    currentTelnetCommand_.swap(command);
+}
+
+std::vector<std::shared_ptr<SwitchTelnetCommand>> SwitchTelnetController::telnetCommands() const {
+    MutexLock lock(stateMutex_);
+    return telnetCommands_;
+}
+
+void SwitchTelnetController::setTelnetCommands(std::vector<std::shared_ptr<SwitchTelnetCommand>> commands) {
+    MutexLock lock(stateMutex_);
+    telnetCommands_.swap(commands);
+}
+
+std::shared_ptr<NSOutputStream> SwitchTelnetController::outputStream() const {
+    MutexLock lock(stateMutex_);
+    return outputStream_;
+}
+
+bool SwitchTelnetController::hasOpenStream() const {
+    MutexLock lock(stateMutex_);
+    return outputStream_ != nullptr && !closing_;
+}
+
+// A command on its way to the communications thread. Finished when that has queued it, or has ended without doing so.
+class SwitchTelnetController::HandOver {
+  public:
+    HandOver(std::shared_ptr<SwitchTelnetController> controller, std::shared_ptr<SwitchTelnetCommand> command,
+             std::shared_ptr<NSLock::Errand> errand)
+        : controller_(std::move(controller)), command_(std::move(command)), errand_(std::move(errand)) {}
+    ~HandOver() { controller_->communicationsThreadMutex.finishErrand(*errand_); }
+    HandOver(const HandOver&) = delete;
+    HandOver& operator=(const HandOver&) = delete;
+
+    void run() const {
+        // Looked at again on this thread: the connection may have gone since the client looked.
+        if (controller_->hasOpenStream()) controller_->addNewCommand(command_);
+    }
+
+  private:
+    const std::shared_ptr<SwitchTelnetController> controller_;
+    const std::shared_ptr<SwitchTelnetCommand> command_;
+    const std::shared_ptr<NSLock::Errand> errand_;
+};
+
+void SwitchTelnetController::processCommandSynchronously(const std::shared_ptr<SwitchTelnetCommand>& command) {
+    std::shared_ptr<NSRunLoop> loop;
+    {
+        MutexLock lock(stateMutex_);
+        if (outputStream_ == nullptr) return;
+        loop = communicationsThread_->runLoop();
+    }
+    // One wait for both, that the command is queued and that the signal is given back, so that the client is woken
+    // once. The signal is free at once when the reply has come already, or when the command was not queued.
+    const Date deadline = secondsFromNow(limits_.reply);
+    const auto errand = std::make_shared<NSLock::Errand>();
+    if (!loop->perform([handOver = std::make_shared<const HandOver>(self(), command, errand)] { handOver->run(); }))
+        return;
+    const bool lockObtained = communicationsThreadMutex.lockAfterErrandBeforeDate(*errand, deadline);
+    if (deadline > std::chrono::steady_clock::now()) {
+        if (lockObtained) communicationsThreadMutex.unlock();
+        return;
+    }
+    replyTimedOut(lockObtained);
+}
+
+void SwitchTelnetController::replyTimedOut(bool lockObtained) {
+    if (lockObtained) releaseWaitingClients();
+    NSLog("NSStreamEventEndEncountered because of a timeout");
+    closeStreams();
+}
+
+void SwitchTelnetController::addNewCommand(const std::shared_ptr<SwitchTelnetCommand>& command) {
+    // Taken on every call, whether or not the command is then queued, and given back by a reply. A thread that is
+    // cancelled while it waits here queues nothing.
+    if (!communicationsThreadMutex.lock()) return;
+    enqueue(command);
+    const auto output = outputStream();
+    if (output == nullptr || !output->hasSpaceAvailable()) return;
+    sendNextCommand();
+}
+
+void SwitchTelnetController::enqueue(const std::shared_ptr<SwitchTelnetCommand>& command) {
+    MutexLock lock(stateMutex_);
+    const std::string text = command->command();
+    const bool duplicate = std::any_of(telnetCommands_.begin(), telnetCommands_.end(),
+                                       [&text](const auto& queued) { return queued->command() == text; });
+    if (duplicate) return;
+    if (telnetCommands_.empty()) {
+        telnetCommands_.push_back(command);
+        return;
+    }
+    // Without a command of lower priority to stand before, the new one is dropped. That is intended, and so is the
+    // unsigned comparison.
+    const auto priority = static_cast<std::uint32_t>(command->priority());
+    const auto lower = std::find_if(telnetCommands_.begin(), telnetCommands_.end(), [priority](const auto& queued) {
+        return static_cast<std::uint32_t>(queued->priority()) < priority;
+    });
+    if (lower != telnetCommands_.end()) telnetCommands_.insert(lower, command);
+}
+
+std::shared_ptr<SwitchTelnetCommand> SwitchTelnetController::nextCommand() {
+    MutexLock lock(stateMutex_);
+    if (telnetCommands_.empty()) return nullptr;
+    auto command = std::move(telnetCommands_.front());
+    telnetCommands_.erase(telnetCommands_.begin());
+    return command;
+}
+
+void SwitchTelnetController::sendNextCommand() {
+    std::string line;
+    std::shared_ptr<NSRunLoop> loop;
+    {
+        MutexLock lock(stateMutex_);
+        if (closing_ || currentTelnetCommand_ != nullptr || telnetCommands_.empty()) return;
+        currentTelnetCommand_ = std::move(telnetCommands_.front());
+        telnetCommands_.erase(telnetCommands_.begin());
+        line = stringWithFormat(kLineFormat, currentTelnetCommand_->command());
+        loop = runLoop_;
+    }
+    sendData({reinterpret_cast<const std::uint8_t*>(line.data()), line.size()});
+    // Bytes that were left unread may be wanted now; a client that sends on its own thread makes the communications
+    // thread look.
+    if (loop != nullptr && NSRunLoop::currentRunLoop() != loop) loop->perform([] {});
+}
+
+void SwitchTelnetController::sendData(std::span<const std::uint8_t> data) {
+    const auto output = outputStream();
+    // Dropped, while the command stays in flight and its client waits until the time-out. That is intended.
+    if (output == nullptr || !output->hasSpaceAvailable()) return;
+    auto count = static_cast<std::int32_t>(data.size());
+    const std::uint8_t* position = data.data();
+    while (count > 0) {
+        const auto written = static_cast<std::int32_t>(output->write({position, static_cast<std::size_t>(count)}));
+        count -= written;
+        position += written;
+    }
+}
+
+void SwitchTelnetController::bytesAvailable(NSInputStream& stream) {
+    const auto command = currentTelnetCommand();
+    if (command == nullptr) return;  // the bytes stay in the stream
+    std::array<std::uint8_t, kReadSize> buffer;
+    const auto count = static_cast<std::int32_t>(stream.read(buffer));
+    if (count <= 0) {
+        NSLog("NSStreamEventHasBytesAvailable but with ZERO bytes");
+        setCurrentTelnetCommand(nullptr);
+        giveSignalBack();
+        return;
+    }
+    const ResponseData data = command->responseData();
+    {
+        MutexLock lock(stateMutex_);
+        // A client that has given up meanwhile reads its command without expecting it to change; so below.
+        if (currentTelnetCommand_ != command) return;
+        data->append(reinterpret_cast<const char*>(buffer.data()), static_cast<std::size_t>(count));
+    }
+    if (command->requiresXMLResponse() && !(beginsLikeXML(*data) && endsLikeXML(*data))) {
+        if (data->size() > kResponseByteLimit) {
+            NSLog("Reply of more than %li bytes", kResponseByteLimit);
+            closeStreams();
+        }
+        return;
+    }
+    auto response = stringWithUTF8Bytes(*data);
+    if (response) response = stringByTrimmingControlCharacters(*response);
+    {
+        MutexLock lock(stateMutex_);
+        if (currentTelnetCommand_ != command) return;
+        command->setResponseString(std::move(response));
+        command->setHasResponse(true);
+        currentTelnetCommand_ = nullptr;
+    }
+    giveSignalBack();
+}
+
+// Leaves the signal free, whoever holds it.
+void SwitchTelnetController::giveSignalBack() {
+    communicationsThreadMutex.tryLock();
+    communicationsThreadMutex.unlock();
+}
+
+bool SwitchTelnetController::checkForXMLPLISTBeginning() const {
+    const auto command = currentTelnetCommand();
+    return command != nullptr && beginsLikeXML(*command->responseData());
+}
+
+bool SwitchTelnetController::checkForXMLPLISTTermination() const {
+    const auto command = currentTelnetCommand();
+    return command != nullptr && endsLikeXML(*command->responseData());
+}
+
+bool SwitchTelnetController::XMLReceivedCompletely() const {
+    return checkForXMLPLISTBeginning() && checkForXMLPLISTTermination();
+}
+
+}  // namespace velmora
