@@ -12,5 +12,6 @@ target_sources(velmora-platform PRIVATE
     network/discovery/InProcessBackend.cpp
     network/discovery/MonitoredRecords.cpp
     network/discovery/NetworkRecord.cpp
+    network/discovery/PacketScreen.cpp
     network/discovery/ServicePublication.cpp
 )

@@ -26,7 +26,7 @@ struct AttributeRecord {
 struct AttributeDictionary {
     std::unordered_map<std::string, AttributeRecord> records;
     // The keys in the host's order. Never null.
-    StringList names = std::make_shared<const std::vector<std::string>>();
+    StringList names = makeStringList();
 };
 
 }  // namespace velmora

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "platform/foundation/PropertyList.h"
+#include "platform/foundation/Text.h"
 
 class QWidget;
 
@@ -33,9 +34,6 @@ class VelmoraNodePluginProtocol_Delegate {
     // waits for it to return.
     virtual void attributesChangedForPluginName(const std::string& pluginName) = 0;
 };
-
-// Immutable once handed out; null means none.
-using StringList = std::shared_ptr<const std::vector<std::string>>;
 
 class VelmoraNodePluginProtocol {
   public:

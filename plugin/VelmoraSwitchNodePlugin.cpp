@@ -16,7 +16,7 @@ constexpr const char* kAvailableDevices = "availableDevices";
 
 // A new list with a shallow copy of each entry. What is no dictionary cannot be an output and is left out.
 ArrayReference copiedOutputs(const DictionaryReference& settings) {
-    auto outputs = std::make_shared<PropertyListArray>();
+    auto outputs = makeArray();
     const PropertyList* value = valueForKey(settings, kConfiguredOutputs);
     const ArrayReference given = value != nullptr ? value->array() : nullptr;
     if (given == nullptr) {
@@ -40,7 +40,7 @@ VelmoraSwitchNodePlugin::VelmoraSwitchNodePlugin(std::shared_ptr<NSBundle> bundl
       _bundle(std::move(bundle)),
       limits_(limits),
       attributes_(std::make_shared<const AttributeDictionary>()),
-      configuredOutputs_(std::make_shared<PropertyListArray>()) {}
+      configuredOutputs_(makeArray()) {}
 
 VelmoraSwitchNodePlugin::~VelmoraSwitchNodePlugin() {
     delegate_ = nullptr;
@@ -86,13 +86,13 @@ void VelmoraSwitchNodePlugin::updateSettingsView() {
 }
 
 DictionaryReference VelmoraSwitchNodePlugin::defaultSettings() {
-    auto available = std::make_shared<PropertyListArray>();
+    auto available = makeArray();
     if (_switchController != nullptr) {
         for (const auto& server : _switchController->serversArray()) {
             available->emplace_back(server->serverName().value_or(""));
         }
     }
-    auto settings = std::make_shared<PropertyListDictionary>();
+    auto settings = makeDictionary();
     settings->emplace(kAvailableDevices, std::move(available));
     settings->emplace(kConfiguredOutputs, configuredOutputs());
     settings->emplace(kSelectedDeviceName, _defaultSwitcherName.value_or(""));

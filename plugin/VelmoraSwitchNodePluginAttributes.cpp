@@ -42,14 +42,14 @@ std::string valueText(TCPMatrixSwitcher& switcher, std::int64_t input) {
 }
 
 StringList sortedNames(const AttributeDictionary& attributes) {
-    auto names = std::make_shared<std::vector<std::string>>();
+    std::vector<std::string> names;
     for (const auto& [name, record] : attributes.records) {
-        names->push_back(name);
+        names.push_back(name);
     }
     // Not numerically: "... 10" comes before "... 2". Intended.
-    std::sort(names->begin(), names->end(),
+    std::sort(names.begin(), names.end(),
               [](const auto& left, const auto& right) { return caseInsensitiveCompare(left, right) < 0; });
-    return names;
+    return makeStringList(std::move(names));
 }
 
 }  // namespace
@@ -85,12 +85,13 @@ AttributeRecord VelmoraSwitchNodePlugin::makeRecord(TCPMatrixSwitcher& switcher,
     AttributeRecord record;
     record.attributeDirection = "Output";
     record.attributeType = "MultipleValues";
-    auto possibleValues = std::make_shared<std::vector<std::string>>();
+    std::vector<std::string> possibleValues;
     for (std::int64_t input = 0; input < switcher.numberOfInputs(); ++input) {
-        possibleValues->push_back(valueText(switcher, input));
+        possibleValues.push_back(valueText(switcher, input));
     }
-    if (lastPossibleValues == nullptr || *lastPossibleValues != *possibleValues)
-        lastPossibleValues = std::move(possibleValues);
+    if (lastPossibleValues == nullptr || *lastPossibleValues != possibleValues) {
+        lastPossibleValues = makeStringList(std::move(possibleValues));
+    }
     record.attributePossibleValues = lastPossibleValues;
     const std::int64_t current = switcher.selectedInputForOutput(output);
     record.attributeDefaultValue = valueText(switcher, integerForKey(entry, "defaultInputNumber"));
@@ -113,7 +114,7 @@ void VelmoraSwitchNodePlugin::setCurrentValuesToDefaults() {
 }
 
 StringList VelmoraSwitchNodePlugin::attributeNames() const {
-    return isStarted() ? attributes()->names : std::make_shared<const std::vector<std::string>>();
+    return isStarted() ? attributes()->names : makeStringList();
 }
 
 std::optional<std::string> VelmoraSwitchNodePlugin::textOfAttribute(const std::string& name,
@@ -144,7 +145,7 @@ std::optional<std::string> VelmoraSwitchNodePlugin::directionOfAttributeWithName
 }
 
 StringList VelmoraSwitchNodePlugin::possibleValuesOfAttributeWithName(const std::string& name) const {
-    if (!isStarted()) return std::make_shared<const std::vector<std::string>>();
+    if (!isStarted()) return makeStringList();
     const auto all = attributes();
     const auto found = all->records.find(name);
     return found != all->records.end() ? found->second.attributePossibleValues : nullptr;

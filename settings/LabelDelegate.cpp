@@ -30,12 +30,16 @@ void LabelDelegate::setModelData(QWidget* editor, QAbstractItemModel* model, con
     if (line->isModified() || line->property(kConfirmed).toBool()) model->setData(index, line->text(), Qt::EditRole);
 }
 
-bool LabelDelegate::eventFilter(QObject* editor, QEvent* event) {
-    if (event->type() == QEvent::KeyPress) {
-        const int key = static_cast<QKeyEvent*>(event)->key();
-        editor->setProperty(kConfirmed, key == Qt::Key_Return || key == Qt::Key_Enter);
-    }
-    return QStyledItemDelegate::eventFilter(editor, event);
+bool LabelDelegate::eventFilter(QObject* object, QEvent* event) {
+    if (event->type() != QEvent::KeyPress) return QStyledItemDelegate::eventFilter(object, event);
+    const int key = static_cast<QKeyEvent*>(event)->key();
+    object->setProperty(kConfirmed, key == Qt::Key_Return || key == Qt::Key_Enter);
+    if (key != Qt::Key_Tab && key != Qt::Key_Backtab) return QStyledItemDelegate::eventFilter(object, event);
+    // Back to the table, and not on to the next cell, which would open its menu.
+    auto* const editor = static_cast<QWidget*>(object);
+    emit commitData(editor);
+    emit closeEditor(editor);
+    return true;
 }
 
 }  // namespace velmora

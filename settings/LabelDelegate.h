@@ -14,7 +14,7 @@ class LabelDelegate final : public QStyledItemDelegate {
     void setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const override;
 
   protected:
-    bool eventFilter(QObject* editor, QEvent* event) override;
+    bool eventFilter(QObject* object, QEvent* event) override;
 };
 
 }  // namespace velmora

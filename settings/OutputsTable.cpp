@@ -1,6 +1,5 @@
 #include "settings/OutputsTable.h"
 
-#include <QApplication>
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -45,13 +44,15 @@ void OutputsTable::attach(SwitchSettingsViewController& controller, MenuPopUp& o
                                              ? static_cast<QAbstractItemDelegate*>(menuDelegate)
                                              : labelDelegate);
     }
+    connect(model_, &QAbstractItemModel::modelAboutToBeReset, this, &OutputsTable::abandonEditing);
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, &OutputsTable::selectionHasChanged);
 }
 
 void OutputsTable::detach() {
     closeMenus();
+    abandonEditing();
     controller_ = nullptr;
-    delete model_;  // the view closes its editors without storing anything
+    delete model_;
     model_ = nullptr;
 }
 
@@ -89,8 +90,15 @@ void OutputsTable::selectionHasChanged() {
 }
 
 void OutputsTable::endEditing() {
-    const QWidget* const focus = QApplication::focusWidget();
-    if (focus != nullptr && viewport()->isAncestorOf(focus)) setFocus();
+    QWidget* const editor = indexWidget(currentIndex());
+    if (editor == nullptr) return;
+    commitData(editor);
+    closeEditor(editor, QAbstractItemDelegate::NoHint);
+}
+
+void OutputsTable::abandonEditing() {
+    if (QWidget* const editor = indexWidget(currentIndex()))
+        closeEditor(editor, QAbstractItemDelegate::RevertModelCache);
 }
 
 bool OutputsTable::edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) {

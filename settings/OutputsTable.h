@@ -45,6 +45,8 @@ class OutputsTable final : public QTableView, public TableView {
     MenuPopUp* menuOfColumn(int column) const;
     void openMenu(const QModelIndex& index);
     void closeMenus();
+    // Ends the editing of a cell without storing anything.
+    void abandonEditing();
     // As the user's click on a header: ascending first, then the other way round; what was sorted by before decides
     // among equals.
     void sortBy(int column);

@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QLabel>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QUiLoader>
 #include <memory>
@@ -129,7 +130,9 @@ void SettingsView::controllerGoesAway() {
     detach();
     hide();
     setParent(nullptr);
-    if (alert_ != nullptr) alert_->reject();
+    for (QMessageBox* const alert : findChildren<QMessageBox*>()) {
+        alert->reject();
+    }
     if (runningActions_ == 0) delete this;
 }
 
@@ -174,7 +177,6 @@ void SettingsView::showAlert(const std::string& title, const std::string& messag
     const RunningAction running(*this);
     const MainThread::ModeScope mode(NSModalPanelRunLoopMode);
     const QPointer<QMessageBox> box = new QMessageBox(this);
-    alert_ = box;
     box->setIcon(QMessageBox::Warning);
     box->setTextFormat(Qt::PlainText);
     box->setWindowTitle(QString::fromStdString(title));

@@ -1,14 +1,12 @@
 // The settings view on the screen: the interface file's widgets, and the way from their signals to the controller.
 #pragma once
 
-#include <QPointer>
 #include <QWidget>
 #include <string>
 
 #include "settings/SettingsControls.h"
 
 class QLabel;
-class QMessageBox;
 
 namespace velmora {
 
@@ -55,7 +53,6 @@ class SettingsView final : public QWidget, public AlertPanel {
     MenuPopUp* outputsPopUpButtonMenu_ = nullptr;
     MenuPopUp* inputsPopUpButtonMenu_ = nullptr;
     QLabel* notice_ = nullptr;
-    QPointer<QMessageBox> alert_;
     int runningActions_ = 0;
 };
 

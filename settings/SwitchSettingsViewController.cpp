@@ -43,7 +43,7 @@ int compareValues(const PropertyList* left, const PropertyList* right) {
 }  // namespace
 
 SwitchSettingsViewController::SwitchSettingsViewController(std::string nibName, std::shared_ptr<NSBundle> bundle)
-    : nibName_(std::move(nibName)), bundle_(std::move(bundle)), settings_(std::make_shared<PropertyListDictionary>()) {}
+    : nibName_(std::move(nibName)), bundle_(std::move(bundle)), settings_(makeDictionary()) {}
 
 SwitchSettingsViewController::~SwitchSettingsViewController() {
     if (view_ != nullptr) view_->controllerGoesAway();
@@ -121,7 +121,7 @@ void SwitchSettingsViewController::addNewConfiguredOutput() {
     for (std::int64_t counter = 2; checkIfOutputNameAlreadyExists(label); ++counter) {
         label = stringWithFormat("%@ %li", name, counter);
     }
-    auto entry = std::make_shared<PropertyListDictionary>();
+    auto entry = makeDictionary();
     entry->emplace(kLabel, label);
     entry->emplace(kOutputType, "output");
     entry->emplace(kOutputNumber, static_cast<std::int32_t>(number));
@@ -129,7 +129,7 @@ void SwitchSettingsViewController::addNewConfiguredOutput() {
     entry->emplace(kDefaultInputNumber, static_cast<std::int32_t>(number));
     ArrayReference outputs = configuredOutputs();
     if (outputs == nullptr) {
-        outputs = std::make_shared<PropertyListArray>();
+        outputs = makeArray();
         settings_->insert_or_assign(kConfiguredOutputs, outputs);
     }
     outputs->emplace_back(std::move(entry));

@@ -106,7 +106,16 @@ void SwitchTelnetController::startConnection(const std::optional<NSStreamPair>& 
         outputStream_ = streams->output;
         communicationsThread_ = thread;
     }
-    thread->start();
+    if (thread->start()) return;
+    {
+        MutexLock lock(stateMutex_);
+        inputStream_ = nullptr;
+        outputStream_ = nullptr;
+        communicationsThread_ = nullptr;
+        isTryingToConnect_ = false;
+        communicationsThreadIsRunning_ = false;
+    }
+    refuseStart();
 }
 
 void SwitchTelnetController::startCommunicationsThread() {
@@ -116,7 +125,10 @@ void SwitchTelnetController::startCommunicationsThread() {
     while (!NSThread::currentThreadIsCancelled()) {
         loop->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(limits_.runLoopPeriod));
     }
+    // Nobody is left to give the signal back: it must not stay taken beyond the connection that it was taken for.
+    unlockMutex();
     MutexLock lock(stateMutex_);
+    runLoop_ = nullptr;
     communicationsThreadIsRunning_ = false;
 }
 
@@ -200,8 +212,12 @@ void SwitchTelnetController::closeStreams() {
     std::shared_ptr<NSThread> thread;
     {
         MutexLock lock(stateMutex_);
-        if (inputStream_ == nullptr || outputStream_ == nullptr || closing_) return;
-        closing_ = true;
+        if (inputStream_ == nullptr || outputStream_ == nullptr) return;
+        if (std::exchange(closing_, true)) {
+            // Another thread is closing. Its thread counts as winding down for whoever waits for that from now on.
+            communicationsThread_->cancel();
+            return;
+        }
         input = inputStream_;
         output = outputStream_;
         loop = communicationsThread_->runLoop();
@@ -210,7 +226,7 @@ void SwitchTelnetController::closeStreams() {
         // emptied and so reaches no command. That is intended: the client finds its command unanswered.
         currentTelnetCommand_ = nullptr;
     }
-    releaseWaitingClients();
+    releaseWaitingClients(thread);
     for (const char* mode : kStreamModes) {
         input->removeFromRunLoopForMode(loop, mode);
         output->removeFromRunLoopForMode(loop, mode);
@@ -223,6 +239,8 @@ void SwitchTelnetController::closeStreams() {
         MutexLock lock(stateMutex_);
         inputStream_ = nullptr;
         outputStream_ = nullptr;
+        // With the thread go its run loop and the descriptors of that; a closed controller may be kept for long.
+        communicationsThread_ = nullptr;
         setIsConnected(false);
         isTryingToConnect_ = false;
         outputStreamReady_ = false;
@@ -235,12 +253,7 @@ void SwitchTelnetController::closeStreams() {
 // Whoever waits for a reply, also to a command that is still queued, is released by the communications thread. A thread
 // that is itself blocked, because a second command was added while one was in flight or because the peer takes no more
 // bytes, cannot do it; then it is done here.
-void SwitchTelnetController::releaseWaitingClients() {
-    std::shared_ptr<NSThread> thread;
-    {
-        MutexLock lock(stateMutex_);
-        thread = communicationsThread_;
-    }
+void SwitchTelnetController::releaseWaitingClients(const std::shared_ptr<NSThread>& thread) {
     const auto handing =
         thread->runLoop()->performAndWait([self = self()] { self->unlockMutex(); }, secondsFromNow(limits_.handOff));
     if (handing != NSRunLoop::Handing::run) unlockMutex();

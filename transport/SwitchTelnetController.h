@@ -77,7 +77,7 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     std::optional<std::string> nodeAddress() const;
     void setNodeAddress(std::optional<std::string> nodeAddress);
 
-    // Null before the first connection's thread has begun.
+    // Null while no communications thread runs.
     std::shared_ptr<NSRunLoop> runLoop() const;
     void setRunLoop(std::shared_ptr<NSRunLoop> runLoop);
     // The command in flight, or null.
@@ -125,9 +125,8 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     bool isCurrentStream(const std::shared_ptr<NSStream>& stream) const;
     std::shared_ptr<NSOutputStream> outputStream() const;
     void enqueue(const std::shared_ptr<SwitchTelnetCommand>& command);
-    void replyTimedOut(bool lockObtained);
     void giveSignalBack();
-    void releaseWaitingClients();
+    void releaseWaitingClients(const std::shared_ptr<NSThread>& thread);
     void tellDelegate(void (SwitchTelnetControllerDelegate::*callback)(SwitchTelnetController&));
 
     std::shared_ptr<SwitchTelnetController> self() {

@@ -94,28 +94,25 @@ class SwitchTelnetController::HandOver {
 };
 
 void SwitchTelnetController::processCommandSynchronously(const std::shared_ptr<SwitchTelnetCommand>& command) {
-    std::shared_ptr<NSRunLoop> loop;
+    std::shared_ptr<NSThread> thread;
     {
         MutexLock lock(stateMutex_);
         if (outputStream_ == nullptr) return;
-        loop = communicationsThread_->runLoop();
+        thread = communicationsThread_;
     }
     // One wait for both, that the command is queued and that the signal is given back, so that the client is woken
     // once. The signal is free at once when the reply has come already, or when the command was not queued.
     const Date deadline = secondsFromNow(limits_.reply);
     const auto errand = std::make_shared<NSLock::Errand>();
-    if (!loop->perform([handOver = std::make_shared<const HandOver>(self(), command, errand)] { handOver->run(); }))
+    if (!thread->runLoop()->perform(
+            [handOver = std::make_shared<const HandOver>(self(), command, errand)] { handOver->run(); }))
         return;
     const bool lockObtained = communicationsThreadMutex.lockAfterErrandBeforeDate(*errand, deadline);
     if (deadline > std::chrono::steady_clock::now()) {
         if (lockObtained) communicationsThreadMutex.unlock();
         return;
     }
-    replyTimedOut(lockObtained);
-}
-
-void SwitchTelnetController::replyTimedOut(bool lockObtained) {
-    if (lockObtained) releaseWaitingClients();
+    if (lockObtained) releaseWaitingClients(thread);
     NSLog("NSStreamEventEndEncountered because of a timeout");
     closeStreams();
 }

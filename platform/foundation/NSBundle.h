@@ -43,9 +43,9 @@ class NSBundle : public NSObject {
     // The file NAME.TYPE in Resources/; none when there is no such file or the name is not a plain file name.
     std::optional<std::filesystem::path> pathForResource(std::string_view name, std::string_view type) const;
 
-    // Loads the module named by "CFBundleExecutable". False and an `error` when it is missing, no module of this kind,
-    // or built against another version of the protocol; none of its functions has been called then. Loading twice is
-    // harmless.
+    // Loads the module named by "CFBundleExecutable", a file in Contents/. False and an `error` when it is missing, no
+    // module of this kind, or built against another version of the protocol; none of its functions has been called
+    // then. Loading twice is harmless.
     bool load(std::uint32_t protocolVersion, std::string* error = nullptr);
     bool isLoaded() const { return entry_ != nullptr; }
 
@@ -53,7 +53,8 @@ class NSBundle : public NSObject {
     std::shared_ptr<NSObject> makePrincipalObject(std::string* error = nullptr);
 
     // Unmaps the module. Refused (false and an `error`) while an object that it made is alive. Threads that are winding
-    // down are ended first; when one does not end within a few seconds the module stays mapped and the call is refused.
+    // down are ended first, then the event loop is served until the work that waits for the main thread has been run;
+    // when that takes more than a few seconds the module stays mapped and the call is refused.
     bool unload(std::string* error = nullptr);
 
   private:

@@ -96,4 +96,12 @@ DictionaryReference shallowCopy(const DictionaryReference& dictionary) {
                       : std::make_shared<PropertyListDictionary>();
 }
 
+ArrayReference makeArray() {
+    return std::make_shared<PropertyListArray>();
+}
+
+DictionaryReference makeDictionary() {
+    return std::make_shared<PropertyListDictionary>();
+}
+
 }  // namespace velmora

@@ -55,6 +55,11 @@ class PropertyList {
     std::variant<std::string, std::int64_t, bool, double, ArrayReference, DictionaryReference> value_;
 };
 
+// New and empty. Made here, in code that is never unloaded, so that a host may keep what a plugin gave it longer than
+// the plugin.
+ArrayReference makeArray();
+DictionaryReference makeDictionary();
+
 // The value under a key, or null when the dictionary is null or has no such key. The pointer lives as long as the
 // entry.
 const PropertyList* valueForKey(const DictionaryReference& dictionary, std::string_view key);

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <QString>
-#include <atomic>
 #include <cerrno>
 #include <clocale>
 #include <cstring>
@@ -227,16 +226,16 @@ bool writeAll(int descriptor, std::string_view contents) {
 
 // False leaves the reason in errno; the file is then as it was before.
 bool replaceFile(const std::filesystem::path& file, std::string_view contents) {
-    static std::atomic<unsigned> counter{0};
-    const std::string newName = stringWithFormat(".velmora-%li-%li.new", getpid(), ++counter);
     const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : std::filesystem::path(".");
-    const std::filesystem::path newFile = folder / newName;
-    Descriptor descriptor(open(newFile.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    std::string newFile = (folder / ".velmora-XXXXXX").string();
+    Descriptor descriptor(mkostemp(newFile.data(), O_CLOEXEC));
     if (descriptor.number() < 0) return false;
     struct stat old {};
     const bool hasOld = stat(file.c_str(), &old) == 0;
-    // Whoever could read the old file can read the new one.
-    const bool done = (!hasOld || fchmod(descriptor.number(), old.st_mode & 07777) == 0) &&
+    // Whoever could read the old file can read the new one; a first one is open to whom the system lets.
+    const mode_t mask = umask(0);
+    umask(mask);
+    const bool done = fchmod(descriptor.number(), hasOld ? old.st_mode & 07777 : 0666 & ~mask) == 0 &&
                       writeAll(descriptor.number(), contents) && fsync(descriptor.number()) == 0 &&
                       descriptor.close() && rename(newFile.c_str(), file.c_str()) == 0;
     if (!done) {

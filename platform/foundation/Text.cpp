@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
+#include <utility>
 
 namespace velmora {
 
@@ -273,6 +274,10 @@ std::string stringByEscapingControlCharacters(std::string_view text) {
         position += step.length;
     }
     return result;
+}
+
+StringList makeStringList(std::vector<std::string> texts) {
+    return std::make_shared<const std::vector<std::string>>(std::move(texts));
 }
 
 }  // namespace velmora

@@ -68,32 +68,32 @@ const std::shared_ptr<NSNetService::Session>& NSNetService::session() {
 }
 
 void NSNetService::resolveWithTimeout(double timeout) {
-    using Outcome = std::optional<ServiceEndpoint>;
+    using Outcome = std::shared_ptr<const ServiceEndpoint>;
     const auto answer = std::make_shared<OneAnswer<Outcome>>([session = session()](const Outcome& outcome) {
         MainThread::performLater([session, outcome] {
-            if (session->service != nullptr) session->service->resolved(outcome);
+            if (session->service != nullptr) session->service->resolved(outcome.get());
         });
     });
     ResolutionRequest request;
     request.owner = session()->owner;
     request.deadline = secondsFromNow(std::clamp(timeout, 0.0, kLongestTimeout));
     request.done = [answer](const ServiceEndpoint* endpoint) {
-        answer->give(endpoint == nullptr ? Outcome() : Outcome(*endpoint));
+        answer->give(endpoint == nullptr ? nullptr : std::make_shared<const ServiceEndpoint>(*endpoint));
     };
     DiscoveryThread::perform(
         [key = key(), request = std::move(request)](DiscoveryEngine& engine) { engine.resolve(key, request); });
 }
 
-void NSNetService::resolved(const std::optional<ServiceEndpoint>& endpoint) {
+void NSNetService::resolved(const ServiceEndpoint* endpoint) {
     // The delegate may release the service.
     const auto hold = weak_from_this().lock();
-    if (endpoint) {
+    if (endpoint != nullptr) {
         addresses_ = endpoint->addresses;
         hostName_ = endpoint->hostName;
         port_ = endpoint->port;
     }
     if (delegate_ == nullptr) return;
-    if (endpoint) {
+    if (endpoint != nullptr) {
         delegate_->netServiceDidResolveAddress(*this);
     } else {
         delegate_->netServiceDidNotResolve(*this);

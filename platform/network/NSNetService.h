@@ -83,7 +83,7 @@ class NSNetService final : public NSObject {
     };
     const std::shared_ptr<Session>& session();
     ServiceKey key() const;
-    void resolved(const std::optional<ServiceEndpoint>& endpoint);
+    void resolved(const ServiceEndpoint* endpoint);
     void published(const std::string& publishedName, const std::optional<std::string>& failure);
 
     const std::string domain_;

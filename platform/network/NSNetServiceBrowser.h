@@ -17,8 +17,8 @@ class NSNetServiceBrowserDelegate {
     virtual ~NSNetServiceBrowserDelegate() = default;
     // On the main thread, through its event loop. A service that is seen on several interfaces or over IPv4 and IPv6 is
     // found once, and removed when its last appearance is gone. A service that was resolved and whose host or port
-    // changes without its being withdrawn, or none of whose addresses remains, is found again (without being removed),
-    // with an equal service object.
+    // changes without its being withdrawn, or one of whose IPv4 addresses or all of whose addresses have gone, is found
+    // again (without being removed), with an equal service object.
     virtual void netServiceBrowserDidFindServiceMoreComing(NSNetServiceBrowser& browser,
                                                            const std::shared_ptr<NSNetService>& service,
                                                            bool moreComing) = 0;

@@ -33,6 +33,8 @@ struct Queue {
     std::condition_variable_any itemDone;
     std::deque<Item> items GUARDED_BY(mutex);
     bool served GUARDED_BY(mutex) = false;
+    // Behind the application object's end nobody would run work, and code that it needs may be unloaded.
+    bool ended GUARDED_BY(mutex) = false;
     // Readable while there are items.
     const int descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
 
@@ -89,6 +91,7 @@ void applicationEnds() {
     {
         MutexLock lock(q.mutex);
         q.served = false;
+        q.ended = true;
         unrun.swap(q.items);
         std::uint64_t count = 0;
         [[maybe_unused]] const auto got = read(q.descriptor, &count, sizeof count);
@@ -103,6 +106,7 @@ void applicationStarts() {
     qAddPostRoutine(applicationEnds);
     MutexLock lock(q.mutex);
     q.served = true;
+    q.ended = false;
 }
 
 Q_COREAPP_STARTUP_FUNCTION(applicationStarts)
@@ -129,7 +133,7 @@ void MainThread::performLater(Work work) {
     }
     Queue& q = queue();
     MutexLock lock(q.mutex);
-    q.push({std::move(work), nullptr});
+    if (!q.ended) q.push({std::move(work), nullptr});
 }
 
 bool MainThread::performAndWait(Work work) {

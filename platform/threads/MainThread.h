@@ -25,7 +25,8 @@ class MainThread {
     // The same, and returns only when the work has been run. Returns false, with the work not run, when the application
     // object goes away before it was its turn.
     static bool performAndWait(Work work);
-    // Always queued, also when already on the main thread. Any thread.
+    // What is handed over between the end of one application object and the start of another is destroyed unrun; so
+    // with perform. Always queued, also when already on the main thread. Any thread.
     static void performLater(Work work);
     // Queued until the event loop has nothing else to do. Main thread only.
     static void performWhenIdle(Work work);

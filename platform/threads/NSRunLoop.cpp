@@ -70,13 +70,14 @@ bool NSRunLoop::runHandedWork() {
 
 void NSRunLoop::waitForEvents(Date deadline) {
     waiting_ = true;
+    bool atOnce = false;
     {
         MutexLock lock(mutex_);
-        if (!handed_.empty() || endRun_) deadline = Date::min();
+        atOnce = !handed_.empty() || endRun_;
     }
     const auto rest = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()).count();
     std::array<epoll_event, kEventsEachTurn> events{};
-    const int timeout = deadline == Date::min() ? 0 : static_cast<int>(std::clamp<std::int64_t>(rest, 0, 3'600'000));
+    const int timeout = atOnce ? 0 : static_cast<int>(std::clamp<std::int64_t>(rest, 0, 3'600'000));
     const int count = epoll_wait(poller_, events.data(), static_cast<int>(events.size()), timeout);
     waiting_ = false;
 

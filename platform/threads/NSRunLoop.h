@@ -42,6 +42,9 @@ class NSRunLoop : public NSObject {
     // The run loop of the calling thread; null on a thread that is no NSThread.
     static std::shared_ptr<NSRunLoop> currentRunLoop();
 
+    // False when the system had no descriptors left for it; it cannot be run then.
+    bool isUsable() const { return poller_ >= 0 && wakeUpDescriptor_ >= 0; }
+
     // Serves sources scheduled in the mode, and work, until the deadline. Owner thread only.
     void runModeUntilDate(const char* mode, Date deadline);
 

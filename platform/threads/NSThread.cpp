@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -52,14 +53,10 @@ NSThread::NSThread(Body body) : state_(std::make_shared<State>()) {
 
 NSThread::~NSThread() = default;
 
-void NSThread::start() {
+bool NSThread::start() {
     static AtExit atExit;
     finishCancelledThreads(0.0);  // joins the ones that have ended
-    auto state = state_;
-    Registry& all = registry();
-    MutexLock lock(all.mutex);
-    all.states.push_back(state);
-    state->thread = std::thread([state] {
+    const auto run = [state = state_] {
         currentLoop = state->runLoop;
         currentCancelled = &state->cancelled;
         currentState = state.get();
@@ -71,7 +68,24 @@ void NSThread::start() {
         MutexLock endedLock(ended.mutex);
         state->finished = true;
         ended.threadEnded.notify_all();
-    });
+    };
+    try {
+        Registry& all = registry();
+        MutexLock lock(all.mutex);
+        if (state_->runLoop->isUsable()) {
+            all.states.reserve(all.states.size() + 1);
+            state_->thread = std::thread(run);
+            all.states.push_back(state_);
+            return true;
+        }
+    } catch (const std::system_error&) {
+        // The system's limit on threads; answered below.
+    }
+    NSLogLine("A thread could not be started");
+    state_->finished = true;
+    state_->runLoop->end();
+    state_->body = nullptr;
+    return false;
 }
 
 void NSThread::cancel() {

@@ -19,8 +19,8 @@ class NSThread final : public NSObject {
     explicit NSThread(Body body);
     ~NSThread() override;
 
-    // Once only.
-    void start();
+    // Once only. False when the system has no thread or no descriptors left for it; the body is then destroyed unrun.
+    [[nodiscard]] bool start();
     // A request that the body looks at; it wakes nobody.
     void cancel();
     bool isCancelled() const;

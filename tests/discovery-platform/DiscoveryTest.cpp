@@ -6,17 +6,16 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <condition_variable>
-#include <cstdlib>
 #include <filesystem>
 #include <map>
-#include <mutex>
 
+#include "platform/foundation/Text.h"
 #include "platform/network/NSNetService.h"
 #include "platform/network/NSNetServiceBrowser.h"
+#include "platform/network/discovery/PacketScreen.h"
 #include "platform/threads/NSThread.h"
-#include "tests/discovery-platform/PeerProcess.h"
 #include "tests/discovery-platform/RawAnnouncer.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/MainLoop.h"
 
 namespace velmora::test {
@@ -74,7 +73,30 @@ std::string uniqueType() {
     return "_v" + std::to_string(getpid()) + "-" + std::to_string(++tests) + "._tcp.";
 }
 
-// A place to be connected to, and how many connections have come.
+// A service published by another process, from when it is announced on.
+class PeerProcess {
+  public:
+    PeerProcess(const std::string& type, const std::string& name, std::uint16_t port)
+        : process_({DISCOVERY_PEER, type, name, std::to_string(port)}), report(process_.outputLine()) {}
+    // Withdraws the service.
+    void end() {
+        process_.sendSignal(SIGTERM);
+        EXPECT_EQ(process_.exitCode(), 0);
+    }
+    // Says no goodbye.
+    void kill() {
+        process_.sendSignal(SIGKILL);
+        EXPECT_EQ(process_.exitCode(), -1);
+    }
+
+  private:
+    ChildProcess process_;
+
+  public:
+    const std::string report;
+};
+
+// A place to be connected to.
 class Listener {
   public:
     Listener() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -117,7 +139,7 @@ class Connection {
               streams.input->removeFromRunLoopForMode(loop, NSDefaultRunLoopMode);
               streams.output->removeFromRunLoopForMode(loop, NSDefaultRunLoopMode);
           })) {
-        thread_->start();
+        EXPECT_TRUE(thread_->start());
     }
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
@@ -139,8 +161,6 @@ std::size_t entriesIn(const char* folder) {
 
 class Discovery : public testing::Test {
   protected:
-    // A daemon of the machine knows nothing of this network, and must not be asked.
-    static void SetUpTestSuite() { setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1); }
     // Nothing needs the discovery thread any more, so it goes by itself.
     void TearDown() override {
         EXPECT_TRUE(runMainLoopUntil([] { return NSThread::runningThreads() == 0; }, 10.0));
@@ -153,7 +173,7 @@ TEST_F(Discovery, FindsResolvesAndRemovesEachServiceOnce) {
     ASSERT_EQ(longest.size(), 63u);
     Watcher first(type);
     PeerProcess peer(type, longest, 4711);
-    EXPECT_EQ(peer.publishedName(), longest);
+    EXPECT_EQ(peer.report, "published " + stringByEscapingControlCharacters(longest));
     ASSERT_TRUE(first.waitForEvents(2));
     EXPECT_EQ(first.events, (Strings{"found " + longest, "resolved " + longest}));
     const auto addresses = first.addressesOf(longest);
@@ -212,8 +232,9 @@ TEST_F(Discovery, ServerThatCameBackOnAnotherPortIsFoundAgainAndConnectedToThere
     PeerProcess peerAgain(type, "Router", after.port);
     ASSERT_TRUE(watcher.waitForEvents(3));
     EXPECT_EQ(watcher.events, (Strings{"found Router", "resolved Router", "found Router"}));
+    const auto service = watcher.services.at("Router");
     {
-        Connection connection(*watcher.services.at("Router"));
+        Connection connection(*service);
         EXPECT_TRUE(after.acceptOne());
     }
     peerAgain.end();
@@ -221,6 +242,9 @@ TEST_F(Discovery, ServerThatCameBackOnAnotherPortIsFoundAgainAndConnectedToThere
     EXPECT_EQ(watcher.events.back(), "removed Router");
     // Neither found once more nor removed in between.
     EXPECT_EQ(watcher.events.size(), 4u);
+    // A service that has gone may be there still: its last known place is tried.
+    Connection connection(*service);
+    EXPECT_TRUE(after.acceptOne());
 }
 
 TEST_F(Discovery, ServiceThatNobodyHasLookedForIsConnectedToWithTheMainThreadBlocked) {
@@ -232,7 +256,7 @@ TEST_F(Discovery, ServiceThatNobodyHasLookedForIsConnectedToWithTheMainThreadBlo
     EXPECT_FALSE(NSNetService("", type, "").getInputStreamOutputStream().has_value());
 }
 
-TEST_F(Discovery, ChangesThatLeaveAConnectionAliveAreNotTold) {
+TEST_F(Discovery, OnlyChangesThatConcernAConnectionAreTold) {
     const std::string typeLabel = type.substr(0, type.find('.'));
     const RawAnnouncer::Labels kind{typeLabel, "_tcp", "local"};
     const RawAnnouncer::Labels router{"Router", typeLabel, "_tcp", "local"};
@@ -244,6 +268,9 @@ TEST_F(Discovery, ChangesThatLeaveAConnectionAliveAreNotTold) {
     PeerProcess marker(type, "Marker", 1);
     ASSERT_TRUE(watcher.waitForEvents(2));
     watcher.events.clear();
+
+    // Aliases without an end do no harm.
+    announcer.alias(kind, kind).alias(router, router).alias(hostA, hostB).alias(hostB, hostA).send();
 
     // Known by name only: the resolution fails, and what comes later is told as a find.
     announcer.pointer(kind, router).send();
@@ -269,7 +296,13 @@ TEST_F(Discovery, ChangesThatLeaveAConnectionAliveAreNotTold) {
     std::erase(watcher.events, "resolved Router");
     EXPECT_EQ(watcher.events, Strings());
 
-    // Another host is.
+    // An IPv4 address that goes may have been in use.
+    announcer.address(hostA, {10, 0, 0, 9}, 0).send();
+    ASSERT_TRUE(watcher.waitForEvents(1));
+    EXPECT_EQ(watcher.events, Strings{"found Router"});
+    watcher.events.clear();
+
+    // So may another host's.
     announcer.location(router, hostB, 1000).address(hostB, {10, 0, 0, 9}).send();
     ASSERT_TRUE(watcher.waitForEvents(1));
     EXPECT_EQ(watcher.events, Strings{"found Router"});
@@ -278,9 +311,24 @@ TEST_F(Discovery, ChangesThatLeaveAConnectionAliveAreNotTold) {
     EXPECT_EQ(watcher.events.back(), "removed Router");
 }
 
+TEST_F(Discovery, PacketsWithAnAliasOrCutOffAreScreenedOut) {
+    const auto passes = [](std::string_view packet) {
+        return PacketScreen::passes({reinterpret_cast<const std::uint8_t*>(packet.data()), packet.size()});
+    };
+    RawAnnouncer announcer;
+    const std::string good = announcer.pointer({"a"}, {"b", "c"}).location({"b", "c"}, {"d"}, 1).take();
+    EXPECT_TRUE(passes(good));
+    for (std::size_t size = 0; size < good.size(); ++size)
+        EXPECT_FALSE(passes(std::string_view(good).substr(0, size))) << size;
+    EXPECT_FALSE(passes(announcer.pointer({"a"}, {"b"}).alias({"a"}, {"b"}).take()));
+    EXPECT_FALSE(passes(announcer.pointer({std::string(64, 'x')}, {"b"}).take()));
+}
+
 TEST_F(Discovery, PublishesUnderAFreeNameAndSaysWhyNot) {
     PeerProcess peer(type, "Router", 4711);
     Watcher watcher(type);
+    ASSERT_TRUE(watcher.waitForEvents(2));
+    // Discovery starts anew to be able to publish, of which nothing is to be seen.
     const auto twin = std::make_shared<NSNetService>("", type, "Router", 4712);
     twin->setDelegate(&watcher);
     twin->publish();
@@ -293,6 +341,9 @@ TEST_F(Discovery, PublishesUnderAFreeNameAndSaysWhyNot) {
     EXPECT_EQ(twin->name(), "Router #2");
     twin->stop();
     ASSERT_TRUE(runMainLoopUntil([&] { return contains("removed Router #2"); }));
+    std::erase(watcher.events, "published Router #2");  // before or after the browser heard of it
+    EXPECT_EQ(watcher.events, (Strings{"found Router", "resolved Router", "found Router #2", "resolved Router #2",
+                                       "removed Router #2"}));
 
     static const struct {
         const char* type;

@@ -5,6 +5,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <utility>
+
 namespace velmora::test {
 
 namespace {
@@ -66,16 +68,24 @@ RawAnnouncer& RawAnnouncer::location(const Labels& service, const Labels& host, 
     return *this;
 }
 
-RawAnnouncer& RawAnnouncer::address(const Labels& host, std::array<std::uint8_t, 4> bytes) {
-    record(host, 1, internetAndFlush, 120, std::string(bytes.begin(), bytes.end()));
+RawAnnouncer& RawAnnouncer::address(const Labels& host, std::array<std::uint8_t, 4> bytes, std::uint32_t timeToLive) {
+    record(host, 1, internetAndFlush, timeToLive, std::string(bytes.begin(), bytes.end()));
     return *this;
 }
 
-void RawAnnouncer::send() {
+RawAnnouncer& RawAnnouncer::alias(const Labels& host, const Labels& other) {
+    record(host, 5, internetAndFlush, 120, wireName(other));
+    return *this;
+}
+
+std::string RawAnnouncer::take() {
     // An authoritative answer without a question.
-    const std::string packet =
-        number(0x8400, 4) + number(0, 2) + number(std::exchange(count_, 0), 2) + number(0, 4) + records_;
-    records_.clear();
+    const std::string header = number(0x8400, 4) + number(0, 2) + number(std::exchange(count_, 0), 2) + number(0, 4);
+    return header + std::exchange(records_, {});
+}
+
+void RawAnnouncer::send() {
+    const std::string packet = take();
     const sockaddr_in group = addressOf("224.0.0.251");
     EXPECT_EQ(sendto(socket_, packet.data(), packet.size(), 0, reinterpret_cast<const sockaddr*>(&group), sizeof group),
               static_cast<ssize_t>(packet.size()));

@@ -21,8 +21,12 @@ class RawAnnouncer {
     RawAnnouncer& pointer(const Labels& type, const Labels& service, std::uint32_t timeToLive = 120);
     // Takes the place of every other location of the service, and of every other address of the host.
     RawAnnouncer& location(const Labels& service, const Labels& host, std::uint16_t port);
-    RawAnnouncer& address(const Labels& host, std::array<std::uint8_t, 4> bytes);
+    RawAnnouncer& address(const Labels& host, std::array<std::uint8_t, 4> bytes, std::uint32_t timeToLive = 120);
+    // Says that the host is another one, whose name follows.
+    RawAnnouncer& alias(const Labels& host, const Labels& other);
     void send();
+    // The packet instead of sending it.
+    std::string take();
 
   private:
     void record(const Labels& name, std::uint16_t type, std::uint16_t recordClass, std::uint32_t timeToLive,

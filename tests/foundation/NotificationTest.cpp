@@ -125,12 +125,14 @@ TEST(NSNotificationQueue, postsByStyleOnceForEqualNotifications) {
     EXPECT_EQ(recorder.names(), Names({"now"}));
     enqueue("d", nullptr, NSPostASAP, NSNotificationCoalescingOnName);
     enqueue("d", &senderA, NSPostASAP, NSNotificationCoalescingOnName);
-    // What an observer enqueues is posted, too, in a later turn.
-    const auto chain =
-        center.addObserver("d", nullptr, [&](const NSNotification&) { enqueue("e", nullptr, NSPostASAP, 3); });
-    ASSERT_TRUE(test::runMainLoopUntil([&] { return recorder.received.size() == 7; }));
+    // What an observer enqueues comes in a later turn, after work that waits already: the loop is never held.
+    const auto chain = center.addObserver("d", nullptr, [&](const NSNotification&) {
+        MainThread::performLater([&] { enqueue("turn", nullptr, NSPostNow, 0); });
+        enqueue("e", nullptr, NSPostASAP, 3);
+    });
+    ASSERT_TRUE(test::runMainLoopUntil([&] { return recorder.received.size() == 8; }));
     test::runMainLoopOnce();
-    EXPECT_EQ(recorder.names(), Names({"now", "a", "a", "b", "d", "e", "idle"}));
+    EXPECT_EQ(recorder.names(), Names({"now", "a", "a", "b", "d", "turn", "e", "idle"}));
     EXPECT_EQ(recorder.received[4].object, &senderA);
 }
 

@@ -63,8 +63,8 @@ TEST(PropertyListXML, everyValueComesBackFromWritingAndReading) {
     for (char byte = 1; byte < 127; ++byte)
         everyByte += byte;
     auto dictionary = std::make_shared<PropertyListDictionary>();
-    for (const std::string& text :
-         {""s, " "s, "\n"s, "<&>\"'"s, "]]>"s, "&lt;&#65;"s, "<![CDATA[x]]>"s, "é\U0001F600\u2028"s, everyByte}) {
+    for (const std::string& text : {""s, " "s, "\n"s, "<&>\"'"s, "]]>"s, "]]><&"s, "&lt;&#65;"s, "<![CDATA[x]]>"s,
+                                    "é\U0001F600\u2028"s, everyByte}) {
         dictionary->emplace(text, text);
         dictionary->emplace("list of " + text, arrayWith({text, text}));
     }

@@ -22,7 +22,7 @@ class TestPrincipal : public NSObject {
                                                                                          nullptr, nullptr);
             });
         });
-        thread_->start();
+        if (!thread_->start()) std::abort();
     }
     ~TestPrincipal() override { thread_->cancel(); }
 

@@ -10,58 +10,17 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <csignal>
 
 #include "platform/foundation/PropertyListXML.h"
-#include "platform/network/NSNetService.h"
+#include "tests/host/Program.h"
 #include "tests/support/MainLoop.h"
+#include "tests/support/PublishedService.h"
 
 namespace velmora::test {
 
 namespace {
-
-// A program with its outputs, served by this process's event loop, so that a service published here is answered for
-// meanwhile.
-class Program {
-  public:
-    Program(const char* path, const QStringList& arguments) {
-        process_.start(path, arguments, QIODevice::ReadOnly);
-        EXPECT_TRUE(process_.waitForStarted());
-    }
-    ~Program() {
-        process_.kill();
-        process_.waitForFinished();
-    }
-
-    const QByteArray& output() {
-        output_ += process_.readAllStandardOutput();
-        return output_;
-    }
-    const QByteArray& errors() {
-        errors_ += process_.readAllStandardError();
-        return errors_;
-    }
-    bool outputComesToHold(const QByteArray& text) {
-        return runMainLoopUntil([&] { return output().contains(text) || process_.state() == QProcess::NotRunning; }) &&
-               output().contains(text);
-    }
-    void signal(int number) {
-        ASSERT_NE(process_.processId(), 0) << "it has ended already";
-        kill(static_cast<pid_t>(process_.processId()), number);
-    }
-    // -1 when it did not end by itself.
-    int exitCode() {
-        const bool ended = runMainLoopUntil([&] { return process_.state() == QProcess::NotRunning; }, 60.0);
-        return ended && process_.exitStatus() == QProcess::NormalExit ? process_.exitCode() : -1;
-    }
-
-  private:
-    QProcess process_;
-    QByteArray output_;
-    QByteArray errors_;
-};
 
 struct Result {
     int code;
@@ -328,15 +287,12 @@ TEST_F(HostProgram, TimesOutOnAServerThatSaysNothing) {
     ASSERT_EQ(listen(listener, 4), 0);
     ASSERT_EQ(getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size), 0);
     const QString name = uniqueName("Silent");
-    const auto service =
-        std::make_shared<NSNetService>("", "_matrixswitcher._tcp.", name.toStdString(), ntohs(address.sin_port));
-    service->publish();
+    const PublishedService service(name.toStdString(), ntohs(address.sin_port));
 
     const Result silent =
         runHost({"--settings", writeSettings(name, {{0, 0}}), "--wait", "6", "get", "Velmora Switch Output 1"});
     EXPECT_EQ(silent.code, 3);
     EXPECT_TRUE(silent.errors.contains("was found, but did not connect")) << silent.errors.constData();
-    service->stop();
     close(listener);
 }
 

@@ -95,13 +95,11 @@ TEST(Program, RefusesAWrongCommandLineAndSaysWhatToDo) {
         const char* message;
     } table[] = {
         {{"--inputs", "0"}, 2, "--inputs takes a number from 1 to 65536, not \"0\""},
-        {{"--outputs", "65537"}, 2, "--outputs takes"},
         {{"--inputs", "16x"}, 2, "--inputs takes"},
         {{"--port", "65536"}, 2, "--port takes a number from 0 to 65535"},
         {{"--address", "localhost"}, 2, "such as 127.0.0.1"},
         {{"--interface", "lo", "--interface", "nosuch0"}, 2, "this machine has lo"},
         {{"--name", std::string(64, 'n')}, 2, "--name takes 1 to 63 bytes"},
-        {{"--name"}, 2, "--help"},
         {{"--nonsense"}, 2, "--help"},
         {{"nonsense"}, 2, "\"nonsense\" is not an option"},
         {{"--state", damaged}, 2, "it is damaged at byte"},
@@ -112,7 +110,7 @@ TEST(Program, RefusesAWrongCommandLineAndSaysWhatToDo) {
     };
     for (const auto& row : table) {
         Program program(row.arguments);
-        EXPECT_EQ(program.exitCode(), row.exitCode) << row.message;
+        ASSERT_EQ(program.exitCode(), row.exitCode) << row.message;
         EXPECT_NE(program.errors().find(row.message), std::string::npos) << row.message;
     }
     Program help({"--help"});
@@ -123,7 +121,7 @@ TEST(Program, RefusesAWrongCommandLineAndSaysWhatToDo) {
 TEST(Program, KeepsItsStateAndTakesLabelsFromAFile) {
     const QTemporaryDir directory;
     const std::string folder = directory.path().toStdString();
-    writeFile(folder + "/labels.json", "{\"inputs\": [\"Kamera\\r\\n1\"]}");
+    writeFile(folder + "/labels.json", "{\"inputs\": [\"Kamera\\r\\n1\"], \"routes\": [5, 5]}");
     std::vector<std::string> arguments{"--no-announce",        "--verbose", "--state",
                                        folder + "/state.json", "--labels",  folder + "/labels.json"};
     for (const char* route : {"2 2", "2 7"}) {
@@ -156,10 +154,9 @@ TEST(Program, ServesNewClientsWhenItsDescriptorsSufficeAgain) {
     while (clients.size() > 20)
         clients.pop_front();
     for (TestClient& waiting : clients)
-        EXPECT_EQ(waiting.exchange("GET 1"), "1 1\r\n");
+        ASSERT_EQ(waiting.exchange("GET 1"), "1 1\r\n");
     program.sendSignal();
     EXPECT_EQ(program.exitCode(), 0);
-    EXPECT_EQ(program.errors(), "") << "told once";
 }
 
 }  // namespace

@@ -21,21 +21,11 @@
 #include "platform/threads/MainThread.h"
 #include "platform/threads/NSThread.h"
 #include "plugin/VelmoraSwitchNodePlugin.h"
-#include "tests/plugin/Settings.h"
+#include "tests/settings/Outputs.h"
 #include "tests/support/MainLoop.h"
 #include "tests/support/VirtualSwitch.h"
 
 namespace velmora::test {
-
-inline void PrintTo(const Output& output, std::ostream* stream) {
-    *stream << output.label << "/" << output.number << "/" << output.defaultInput;
-}
-inline bool operator==(const Output& left, const Output& right) {
-    return left.label == right.label && left.number == right.number && left.defaultInput == right.defaultInput;
-}
-
-using Strings = std::vector<std::string>;
-using Outputs = std::vector<Output>;
 
 class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol_Delegate {
   protected:
@@ -85,15 +75,7 @@ class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol
     }
 
     // What the host would store.
-    Outputs outputs() const {
-        Outputs all;
-        for (const PropertyList& one : *valueForKey(plugin->defaultSettings(), "configuredOutputs")->array()) {
-            const auto entry = one.dictionary();
-            all.push_back({textForKey(entry, "label").value_or("(none)"), intForKey(entry, "outputNumber"),
-                           intForKey(entry, "defaultInputNumber")});
-        }
-        return all;
-    }
+    Outputs outputs() const { return outputsIn(plugin->defaultSettings()); }
     std::size_t available() const {
         return valueForKey(plugin->defaultSettings(), "availableDevices")->array()->size();
     }
@@ -113,7 +95,12 @@ class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol
         table->setCurrentIndex(index(row, column));
         QTest::keyClick(table, key);
     }
-    QLineEdit* labelEditor() const { return table->viewport()->findChild<QLineEdit*>(); }
+    QLineEdit* labelEditor() const {
+        for (QLineEdit* const editor : table->viewport()->findChildren<QLineEdit*>()) {
+            if (editor->isVisible()) return editor;
+        }
+        return nullptr;
+    }
     // The editor's keys are handled when the event loop next runs.
     void typeLabel(int row, const QString& text, Qt::Key last) {
         pressOnCell(row, label, Qt::Key_F2);
@@ -166,9 +153,9 @@ class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol
         if (alert == nullptr) return;
         EXPECT_EQ(MainThread::currentMode(), NSModalPanelRunLoopMode);
         EXPECT_EQ(alert->textFormat(), Qt::PlainText);
-        EXPECT_EQ(alert->buttons().size(), 1);
-        EXPECT_EQ(alert->buttons().front()->text(), "OK");
-        alerts.push_back(alert->text().toStdString() + "|" + alert->informativeText().toStdString());
+        ASSERT_EQ(alert->buttons().size(), 1);
+        alerts.push_back(
+            (alert->text() + "|" + alert->informativeText() + "|" + alert->buttons().front()->text()).toStdString());
         if (onAlert) std::exchange(onAlert, nullptr)();
         if (alert != nullptr && !alert->buttons().isEmpty())
             QTest::mouseClick(alert->buttons().front(), Qt::LeftButton);
@@ -178,10 +165,5 @@ class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol
     QPointer<QMessageBox> alert;
     Strings alerts;
 };
-
-inline const std::string kNoOutput = "Output Error!|All the outputs are already defined as used.";
-inline const std::string kSameLabel = "Duplicate Label Error!|This label already exists, so please choose another one.";
-inline const std::string kSameNumber =
-    "Duplicate Output Number Error!|This output number already exists, so please choose another one.";
 
 }  // namespace velmora::test

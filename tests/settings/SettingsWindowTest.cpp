@@ -6,6 +6,7 @@
 #include <QWheelEvent>
 
 #include "tests/settings/SettingsWindow.h"
+#include "tests/support/TestProgram.h"
 
 namespace velmora::test {
 namespace {
@@ -42,14 +43,14 @@ TEST_F(SettingsWindow, addsAndRemovesOutputs) {
     EXPECT_EQ(plugin->displayNameOfAttributeWithName("Velmora Switch Output 2"), "0002 Output 2");
     EXPECT_EQ(cell(1, output), "0002 Output 2");
     QTest::keyClick(add, Qt::Key_Space);
-    EXPECT_EQ(outputs().back(), (Output{"Untitled Output", 2, 2}));
+    EXPECT_EQ(outputs().back(), (Output{"0003 ERROR", 2, 2}));
     EXPECT_EQ(cell(2, output), "0003");
     EXPECT_FALSE(remove->isEnabled());
     clickCell(1, label);
     EXPECT_TRUE(remove->isEnabled());
     const int before = notices;
     click(remove);
-    EXPECT_EQ(outputs(), (Outputs{{"One", 0, 3}, {"Untitled Output", 2, 2}}));
+    EXPECT_EQ(outputs(), (Outputs{{"One", 0, 3}, {"0003 ERROR", 2, 2}}));
     EXPECT_EQ(*plugin->attributeNames(), (Strings{"Velmora Switch Output 1", "Velmora Switch Output 3"}));
     EXPECT_EQ(notices, before + 1);
     EXPECT_FALSE(remove->isEnabled());  // the next entry is not removed by a second click
@@ -197,7 +198,7 @@ TEST_F(SettingsWindow, refreshesItsLabels) {
     ASSERT_EQ(studio.matrix.apply(labels), std::nullopt);
     EXPECT_EQ(cell(0, defaultInput), "0002 Input 2");
     QTest::keyClick(view, Qt::Key_L, Qt::AltModifier);
-    EXPECT_EQ(cell(0, defaultInput), "0002 South");
+    EXPECT_TRUE(runMainLoopUntil([this] { return cell(0, defaultInput) == "0002 South"; }));
 }
 
 TEST_F(SettingsWindow, saysThatTheChosenServerIsNotThere) {
@@ -226,3 +227,7 @@ TEST_F(SettingsWindow, saysThatTheChosenServerIsNotThere) {
 
 }  // namespace
 }  // namespace velmora::test
+
+int main(int argc, char** argv) {
+    return velmora::test::runTests<QApplication>(argc, argv);
+}

@@ -1,18 +1,8 @@
-// Every test program: a network of its own with nothing but `lo` where the machine allows it, an application object,
-// then the tests.
-#include <gtest/gtest.h>
-
+// The main function of the test programs that need no windows.
 #include <QCoreApplication>
-#include <cstdio>
 
-#include "platform/network/NSNetServiceBrowser.h"
-#include "tests/support/OwnNetwork.h"
+#include "tests/support/TestProgram.h"
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    std::printf("network: %s\n",
-                velmora::test::enterNetworkOfOurOwn() ? "a namespace of our own" : "the machine's loopback interface");
-    QCoreApplication application(argc, argv);
-    velmora::limitNetServicesToInterfaces({"lo"});
-    return RUN_ALL_TESTS();
+    return velmora::test::runTests<QCoreApplication>(argc, argv);
 }

@@ -19,7 +19,7 @@ std::shared_ptr<NSThread> loopingThread(double period = 0.05) {
             NSRunLoop::currentRunLoop()->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(period));
         }
     });
-    thread->start();
+    EXPECT_TRUE(thread->start());
     return thread;
 }
 
@@ -47,7 +47,7 @@ TEST(MainThread, runsWorkOfOtherThreadsInOrderAlsoThroughNestedLoops) {
     MainThread::perform([&] { order.push_back(0); });
     ASSERT_EQ(order, (std::vector<int>{0}));
     order.clear();
-    thread->start();
+    EXPECT_TRUE(thread->start());
     ASSERT_TRUE(runMainLoopUntil([&] { return thread->isFinished(); }));
     EXPECT_TRUE(innerDone);
     EXPECT_EQ(order, (std::vector<int>{1, 3, 4, 5}));
@@ -89,7 +89,7 @@ TEST(NSThread, workHandedToAThreadThatEndsBeforeRunningItReturnsPromptly) {
     const auto neverRuns = std::make_shared<NSThread>([] {});
     std::promise<NSRunLoop::Handing> outcome;
     std::thread waiter([&] { outcome.set_value(neverRuns->runLoop()->performAndWait([] {}, secondsFromNow(30.0))); });
-    neverRuns->start();
+    EXPECT_TRUE(neverRuns->start());
     EXPECT_EQ(outcome.get_future().get(), NSRunLoop::Handing::loopEnded);
     waiter.join();
 }
@@ -119,7 +119,7 @@ TEST(NSLock, isASignalThatAnyThreadMayGiveBack) {
     // A cancelled thread does not wait for ever.
     std::promise<bool> taken;
     const auto thread = std::make_shared<NSThread>([&] { taken.set_value(lock.lock()); });
-    thread->start();
+    EXPECT_TRUE(thread->start());
     thread->cancel();
     EXPECT_FALSE(taken.get_future().get());
     EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <filesystem>
 #include <thread>
 
 #include "platform/foundation/NSNotificationCenter.h"
@@ -244,6 +245,24 @@ TEST_F(Connection, aQueuedCommandSurvivesACloseAndHeadsTheNextConnection) {
     controller->closeStreams();
 }
 
+TEST_F(Connection, aClosedControllerHoldsNoDescriptors) {
+    const auto descriptors = [] {
+        const std::filesystem::directory_iterator all("/proc/self/fd");
+        return std::distance(begin(all), end(all));
+    };
+    const RefusingPort port;
+    std::vector<std::shared_ptr<SwitchTelnetController>> closed;
+    const auto before = descriptors();
+    for (int i = 0; i < 20; ++i) {
+        callbacks.calls.clear();
+        connectTo(port.port());
+        EXPECT_TRUE(this->closed());
+        closed.push_back(controller);
+    }
+    EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
+    EXPECT_EQ(descriptors(), before);
+}
+
 TEST_F(Connection, noMisuseOrDeafPeerBlocksAClientBeyondTheTimeLimit) {
     const TelnetTimeLimits limits{.reply = 0.5, .runLoopPeriod = 0.1, .handOff = 0.1};
     {
@@ -253,6 +272,16 @@ TEST_F(Connection, noMisuseOrDeafPeerBlocksAClientBeyondTheTimeLimit) {
         EXPECT_FALSE(process("B")->hasResponse());    // blocks the communications thread
         EXPECT_LT(seconds, 1.5);
         EXPECT_FALSE(controller->isConnected());
+        EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
+        // The signal that the unanswered command took is free again.
+        callbacks.calls.clear();
+        ScriptedPeer next(PeerScript().expect("B\n\r").send("b").exchange("C", "c").expectClose());
+        controller->setTelnetCommands({makeCommand("B")});
+        controller->startConnectionWithHostAddressPort("127.0.0.1", next.port());
+        ASSERT_TRUE(
+            runMainLoopUntil([&] { return callbacks.has("open") && controller->currentTelnetCommand() == nullptr; }));
+        EXPECT_EQ(process("C")->responseString(), "c");
+        controller->closeStreams();
         EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
     }
     callbacks.calls.clear();

@@ -6,8 +6,6 @@
 #include <dlfcn.h>
 #include <net/if.h>
 
-#include <algorithm>
-
 namespace velmora {
 
 namespace {
@@ -30,15 +28,18 @@ class Query final : public RecordQuery {
   public:
     Query(const Interfaces& interfaces, RecordHandler handler)
         : interfaces_(interfaces), handler_(std::move(handler)) {}
-    ~Query() override {
-        if (browser_ != nullptr) avahi_record_browser_free(browser_);
-    }
+    ~Query() override { freeBrowsers(); }
 
+    // Asks on the given interfaces alone: what is not to be heard is not to be asked for either. One that the machine
+    // does not have is passed over.
     bool start(AvahiClient* client, const std::string& name, std::uint16_t type) {
-        browser_ = avahi_record_browser_new(client, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, name.c_str(),
-                                            AVAHI_DNS_CLASS_IN, type, AVAHI_LOOKUP_USE_MULTICAST, heard, this);
         type_ = type;
-        return browser_ != nullptr;
+        if (interfaces_.empty()) return ask(client, AVAHI_IF_UNSPEC, name);
+        for (const std::string& interface : interfaces_) {
+            const unsigned index = if_nametoindex(interface.c_str());
+            if (index != 0 && !ask(client, static_cast<AvahiIfIndex>(index), name)) return false;
+        }
+        return true;
     }
 
   private:
@@ -47,8 +48,6 @@ class Query final : public RecordQuery {
                       std::size_t size, AvahiLookupResultFlags, void* self) {
         const auto* query = static_cast<Query*>(self);
         if (event != AVAHI_BROWSER_NEW && event != AVAHI_BROWSER_REMOVE) return;
-        // What goes is always heard: its interface may have gone with it.
-        if (event == AVAHI_BROWSER_NEW && !query->listensTo(interface)) return;
         if (name == nullptr || type != query->type_) return;
         AvahiRecord* record = avahi_record_new_full(name, recordClass, type, AVAHI_DEFAULT_TTL);
         if (record == nullptr) return;
@@ -59,17 +58,30 @@ class Query final : public RecordQuery {
         avahi_record_unref(record);
     }
 
-    bool listensTo(AvahiIfIndex interface) const {
-        if (interfaces_.empty()) return true;
-        char name[IF_NAMESIZE] = "";
-        return interface > 0 && if_indextoname(static_cast<unsigned>(interface), name) != nullptr &&
-               std::find(interfaces_.begin(), interfaces_.end(), name) != interfaces_.end();
+    // What was asked before is taken back when this cannot be.
+    bool ask(AvahiClient* client, AvahiIfIndex interface, const std::string& name) {
+        AvahiRecordBrowser* browser =
+            avahi_record_browser_new(client, interface, AVAHI_PROTO_UNSPEC, name.c_str(), AVAHI_DNS_CLASS_IN, type_,
+                                     AVAHI_LOOKUP_USE_MULTICAST, heard, this);
+        if (browser == nullptr) {
+            freeBrowsers();
+            return false;
+        }
+        browsers_.push_back(browser);
+        return true;
+    }
+
+    void freeBrowsers() {
+        for (AvahiRecordBrowser* browser : browsers_) {
+            avahi_record_browser_free(browser);
+        }
+        browsers_.clear();
     }
 
     const Interfaces& interfaces_;
     const RecordHandler handler_;
     std::uint16_t type_ = 0;
-    AvahiRecordBrowser* browser_ = nullptr;
+    std::vector<AvahiRecordBrowser*> browsers_;
 };
 
 class Group final : public EntryGroup {

@@ -206,14 +206,20 @@ void DiscoveredService::answerRequests() {
     }
 }
 
+// A connection goes to an IPv4 address when there is one, so one that is gone may have been in use. IPv6 addresses come
+// and go on a host that stays where it is (temporary ones do every day): there the service has moved when none is left.
 bool DiscoveredService::hasMoved() const {
     if (!reported_ || endpoint_.addresses.empty()) return false;
     if (reported_->port != endpoint_.port || caseInsensitiveCompare(reported_->hostName, endpoint_.hostName) != 0)
         return true;
-    return std::none_of(reported_->addresses.begin(), reported_->addresses.end(), [&](const SocketAddress& address) {
+    const auto isGone = [&](const SocketAddress& address) {
         const auto& now = endpoint_.addresses;
-        return std::find(now.begin(), now.end(), address) != now.end();
-    });
+        return std::find(now.begin(), now.end(), address) == now.end();
+    };
+    const auto& before = reported_->addresses;
+    return std::all_of(before.begin(), before.end(), isGone) ||
+           std::any_of(before.begin(), before.end(),
+                       [&](const SocketAddress& address) { return address.family() == AF_INET && isGone(address); });
 }
 
 }  // namespace velmora

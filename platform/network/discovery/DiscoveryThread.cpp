@@ -119,7 +119,7 @@ void startRun(Shared& all) REQUIRES(all.mutex) {
     run->thread = std::make_shared<NSThread>([run] { discover(run); });
     all.run = run;
     if (!std::exchange(all.endsWithApplication, true)) qAddPostRoutine(endRun);
-    run->thread->start();
+    if (!run->thread->start()) all.run = nullptr;
     static AtExit atExit;
 }
 
@@ -130,6 +130,7 @@ void DiscoveryThread::perform(Task task) {
     MutexLock lock(all.mutex);
     if (all.processEnds) return;
     if (all.run == nullptr) startRun(all);
+    if (all.run == nullptr) return;
     all.run->tasks.push_back(std::move(task));
     all.run->wakeUp();
 }

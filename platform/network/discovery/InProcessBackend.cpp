@@ -107,10 +107,10 @@ std::unique_ptr<InProcessBackend> InProcessBackend::create(const AvahiPoll* poll
     config.enable_wide_area = 0;
     config.n_cache_entries_max = kCacheEntries;
 
-    std::unique_ptr<InProcessBackend> backend(new InProcessBackend(publishing, std::move(changed)));
+    std::unique_ptr<InProcessBackend> backend(new InProcessBackend(poll, publishing, std::move(changed)));
     int code = 0;
     backend->server_ = avahi_server_new(
-        poll, &config,
+        backend->screen_.poll(), &config,
         [](AvahiServer* server, AvahiServerState state, void* self) {
             static_cast<InProcessBackend*>(self)->stateChanged(server, state);
         },

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/network/discovery/DiscoveryBackend.h"
+#include "platform/network/discovery/PacketScreen.h"
 
 namespace velmora {
 
@@ -29,10 +30,11 @@ class InProcessBackend final : public DiscoveryBackend {
     bool isReadyToPublish() const override { return publishing_ && state_ == AVAHI_SERVER_RUNNING; }
 
   private:
-    InProcessBackend(bool publishing, std::function<void()> changed)
-        : publishing_(publishing), changed_(std::move(changed)) {}
+    InProcessBackend(const AvahiPoll* poll, bool publishing, std::function<void()> changed)
+        : screen_(poll), publishing_(publishing), changed_(std::move(changed)) {}
     void stateChanged(AvahiServer* server, AvahiServerState state);
 
+    PacketScreen screen_;
     const bool publishing_;
     const std::function<void()> changed_;
     AvahiServer* server_ = nullptr;

@@ -1,18 +1,21 @@
-// A network that belongs to the calling process alone.
+// What every test program does: a network of its own with nothing but `lo` where the machine allows it, an application
+// object, then the tests.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <net/if.h>
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstring>
+
+#include "platform/network/NSNetServiceBrowser.h"
 
 namespace velmora::test {
 
-// Moves the process into a network namespace with nothing but `lo`, before it has made a thread or a socket. False
-// where the machine does not allow it.
 inline bool enterNetworkOfOurOwn() {
     if (unshare(CLONE_NEWNET) != 0) return false;
     const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
@@ -24,6 +27,17 @@ inline bool enterNetworkOfOurOwn() {
     up = up && ioctl(descriptor, SIOCSIFFLAGS, &request) == 0;
     close(descriptor);
     return up;
+}
+
+// `Application` is QCoreApplication, or QApplication for tests with windows.
+template <typename Application>
+int runTests(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    std::printf("network: %s\n",
+                enterNetworkOfOurOwn() ? "a namespace of our own" : "the machine's loopback interface");
+    Application application(argc, argv);
+    limitNetServicesToInterfaces({"lo"});
+    return RUN_ALL_TESTS();
 }
 
 }  // namespace velmora::test
