@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "platform/network/NSNetServiceBrowser.h"
@@ -17,7 +18,7 @@
 namespace velmora::test {
 
 inline bool enterNetworkOfOurOwn() {
-    if (unshare(CLONE_NEWNET) != 0) return false;
+    if (unshare(CLONE_NEWNET) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) return false;
     const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (descriptor < 0) return false;
     ifreq request{};
@@ -35,6 +36,8 @@ int runTests(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     std::printf("network: %s\n",
                 enterNetworkOfOurOwn() ? "a namespace of our own" : "the machine's loopback interface");
+    // An Avahi daemon of the machine serves the machine's networks, not this one.
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
     Application application(argc, argv);
     limitNetServicesToInterfaces({"lo"});
     return RUN_ALL_TESTS();
