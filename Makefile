@@ -4,20 +4,36 @@ JOBS := $(shell nproc)
 PROGRAMS := velmora-host velmora-switch-server VelmoraSwitch
 
 .DEFAULT_GOAL := help
-.PHONY: help demo test build clean configure
+.PHONY: help demo workbench screenshots test bench build clean configure
 
 help:
-	@echo 'make demo    see it work: a virtual switch server, the plugin, and a route set through it'
-	@echo 'make test    build everything and run the tests'
-	@echo 'make build   velmora-host, velmora-switch-server and VelmoraSwitch.bundle, in build/bin/'
-	@echo 'make clean   remove build/'
+	@echo 'make demo         see it work: a virtual switch server, the plugin, and a route set through it'
+	@echo 'make workbench    use it: the same in a window'
+	@echo 'make test         build everything and run the tests'
+	@echo 'make bench        measure it, into build/bench.json and docs/performance.md (some minutes on a quiet machine)'
+	@echo 'make build        velmora-host, velmora-switch-server and VelmoraSwitch.bundle, in build/bin/'
+	@echo 'make screenshots  take the pictures in docs/images/ anew (needs the package xvfb)'
+	@echo 'make clean        remove build/'
 
 demo: build
 	scripts/demo build/bin
 
+workbench: build
+	scripts/workbench build/bin
+
+screenshots: build
+	scripts/screenshots build/bin
+
 test: configure
 	cmake --build build --parallel $(JOBS)
 	ctest --test-dir build --output-on-failure
+
+bench: configure
+	scripts/install-dependencies bench
+	cmake --preset release -DVELMORA_BUILD_BENCH=ON
+	cmake --build build --parallel $(JOBS) --target velmora-bench
+	scripts/bench build/bin --json build/bench.json
+	scripts/performance-page build/bench.json
 
 build: configure
 	cmake --build build --parallel $(JOBS) --target $(PROGRAMS)

@@ -13,3 +13,12 @@ if(VELMORA_SANITIZE)
     target_compile_options(velmora-compiler INTERFACE -fsanitize=${VELMORA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(velmora-compiler INTERFACE -fsanitize=${VELMORA_SANITIZE})
 endif()
+
+# Debian's hardening flags (dpkg-buildflags with hardening=+all) for what people use; the sanitizers do not go with them.
+if(CMAKE_BUILD_TYPE MATCHES "^Rel" AND NOT VELMORA_SANITIZE)
+    include(CheckPIESupported)
+    check_pie_supported(LANGUAGES CXX)
+    target_compile_options(velmora-compiler INTERFACE -fstack-protector-strong -Wformat -Werror=format-security)
+    target_compile_definitions(velmora-compiler INTERFACE _FORTIFY_SOURCE=2)
+    target_link_options(velmora-compiler INTERFACE LINKER:-z,relro LINKER:-z,now)
+endif()

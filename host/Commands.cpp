@@ -10,12 +10,12 @@
 #include "host/Console.h"
 #include "host/Interruption.h"
 #include "host/Json.h"
+#include "host/PluginState.h"
+#include "host/Reason.h"
 #include "host/TextTable.h"
 #include "host/Waiting.h"
-#include "platform/foundation/NSLog.h"
 #include "platform/foundation/PropertyListXML.h"
 #include "platform/foundation/Text.h"
-#include "platform/threads/MainThread.h"
 
 namespace velmora {
 
@@ -23,20 +23,6 @@ namespace {
 
 // A list of servers is taken as whole when it has not changed for so long (milliseconds).
 constexpr qint64 kQuietTime = 1000;
-// What the plugin reads of a value.
-constexpr std::size_t kValueDigits = 4;
-
-// The log lines that the plugin writes on the main thread while this lives: the reason of a refusal.
-class Reason {
-  public:
-    std::string text() const { return text_.empty() ? "it gave no reason" : text_; }
-
-  private:
-    std::string text_;
-    NSLogObservation observation_{[this](const std::string& line) {
-        if (MainThread::isCurrent()) text_ = stringByEscapingControlCharacters(line);
-    }};
-};
 
 std::string secondsText(std::chrono::milliseconds time) {
     return QString::number(static_cast<double>(time.count()) / 1000.0).toStdString() + " s";
@@ -48,10 +34,6 @@ std::string listed(const std::vector<std::string>& names) {
         text += (text.empty() ? "" : ", ") + inQuotes(name);
     }
     return text;
-}
-
-std::int64_t inputNumber(const std::string& value) {
-    return integerValue(std::string_view(value).substr(0, kValueDigits));
 }
 
 }  // namespace
@@ -74,20 +56,22 @@ ExitCode Commands::run() {
             return settings();
         case CommandName::watch:
             return watch();
+        case CommandName::workbench:
+            break;  // has a window, and is no command of this class
     }
     return ExitCode::unusable;
 }
 
 ExitCode Commands::servers() {
     if (!start()) return ExitCode::refused;
-    const std::string selected = selectedServer();
+    const std::string selected = selectedServer(host_.plugin());
     std::vector<std::string> names;
     QElapsedTimer unchanged;
     unchanged.start();
-    const auto found = [&] { return selected.empty() ? !names.empty() : isAvailable(selected); };
+    const auto found = [&] { return selected.empty() ? !names.empty() : isServerAvailable(host_.plugin(), selected); };
     waitUntil(
         [&] {
-            if (auto now = availableServers(); now != names) {
+            if (auto now = availableServers(host_.plugin()); now != names) {
                 names = std::move(now);
                 unchanged.start();
             }
@@ -127,7 +111,7 @@ ExitCode Commands::attributes() {
         const auto direction = plugin.directionOfAttributeWithName(name);
         const auto type = plugin.typeOfAttributeWithName(name);
         const auto defaultValue = plugin.defaultValueOfAttributeWithName(name);
-        const StringList values = possibleValues(name);
+        const StringList values = possibleValues(plugin, name);
         if (options_.json) {
             records.append(QJsonObject{{"name", jsonValue(name)},
                                        {"displayName", jsonValue(displayName)},
@@ -153,7 +137,7 @@ ExitCode Commands::attributes() {
 
 ExitCode Commands::possible(const std::string& name) {
     if (const ExitCode code = waitForAttribute(name); code != ExitCode::done) return code;
-    const StringList values = possibleValues(name);
+    const StringList values = possibleValues(host_.plugin(), name);
     if (options_.json) {
         printJson({{"name", jsonValue(name)}, {"possible", jsonValue(*values)}});
         return ExitCode::done;
@@ -252,7 +236,7 @@ void Commands::printChangeNotice() const {
     }
     std::string line = time + ' ' + stringByEscapingControlCharacters(plugin.pluginName()) + ": " +
                        std::to_string(names->size()) + (names->size() == 1 ? " attribute" : " attributes");
-    if (!names->empty() && !attributesAreComplete()) line += ", without possible values as yet";
+    if (!names->empty() && !attributesAreComplete(plugin)) line += ", without possible values as yet";
     printLine(line);
 }
 
@@ -263,7 +247,8 @@ bool Commands::start() {
 }
 
 bool Commands::waitForAttributes() {
-    const std::string server = selectedServer();
+    VelmoraNodePluginProtocol& plugin = host_.plugin();
+    const std::string server = selectedServer(plugin);
     if (server.empty()) {
         complain(
             "the settings name no switch server, so the plugin has no attributes; put the name of one that "
@@ -271,12 +256,11 @@ bool Commands::waitForAttributes() {
             "under \"selectedDeviceName\" in a file and hand that over with --settings");
         return true;
     }
-    const bool expected = hasConfiguredOutputs();
-    if (!waitUntil([&] { return expected ? attributesAreComplete() : isAvailable(server); }, options_.wait)) {
+    if (!waitUntil([&] { return attributesAreThere(plugin); }, options_.wait)) {
         complainOfMissingAttributes(server);
         return false;
     }
-    if (!expected) {
+    if (!hasConfiguredOutputs(plugin)) {
         complain(
             "the settings configure no outputs, so the plugin has no attributes; list some under \"configuredOutputs\" "
             "(\"velmora-host "
@@ -285,23 +269,15 @@ bool Commands::waitForAttributes() {
     return true;
 }
 
-// The attributes are built a first time while the connection is being opened. There is nothing in those yet that could
-// be chosen.
-bool Commands::attributesAreComplete() const {
-    const StringList names = host_.plugin().attributeNames();
-    return !names->empty() && std::none_of(names->begin(), names->end(),
-                                           [&](const std::string& name) { return possibleValues(name)->empty(); });
-}
-
 void Commands::complainOfMissingAttributes(const std::string& server) const {
     const std::string within = " within " + secondsText(options_.wait);
-    if (isAvailable(server)) {
+    if (isServerAvailable(host_.plugin(), server)) {
         complain("the switch server " + inQuotes(server) +
                  " was found, but did not connect and tell the size of its matrix" + within +
                  "; check that it answers, or wait longer (--wait); --verbose shows the plugin's log lines");
         return;
     }
-    const auto others = availableServers();
+    const auto others = availableServers(host_.plugin());
     complain("the switch server " + inQuotes(server) + " was not found" + within +
              (others.empty() ? "; nor was any other" : "; found were: " + listed(others)) +
              "; check the name in the settings (\"selectedDeviceName\"), and that the server runs and is announced on "
@@ -316,39 +292,6 @@ ExitCode Commands::waitForAttribute(const std::string& name) {
     if (std::find(names->begin(), names->end(), name) != names->end()) return ExitCode::done;
     complain("the plugin has no attribute " + inQuotes(name) + (names->empty() ? "" : "; it has: " + listed(*names)));
     return ExitCode::refused;
-}
-
-StringList Commands::possibleValues(const std::string& name) const {
-    const StringList values = host_.plugin().possibleValuesOfAttributeWithName(name);
-    return values != nullptr ? values : std::make_shared<const std::vector<std::string>>();
-}
-
-std::string Commands::selectedServer() const {
-    return textForKey(host_.plugin().defaultSettings(), "selectedDeviceName").value_or("");
-}
-
-std::vector<std::string> Commands::availableServers() const {
-    std::vector<std::string> names;
-    const DictionaryReference settings = host_.plugin().defaultSettings();
-    const PropertyList* const value = valueForKey(settings, "availableDevices");
-    const ArrayReference devices = value != nullptr ? value->array() : nullptr;
-    if (devices == nullptr) return names;
-    for (const PropertyList& device : *devices) {
-        if (auto name = device.text()) names.push_back(std::move(*name));
-    }
-    return names;
-}
-
-bool Commands::isAvailable(const std::string& server) const {
-    const auto names = availableServers();
-    return std::find(names.begin(), names.end(), server) != names.end();
-}
-
-bool Commands::hasConfiguredOutputs() const {
-    const DictionaryReference settings = host_.plugin().defaultSettings();
-    const PropertyList* const value = valueForKey(settings, "configuredOutputs");
-    const ArrayReference outputs = value != nullptr ? value->array() : nullptr;
-    return outputs != nullptr && !outputs->empty();
 }
 
 }  // namespace velmora

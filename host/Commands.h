@@ -1,4 +1,4 @@
-// The commands: each asks the plugin through the host protocol and prints the answer.
+// The commands of the terminal: each asks the plugin through the host protocol and prints the answer.
 #pragma once
 
 #include <string>
@@ -32,19 +32,10 @@ class Commands {
     // Whether there is nothing more to wait for: the attributes are complete, or the settings name none. Says what was
     // missing when not.
     bool waitForAttributes();
-    bool attributesAreComplete() const;
     void complainOfMissingAttributes(const std::string& server) const;
     // The same, and whether the plugin has an attribute of that name.
     ExitCode waitForAttribute(const std::string& name);
     void printChangeNotice() const;
-
-    // Never null; empty when there are none to be had.
-    StringList possibleValues(const std::string& name) const;
-    // From the plugin's settings: "" when they name no server.
-    std::string selectedServer() const;
-    std::vector<std::string> availableServers() const;
-    bool isAvailable(const std::string& server) const;
-    bool hasConfiguredOutputs() const;
 
     PluginHost& host_;
     const Options& options_;

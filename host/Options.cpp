@@ -29,6 +29,7 @@ constexpr std::array kCommands = {
     CommandForm{"set", CommandName::set, 2, "set NAME VALUE"},
     CommandForm{"settings", CommandName::settings, 0, "settings"},
     CommandForm{"watch", CommandName::watch, 0, "watch"},
+    CommandForm{"workbench", CommandName::workbench, 0, "workbench"},
 };
 
 constexpr const char* kHelp =
@@ -45,6 +46,7 @@ Commands:
                     first four characters, the input's number, are enough
   settings          the plugin's settings as a property list; does not look at the network
   watch             one line each time the plugin says that its attributes have changed, until interrupted (Ctrl-C)
+  workbench         a window with the attributes, the plugin's settings view and its log, until it is closed
 
 Options:
   --settings FILE   the property list (XML) that is kept for the plugin: read at the start, written back when the plugin has
@@ -55,6 +57,8 @@ Options:
                     its default input. This changes routes
   --wait SECONDS    how long to wait for the server that the settings name and for its attributes (10). "servers" without
                     such a name waits until any server is found
+  --screenshot FILE of "workbench": write a picture (PNG) of the window once the attributes are there or the wait is over,
+                    and end. Settings are not saved
   --json            print one JSON document ("watch": one a line) instead of text
   --verbose         show the plugin's log lines
   --help            this text
@@ -105,8 +109,11 @@ std::variant<Options, EarlyEnd> parseOptions(int argc, const char* const* argv) 
         words << QString::fromUtf8(argv[i]);
     }
     QCommandLineParser parser;
-    parser.addOptions(
-        {{"settings", "", "FILE"}, {"bundle", "", "DIR"}, {"interface", "", "NAME"}, {"wait", "", "SECONDS"}});
+    parser.addOptions({{"settings", "", "FILE"},
+                       {"bundle", "", "DIR"},
+                       {"interface", "", "NAME"},
+                       {"wait", "", "SECONDS"},
+                       {"screenshot", "", "FILE"}});
     parser.addOptions({{"defaults", ""}, {"json", ""}, {"verbose", ""}, {{"h", "help"}, ""}, {"version", ""}});
     if (!parser.parse(words)) {
         QString error = parser.errorText();
@@ -140,6 +147,10 @@ std::variant<Options, EarlyEnd> parseOptions(int argc, const char* const* argv) 
             return wrongUsage("--wait takes a number of seconds from 0 to 86400, not " +
                               inQuotes(parser.value("wait").toStdString()));
         options.wait = *wait;
+    }
+    if (parser.isSet("screenshot")) {
+        if (options.command != CommandName::workbench) return wrongUsage("--screenshot is an option of \"workbench\"");
+        options.screenshot = parser.value("screenshot").toStdString();
     }
     options.defaults = parser.isSet("defaults");
     options.json = parser.isSet("json");

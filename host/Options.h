@@ -12,7 +12,7 @@
 
 namespace velmora {
 
-enum class CommandName { servers, attributes, possible, get, set, settings, watch };
+enum class CommandName { servers, attributes, possible, get, set, settings, watch, workbench };
 
 struct Options {
     CommandName command = CommandName::servers;
@@ -25,6 +25,8 @@ struct Options {
     // Empty: all of them.
     std::vector<std::string> interfaces;
     std::chrono::milliseconds wait{10'000};
+    // None: the workbench stays open until its window is closed.
+    std::optional<std::filesystem::path> screenshot;
     bool defaults = false;
     bool json = false;
     bool verbose = false;

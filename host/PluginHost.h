@@ -36,6 +36,7 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate {
     // False when the plugin does not want to start.
     bool start(bool setCurrentValuesToDefaults);
     void stop();
+    bool isStarted() const { return started_; }
 
     // Called at each change notice, inside the plugin's operation: it may look attributes up and must not ask for more.
     // Null for none.

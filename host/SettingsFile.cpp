@@ -1,5 +1,7 @@
 #include "host/SettingsFile.h"
 
+#include <algorithm>
+#include <fstream>
 #include <memory>
 #include <system_error>
 #include <utility>
@@ -36,6 +38,20 @@ std::optional<std::string> documentWithoutAvailableDevices(const DictionaryRefer
     return XMLWithPropertyList(kept, error);
 }
 
+// As far as it may hold settings; none when there is no file, or none that can be read. What is no file, such as a
+// pipe, is left to its one reader.
+std::optional<std::string> contentsOfFile(const std::filesystem::path& path) {
+    std::error_code fault;
+    if (!std::filesystem::is_regular_file(path, fault)) return std::nullopt;
+    const auto size = std::filesystem::file_size(path, fault);
+    std::ifstream file(path, std::ios::binary);
+    if (fault || !file) return std::nullopt;
+    std::string contents(std::min<std::uintmax_t>(size, kPropertyListByteLimit + 1), '\0');
+    file.read(contents.data(), static_cast<std::streamsize>(contents.size()));
+    contents.resize(static_cast<std::size_t>(file.gcount()));
+    return contents;
+}
+
 }  // namespace
 
 SettingsFile::SettingsFile(std::optional<std::filesystem::path> path)
@@ -44,6 +60,8 @@ SettingsFile::SettingsFile(std::optional<std::filesystem::path> path)
 bool SettingsFile::read(std::string* error) {
     mayWrite_ = false;
     if (!path_) return true;
+    // Before the file is read, so that a change between the two shows as one.
+    contents_ = contentsOfFile(*path_);
     std::error_code fault;
     const auto status = std::filesystem::status(*path_, fault);
     if (status.type() == std::filesystem::file_type::not_found) {
@@ -68,14 +86,24 @@ void SettingsFile::setPluginSettings(const DictionaryReference& settings) {
     known_ = documentWithoutAvailableDevices(settings, nullptr);
 }
 
+bool SettingsFile::isChanged(const DictionaryReference& settings) const {
+    const auto document = documentWithoutAvailableDevices(settings, nullptr);
+    return !document || document != known_;
+}
+
 bool SettingsFile::writeIfChanged(const DictionaryReference& settings, std::string* error) {
-    if (!path_ || !mayWrite_) return true;
-    auto document = documentWithoutAvailableDevices(settings, error);
-    if (!document) return false;
-    if (document == known_) return true;
+    return !path_ || !mayWrite_ || !isChanged(settings) || write(settings, error);
+}
+
+bool SettingsFile::write(const DictionaryReference& settings, std::string* error) {
     if (!writePropertyListToFile(settings, *path_, error)) return false;
-    known_ = std::move(document);
+    contents_ = XMLWithPropertyList(settings);
+    setPluginSettings(settings);
     return true;
+}
+
+bool SettingsFile::isChangedOnDisk() const {
+    return path_ && contentsOfFile(*path_) != contents_;
 }
 
 }  // namespace velmora

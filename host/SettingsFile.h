@@ -14,6 +14,7 @@ class SettingsFile {
   public:
     // Without a path there are no saved settings and nothing is ever written.
     explicit SettingsFile(std::optional<std::filesystem::path> path);
+    const std::optional<std::filesystem::path>& path() const { return path_; }
 
     // Reads the file; one that does not exist stands for no saved settings, an empty dictionary. False and an `error`
     // that names the file when it cannot be read or does not hold settings; nothing is written to it from then on.
@@ -22,11 +23,17 @@ class SettingsFile {
 
     // What the plugin makes of the settings that it has just been given: from here on its changes count.
     void setPluginSettings(const DictionaryReference& settings);
-    // Writes the plugin's settings to the file when they differ from those that it was given or that were last written.
-    // The servers that are seen at the moment ("availableDevices") do not count as a difference: they change without
-    // anyone's doing and are never read back. So a run in which nobody changes a setting leaves the file as its owner
-    // wrote it. False and an `error` when they cannot be written; the file then stands unchanged.
+    // Whether the plugin's settings differ from those that it was given or that were last written. The servers that are
+    // seen at the moment ("availableDevices") do not count as a difference: they change without anyone's doing and are
+    // never read back.
+    bool isChanged(const DictionaryReference& settings) const;
+    // Writes the plugin's settings to the file when they are changed. So a run in which nobody changes a setting leaves
+    // the file as its owner wrote it. False and an `error` when they cannot be written; the file then stands unchanged.
     bool writeIfChanged(const DictionaryReference& settings, std::string* error);
+    // The same, changed or not. There must be a path, and it must have been read.
+    bool write(const DictionaryReference& settings, std::string* error);
+    // Whether the file is no longer as it was last read or written here: somebody else has changed it.
+    bool isChangedOnDisk() const;
 
   private:
     std::optional<std::filesystem::path> path_;
@@ -34,6 +41,8 @@ class SettingsFile {
     DictionaryReference settings_;
     // A document rather than the dictionary itself, whose lists are the plugin's own and change under our hands.
     std::optional<std::string> known_;
+    // As it was on the disk; none when there was no file.
+    std::optional<std::string> contents_;
 };
 
 }  // namespace velmora

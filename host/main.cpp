@@ -1,15 +1,18 @@
 // velmora-host: loads the plugin's bundle and runs one command with it.
 #include <net/if.h>
+#include <unistd.h>
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <csignal>
 #include <cstdlib>
+#include <memory>
 
 #include "host/Commands.h"
 #include "host/Console.h"
 #include "host/Options.h"
 #include "host/PluginHost.h"
 #include "host/SettingsFile.h"
+#include "host/workbench/Workbench.h"
 #include "platform/foundation/NSLog.h"
 #include "platform/network/NSNetServiceBrowser.h"
 
@@ -60,7 +63,8 @@ ExitCode run(const Options& options) {
                  "; --bundle DIR names another");
         return ExitCode::unusable;
     }
-    ExitCode code = Commands(host, options).run();
+    ExitCode code = options.command == CommandName::workbench ? runWorkbench(host, settingsFile, options)
+                                                              : Commands(host, options).run();
     if (!host.unload(&error)) {
         complain(error);
         if (code == ExitCode::done) code = ExitCode::unusable;
@@ -70,6 +74,23 @@ ExitCode run(const Options& options) {
         if (code == ExitCode::done) code = ExitCode::unusable;
     }
     return code;
+}
+
+// Without a window system Qt ends the process; it shall end as this program ends where something is missing.
+void endWithoutWindows(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (type == QtFatalMsg) {
+        complain("the workbench needs a window system: " + message.section('\n', 0, 0).toStdString());
+        _exit(static_cast<int>(ExitCode::unusable));
+    }
+}
+
+// Only the workbench needs a window system.
+std::unique_ptr<QCoreApplication> makeApplication(CommandName command, int& argc, char** argv) {
+    if (command != CommandName::workbench) return std::make_unique<QCoreApplication>(argc, argv);
+    const QtMessageHandler usual = qInstallMessageHandler(endWithoutWindows);
+    auto application = std::make_unique<QApplication>(argc, argv);
+    qInstallMessageHandler(usual);
+    return application;
 }
 
 int start(int argc, char** argv) {
@@ -83,15 +104,16 @@ int start(int argc, char** argv) {
         }
         return static_cast<int>(end->code);
     }
-    // No command needs a window system.
-    const QCoreApplication application(argc, argv);
-    return static_cast<int>(run(std::get<Options>(parsed)));
+    const auto& options = std::get<Options>(parsed);
+    const auto application = makeApplication(options.command, argc, argv);
+    return static_cast<int>(run(options));
 }
 
 }  // namespace
 
 }  // namespace velmora
 
+// NOLINTNEXTLINE(bugprone-exception-escape): without memory there is nothing to be done but to end
 int main(int argc, char** argv) {
     return velmora::start(argc, argv);
 }

@@ -1,5 +1,7 @@
 #include "settings/AddRemoveControl.h"
 
+#include <algorithm>
+
 namespace velmora {
 
 bool AddRemoveControl::connectSegments(const char* addName, const char* removeName,
@@ -17,7 +19,15 @@ bool AddRemoveControl::connectSegments(const char* addName, const char* removeNa
 
 void AddRemoveControl::setEnabledForSegment(bool enabled, std::int64_t segment) {
     if (segment < 0 || static_cast<std::size_t>(segment) >= segments_.size()) return;
-    if (QAbstractButton* const button = segments_[static_cast<std::size_t>(segment)]) button->setEnabled(enabled);
+    QAbstractButton* const button = segments_[static_cast<std::size_t>(segment)];
+    if (button == nullptr) return;
+    // The focus stays in the control: left to itself it would go on to whatever comes next in the window.
+    const bool hadFocus = button->hasFocus();
+    button->setEnabled(enabled);
+    if (!hadFocus || enabled) return;
+    const auto other = std::find_if(segments_.begin(), segments_.end(),
+                                    [](const QAbstractButton* each) { return each != nullptr && each->isEnabled(); });
+    if (other != segments_.end()) (*other)->setFocus();
 }
 
 }  // namespace velmora

@@ -2,6 +2,7 @@
 
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <limits>
 
 namespace velmora {
 
@@ -14,6 +15,7 @@ constexpr const char* kConfirmed = "confirmed";
 QWidget* LabelDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem&, const QModelIndex&) const {
     auto* const editor = new QLineEdit(parent);
     editor->setFrame(false);
+    editor->setMaxLength(std::numeric_limits<int>::max());  // by default it would cut what it is given
     editor->setAutoFillBackground(true);
     editor->setAccessibleName("Label");
     return editor;

@@ -25,9 +25,12 @@ void MenuDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, 
     initStyleOption(&cell, index);
     const QStyle* const style = cell.widget != nullptr ? cell.widget->style() : QApplication::style();
     style->drawPrimitive(QStyle::PE_PanelItemViewItem, &cell, painter, cell.widget);
-    if (!(index.flags() & Qt::ItemIsEditable)) return;
-    const QRect arrow = arrowRect(cell);
     QStyleOptionViewItem beside = cell;
+    if (!(index.flags() & Qt::ItemIsEditable)) {
+        style->drawControl(QStyle::CE_ItemViewItem, &beside, painter, cell.widget);
+        return;
+    }
+    const QRect arrow = arrowRect(cell);
     beside.rect = QStyle::visualRect(
         cell.direction, cell.rect,
         QRect(cell.rect.left(), cell.rect.top(), cell.rect.width() - arrow.width(), cell.rect.height()));

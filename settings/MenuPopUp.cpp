@@ -83,8 +83,8 @@ void MenuPopUp::placeAt(const QRect& cell) {
 
 void MenuPopUp::findText(const QString& text) {
     matches_.setFilterFixedString(text);
-    makeCurrent(text.isEmpty() ? current_
-                               : text.toLongLong() - 1);  // a number means its item, whoever has it in a label
+    // A number means its item, whoever has it in a label.
+    makeCurrent(text.isEmpty() ? current_ : std::int64_t{text.toInt()} - 1);
     if (!text.isEmpty() && !list_->currentIndex().isValid()) list_->setCurrentIndex(matches_.index(0, 0));
 }
 

@@ -56,7 +56,7 @@ class SegmentedControl {
 };
 
 struct MenuItem {
-    std::string title;
+    std::string title;  // no item has a key equivalent
     // What the target is told when the user chooses the item.
     void (SwitchSettingsViewController::*action)(const MenuItem& sender) = nullptr;
     SwitchSettingsViewController* target = nullptr;

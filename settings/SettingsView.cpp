@@ -1,5 +1,7 @@
 #include "settings/SettingsView.h"
 
+#include <dlfcn.h>
+
 #include <QApplication>
 #include <QFile>
 #include <QLabel>
@@ -44,6 +46,16 @@ class InterfaceLoader final : public QUiLoader {
     }
 };
 
+// Qt's interface loader registers types with Qt that are never taken back, so its library must not leave memory with
+// the bundle: the next look at those types, at the latest when the bundle is loaded again, would be the end of the
+// host.
+void keepInterfaceLoaderInMemory() {
+    Dl_info library{};
+    if (dladdr(&QUiLoader::staticMetaObject, &library) == 0) return;
+    // Counted no further than once, whatever the number of calls: it stays in any case.
+    dlopen(library.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+}
+
 template <typename Widget>
 bool findWidget(const QWidget& root, const char* name, Widget*& widget) {
     widget = dynamic_cast<Widget*>(root.findChild<QWidget*>(name));
@@ -70,6 +82,7 @@ void SettingsView::load(SwitchSettingsViewController& controller, const std::str
         NSLog("No settings view, because the bundle has no interface file \"%@\" (Velmora Switch Plugin)", nibName);
         return;
     }
+    keepInterfaceLoaderInMemory();
     QFile file(QString::fromStdString(path->string()));
     InterfaceLoader loader;
     std::unique_ptr<QWidget> root(file.open(QIODevice::ReadOnly) ? loader.load(&file) : nullptr);
@@ -99,7 +112,8 @@ const char* SettingsView::connectWidgets() {
         return "addSegment and removeSegment";
     connect(refreshButton, &QPushButton::clicked, this,
             [this] { act(&SwitchSettingsViewController::refreshLabelsButtonPushed); });
-    connect(matrixSwitcherPopUpButton_, &QComboBox::activated, this, [this] {
+    // The last signal of a pick: the window may be destroyed by what it leads to.
+    connect(matrixSwitcherPopUpButton_, &QComboBox::textActivated, this, [this] {
         outputsTableView_->viewport()->update();  // the first pick fills its cells
         updateNotice();
         act(&SwitchSettingsViewController::matrixSwitcherPopUpButtonChanged);

@@ -29,12 +29,13 @@ std::int64_t integerForKey(const DictionaryReference& entry, std::string_view ke
     return value != nullptr ? value->integerValue() : 0;
 }
 
-// Below 0, 0 or above 0. An absent number counts as 0, an absent text as empty.
+// Below 0, 0 or above 0. What is neither text nor number counts as 0; numbers come before texts.
 int compareValues(const PropertyList* left, const PropertyList* right) {
     const auto text = [](const PropertyList* value) { return value != nullptr ? value->text() : std::nullopt; };
     const auto leftText = text(left);
     const auto rightText = text(right);
-    if (leftText || rightText) return caseInsensitiveCompare(leftText.value_or(""), rightText.value_or(""));
+    if (leftText && rightText) return caseInsensitiveCompare(*leftText, *rightText);
+    if (leftText || rightText) return leftText ? 1 : -1;
     const std::int64_t leftNumber = left != nullptr ? left->integerValue() : 0;
     const std::int64_t rightNumber = right != nullptr ? right->integerValue() : 0;
     return leftNumber < rightNumber ? -1 : (leftNumber > rightNumber ? 1 : 0);

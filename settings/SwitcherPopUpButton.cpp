@@ -84,10 +84,12 @@ void SwitcherPopUpButton::keyPressEvent(QKeyEvent* event) {
         default:
             break;
     }
-    const bool isTyped = !event->text().isEmpty() && event->text().front().isPrint() &&
-                         !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
-    if (!isTyped) {
+    const bool isPrintable = !event->text().isEmpty() && event->text().front().isPrint();
+    const bool isCommand = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
+    if (!isPrintable) {
         QComboBox::keyPressEvent(event);
+    } else if (isCommand) {
+        event->ignore();  // a shortcut that nobody took; the base class would pick the item of that letter
     } else if (count() > 0) {
         showPopup();
         view()->keyboardSearch(event->text());

@@ -40,7 +40,7 @@ bool isFile(const std::filesystem::path& path) {
 }
 
 std::string loaderReason() {
-    const char* reason = dlerror();
+    const char* reason = dlerror();  // NOLINT(concurrency-mt-unsafe): glibc keeps one for each thread
     return reason != nullptr ? reason : "unknown reason";
 }
 
@@ -188,6 +188,8 @@ bool NSBundle::unload(std::string* error) {
     if (!isLoaded()) return true;
     const std::string refused = stringWithFormat("%@ stays loaded: ", path_.string());
     const auto inUse = [&] { return livePrincipalObjects_->load() > 0; };
+    if (MainThread::currentMode() != NSDefaultRunLoopMode)
+        return fail(error, refused + "a panel, which may be the module's, is open");
     if (inUse()) return fail(error, refused + "an object that it made is alive");
     if (!NSThread::finishCancelledThreads(kWindDownSeconds))
         return fail(error, refused + "one of its threads has not ended");

@@ -189,7 +189,9 @@ void TCPConnection::descriptorReady(std::uint32_t events) {
     if (wasFull) deliver(Half::output, NSStreamEventHasSpaceAvailable);
     if ((events & (EPOLLRDHUP | EPOLLERR | EPOLLHUP)) != 0) peerHasEnded_ = true;
     if ((events & EPOLLIN) != 0) mayHaveBytes_ = true;
-    if (mayHaveBytes_ || peerHasEnded_) offerBytes();
+    // An edge without an end of the stream is bytes; everything else has to be looked at.
+    const bool certain = (events & EPOLLIN) != 0 && !peerHasEnded_;
+    if (mayHaveBytes_ || peerHasEnded_) offerBytes(certain ? Unread::some : lookForBytes());
 }
 
 void TCPConnection::loopHasRunWork() {
@@ -201,7 +203,7 @@ void TCPConnection::loopHasRunWork() {
     if (failed) {
         finish(NSStreamEventErrorOccurred);
     } else if (mayHaveBytes_) {
-        offerBytes();
+        offerBytes(lookForBytes());
     }
 }
 
@@ -223,10 +225,10 @@ TCPConnection::Unread TCPConnection::lookForBytes() {
     return errno == EAGAIN || errno == EINTR ? Unread::none : Unread::failure;
 }
 
-void TCPConnection::offerBytes() {
+void TCPConnection::offerBytes(Unread unread) {
     // Bounded, so that a peer that sends without end does not keep the loop from its other work.
-    for (int offers = 0; offers < kOffersEachTurn; ++offers) {
-        switch (lookForBytes()) {
+    for (int offers = 0; offers < kOffersEachTurn; ++offers, unread = lookForBytes()) {
+        switch (unread) {
             case Unread::none:
                 mayHaveBytes_ = false;
                 return;

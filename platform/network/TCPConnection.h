@@ -58,8 +58,8 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
     bool beginConnecting(const SocketAddress& address);
     void finishConnecting();
     void giveUpAttempt();
-    // Offers unread bytes to the input half until there are none or it declines.
-    void offerBytes();
+    // Offers unread bytes to the input half until there are none or it declines. Given what is known to be unread.
+    void offerBytes(Unread unread);
     Unread lookForBytes();
     void finish(NSStreamEvent event);
     void deliver(Half which, NSStreamEvent event);

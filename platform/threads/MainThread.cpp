@@ -8,7 +8,6 @@
 #include <QSocketNotifier>
 #include <QTimer>
 #include <algorithm>
-#include <condition_variable>
 #include <deque>
 #include <memory>
 #include <utility>
@@ -30,7 +29,7 @@ struct Queue {
     };
 
     Mutex mutex;
-    std::condition_variable_any itemDone;
+    Condition itemDone;
     std::deque<Item> items GUARDED_BY(mutex);
     bool served GUARDED_BY(mutex) = false;
     // Behind the application object's end nobody would run work, and code that it needs may be unloaded.

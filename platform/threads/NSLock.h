@@ -2,7 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 
 #include "platform/threads/ThreadAnnotations.h"
 
@@ -42,7 +41,7 @@ class NSLock {
 
   private:
     Mutex mutex_;
-    std::condition_variable_any freed_;
+    Condition freed_;
     bool taken_ GUARDED_BY(mutex_) = false;
 };
 

@@ -2,6 +2,7 @@
 
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -23,25 +24,28 @@ struct NSRunLoop::Handed {
 };
 
 NSRunLoop::NSRunLoop()
-    : poller_(epoll_create1(EPOLL_CLOEXEC)), wakeUpDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    // Edge-triggered, so that a wake-up need not be read back.
+    : poller_(epoll_create1(EPOLL_CLOEXEC)),
+      wakeUpDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      alarmDescriptor_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
+    // Edge-triggered, so that nothing need be read back.
     epoll_event event{};
     event.events = EPOLLIN | EPOLLET;
     event.data.u64 = kWakeUpId;
     epoll_ctl(poller_, EPOLL_CTL_ADD, wakeUpDescriptor_, &event);
+    epoll_ctl(poller_, EPOLL_CTL_ADD, alarmDescriptor_, &event);
 }
 
 NSRunLoop::~NSRunLoop() {
+    close(alarmDescriptor_);
     close(wakeUpDescriptor_);
     close(poller_);
 }
 
 void NSRunLoop::runModeUntilDate(const char* mode, Date deadline) {
-    const std::string currentMode = mode;
     bool ranWork = false;
     while (true) {
         ranWork = runHandedWork() || ranWork;
-        const Date wanted = serveSources(currentMode, ranWork);
+        const Date wanted = serveSources(mode, ranWork);
         ranWork = false;
         if (endRun_.exchange(false) || std::chrono::steady_clock::now() >= deadline) return;
         waitForEvents(std::min(deadline, wanted));
@@ -75,10 +79,9 @@ void NSRunLoop::waitForEvents(Date deadline) {
         MutexLock lock(mutex_);
         atOnce = !handed_.empty() || endRun_;
     }
-    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()).count();
+    setAlarm(deadline);
     std::array<epoll_event, kEventsEachTurn> events{};
-    const int timeout = atOnce ? 0 : static_cast<int>(std::clamp<std::int64_t>(rest, 0, 3'600'000));
-    const int count = epoll_wait(poller_, events.data(), static_cast<int>(events.size()), timeout);
+    const int count = epoll_wait(poller_, events.data(), static_cast<int>(events.size()), atOnce ? 0 : -1);
     waiting_ = false;
 
     MutexLock lock(mutex_);
@@ -91,7 +94,18 @@ void NSRunLoop::waitForEvents(Date deadline) {
     }
 }
 
-Date NSRunLoop::serveSources(const std::string& mode, bool ranWork) {
+void NSRunLoop::setAlarm(Date moment) {
+    if (moment == alarm_) return;
+    alarm_ = moment;
+    // An alarm in the past rings at once; the all-zero one, which would never ring, is a moment at boot.
+    const auto nanoseconds = std::max<std::int64_t>(moment.time_since_epoch() / std::chrono::nanoseconds(1), 1);
+    constexpr std::int64_t second = 1'000'000'000;
+    itimerspec alarm{};
+    alarm.it_value = {static_cast<time_t>(nanoseconds / second), static_cast<long>(nanoseconds % second)};
+    timerfd_settime(alarmDescriptor_, TFD_TIMER_ABSTIME, &alarm, nullptr);
+}
+
+Date NSRunLoop::serveSources(std::string_view mode, bool ranWork) {
     struct Turn {
         std::shared_ptr<RunLoopSource> source;
         std::uint32_t events;
@@ -106,8 +120,8 @@ Date NSRunLoop::serveSources(const std::string& mode, bool ranWork) {
     }
     Date earliest = Date::max();
     for (const Turn& turn : turns) {
-        if (ranWork) turn.source->loopHasRunWork();
         if (turn.events != 0) turn.source->descriptorReady(turn.events);
+        if (ranWork) turn.source->loopHasRunWork();
         auto wanted = turn.source->deadline();
         if (wanted && *wanted <= std::chrono::steady_clock::now()) {
             turn.source->deadlineReached();

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/foundation/NSObject.h"
@@ -40,10 +41,10 @@ class NSRunLoop : public NSObject {
     ~NSRunLoop() override;
 
     // The run loop of the calling thread; null on a thread that is no NSThread.
-    static std::shared_ptr<NSRunLoop> currentRunLoop();
+    static const std::shared_ptr<NSRunLoop>& currentRunLoop();
 
     // False when the system had no descriptors left for it; it cannot be run then.
-    bool isUsable() const { return poller_ >= 0 && wakeUpDescriptor_ >= 0; }
+    bool isUsable() const { return poller_ >= 0 && wakeUpDescriptor_ >= 0 && alarmDescriptor_ >= 0; }
 
     // Serves sources scheduled in the mode, and work, until the deadline. Owner thread only.
     void runModeUntilDate(const char* mode, Date deadline);
@@ -82,17 +83,21 @@ class NSRunLoop : public NSObject {
     void end();
     bool runHandedWork();
     void waitForEvents(Date deadline);
+    void setAlarm(Date moment);
     // Answers the earliest moment at which a source wants to be called.
-    Date serveSources(const std::string& mode, bool ranWork);
+    Date serveSources(std::string_view mode, bool ranWork);
     void interruptWait();
     Scheduled* find(const RunLoopSource* source) REQUIRES(mutex_);
 
     const int poller_;
     const int wakeUpDescriptor_;
+    // Rings at alarm_. Set anew only when another moment is wanted: a time-out of its own would make every wait dearer.
+    const int alarmDescriptor_;
+    Date alarm_ = Date::max();
     std::atomic<bool> waiting_{false};
     std::atomic<bool> endRun_{false};
     Mutex mutex_;
-    std::condition_variable_any handedDone_;
+    Condition handedDone_;
     std::vector<std::shared_ptr<Handed>> handed_ GUARDED_BY(mutex_);
     std::vector<Scheduled> sources_ GUARDED_BY(mutex_);
     std::uint64_t lastId_ GUARDED_BY(mutex_) = 0;

@@ -1,7 +1,6 @@
 #include "platform/threads/NSThread.h"
 
 #include <algorithm>
-#include <condition_variable>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -25,7 +24,7 @@ namespace {
 // process does.
 struct Registry {
     Mutex mutex;
-    std::condition_variable_any threadEnded;
+    Condition threadEnded;
     std::vector<std::shared_ptr<void>> states GUARDED_BY(mutex);
 };
 
@@ -108,7 +107,7 @@ bool NSThread::currentThreadIsCancelled() {
     return currentCancelled != nullptr && currentCancelled->load();
 }
 
-std::shared_ptr<NSRunLoop> NSRunLoop::currentRunLoop() {
+const std::shared_ptr<NSRunLoop>& NSRunLoop::currentRunLoop() {
     return currentLoop;
 }
 

@@ -2,6 +2,8 @@
 // compilers see a plain mutex.
 #pragma once
 
+#include <chrono>
+#include <condition_variable>
 #include <mutex>
 
 #if defined(__clang__)
@@ -28,10 +30,11 @@ class CAPABILITY("mutex") Mutex {
     void unlock() RELEASE() { mutex_.unlock(); }
 
   private:
+    friend class Condition;
     std::mutex mutex_;
 };
 
-// Holds a Mutex for a scope; may be given back and taken again in between. Fits std::condition_variable_any.
+// Holds a Mutex for a scope; may be given back and taken again in between.
 class SCOPED_CAPABILITY MutexLock {
   public:
     explicit MutexLock(Mutex& mutex) ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
@@ -51,8 +54,39 @@ class SCOPED_CAPABILITY MutexLock {
     }
 
   private:
+    friend class Condition;
     Mutex& mutex_;
     bool held_ = true;
+};
+
+// A condition variable for holders of a Mutex. std::condition_variable_any would do, but it guards itself with a mutex
+// of its own, on which a woken thread meets its waker.
+class Condition {
+  public:
+    using Clock = std::chrono::steady_clock;
+
+    void wait(MutexLock& lock) {
+        Native native(lock);
+        condition_.wait(native.lock);
+    }
+    std::cv_status wait_until(MutexLock& lock, Clock::time_point deadline) {
+        Native native(lock);
+        return condition_.wait_until(native.lock, deadline);
+    }
+    void wait_for(MutexLock& lock, Clock::duration time) { wait_until(lock, Clock::now() + time); }
+    void notify_one() { condition_.notify_one(); }
+    void notify_all() { condition_.notify_all(); }
+
+  private:
+    // The mutex that the lock holds, lent for a wait.
+    struct Native {
+        explicit Native(MutexLock& held) : lock(held.mutex_.mutex_, std::adopt_lock) {}
+        Native(const Native&) = delete;
+        Native& operator=(const Native&) = delete;
+        ~Native() { lock.release(); }
+        std::unique_lock<std::mutex> lock;
+    };
+    std::condition_variable condition_;
 };
 
 }  // namespace velmora

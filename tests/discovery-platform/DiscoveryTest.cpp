@@ -1,22 +1,18 @@
 // Discovery without a daemon, on `lo`: what browsers and services are told when servers come, move, vanish and go.
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <tuple>
 
-#include "platform/foundation/Text.h"
-#include "platform/network/NSNetService.h"
 #include "platform/network/NSNetServiceBrowser.h"
 #include "platform/network/discovery/PacketScreen.h"
-#include "platform/threads/NSThread.h"
 #include "tests/discovery-platform/RawAnnouncer.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/MainLoop.h"
+#include "tests/support/Sockets.h"
+#include "transport/SwitchTelnetController.h"
 
 namespace velmora::test {
 namespace {
@@ -54,8 +50,8 @@ class Watcher final : public NSNetServiceBrowserDelegate, public NSNetServiceDel
     bool waitForEvents(std::size_t count) {
         return runMainLoopUntil([&] { return events.size() >= count; });
     }
-    std::vector<std::string> addressesOf(const std::string& name) const {
-        std::vector<std::string> texts;
+    Strings addressesOf(const std::string& name) const {
+        Strings texts;
         for (const SocketAddress& address : services.at(name)->addresses())
             texts.push_back(address.text());
         return texts;
@@ -74,85 +70,34 @@ std::string uniqueType() {
 }
 
 // A service published by another process, from when it is announced on.
-class PeerProcess {
+class PeerProcess : public ChildProcess {
   public:
     PeerProcess(const std::string& type, const std::string& name, std::uint16_t port)
-        : process_({DISCOVERY_PEER, type, name, std::to_string(port)}), report(process_.outputLine()) {}
+        : ChildProcess({DISCOVERY_PEER, type, name, std::to_string(port)}) {
+        EXPECT_EQ(outputLine(), "published");
+    }
     // Withdraws the service.
     void end() {
-        process_.sendSignal(SIGTERM);
-        EXPECT_EQ(process_.exitCode(), 0);
+        sendSignal(SIGTERM);
+        EXPECT_EQ(exitCode(), 0);
     }
-    // Says no goodbye.
-    void kill() {
-        process_.sendSignal(SIGKILL);
-        EXPECT_EQ(process_.exitCode(), -1);
-    }
-
-  private:
-    ChildProcess process_;
-
-  public:
-    const std::string report;
 };
 
-// A place to be connected to.
-class Listener {
-  public:
-    Listener() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        EXPECT_EQ(bind(socket_, reinterpret_cast<sockaddr*>(&address), length), 0);
-        EXPECT_EQ(listen(socket_, 8), 0);
-        getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &length);
-        port = ntohs(address.sin_port);
-    }
-    Listener(const Listener&) = delete;
-    Listener& operator=(const Listener&) = delete;
-    ~Listener() { close(socket_); }
-    // Blocks the calling thread.
-    bool acceptOne() {
-        pollfd readable{socket_, POLLIN, 0};
-        if (poll(&readable, 1, 15'000) <= 0) return false;
-        return close(accept(socket_, nullptr, nullptr)) == 0;
-    }
-    std::uint16_t port = 0;
+// Blocks the calling thread.
+bool isConnectedTo(const ListeningPort& port) {
+    return Socket(port.accept()).descriptor() >= 0;
+}
 
-  private:
-    const int socket_;
-};
-
-// Opens a service's streams on a communications thread, for as long as this lives.
-class Connection {
-  public:
-    explicit Connection(NSNetService& service)
-        : streams_(*service.getInputStreamOutputStream()), thread_(std::make_shared<NSThread>([streams = streams_] {
-              const auto loop = NSRunLoop::currentRunLoop();
-              streams.input->scheduleInRunLoopForMode(loop, NSDefaultRunLoopMode);
-              streams.output->scheduleInRunLoopForMode(loop, NSDefaultRunLoopMode);
-              streams.input->open();
-              streams.output->open();
-              while (!NSThread::currentThreadIsCancelled())
-                  loop->runModeUntilDate(NSDefaultRunLoopMode, Date::clock::now() + std::chrono::seconds(2));
-              streams.input->removeFromRunLoopForMode(loop, NSDefaultRunLoopMode);
-              streams.output->removeFromRunLoopForMode(loop, NSDefaultRunLoopMode);
-          })) {
-        EXPECT_TRUE(thread_->start());
+// Connects to a service, without the main loop, for as long as this lives.
+struct Connection {
+    explicit Connection(const std::shared_ptr<NSNetService>& service) {
+        controller->startConnectionWithNetService(service);
     }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
     ~Connection() {
-        streams_.input->close();
-        streams_.output->close();
-        thread_->cancel();
+        controller->closeStreams();
         EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
     }
-
-  private:
-    const NSStreamPair streams_;
-    const std::shared_ptr<NSThread> thread_;
+    const std::shared_ptr<SwitchTelnetController> controller = std::make_shared<SwitchTelnetController>();
 };
 
 std::size_t entriesIn(const char* folder) {
@@ -173,16 +118,13 @@ TEST_F(Discovery, FindsResolvesAndRemovesEachServiceOnce) {
     ASSERT_EQ(longest.size(), 63u);
     Watcher first(type);
     PeerProcess peer(type, longest, 4711);
-    EXPECT_EQ(peer.report, "published " + stringByEscapingControlCharacters(longest));
     ASSERT_TRUE(first.waitForEvents(2));
     EXPECT_EQ(first.events, (Strings{"found " + longest, "resolved " + longest}));
     const auto addresses = first.addressesOf(longest);
     ASSERT_FALSE(addresses.empty());
     EXPECT_EQ(addresses.front(), "127.0.0.1:4711");
-    EXPECT_TRUE(
-        std::all_of(addresses.begin() + 1, addresses.end(), [](const auto& text) { return text == "[::1]:4711"; }));
+    EXPECT_EQ(std::count(addresses.begin(), addresses.end(), "[::1]:4711") + 1, std::ssize(addresses));
     const NSNetService& service = *first.services.at(longest);
-    EXPECT_EQ(service.port(), 4711);
     EXPECT_TRUE(service.hostName().ends_with(".local."));
 
     // Another browser of the process is told of what is there, in objects of its own.
@@ -196,63 +138,46 @@ TEST_F(Discovery, FindsResolvesAndRemovesEachServiceOnce) {
     third.services.clear();
     third.events.clear();
     peer.end();
-    ASSERT_TRUE(first.waitForEvents(3));
-    ASSERT_TRUE(second.waitForEvents(3));
+    ASSERT_TRUE(first.waitForEvents(3) && second.waitForEvents(3));
     EXPECT_EQ(first.events.back(), "removed " + longest);
     EXPECT_EQ(third.events, Strings());
-}
-
-TEST_F(Discovery, EqualServicesAreThoseOfOneNameTypeAndDomain) {
-    const NSNetService service("local.", "_router._tcp.", "A");
-    static const struct {
-        const char *domain, *type, *name;
-        bool equal;
-    } cases[] = {{"", "_router._tcp", "A", true},
-                 {"local", "_router._tcp.", "A", true},
-                 {"local.", "_router._tcp.", "a", false},
-                 {"local.", "_other._tcp.", "A", false},
-                 {"other.", "_router._tcp.", "A", false}};
-    for (const auto& other : cases)
-        EXPECT_EQ(service.isEqual(NSNetService(other.domain, other.type, other.name)), other.equal)
-            << other.name << other.type;
+    EXPECT_FALSE(NSNetService("local.", type, "A").isEqual(NSNetService("other.", type, "A")));
+    EXPECT_FALSE(NSNetService("local.", type, "A").isEqual(NSNetService("local.", type, "a")));
 }
 
 TEST_F(Discovery, ServerThatCameBackOnAnotherPortIsFoundAgainAndConnectedToThere) {
-    Listener before;
-    Listener after;
+    const ListeningPort before, after;
     Watcher watcher(type);
-    PeerProcess peer(type, "Router", before.port);
+    PeerProcess peer(type, "Router", before.port());
     ASSERT_TRUE(watcher.waitForEvents(2));
     // From here on the main loop is at a standstill until the server has moved.
     {
-        Connection connection(*watcher.services.at("Router"));
-        EXPECT_TRUE(before.acceptOne());
+        Connection connection(watcher.services.at("Router"));
+        EXPECT_TRUE(isConnectedTo(before));
     }
-    peer.kill();
-    PeerProcess peerAgain(type, "Router", after.port);
+    peer.sendSignal(SIGKILL);  // no goodbye
+    PeerProcess peerAgain(type, "Router", after.port());
     ASSERT_TRUE(watcher.waitForEvents(3));
     EXPECT_EQ(watcher.events, (Strings{"found Router", "resolved Router", "found Router"}));
     const auto service = watcher.services.at("Router");
     {
-        Connection connection(*service);
-        EXPECT_TRUE(after.acceptOne());
+        Connection connection(service);
+        EXPECT_TRUE(isConnectedTo(after));
     }
     peerAgain.end();
     ASSERT_TRUE(watcher.waitForEvents(4));
-    EXPECT_EQ(watcher.events.back(), "removed Router");
-    // Neither found once more nor removed in between.
-    EXPECT_EQ(watcher.events.size(), 4u);
+    EXPECT_EQ(watcher.events, (Strings{"found Router", "resolved Router", "found Router", "removed Router"}));
     // A service that has gone may be there still: its last known place is tried.
-    Connection connection(*service);
-    EXPECT_TRUE(after.acceptOne());
+    Connection connection(service);
+    EXPECT_TRUE(isConnectedTo(after));
 }
 
 TEST_F(Discovery, ServiceThatNobodyHasLookedForIsConnectedToWithTheMainThreadBlocked) {
-    Listener listener;
-    PeerProcess peer(type, "Router", listener.port);
+    const ListeningPort port;
+    PeerProcess peer(type, "Router", port.port());
     const auto service = std::make_shared<NSNetService>("", type, "Router");
-    Connection connection(*service);
-    EXPECT_TRUE(listener.acceptOne());
+    Connection connection(service);
+    EXPECT_TRUE(isConnectedTo(port));
     EXPECT_FALSE(NSNetService("", type, "").getInputStreamOutputStream().has_value());
 }
 
@@ -345,25 +270,19 @@ TEST_F(Discovery, PublishesUnderAFreeNameAndSaysWhyNot) {
     EXPECT_EQ(watcher.events, (Strings{"found Router", "resolved Router", "found Router #2", "resolved Router #2",
                                        "removed Router #2"}));
 
-    static const struct {
-        const char* type;
-        std::string name;
-        std::uint16_t port;
-        const char* reason;
-    } cases[] = {
-        {"_router._tcp", std::string(64, 'x'), 1, "not published: the name is 64 bytes long, at most 63 are possible"},
-        {"_router._tcp", "", 1, "not published: the service has no name"},
-        {"_router._tcp", "\xC0\x80", 1, "not published: the name is no text"},
-        {"nonsense", "Router", 1, "not published: nonsense. is no type of services"},
-        {"_router._tcp", "Router", 0, "not published: the service has no port"},
-    };
-    for (const auto& wrong : cases) {
+    const std::tuple<const char*, std::string, std::uint16_t, const char*> cases[] = {
+        {"_router._tcp", std::string(64, 'x'), 1, "the name is 64 bytes long, at most 63 are possible"},
+        {"_router._tcp", "", 1, "the service has no name"},
+        {"_router._tcp", "\xC0\x80", 1, "the name is no text"},
+        {"nonsense", "Router", 1, "nonsense. is no type of services"},
+        {"_router._tcp", "Router", 0, "the service has no port"}};
+    for (const auto& [wrongType, name, port, reason] : cases) {
         watcher.events.clear();
-        const auto service = std::make_shared<NSNetService>("", wrong.type, wrong.name, wrong.port);
-        service->setDelegate(&watcher);
-        service->publish();
+        NSNetService service("", wrongType, name, port);
+        service.setDelegate(&watcher);
+        service.publish();
         ASSERT_TRUE(watcher.waitForEvents(1));
-        EXPECT_EQ(watcher.events.front(), wrong.reason);
+        EXPECT_EQ(watcher.events.front(), std::string("not published: ") + reason);
     }
 }
 

@@ -1,54 +1,28 @@
-// discovery-peer TYPE NAME PORT: publishes a service on `lo` until SIGTERM, and says under which name.
-#include <sys/signalfd.h>
-#include <unistd.h>
-
-#include <QCoreApplication>
-#include <QSocketNotifier>
+// discovery-peer TYPE NAME PORT: publishes a service on `lo` until SIGTERM, and says when it is announced.
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
-#include "platform/foundation/Text.h"
-#include "platform/network/NSNetService.h"
 #include "platform/network/NSNetServiceBrowser.h"
-
-namespace {
-
-class Report final : public velmora::NSNetServiceDelegate {
-  public:
-    void netServiceDidResolveAddress(velmora::NSNetService&) override {}
-    void netServiceDidPublish(velmora::NSNetService& service) override { say("published " + service.name()); }
-    void netServiceDidNotPublish(velmora::NSNetService&, const std::string& reason) override {
-        say("not published: " + reason);
-    }
-
-  private:
-    static void say(const std::string& text) {
-        std::puts(velmora::stringByEscapingControlCharacters(text).c_str());
-        std::fflush(stdout);
-    }
-};
-
-}  // namespace
+#include "tests/support/PublishedService.h"
 
 int main(int argc, char** argv) {
     if (argc != 4) return 2;
-    // Blocked before there is a second thread, so that it is only ever read here.
+    // Blocked before there is a second thread, so that it is only ever waited for here.
     sigset_t ending;
     sigemptyset(&ending);
     sigaddset(&ending, SIGTERM);
     sigprocmask(SIG_BLOCK, &ending, nullptr);
     QCoreApplication application(argc, argv);
     velmora::limitNetServicesToInterfaces({"lo"});
-    Report report;
-    velmora::NSNetService service("", argv[1], argv[2], static_cast<std::uint16_t>(std::atoi(argv[3])));
-    service.setDelegate(&report);
-    service.publish();
-    QSocketNotifier terminated(signalfd(-1, &ending, SFD_CLOEXEC), QSocketNotifier::Read);
-    QObject::connect(&terminated, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
-    const int result = QCoreApplication::exec();
-    service.stop();
-    // The service has been withdrawn; what else an orderly end would do is left out, so that nothing but stop can have
-    // done it.
-    std::_Exit(result);
+    std::optional<velmora::test::PublishedService> service;
+    service.emplace(argv[2], static_cast<std::uint16_t>(std::atoi(argv[3])), argv[1]);
+    std::puts("published");
+    std::fflush(stdout);
+    int signal = 0;
+    sigwait(&ending, &signal);
+    service.reset();
+    // What else an orderly end would do is left out, so that nothing but stop can have withdrawn the service.
+    std::_Exit(0);
 }

@@ -2,37 +2,87 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "tests/support/Sockets.h"
 
 namespace velmora::test {
 
 // Sends from port 5353 of 127.0.0.1 on `lo`.
 class RawAnnouncer {
   public:
-    RawAnnouncer();
-    RawAnnouncer(const RawAnnouncer&) = delete;
-    RawAnnouncer& operator=(const RawAnnouncer&) = delete;
-    ~RawAnnouncer();
-
     using Labels = std::vector<std::string>;
+
+    RawAnnouncer() {
+        const int on = 1;
+        const sockaddr_in source = addressOf("127.0.0.1");
+        setsockopt(socket_.descriptor(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+        setsockopt(socket_.descriptor(), SOL_SOCKET, SO_REUSEPORT, &on, sizeof on);
+        setsockopt(socket_.descriptor(), IPPROTO_IP, IP_MULTICAST_IF, &source.sin_addr, sizeof source.sin_addr);
+        EXPECT_EQ(bind(socket_.descriptor(), reinterpret_cast<const sockaddr*>(&source), sizeof source), 0);
+    }
+
     // Records of the next packet. A time to live of 0 says goodbye.
-    RawAnnouncer& pointer(const Labels& type, const Labels& service, std::uint32_t timeToLive = 120);
+    RawAnnouncer& pointer(const Labels& type, const Labels& service, std::uint32_t timeToLive = 120) {
+        return record(type, 12, internet, timeToLive, wireName(service));
+    }
     // Takes the place of every other location of the service, and of every other address of the host.
-    RawAnnouncer& location(const Labels& service, const Labels& host, std::uint16_t port);
-    RawAnnouncer& address(const Labels& host, std::array<std::uint8_t, 4> bytes, std::uint32_t timeToLive = 120);
+    RawAnnouncer& location(const Labels& service, const Labels& host, std::uint16_t port) {
+        return record(service, 33, internetAndFlush, 120, number(0, 4) + number(port, 2) + wireName(host));
+    }
+    RawAnnouncer& address(const Labels& host, std::array<std::uint8_t, 4> bytes, std::uint32_t timeToLive = 120) {
+        return record(host, 1, internetAndFlush, timeToLive, std::string(bytes.begin(), bytes.end()));
+    }
     // Says that the host is another one, whose name follows.
-    RawAnnouncer& alias(const Labels& host, const Labels& other);
-    void send();
-    // The packet instead of sending it.
-    std::string take();
+    RawAnnouncer& alias(const Labels& host, const Labels& other) {
+        return record(host, 5, internetAndFlush, 120, wireName(other));
+    }
+    // The packet, an authoritative answer without a question, instead of sending it.
+    std::string take() {
+        const std::string counts = number(0, 2) + number(std::exchange(count_, 0), 2) + number(0, 4);
+        return number(0x8400, 4) + counts + std::exchange(records_, {});
+    }
+    void send() {
+        const std::string packet = take();
+        const sockaddr_in group = addressOf("224.0.0.251");
+        sendto(socket_.descriptor(), packet.data(), packet.size(), 0, reinterpret_cast<const sockaddr*>(&group),
+               sizeof group);
+    }
 
   private:
-    void record(const Labels& name, std::uint16_t type, std::uint16_t recordClass, std::uint32_t timeToLive,
-                const std::string& data);
+    static constexpr std::uint16_t internet = 1;
+    static constexpr std::uint16_t internetAndFlush = 0x8001;
 
-    int socket_;
+    static std::string number(std::uint32_t value, int bytes) {
+        std::string text;
+        while (bytes-- > 0)
+            text += static_cast<char>(value >> (8 * bytes));
+        return text;
+    }
+    static std::string wireName(const Labels& labels) {
+        std::string name;
+        for (const std::string& label : labels)
+            name += static_cast<char>(label.size()) + label;
+        return name + '\0';
+    }
+    static sockaddr_in addressOf(const char* text) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(5353);
+        inet_pton(AF_INET, text, &address.sin_addr);
+        return address;
+    }
+    RawAnnouncer& record(const Labels& name, std::uint16_t type, std::uint16_t recordClass, std::uint32_t timeToLive,
+                         const std::string& data) {
+        ++count_;
+        records_ += wireName(name) + number(type, 2) + number(recordClass, 2) + number(timeToLive, 4) +
+                    number(static_cast<std::uint32_t>(data.size()), 2) + data;
+        return *this;
+    }
+
+    const Socket socket_{socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
     std::uint16_t count_ = 0;
     std::string records_;
 };

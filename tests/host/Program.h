@@ -1,40 +1,30 @@
-// A program that a test runs, with what it prints.
+// A program that a test runs, with what it prints, as Qt's texts.
 #pragma once
-
-#include <sys/types.h>
 
 #include <QByteArray>
 #include <QStringList>
-#include <QTemporaryDir>
+
+#include "tests/support/ChildProcess.h"
 
 namespace velmora::test {
 
-// While a test waits for the program, the event loop is served, so that a service published by the test is answered
-// for.
+// As ChildProcess, no wait is longer than 30 seconds.
 class Program {
   public:
     Program(const char* path, const QStringList& arguments);
-    Program(const Program&) = delete;
-    Program& operator=(const Program&) = delete;
-    // Kills it if it still runs.
-    ~Program();
 
-    // So far.
-    QByteArray output() const;
-    QByteArray errors() const;
-    // False when the program ends without printing the text.
-    bool outputComesToHold(const QByteArray& text);
-    void signal(int number);
-    // Waits for the end; -1 when a signal ended it, or when it does not end within a minute.
-    int exitCode();
+    // What is left until the program ends.
+    QByteArray output() { return QByteArray::fromStdString(process_.output()); }
+    QByteArray errors() { return QByteArray::fromStdString(process_.errors()); }
+    QByteArray outputLine() { return QByteArray::fromStdString(process_.outputLine()); }
+    // Reads up to the line that holds the text; false when the program ends without one.
+    bool outputComesToHold(const char* text);
+    void signal(int number) { process_.sendSignal(number); }
+    // Waits for the end; -1 when a signal ended it, or when it does not end.
+    int exitCode() { return process_.exitCode(); }
 
   private:
-    bool hasEnded();
-
-    QTemporaryDir folder_;
-    pid_t process_ = -1;
-    bool ended_ = false;
-    int status_ = 0;
+    ChildProcess process_;
 };
 
 }  // namespace velmora::test

@@ -1,5 +1,4 @@
-// A plugin that picks a server of its own accord when it is started, as a user of a settings view may, and says on
-// standard error what the host does with it.
+// A plugin that picks a server of its own accord when it is started, and says what the host does with it.
 #include <cstdio>
 #include <memory>
 
@@ -9,6 +8,7 @@
 namespace {
 
 using namespace velmora;
+using OptionalText = std::optional<std::string>;
 
 class WilfulPlugin final : public NSObject, public VelmoraNodePluginProtocol {
   public:
@@ -34,16 +34,12 @@ class WilfulPlugin final : public NSObject, public VelmoraNodePluginProtocol {
     }
     StringList attributeNames() const override { return std::make_shared<const std::vector<std::string>>(); }
     std::string pluginName() const override { return "Wilful\nPlugin"; }
-    std::optional<std::string> pluginVersionString() const override { return std::nullopt; }
-    std::optional<std::string> displayNameOfAttributeWithName(const std::string&) const override {
-        return std::nullopt;
-    }
-    std::optional<std::string> typeOfAttributeWithName(const std::string&) const override { return std::nullopt; }
+    OptionalText pluginVersionString() const override { return std::nullopt; }
+    OptionalText displayNameOfAttributeWithName(const std::string&) const override { return std::nullopt; }
+    OptionalText typeOfAttributeWithName(const std::string&) const override { return std::nullopt; }
     std::string currentValueOfAttributeWithName(const std::string&) override { return ""; }
-    std::optional<std::string> defaultValueOfAttributeWithName(const std::string&) const override {
-        return std::nullopt;
-    }
-    std::optional<std::string> directionOfAttributeWithName(const std::string&) const override { return std::nullopt; }
+    OptionalText defaultValueOfAttributeWithName(const std::string&) const override { return std::nullopt; }
+    OptionalText directionOfAttributeWithName(const std::string&) const override { return std::nullopt; }
     StringList possibleValuesOfAttributeWithName(const std::string&) const override { return nullptr; }
     std::int32_t setValueForAttributeWithName(const std::string&, const std::string&) override { return -1; }
     QWidget* settingsView() override { return nullptr; }

@@ -1,5 +1,4 @@
-// The plugin as a third party's host gets it: from its bundle, which may be unloaded while the host still holds what it
-// was given.
+// The plugin as any host gets it: from its bundle, which may be unloaded while the host holds what it was given.
 #include <gtest/gtest.h>
 
 #include "platform/foundation/NSBundle.h"

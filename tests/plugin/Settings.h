@@ -1,6 +1,7 @@
 // Settings as a host would keep them.
 #pragma once
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -12,9 +13,15 @@ struct Output {
     std::string label;
     std::int32_t number;
     std::int32_t defaultInput;
+    friend bool operator==(const Output&, const Output&) = default;
 };
+inline void PrintTo(const Output& output, std::ostream* stream) {
+    *stream << output.label << "/" << output.number << "/" << output.defaultInput;
+}
+using Outputs = std::vector<Output>;
+using Strings = std::vector<std::string>;
 
-inline DictionaryReference settingsWith(const std::string& server, const std::vector<Output>& outputs) {
+inline DictionaryReference settingsWith(const std::string& server, const Outputs& outputs) {
     auto list = std::make_shared<PropertyListArray>();
     for (const Output& output : outputs) {
         auto entry = std::make_shared<PropertyListDictionary>();
@@ -28,6 +35,15 @@ inline DictionaryReference settingsWith(const std::string& server, const std::ve
     settings->emplace("selectedDeviceName", server);
     settings->emplace("configuredOutputs", std::move(list));
     return settings;
+}
+inline Outputs outputsIn(const DictionaryReference& settings) {
+    Outputs all;
+    for (const PropertyList& one : *valueForKey(settings, "configuredOutputs")->array()) {
+        const auto entry = one.dictionary();
+        all.push_back({textForKey(entry, "label").value_or("(none)"), intForKey(entry, "outputNumber"),
+                       intForKey(entry, "defaultInputNumber")});
+    }
+    return all;
 }
 
 }  // namespace velmora::test

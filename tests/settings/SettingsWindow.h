@@ -17,7 +17,6 @@
 #include <functional>
 #include <memory>
 
-#include "platform/foundation/NSBundle.h"
 #include "platform/threads/MainThread.h"
 #include "platform/threads/NSThread.h"
 #include "plugin/VelmoraSwitchNodePlugin.h"
@@ -42,17 +41,16 @@ class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol
         EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
     }
 
-    // Starts the plugin, waits until the server (if the plugin is to find it) is connected, and shows the view.
-    void open(const std::string& server, const Outputs& outputs, const std::function<bool()>& isReady) {
+    // Starts the plugin and shows the view when that is ready, or else when the server is connected.
+    void open(const std::string& server, const Outputs& outputs, const std::function<bool()>& isReady = nullptr) {
         plugin->setDelegate(this);
         plugin->setDefaultSettings(settingsWith(server, outputs));
         plugin->startAndSetCurrentValuesToDefaults(false);
-        ASSERT_TRUE(runMainLoopUntil(isReady));
+        ASSERT_TRUE(runMainLoopUntil([&] {
+            const auto device = plugin->selectedDevice();
+            return isReady ? isReady() : device != nullptr && device->numberOfInputs() > 0;
+        }));
         show();
-    }
-    void open(const std::string& server, const Outputs& outputs) {
-        open(server, outputs,
-             [this] { return plugin->selectedDevice() != nullptr && plugin->selectedDevice()->numberOfInputs() > 0; });
     }
     void show() {
         window = std::make_unique<QWidget>();
@@ -66,8 +64,8 @@ class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol
         remove = view->findChild<QPushButton*>("removeSegment");
         refresh = view->findChild<QPushButton*>("refreshLabelsButton");
         ASSERT_TRUE(chooser && table && add && remove && refresh);
-        modelTester = new QAbstractItemModelTester(
-            table->model(), QAbstractItemModelTester::FailureReportingMode::Fatal, table->model());
+        new QAbstractItemModelTester(table->model(), QAbstractItemModelTester::FailureReportingMode::Fatal,
+                                     table->model());
         window->resize(480, 360);
         window->show();
         window->activateWindow();
@@ -86,9 +84,8 @@ class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol
     std::string cell(int row, Column column) const { return index(row, column).data().toString().toStdString(); }
 
     static void click(QWidget* widget) { QTest::mouseClick(widget, Qt::LeftButton); }
-    QPoint centerOf(int row, Column column) const { return table->visualRect(index(row, column)).center(); }
     void clickCell(int row, Column column) {
-        QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, centerOf(row, column));
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, table->visualRect(index(row, column)).center());
     }
     void pressOnCell(int row, Column column, Qt::Key key) {
         table->setFocus();
@@ -101,13 +98,29 @@ class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol
         }
         return nullptr;
     }
-    // The editor's keys are handled when the event loop next runs.
-    void typeLabel(int row, const QString& text, Qt::Key last) {
+    void beginLabel(int row, const QString& text) {
         pressOnCell(row, label, Qt::Key_F2);
         ASSERT_NE(labelEditor(), nullptr);
         QTest::keyClicks(labelEditor(), text);
+    }
+    // The editor's keys are handled when the event loop next runs.
+    void typeLabel(int row, const QString& text, Qt::Key last) {
+        beginLabel(row, text);
         QTest::keyClick(labelEditor(), last);
         ASSERT_TRUE(runMainLoopUntil([this] { return labelEditor() == nullptr; }));
+    }
+    void openChooser(Qt::Key key = Qt::Key_Down) {
+        chooser->setFocus();
+        QTest::keyClick(chooser, key);
+        EXPECT_TRUE(chooser->view()->isVisible());
+    }
+    void pick(const QString& title) {
+        chooser->view()->setCurrentIndex(chooser->model()->index(chooser->findText(title), 0));
+        QTest::keyClick(chooser->view(), Qt::Key_Return);
+    }
+    // Until a cell shows the text.
+    bool shows(int row, Column column, const std::string& text) {
+        return runMainLoopUntil([&] { return row < table->model()->rowCount() && cell(row, column) == text; });
     }
     QLineEdit* menuField() const {
         QWidget* const popUp = QApplication::activePopupWidget();
@@ -144,7 +157,6 @@ class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol
     QPushButton* add = nullptr;
     QPushButton* remove = nullptr;
     QPushButton* refresh = nullptr;
-    QAbstractItemModelTester* modelTester = nullptr;
 
   private:
     void answerAlert() {

@@ -8,40 +8,33 @@ using SettingsWindowHarm = SettingsWindow;
 
 TEST_F(SettingsWindowHarm, newSettingsWhileAnAlertIsOpen) {
     VirtualSwitch studio("Studio", 4, 4);
-    open("Studio", {{"One", 0, 0}, {"Two", 1, 1}});
-    const Outputs others{{"Other", 3, 3}};
-    for (const bool byMenu : {false, true}) {
-        onAlert = [&] { plugin->setDefaultSettings(settingsWith("Studio", others)); };
-        if (byMenu) {
-            chooseFromMenu(1, output, "2");
-        } else {
-            typeLabel(1, "One", Qt::Key_Return);
-        }
-        EXPECT_EQ(takeAlerts(), Strings{byMenu ? kSameNumber : kSameLabel});
-        EXPECT_EQ(outputs(), others);
-        ASSERT_TRUE(runMainLoopUntil([this] { return cell(0, output) == "0004 Output 4"; }));
-        EXPECT_EQ(table->model()->rowCount(), 1);
-        plugin->setDefaultSettings(settingsWith("Studio", {{"One", 0, 0}, {"Two", 1, 1}}));
-        ASSERT_TRUE(runMainLoopUntil([this] { return cell(1, output) == "0002 Output 2"; }));
-    }
+    const Outputs ours{{"One", 0, 0}, {"Two", 1, 1}}, others{{"Other", 3, 3}};
+    open("Studio", ours);
+    onAlert = [&] { plugin->setDefaultSettings(settingsWith("Studio", others)); };
+    typeLabel(1, "One", Qt::Key_Return);
+    EXPECT_EQ(takeAlerts(), Strings{kSameLabel});
+    EXPECT_EQ(outputs(), others);
+    ASSERT_TRUE(shows(0, output, "0004 Output 4"));
+    EXPECT_EQ(table->model()->rowCount(), 1);
+    onAlert = [&] { plugin->setDefaultSettings(settingsWith("Studio", ours)); };
+    chooseFromMenu(0, output, "4");
+    EXPECT_EQ(takeAlerts(), Strings{kSameNumber});
+    EXPECT_EQ(outputs(), ours);
 }
 
 TEST_F(SettingsWindowHarm, newSettingsWhileACellIsEditedOrAListIsOpen) {
     VirtualSwitch studio("Studio", 4, 4);
     open("Studio", {{"One", 0, 0}, {"Two", 1, 1}});
     // Another server comes: the entries are the same, and so is what is being typed.
-    pressOnCell(1, label, Qt::Key_F2);
-    QTest::keyClicks(labelEditor(), "Half");
+    beginLabel(1, "Half");
     const VirtualSwitch second("Second", 2, 2);
     ASSERT_TRUE(runMainLoopUntil([this] { return chooser->count() == 2; }));
     ASSERT_NE(labelEditor(), nullptr);
     QTest::keyClicks(labelEditor(), "way");
     QTest::keyClick(labelEditor(), Qt::Key_Return);
-    ASSERT_TRUE(runMainLoopUntil([this] { return labelEditor() == nullptr; }));
-    EXPECT_EQ(outputs()[1].label, "Halfway");
+    ASSERT_TRUE(shows(1, label, "Halfway"));
     // Open lists close, and nothing is picked.
-    chooser->setFocus();
-    QTest::keyClick(chooser, Qt::Key_Down);
+    openChooser();
     const VirtualSwitch third("Third", 2, 2);
     ASSERT_TRUE(runMainLoopUntil([this] { return chooser->count() == 3; }));
     EXPECT_FALSE(chooser->view()->isVisible());
@@ -52,8 +45,7 @@ TEST_F(SettingsWindowHarm, newSettingsWhileACellIsEditedOrAListIsOpen) {
     EXPECT_EQ(selectedName(), "Studio");
     // Other entries: what was being typed is for none of them.
     const Outputs others{{"Other", 2, 2}, {"Another", 3, 3}};
-    pressOnCell(1, label, Qt::Key_F2);
-    QTest::keyClicks(labelEditor(), "Lost");
+    beginLabel(1, "Lost");
     plugin->setDefaultSettings(settingsWith("Studio", others));
     ASSERT_TRUE(runMainLoopUntil([this] { return labelEditor() == nullptr; }));
     EXPECT_EQ(outputs(), others);
@@ -63,17 +55,18 @@ TEST_F(SettingsWindowHarm, newSettingsWhileACellIsEditedOrAListIsOpen) {
 TEST_F(SettingsWindowHarm, thePluginGoesWhileItsViewIsInUse) {
     VirtualSwitch studio("Studio", 4, 4);
     const auto release = [this] { plugin = nullptr; };
+    const auto destroy = [this] { window = nullptr; };
     const std::function<void()> uses[] = {
         [&] { onAlert = release, click(add); },
         [&] { onAlert = release, typeLabel(0, "b", Qt::Key_Return); },
-        [&] { onAlert = [this] { window = nullptr; }, click(add); },
-        [&] { onAlert = [this] { plugin = nullptr, window = nullptr; }, typeLabel(0, "b", Qt::Key_Return); },
-        [&] { onNotice = [this] { window = nullptr; }, click(add); },
+        [&] { onAlert = destroy, click(add); },
+        [&] { onAlert = [&] { release(), destroy(); }, typeLabel(0, "b", Qt::Key_Return); },
+        [&] { onNotice = destroy, click(add); },
         [&] { onNotice = release, clickCell(0, label), click(remove); },
-        [&] { pressOnCell(0, label, Qt::Key_F2), QTest::keyClicks(labelEditor(), "x"), release(); },
+        [&] { beginLabel(0, "x"), release(); },
         [&] { pressOnCell(0, output, Qt::Key_Return), release(); },
-        [&] { pressOnCell(0, label, Qt::Key_F2), QTest::keyClicks(labelEditor(), "x"), window = nullptr; },
-        [&] { chooser->showPopup(), window = nullptr, release(); },
+        [&] { beginLabel(0, "x"), destroy(); },
+        [&] { chooser->showPopup(), destroy(), release(); },
     };
     for (const auto& use : uses) {
         plugin = std::make_shared<VelmoraSwitchNodePlugin>(NSBundle::bundleWithPath(VELMORA_BUNDLE));
@@ -99,7 +92,7 @@ TEST_F(SettingsWindowHarm, thePluginGoesWhileItsViewIsInUse) {
 TEST_F(SettingsWindowHarm, theServerDiesAndComesBack) {
     VirtualSwitch studio("Studio", 4, 4);
     open("Studio", {{"One", 0, 1}});
-    ASSERT_TRUE(runMainLoopUntil([this] { return cell(0, defaultInput) == "0002 Input 2"; }));
+    ASSERT_TRUE(shows(0, defaultInput, "0002 Input 2"));
     studio.server->stop();
     ASSERT_TRUE(runMainLoopUntil([this] { return !plugin->selectedDevice()->isConnected(); }));
     click(refresh);
@@ -109,7 +102,7 @@ TEST_F(SettingsWindowHarm, theServerDiesAndComesBack) {
     EXPECT_EQ(outputs()[1], (Output{"Untitled Output", 1, 3}));
     studio.stop();
     studio.start();
-    ASSERT_TRUE(runMainLoopUntil([this] { return cell(1, defaultInput) == "0004 Input 4"; }));
+    ASSERT_TRUE(shows(1, defaultInput, "0004 Input 4"));
 }
 
 }  // namespace

@@ -14,50 +14,40 @@ namespace velmora::test {
 
 namespace {
 
-constexpr int longestWait = 30'000;  // milliseconds
-
 bool waitUntilReadable(int descriptor) {
     pollfd polled{descriptor, POLLIN, 0};
-    return ::poll(&polled, 1, longestWait) == 1;
+    return ::poll(&polled, 1, 30'000) == 1;
 }
 
 }  // namespace
 
 ChildProcess::Stream::Stream() {
-    int ends[2] = {-1, -1};
     EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-    readEnd_ = ends[0];
-    writeEnd_ = ends[1];
 }
 
 ChildProcess::Stream::~Stream() {
-    ::close(readEnd_);
-}
-
-void ChildProcess::Stream::closeWriteEnd() {
-    ::close(std::exchange(writeEnd_, -1));
+    ::close(ends[0]);
 }
 
 bool ChildProcess::Stream::readMore() {
     char buffer[4096];
-    if (!waitUntilReadable(readEnd_)) return false;
-    const ssize_t count = ::read(readEnd_, buffer, sizeof buffer);
-    if (count > 0) read_.append(buffer, static_cast<std::size_t>(count));
+    const ssize_t count = waitUntilReadable(ends[0]) ? ::read(ends[0], buffer, sizeof buffer) : 0;
+    if (count > 0) read.append(buffer, static_cast<std::size_t>(count));
     return count > 0;
 }
 
 std::string ChildProcess::Stream::line() {
-    while (read_.find('\n') == std::string::npos && readMore()) {
+    while (read.find('\n') == std::string::npos && readMore()) {
     }
-    const std::string line = read_.substr(0, read_.find('\n'));
-    read_.erase(0, line.size() + 1);
+    const std::string line = read.substr(0, read.find('\n'));
+    read.erase(0, line.size() + 1);
     return line;
 }
 
 std::string ChildProcess::Stream::all() {
     while (readMore()) {
     }
-    return std::exchange(read_, {});
+    return std::exchange(read, {});
 }
 
 ChildProcess::ChildProcess(const std::vector<std::string>& command) {
@@ -67,17 +57,18 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command) {
     arguments.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, output_.writeEnd(), STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, errors_.writeEnd(), STDERR_FILENO);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, output_.ends[1], STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, errors_.ends[1], STDERR_FILENO);
     EXPECT_EQ(posix_spawn(&process_, arguments[0], &actions, nullptr, arguments.data(), environ), 0) << command[0];
     posix_spawn_file_actions_destroy(&actions);
-    output_.closeWriteEnd();
-    errors_.closeWriteEnd();
+    ::close(output_.ends[1]);
+    ::close(errors_.ends[1]);
 }
 
 ChildProcess::~ChildProcess() {
     if (process_ <= 0) return;
-    ::kill(process_, SIGKILL);
+    sendSignal(SIGKILL);
     ::waitpid(process_, nullptr, 0);
 }
 
@@ -86,15 +77,13 @@ void ChildProcess::sendSignal(int number) {
 }
 
 int ChildProcess::exitCode() {
-    if (process_ <= 0) return exitCode_;
     const int descriptor = static_cast<int>(::syscall(SYS_pidfd_open, process_, 0));
     const bool ended = descriptor >= 0 && waitUntilReadable(descriptor);
     ::close(descriptor);
     int status = 0;
     if (!ended || ::waitpid(process_, &status, 0) != process_) return -1;
     process_ = -1;
-    exitCode_ = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return exitCode_;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 }  // namespace velmora::test

@@ -1,5 +1,4 @@
-// A program that a test runs and reads from. (Not QProcess: forking inside Qt leaves the thread sanitizer blind on the
-// thread that forked.)
+// A program that a test runs and reads from. (Not QProcess: its fork blinds the thread sanitizer on that thread.)
 #pragma once
 
 #include <sys/types.h>
@@ -16,7 +15,6 @@ class ChildProcess {
     // The path of the program, then its arguments.
     explicit ChildProcess(const std::vector<std::string>& command);
     ChildProcess(const ChildProcess&) = delete;
-    ChildProcess& operator=(const ChildProcess&) = delete;
     // Kills the program where it still runs.
     ~ChildProcess();
 
@@ -32,27 +30,20 @@ class ChildProcess {
     int exitCode();
 
   private:
-    class Stream {
-      public:
+    struct Stream {
         Stream();
         ~Stream();
-        int writeEnd() const { return writeEnd_; }
-        void closeWriteEnd();
+        bool readMore();
         std::string line();
         std::string all();
 
-      private:
-        bool readMore();
-
-        int readEnd_;
-        int writeEnd_;
-        std::string read_;
+        int ends[2] = {-1, -1};
+        std::string read;
     };
 
     Stream output_;
     Stream errors_;
-    pid_t process_ = -1;  // -1 once it has been waited for
-    int exitCode_ = -1;
+    pid_t process_ = -1;
 };
 
 }  // namespace velmora::test

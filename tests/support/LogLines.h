@@ -20,10 +20,6 @@ class LogLines {
         const auto all = lines();
         return std::count(all.begin(), all.end(), line);
     }
-    void clear() {
-        MutexLock lock(mutex_);
-        lines_.clear();
-    }
 
   private:
     mutable Mutex mutex_;

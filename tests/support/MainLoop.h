@@ -1,15 +1,30 @@
 // Running the main event loop from a test until a condition holds.
 #pragma once
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QTimer>
 #include <functional>
 
 namespace velmora::test {
 
-// Serves the event loop until the condition holds; false when it does not within the time (seconds). The limit only
-// bounds a failing test.
-bool runMainLoopUntil(const std::function<bool()>& condition, double timeout = 30.0);
+// False when the condition does not hold within the time (seconds), which only bounds a failing test.
+inline bool runMainLoopUntil(const std::function<bool()>& condition, double timeout = 30.0) {
+    QElapsedTimer elapsed;
+    elapsed.start();
+    // Conditions that other threads make true raise no event here, so the loop looks again every few milliseconds.
+    QTimer lookAgain;
+    lookAgain.start(2);
+    while (!condition()) {
+        if (static_cast<double>(elapsed.elapsed()) > timeout * 1000.0) return false;
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    return true;
+}
 
 // Serves what the event loop has to do now, once.
-void runMainLoopOnce();
+inline void runMainLoopOnce() {
+    QCoreApplication::processEvents();
+}
 
 }  // namespace velmora::test

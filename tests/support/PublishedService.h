@@ -14,8 +14,8 @@ namespace velmora::test {
 // Returns from the constructor when the service is announced; withdraws it on destruction.
 class PublishedService : private NSNetServiceDelegate {
   public:
-    PublishedService(const std::string& name, std::uint16_t port)
-        : service_(std::make_shared<NSNetService>("", "_matrixswitcher._tcp.", name, port)) {
+    PublishedService(const std::string& name, std::uint16_t port, const std::string& type = "_matrixswitcher._tcp.")
+        : service_(std::make_shared<NSNetService>("", type, name, port)) {
         service_->setDelegate(this);
         service_->publish();
         EXPECT_TRUE(runMainLoopUntil([this] { return published_; })) << failure_;

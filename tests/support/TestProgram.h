@@ -1,5 +1,4 @@
-// What every test program does: a network of its own with nothing but `lo` where the machine allows it, an application
-// object, then the tests.
+// What every test program does: a network of its own, only `lo`, where that is allowed; an application; the tests.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -26,7 +26,6 @@ std::shared_ptr<NSThread> loopingThread(double period = 0.05) {
 TEST(MainThread, runsWorkOfOtherThreadsInOrderAlsoThroughNestedLoops) {
     std::vector<int> order;
     bool innerDone = false;
-    std::promise<void> handed;
     const auto thread = std::make_shared<NSThread>([&] {
         EXPECT_FALSE(MainThread::isCurrent());
         MainThread::perform([&] {
@@ -38,15 +37,11 @@ TEST(MainThread, runsWorkOfOtherThreadsInOrderAlsoThroughNestedLoops) {
             const MainThread::HandOver handOver;
             MainThread::perform([&] { order.push_back(3); });
             MainThread::performLater([&] { order.push_back(4); });
-            handed.set_value();
         }
         EXPECT_TRUE(MainThread::performAndWait([&] { order.push_back(5); }));
         EXPECT_EQ(order.size(), 4U);
     });
     EXPECT_TRUE(MainThread::isCurrent());
-    MainThread::perform([&] { order.push_back(0); });
-    ASSERT_EQ(order, (std::vector<int>{0}));
-    order.clear();
     EXPECT_TRUE(thread->start());
     ASSERT_TRUE(runMainLoopUntil([&] { return thread->isFinished(); }));
     EXPECT_TRUE(innerDone);
@@ -92,6 +87,7 @@ TEST(NSThread, workHandedToAThreadThatEndsBeforeRunningItReturnsPromptly) {
     EXPECT_TRUE(neverRuns->start());
     EXPECT_EQ(outcome.get_future().get(), NSRunLoop::Handing::loopEnded);
     waiter.join();
+    EXPECT_TRUE(runMainLoopUntil([&] { return neverRuns->isFinished(); }));
 }
 
 TEST(NSThread, cancelledThreadsAreEndedBeforeTheirPeriodIsOver) {

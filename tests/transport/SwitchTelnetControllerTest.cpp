@@ -1,7 +1,5 @@
-// A connection against a scripted peer: what goes over the wire, and who is told and released when.
+// A connection against a scripted peer: bytes, callbacks, time limits; the queue's order; the framing of XML.
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
@@ -16,10 +14,10 @@
 namespace velmora::test {
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Strings = std::vector<std::string>;
 
 struct Callbacks : SwitchTelnetControllerDelegate {
-    std::vector<std::string> calls;
+    Strings calls;
     bool has(const std::string& call) const { return std::find(calls.begin(), calls.end(), call) != calls.end(); }
     void nodeConnectionDidOpen(SwitchTelnetController& controller) override {
         calls.push_back(controller.isConnected() && MainThread::isCurrent() ? "open" : "open too early");
@@ -35,26 +33,6 @@ std::shared_ptr<SwitchTelnetCommand> makeCommand(const std::string& text, bool x
     return command;
 }
 
-// Lets connections wait to be accepted, for ever: what is sent to it stays in the kernel's buffers.
-class DeafPeer {
-  public:
-    DeafPeer() {
-        const auto any = *SocketAddress::fromText("127.0.0.1", 0);
-        EXPECT_EQ(bind(descriptor_, any.get(), any.length()), 0);
-        EXPECT_EQ(listen(descriptor_, 1), 0);
-    }
-    ~DeafPeer() { close(descriptor_); }
-    std::uint16_t port() const {
-        sockaddr_storage address{};
-        socklen_t length = sizeof address;
-        getsockname(descriptor_, reinterpret_cast<sockaddr*>(&address), &length);
-        return SocketAddress(reinterpret_cast<const sockaddr*>(&address), length).port();
-    }
-
-  private:
-    const int descriptor_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-};
-
 class Connection : public testing::Test {
   protected:
     void connectTo(std::uint16_t port, TelnetTimeLimits limits = {}) {
@@ -66,25 +44,32 @@ class Connection : public testing::Test {
         connectTo(port, limits);
         ASSERT_TRUE(runMainLoopUntil([&] { return callbacks.has("open"); }));
     }
+    bool isOpenAndIdle() {
+        return runMainLoopUntil([&] { return callbacks.has("open") && controller->currentTelnetCommand() == nullptr; });
+    }
     bool closed() {
         return runMainLoopUntil([&] { return callbacks.has("close"); });
     }
     std::shared_ptr<SwitchTelnetCommand> process(const std::string& text, bool xml = false) {
         auto command = makeCommand(text, xml);
-        const auto start = Clock::now();
+        const auto start = std::chrono::steady_clock::now();
         controller->processCommandSynchronously(command);
-        seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         return command;
+    }
+    static std::ptrdiff_t openDescriptors() {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
     }
     void TearDown() override {
         if (controller == nullptr) return;
         controller->setDelegate(nullptr);
         controller->closeStreams();
-        controller = nullptr;
         EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
         EXPECT_EQ(NSThread::runningThreads(), 0);
+        EXPECT_EQ(openDescriptors(), descriptorsBefore) << "a closed controller holds none";
     }
 
+    const std::ptrdiff_t descriptorsBefore = openDescriptors();
     LogLines log;
     Callbacks callbacks;
     std::shared_ptr<SwitchTelnetController> controller;
@@ -92,48 +77,36 @@ class Connection : public testing::Test {
 };
 
 TEST_F(Connection, repliesAreDecodedTrimmedAndGoToTheirCommands) {
-    struct Case {
-        std::string reply;
-        std::optional<std::string> text;
-    };
-    const Case cases[] = {
+    const std::pair<std::string, std::optional<std::string>> cases[] = {
         {"16x8\r\n", "16x8"},
         {"\t\x01 Camera  3 \r\n", " Camera  3 "},
-        {"\xE2\x80\x8B"
-         "Bühne\xE2\x80\x8B\r",
-         "Bühne"},
+        {"\u200BBühne\u200B\r", "Bühne"},
         {"\r\n", ""},
         {"\xC0\xAF", std::nullopt},
         {std::string("a\0b\r", 4), std::string("a\0b", 3)},
         {std::string(2048, 'x'), std::string(2048, 'x')},
     };
     PeerScript script;
-    for (const Case& one : cases) {
-        script.expect("GET 1\n\r").send(one.reply);
-    }
+    for (const auto& [reply, text] : cases)
+        script.expect("GET 1\n\r").send(reply);
     ScriptedPeer peer(script.expectClose());
     open(peer.port());
-    for (const Case& one : cases) {
+    for (const auto& [reply, text] : cases) {
         const auto command = process("GET 1");
         EXPECT_TRUE(command->hasResponse());
-        EXPECT_EQ(command->responseString(), one.text);
+        EXPECT_EQ(command->responseString(), text);
     }
     controller->closeStreams();
     controller->closeStreams();
     EXPECT_TRUE(closed());
     runMainLoopOnce();
-    EXPECT_EQ(callbacks.calls, (std::vector<std::string>{"open", "close"}));
+    EXPECT_EQ(callbacks.calls, (Strings{"open", "close"}));
 }
 
 TEST_F(Connection, aReplyInTwoSegmentsIsCutAndTheRestWaitsForTheNextCommand) {
-    ScriptedPeer peer(PeerScript()
-                          .expect("A\n\r")
-                          .send("first")
-                          .waitForSignal()
-                          .send("second")
-                          .notifyTest()
-                          .expect("B\n\r")
-                          .expectClose());
+    PeerScript script;
+    script.expect("A\n\r").send("first").waitForSignal().send("second").notifyTest().expect("B\n\r").expectClose();
+    ScriptedPeer peer(script);
     open(peer.port());
     EXPECT_EQ(process("A")->responseString(), "first");
     peer.signal();
@@ -177,7 +150,6 @@ TEST_F(Connection, closingReleasesTheClientInFlightWithoutAReply) {
         const auto command = process("A");
         if (closer.joinable()) closer.join();
         EXPECT_FALSE(command->hasResponse());
-        EXPECT_FALSE(command->error());
         EXPECT_EQ(command->responseString(), "");
         EXPECT_LT(seconds, 5.0);
         EXPECT_TRUE(closed());
@@ -192,7 +164,7 @@ TEST_F(Connection, aRefusedConnectionIsToldAndReleasesItsClientAtOnce) {
     EXPECT_FALSE(command->hasResponse());
     EXPECT_LT(seconds, 5.0);
     EXPECT_TRUE(closed());
-    EXPECT_EQ(callbacks.calls, (std::vector<std::string>{"not open", "close"}));
+    EXPECT_EQ(callbacks.calls, (Strings{"not open", "close"}));
 }
 
 TEST_F(Connection, aStartBesideARunningThreadIsRefusedWithANotification) {
@@ -239,28 +211,9 @@ TEST_F(Connection, aQueuedCommandSurvivesACloseAndHeadsTheNextConnection) {
     EXPECT_TRUE(runMainLoopUntil([&] { return !controller->communicationsThreadIsRunning(); }));
     ScriptedPeer peer(PeerScript().exchange("LATE", "ok").exchange("NEXT", "yes").expectClose());
     controller->startConnectionWithHostAddressPort("127.0.0.1", peer.port());
-    ASSERT_TRUE(
-        runMainLoopUntil([&] { return callbacks.has("open") && controller->currentTelnetCommand() == nullptr; }));
+    ASSERT_TRUE(isOpenAndIdle());
     EXPECT_EQ(process("NEXT")->responseString(), "yes");
     controller->closeStreams();
-}
-
-TEST_F(Connection, aClosedControllerHoldsNoDescriptors) {
-    const auto descriptors = [] {
-        const std::filesystem::directory_iterator all("/proc/self/fd");
-        return std::distance(begin(all), end(all));
-    };
-    const RefusingPort port;
-    std::vector<std::shared_ptr<SwitchTelnetController>> closed;
-    const auto before = descriptors();
-    for (int i = 0; i < 20; ++i) {
-        callbacks.calls.clear();
-        connectTo(port.port());
-        EXPECT_TRUE(this->closed());
-        closed.push_back(controller);
-    }
-    EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
-    EXPECT_EQ(descriptors(), before);
 }
 
 TEST_F(Connection, noMisuseOrDeafPeerBlocksAClientBeyondTheTimeLimit) {
@@ -278,8 +231,7 @@ TEST_F(Connection, noMisuseOrDeafPeerBlocksAClientBeyondTheTimeLimit) {
         ScriptedPeer next(PeerScript().expect("B\n\r").send("b").exchange("C", "c").expectClose());
         controller->setTelnetCommands({makeCommand("B")});
         controller->startConnectionWithHostAddressPort("127.0.0.1", next.port());
-        ASSERT_TRUE(
-            runMainLoopUntil([&] { return callbacks.has("open") && controller->currentTelnetCommand() == nullptr; }));
+        ASSERT_TRUE(isOpenAndIdle());
         EXPECT_EQ(process("C")->responseString(), "c");
         controller->closeStreams();
         EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
@@ -287,10 +239,70 @@ TEST_F(Connection, noMisuseOrDeafPeerBlocksAClientBeyondTheTimeLimit) {
     callbacks.calls.clear();
     // More than the buffers between the two take: the rest of the line waits for space until the connection is closed.
     const std::string endless(12 * 1024 * 1024, 'x');
-    const DeafPeer deaf;
+    const ListeningPort deaf(1);
     open(deaf.port(), limits);
     EXPECT_FALSE(process(endless)->hasResponse());
     EXPECT_LT(seconds, 2.0);
+}
+
+TEST(TelnetQueue, keepsPriorityOrderAndDropsDuplicatesAndWhatIsNotHigher) {
+    const std::pair<std::vector<std::pair<std::string, std::int32_t>>, Strings> cases[] = {
+        {{{"a", 0}, {"a", 5}}, {"a"}},
+        {{{"a", 0}, {"b", 0}}, {"a"}},
+        {{{"a", 0}, {"b", 1}}, {"b", "a"}},
+        {{{"a", 0}, {"b", 1}, {"c", -1}}, {"c", "b", "a"}},
+        {{{"a", 0}, {"b", 2}, {"c", 2}, {"d", 1}}, {"b", "c", "d", "a"}},
+        {{{"a", -1}, {"b", 2147483647}}, {"a"}},
+        {{{"GET 1", 0}, {"get 1", 1}}, {"get 1", "GET 1"}},
+    };
+    for (const auto& [added, queued] : cases) {
+        const auto controller = std::make_shared<SwitchTelnetController>();
+        for (const auto& [text, priority] : added) {
+            const auto command = makeCommand(text);
+            command->setPriority(priority);
+            controller->addNewCommand(command);
+            controller->unlockMutex();  // as a reply would
+        }
+        Strings texts;
+        while (const auto command = controller->nextCommand())
+            texts.push_back(command->command());
+        EXPECT_EQ(texts, queued);
+    }
+}
+
+const std::string kDocument = "<?xml version=\"1.0\"?><plist><string>\xC3\xBC</string></plist>\n";
+
+TEST(TelnetXML, everyPrefixIsCompleteExactlyWhenTheRuleSays) {
+    LogLines log;
+    const auto controller = std::make_shared<SwitchTelnetController>();
+    EXPECT_FALSE(controller->XMLReceivedCompletely());
+    for (std::size_t length = 0; length <= kDocument.size() + 5; ++length) {
+        const auto command = makeCommand("X");
+        command->responseData()->assign((kDocument + "\r\n\r\n\r").substr(0, length));
+        controller->setCurrentTelnetCommand(command);
+        // Complete: too short to be judged, or at most three bytes behind the closing tag and its line feed.
+        const bool complete = length < 13 || (length >= kDocument.size() && length <= kDocument.size() + 3);
+        EXPECT_EQ(controller->XMLReceivedCompletely(), complete) << length;
+    }
+    EXPECT_EQ(log.count("error dataBuffer length < 9: <?xml"), 1);
+    EXPECT_EQ(log.count("error dataBuffer length < 12: <?xml versio"), 1);
+    for (const std::string text :
+         {"no xml at all</plist>\n", "\xFF?xml version</plist>\n", "<?xml version='1.0'?></plist>"}) {
+        controller->currentTelnetCommand()->responseData()->assign(text);
+        EXPECT_FALSE(controller->XMLReceivedCompletely()) << text;
+    }
+}
+
+TEST_F(Connection, anXMLReplyCutAnywhereBehindItsBeginningArrivesWhole) {
+    constexpr std::size_t kJudged = 13;
+    PeerScript script;
+    for (std::size_t size = 1; size <= kDocument.size(); ++size)
+        script.expect("X\n\r").send(kDocument.substr(0, kJudged)).sendInPieces(kDocument.substr(kJudged), size);
+    ScriptedPeer peer(script.expectClose());
+    open(peer.port());
+    for (std::size_t size = 1; size <= kDocument.size(); ++size)
+        EXPECT_EQ(process("X", true)->responseString(), kDocument.substr(0, kDocument.size() - 1)) << size;
+    controller->closeStreams();
 }
 
 }  // namespace

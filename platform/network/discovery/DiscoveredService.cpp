@@ -45,7 +45,7 @@ std::string fullName(const ServiceKey& key) {
 
 DiscoveredService::DiscoveredService(ServiceKey key, DiscoveryLoop& loop, BackendKeeper& keeper, HostDirectory& hosts,
                                      std::function<void()> touched)
-    : key_(std::move(key)), loop_(loop), keeper_(keeper), directory_(hosts), touched_(std::move(touched)) {}
+    : key_(std::move(key)), nextLook_(loop), keeper_(keeper), directory_(hosts), touched_(std::move(touched)) {}
 
 void DiscoveredService::forgetAppearances() {
     appearances_.clear();
@@ -54,9 +54,20 @@ void DiscoveredService::forgetAppearances() {
 
 void DiscoveredService::request(ResolutionRequest request) {
     watched_ = true;
-    const std::chrono::duration<double> rest = request.deadline - std::chrono::steady_clock::now();
-    loop_.performAfter(rest.count(), touched_);
     requests_.push_back(std::move(request));
+}
+
+void DiscoveredService::planNextLook() {
+    const Date now = std::chrono::steady_clock::now();
+    Date next = settled_ && *settled_ > now ? *settled_ : Date::max();
+    for (const ResolutionRequest& request : requests_) {
+        next = std::min(next, request.deadline);
+    }
+    if (next == Date::max()) {
+        nextLook_.cancel();
+    } else {
+        nextLook_.set(next, touched_);
+    }
 }
 
 void DiscoveredService::endRequests(std::uint64_t owner) {
@@ -74,13 +85,11 @@ DiscoveredService::News DiscoveredService::update() {
         settled_.reset();
     } else {
         lastKnown_ = endpoint_.addresses;
-        if (!settled_) {
-            settled_ = secondsFromNow(kSettlingTime);
-            loop_.performAfter(kSettlingTime, touched_);
-        }
+        if (!settled_) settled_ = secondsFromNow(kSettlingTime);
     }
     const bool moved = hasMoved();
     answerRequests();
+    planNextLook();
 
     if (isPresent() != announced_) {
         announced_ = isPresent();

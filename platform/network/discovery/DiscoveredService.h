@@ -53,7 +53,7 @@ class DiscoveredService {
     // Present as far as the browsers have been told.
     bool isAnnounced() const { return announced_; }
 
-    // From its first request on a service is watched while it is present.
+    // From its first request on a service is watched while it is present. An update() must follow.
     void request(ResolutionRequest request);
     void endRequests(std::uint64_t owner);
     bool hasRequests() const { return !requests_.empty(); }
@@ -72,6 +72,7 @@ class DiscoveredService {
     using Appearance = std::pair<int, int>;  // interface, protocol
     enum class Answer { none, some, full };
 
+    void planNextLook();
     void updateQuestions();
     ServiceEndpoint currentEndpoint() const;
     Answer answerOf(const Appearance& appearance) const;
@@ -80,7 +81,7 @@ class DiscoveredService {
     bool hasMoved() const;
 
     const ServiceKey key_;
-    DiscoveryLoop& loop_;
+    DiscoveryLoop::Timer nextLook_;
     BackendKeeper& keeper_;
     HostDirectory& directory_;
     const std::function<void()> touched_;

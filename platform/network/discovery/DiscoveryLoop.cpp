@@ -25,6 +25,19 @@ void DiscoveryLoop::performAfter(double seconds, std::function<void()> work) {
     timers_.emplace(secondsFromNow(seconds), std::move(work));
 }
 
+void DiscoveryLoop::Timer::set(Date moment, std::function<void()> work) {
+    cancel();
+    pending_ = loop_.timers_.emplace(moment, [this, work = std::move(work)] {
+        pending_.reset();
+        work();
+    });
+}
+
+void DiscoveryLoop::Timer::cancel() {
+    if (pending_) loop_.timers_.erase(*pending_);
+    pending_.reset();
+}
+
 void DiscoveryLoop::runDueTimers() {
     const Date now = std::chrono::steady_clock::now();
     while (!timers_.empty() && timers_.begin()->first <= now) {

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 
 #include "platform/threads/NSLock.h"
 
@@ -25,6 +26,22 @@ class DiscoveryLoop {
     // Runs the work once, so many seconds from now. Unlike Avahi's timers these do not follow changes of the clock.
     void performAfter(double seconds, std::function<void()> work);
     void runDueTimers();
+
+    // One moment at a time, and none once the timer has gone.
+    class Timer {
+      public:
+        explicit Timer(DiscoveryLoop& loop) : loop_(loop) {}
+        Timer(const Timer&) = delete;
+        Timer& operator=(const Timer&) = delete;
+        ~Timer() { cancel(); }
+        // Runs the work once, then, instead of what was set before.
+        void set(Date moment, std::function<void()> work);
+        void cancel();
+
+      private:
+        DiscoveryLoop& loop_;
+        std::optional<std::multimap<Date, std::function<void()>>::iterator> pending_;
+    };
     // Waits for the next event or timer and lets Avahi handle it. False when the loop cannot go on.
     bool wait();
 

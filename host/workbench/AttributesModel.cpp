@@ -1,0 +1,146 @@
+#include "host/workbench/AttributesModel.h"
+
+#include <QGuiApplication>
+#include <QPalette>
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "host/PluginState.h"
+#include "host/workbench/ShownText.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr std::array<const char*, AttributesModel::columnTotal> kTitles = {"Name", "Display Name", "Default",
+                                                                           "Current Value"};
+constexpr const char* kUnread = "not read";
+
+}  // namespace
+
+AttributesModel::AttributesModel(std::function<void(const std::string&, const std::string&)> set)
+    : set_(std::move(set)) {}
+
+void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin) {
+    std::vector<Row> rows;
+    for (const std::string& name : *plugin.attributeNames()) {
+        const auto same = std::find_if(rows_.begin(), rows_.end(), [&](const Row& row) { return row.name == name; });
+        rows.push_back({name, plugin.displayNameOfAttributeWithName(name).value_or(""),
+                        plugin.defaultValueOfAttributeWithName(name).value_or(""), possibleValues(plugin, name),
+                        same != rows_.end() ? same->currentValue : std::nullopt});
+    }
+    const bool isSameTable = std::equal(rows.begin(), rows.end(), rows_.begin(), rows_.end(),
+                                        [](const Row& left, const Row& right) { return left.name == right.name; });
+    if (!isSameTable) beginResetModel();
+    rows_ = std::move(rows);
+    if (!isSameTable) {
+        endResetModel();
+    } else if (!rows_.empty()) {
+        emit dataChanged(index(0, 0), index(rowCount() - 1, columnTotal - 1));
+    }
+}
+
+void AttributesModel::setCurrentValue(const std::string& name, const std::string& value) {
+    storeCurrentValue(name, value);
+}
+
+void AttributesModel::forgetCurrentValue(const std::string& name) {
+    storeCurrentValue(name, std::nullopt);
+}
+
+void AttributesModel::storeCurrentValue(const std::string& name, std::optional<std::string> value) {
+    const auto row = std::find_if(rows_.begin(), rows_.end(), [&](const Row& one) { return one.name == name; });
+    if (row == rows_.end() || row->currentValue == value) return;
+    row->currentValue = std::move(value);
+    const QModelIndex cell = index(static_cast<int>(row - rows_.begin()), currentColumn);
+    emit dataChanged(cell, cell);
+}
+
+std::vector<std::string> AttributesModel::names() const {
+    std::vector<std::string> names;
+    for (const Row& row : rows_) {
+        names.push_back(row.name);
+    }
+    return names;
+}
+
+int AttributesModel::indexOfCurrentValueAtRow(int row) const {
+    const auto& [name, displayName, defaultValue, values, current] = rowAt(row);
+    if (!current || current->empty()) return -1;
+    const std::int64_t number = inputNumber(*current);
+    const auto found = std::find_if(values->begin(), values->end(),
+                                    [&](const std::string& value) { return inputNumber(value) == number; });
+    return found != values->end() ? static_cast<int>(found - values->begin()) : -1;
+}
+
+int AttributesModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+}
+
+int AttributesModel::columnCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : columnTotal;
+}
+
+bool AttributesModel::isCell(const QModelIndex& index) const {
+    return index.isValid() && index.model() == this && index.row() < rowCount() && index.column() < columnTotal;
+}
+
+std::string AttributesModel::text(const QModelIndex& index) const {
+    const Row& row = rowAt(index.row());
+    switch (index.column()) {
+        case nameColumn:
+            return row.name;
+        case displayNameColumn:
+            return row.displayName;
+        case defaultColumn:
+            return row.defaultValue;
+        default:
+            return row.currentValue.value_or(kUnread);
+    }
+}
+
+std::string AttributesModel::shown(const QModelIndex& index) const {
+    const int value = index.column() == currentColumn ? indexOfCurrentValueAtRow(index.row()) : -1;
+    return value >= 0 ? (*possibleValuesAtRow(index.row()))[static_cast<std::size_t>(value)] : text(index);
+}
+
+QVariant AttributesModel::data(const QModelIndex& index, int role) const {
+    if (!isCell(index)) return {};
+    switch (role) {
+        case Qt::DisplayRole:
+            return shownText(shown(index));
+        case Qt::ToolTipRole:
+            return shownToolTip(text(index));
+        case Qt::EditRole:
+            return QString::fromStdString(text(index));
+        case Qt::ForegroundRole:
+            if (index.column() == currentColumn && !rowAt(index.row()).currentValue)
+                return QGuiApplication::palette().brush(QPalette::PlaceholderText);
+            return {};
+        default:
+            return {};
+    }
+}
+
+QVariant AttributesModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || section < 0 || section >= columnTotal) return {};
+    if (role == Qt::DisplayRole) return QString(kTitles[static_cast<std::size_t>(section)]);
+    if (role == Qt::TextAlignmentRole) return QVariant(Qt::AlignLeft | Qt::AlignVCenter);
+    return {};
+}
+
+Qt::ItemFlags AttributesModel::flags(const QModelIndex& index) const {
+    if (!isCell(index)) return Qt::NoItemFlags;
+    const Qt::ItemFlags shown = Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemNeverHasChildren;
+    const bool isPopUp = index.column() == currentColumn && !possibleValuesAtRow(index.row())->empty();
+    return isPopUp ? shown | Qt::ItemIsEditable : shown;
+}
+
+bool AttributesModel::setData(const QModelIndex& index, const QVariant& value, int role) {
+    if (role != Qt::EditRole || !(flags(index) & Qt::ItemIsEditable)) return false;
+    set_(rowAt(index.row()).name, value.toString().toStdString());
+    return true;
+}
+
+}  // namespace velmora

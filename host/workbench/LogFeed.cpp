@@ -1,0 +1,46 @@
+#include "host/workbench/LogFeed.h"
+
+#include <utility>
+
+#include "platform/threads/MainThread.h"
+#include "platform/threads/ThreadAnnotations.h"
+
+namespace velmora {
+
+struct LogFeed::Queue {
+    Mutex mutex;
+    std::deque<Line> lines GUARDED_BY(mutex);
+    std::function<void(const std::deque<Line>&)> receive;  // main thread only
+
+    void deliver() {
+        std::deque<Line> arrived;
+        {
+            MutexLock lock(mutex);
+            arrived.swap(lines);
+        }
+        receive(arrived);
+    }
+
+    // Whether somebody has to come for the lines.
+    bool push(const std::string& text) {
+        MutexLock lock(mutex);
+        lines.push_back({QTime::currentTime(), text});
+        if (lines.size() > kWaitingLines) lines.pop_front();
+        return lines.size() == 1;
+    }
+};
+
+LogFeed::LogFeed(std::function<void(const std::deque<Line>&)> receive)
+    : queue_(std::make_shared<Queue>()), observation_([weak = std::weak_ptr<Queue>(queue_)](const std::string& text) {
+          const auto queue = weak.lock();
+          if (queue == nullptr || !queue->push(text)) return;
+          MainThread::performLater([weak] {
+              if (const auto waiting = weak.lock()) waiting->deliver();
+          });
+      }) {
+    queue_->receive = std::move(receive);
+}
+
+LogFeed::~LogFeed() = default;
+
+}  // namespace velmora

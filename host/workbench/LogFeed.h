@@ -1,0 +1,37 @@
+// The log's lines on their way from the threads that write them to the main thread.
+#pragma once
+
+#include <QTime>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/foundation/NSLog.h"
+
+namespace velmora {
+
+// Main thread. Lines wait for the main thread's event loop; of more than so many, the oldest are dropped.
+class LogFeed {
+  public:
+    static constexpr std::size_t kWaitingLines = 1000;
+    struct Line {
+        QTime time;
+        std::string text;
+    };
+
+    // `receive` is called on the main thread, from the event loop, with what has come in since.
+    explicit LogFeed(std::function<void(const std::deque<Line>&)> receive);
+    // No call follows.
+    ~LogFeed();
+    LogFeed(const LogFeed&) = delete;
+    LogFeed& operator=(const LogFeed&) = delete;
+
+  private:
+    struct Queue;
+    const std::shared_ptr<Queue> queue_;
+    const NSLogObservation observation_;
+};
+
+}  // namespace velmora

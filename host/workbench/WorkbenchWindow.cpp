@@ -1,0 +1,280 @@
+#include "host/workbench/WorkbenchWindow.h"
+
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QGroupBox>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QScopedValueRollback>
+#include <QScreen>
+#include <QShortcut>
+#include <QSplitter>
+#include <QVBoxLayout>
+
+#include "host/Console.h"
+#include "host/workbench/AttributesTable.h"
+#include "host/workbench/ShownText.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr QSize kUsualSize(1120, 720);
+// Narrower than this, what else stands side by side stands one below the other.
+constexpr int kNarrow = 900;
+constexpr int kLogLines = 2000;
+constexpr std::chrono::milliseconds kDocumentWatch{500};
+constexpr const char* kFileKinds = "Property lists (*.plist);;All files (*)";
+
+QLabel* newLabel(const char* name) {
+    auto* const label = new QLabel;
+    label->setObjectName(name);
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    return label;
+}
+
+QGroupBox* newPane(const char* title, QWidget* contents, int margin = 6) {
+    auto* const pane = new QGroupBox(title);
+    auto* const rows = new QVBoxLayout(pane);
+    rows->setContentsMargins(margin, margin, margin, margin);
+    rows->addWidget(contents);
+    return pane;
+}
+
+std::optional<std::filesystem::path> chosenFile(const QString& name) {
+    return name.isEmpty() ? std::nullopt : std::optional<std::filesystem::path>(name.toStdString());
+}
+
+QMessageBox::StandardButton ask(QWidget* parent, const QString& question, const QString& details,
+                                QMessageBox::StandardButtons buttons, QMessageBox::StandardButton standard) {
+    QMessageBox box(QMessageBox::Warning, "Velmora Workbench", question, buttons, parent);
+    box.setTextFormat(Qt::PlainText);
+    box.setInformativeText(details);
+    box.setDefaultButton(standard);
+    return static_cast<QMessageBox::StandardButton>(box.exec());
+}
+
+}  // namespace
+
+WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
+    : logFeed_([this](const std::deque<LogFeed::Line>& lines) { showLog(lines); }),
+      session_(host, *this),
+      document_(settingsFile, session_, *this),
+      settingsView_(host.plugin().settingsView()),
+      situation_(newLabel("situationLabel")),
+      outcome_(newLabel("outcomeLabel")),
+      notice_(newLabel("noticeLabel")),
+      log_(new QPlainTextEdit),
+      sides_(new QSplitter) {
+    auto* const pluginRow = new QHBoxLayout;
+    addButton(*pluginRow, startButton_, "startButton", "Star&t", "Start the plugin; routes are left as they are",
+              &WorkbenchWindow::start);
+    addButton(*pluginRow, startWithDefaultsButton_, "startWithDefaultsButton", "Start with &Defaults",
+              "Start the plugin; each time the server connects, every output is routed to its default input",
+              &WorkbenchWindow::startWithDefaults);
+    addButton(*pluginRow, stopButton_, "stopButton", "Sto&p", "Stop the plugin", &WorkbenchWindow::stop);
+    addButton(*pluginRow, reconnectButton_, "reconnectButton", "Reco&nnect",
+              "Hand the plugin its settings once more, so that it connects anew", &WorkbenchWindow::reconnect);
+    auto* const settingsRow = new QHBoxLayout;
+    addButton(*settingsRow, refreshButton_, "refreshButton", "Re&fresh Values",
+              "Ask the server for all current values (F5)", &WorkbenchWindow::refresh);
+    addButton(*settingsRow, loadButton_, "loadButton", "L&oad Settings\u2026",
+              "Hand the plugin the settings of a file (Ctrl+O)", &WorkbenchWindow::load);
+    addButton(*settingsRow, saveButton_, "saveButton", "Sa&ve Settings",
+              "Write the plugin's settings to the file (Ctrl+S)", &WorkbenchWindow::save);
+    new QShortcut(QKeySequence::Refresh, refreshButton_, [this] { refreshButton_->click(); });
+    new QShortcut(QKeySequence::Open, loadButton_, [this] { loadButton_->click(); });
+    new QShortcut(QKeySequence::Save, saveButton_, [this] { saveButton_->click(); });
+    new QShortcut(QKeySequence::Quit, this, [this] { close(); });
+    buttonRows_ = new QHBoxLayout;
+    buttonRows_->addLayout(pluginRow);
+    buttonRows_->addLayout(settingsRow);
+    buttonRows_->addStretch();
+
+    QFont bold = font();
+    bold.setBold(true);
+    situation_->setFont(bold);
+    sides_->addWidget(makeAttributes());
+    sides_->addWidget(makeSettings());
+    sides_->setChildrenCollapsible(false);
+    sides_->setStretchFactor(0, 3);
+    sides_->setStretchFactor(1, 2);
+    auto* const halves = new QSplitter(Qt::Vertical);
+    halves->addWidget(sides_);
+    halves->addWidget(makeLog());
+    halves->setStretchFactor(0, 4);
+    halves->setStretchFactor(1, 1);
+    auto* const rows = new QVBoxLayout(this);
+    rows->addLayout(buttonRows_);
+    rows->addWidget(situation_);
+    rows->addWidget(outcome_);
+    rows->addWidget(notice_);
+    rows->addWidget(halves, 1);
+
+    connect(&documentWatch_, &QTimer::timeout, this, &WorkbenchWindow::showDocument);
+    documentWatch_.start(kDocumentWatch);
+    const QSize size = kUsualSize.boundedTo(screen()->availableSize());
+    arrangeForWidth(size.width());  // first, because no window gets narrower than its contents
+    resize(size);
+    showDocument();
+    sessionHasChanged();
+}
+
+WorkbenchWindow::~WorkbenchWindow() {
+    if (settingsView_ == nullptr) return;
+    settingsView_->hide();
+    settingsView_->setParent(nullptr);
+}
+
+void WorkbenchWindow::addButton(QBoxLayout& row, QPushButton*& button, const char* name, const char* text,
+                                const char* toolTip, void (WorkbenchWindow::*action)()) {
+    button = new QPushButton(text);
+    button->setObjectName(name);
+    button->setAccessibleName(QString(text).remove('&'));
+    button->setToolTip(toolTip);
+    button->setAutoDefault(false);
+    connect(button, &QPushButton::clicked, this, action);
+    row.addWidget(button);
+}
+
+QWidget* WorkbenchWindow::makeAttributes() {
+    auto* const table = new AttributesTable(session_.attributes());
+    table->setObjectName("attributesTable");
+    return newPane("Attri&butes", table);
+}
+
+QWidget* WorkbenchWindow::makeSettings() {
+    if (settingsView_ != nullptr) return newPane("Plugin settings", settingsView_, 0 /* it has margins of its own */);
+    auto* const none = newLabel("noSettingsViewLabel");
+    none->setText("The plugin has no settings view.");
+    return newPane("Plugin settings", none);
+}
+
+QWidget* WorkbenchWindow::makeLog() {
+    log_->setObjectName("logView");
+    log_->setAccessibleName("Log");
+    log_->setReadOnly(true);
+    log_->setTabChangesFocus(true);
+    log_->setLineWrapMode(QPlainTextEdit::NoWrap);
+    log_->setMaximumBlockCount(kLogLines);
+    return newPane("Lo&g", log_);
+}
+
+// What is shown of the session.
+
+void WorkbenchWindow::sessionHasChanged() {
+    const bool isStarted = session_.isStarted();
+    startButton_->setEnabled(!isStarted);
+    startWithDefaultsButton_->setEnabled(!isStarted);
+    stopButton_->setEnabled(isStarted);
+    reconnectButton_->setEnabled(isStarted);
+    refreshButton_->setEnabled(isStarted);
+    outcome_->setText(session_.outcome());
+    const QString notice = session_.lastNotice();
+    notice_->setText(notice.isEmpty() ? "No change notice yet" : notice);
+    showSituation();
+}
+
+void WorkbenchWindow::showSituation() {
+    situation_->setText(awaiting_ > 0 ? "Waiting for the server\u2026" : session_.situation().text);
+}
+
+void WorkbenchWindow::serverWillBeAwaited() {
+    if (awaiting_++ > 0) return;
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    showSituation();
+    situation_->repaint();  // at once: the event loop will not run before the answer is there
+}
+
+void WorkbenchWindow::serverWasAwaited() {
+    if (--awaiting_ > 0) return;
+    QGuiApplication::restoreOverrideCursor();
+    showSituation();
+}
+
+void WorkbenchWindow::showLog(const std::deque<LogFeed::Line>& lines) {
+    for (const LogFeed::Line& line : lines) {
+        log_->appendPlainText(line.time.toString("HH:mm:ss ") + shownText(line.text));
+    }
+    session_.checkConnection();  // a line may have said that it has ended
+}
+
+void WorkbenchWindow::resizeEvent(QResizeEvent* event) {
+    arrangeForWidth(event->size().width());
+    QWidget::resizeEvent(event);
+}
+
+void WorkbenchWindow::arrangeForWidth(int width) {
+    const bool isNarrow = width < kNarrow;
+    sides_->setOrientation(isNarrow ? Qt::Vertical : Qt::Horizontal);
+    buttonRows_->setDirection(isNarrow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+}
+
+// The settings as a document.
+
+void WorkbenchWindow::showDocument() {
+    const QString file = document_.path() ? shownText(document_.path()->filename().string()) : "Untitled settings";
+    setWindowTitle(QString(file).replace("[*]", "[*][*]") + "[*] \u2013 Velmora Workbench");
+    setWindowModified(document_.isUnsaved());
+}
+
+void WorkbenchWindow::load() {
+    const QScopedValueRollback asking(isAsking_, true);
+    document_.load();
+    showDocument();
+}
+
+void WorkbenchWindow::save() {
+    const QScopedValueRollback asking(isAsking_, true);
+    document_.save();
+    showDocument();
+}
+
+void WorkbenchWindow::closeEvent(QCloseEvent* event) {
+    if (isAsking_) {
+        event->ignore();
+        return;
+    }
+    const QScopedValueRollback asking(isAsking_, true);
+    const bool mayClose = document_.mayLetGo();
+    if (mayClose) document_.discardChanges();
+    event->setAccepted(mayClose);
+}
+
+SettingsDocument::Unsaved WorkbenchWindow::whatAboutUnsavedSettings() {
+    using Unsaved = SettingsDocument::Unsaved;
+    switch (ask(this, "The plugin's settings have changed. Save them?", "Changes that are not saved are lost.",
+                QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Save)) {
+        case QMessageBox::Save:
+            return Unsaved::save;
+        case QMessageBox::Discard:
+            return Unsaved::discard;
+        default:
+            return Unsaved::keep;
+    }
+}
+
+bool WorkbenchWindow::mayOverwriteChangedFile(const std::filesystem::path& path) {
+    return ask(this, "The settings file was changed by somebody else. Overwrite it?",
+               shownText(inQuotes(path.string())), QMessageBox::Yes | QMessageBox::Cancel,
+               QMessageBox::Cancel) == QMessageBox::Yes;
+}
+
+std::optional<std::filesystem::path> WorkbenchWindow::fileToLoad() {
+    return chosenFile(QFileDialog::getOpenFileName(this, "Load Settings", {}, kFileKinds));
+}
+
+std::optional<std::filesystem::path> WorkbenchWindow::fileToSave() {
+    return chosenFile(QFileDialog::getSaveFileName(this, "Save Settings", {}, kFileKinds));
+}
+
+void WorkbenchWindow::hearOfFailure(const std::string& error) {
+    ask(this, "That did not work.", shownText(error), QMessageBox::Ok, QMessageBox::Ok);
+}
+
+}  // namespace velmora

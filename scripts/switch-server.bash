@@ -1,0 +1,66 @@
+# For other scripts: virtual switch servers on the loopback interface, and settings that name them. Whatever was started is
+# ended by its process id when the script ends. Sets $folder, a scratch folder that goes with the script.
+# shellcheck shell=bash
+
+patience=20 # seconds for any one step
+folder=$(mktemp -d)
+pids=()
+
+clean_up() {
+    local status=$? pid
+    trap - EXIT
+    set +e
+    for pid in "${pids[@]}"; do
+        kill "$pid" 2>/dev/null # it may have ended by itself
+        wait "$pid"
+    done
+    rm -rf "$folder"
+    exit "$status"
+}
+trap clean_up EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM
+
+fail() {
+    printf '%s: %s\n' "$(basename "$0")" "$*" >&2
+    exit 1
+}
+
+# start_switch_server BIN NAME INPUTS OUTPUTS: returns once the server is announced.
+start_switch_server() {
+    local bin=$1 name=$2 line lines
+    cat >"$folder/labels.json" <<'JSON'
+{
+    "inputs": ["Camera 1", "Camera 2", "Camera 3", "Camera 4", "News desk", "Graphics", "Player", "Test picture"],
+    "outputs": ["Programme", "Preview", "Studio monitor", "Recorder"]
+}
+JSON
+    local output=$folder/server-output-${#pids[@]}
+    mkfifo "$output"
+    "$bin/velmora-switch-server" --name "$name" --inputs "$3" --outputs "$4" --labels "$folder/labels.json" \
+        --address 127.0.0.1 --interface lo >"$output" &
+    pids+=($!)
+    exec {lines}<"$output" # stays open: the server may have more to say
+    while IFS= read -r -t "$patience" line <&"$lines"; do
+        [[ $line != "announced as \"$name\"" ]] || return 0
+    done
+    fail "the switch server was not announced as \"$name\""
+}
+
+# write_settings FILE NAME LABEL...: settings that name the server, with one configured output for each label.
+write_settings() {
+    local file=$1 name=$2 number=0 label
+    shift 2
+    {
+        printf '<?xml version="1.0" encoding="UTF-8"?>\n<plist version="1.0">\n<dict>\n'
+        printf '    <key>selectedDeviceName</key> <string>%s</string>\n    <key>configuredOutputs</key>\n    <array>\n' "$name"
+        for label; do
+            printf '        <dict>\n            <key>label</key> <string>%s</string>\n' "$label"
+            printf '            <key>outputType</key> <string>output</string>\n'
+            printf '            <key>outputNumber</key> <integer>%d</integer>\n' "$number"
+            printf '            <key>defaultInputNumber</key> <integer>%d</integer>\n        </dict>\n' "$number"
+            number=$((number + 1))
+        done
+        printf '    </array>\n</dict>\n</plist>\n'
+    } >"$file"
+}

@@ -1,0 +1,211 @@
+// The workbench: keys and clicks in its real window, with the plugin's real bundle and the virtual switch server.
+#include <QAbstractItemModelTester>
+#include <QApplication>
+#include <QFile>
+#include <QImage>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QtTest/QTest>
+
+#include "host/workbench/WorkbenchWindow.h"
+#include "platform/foundation/PropertyListXML.h"
+#include "tests/host/Program.h"
+#include "tests/plugin/Settings.h"
+#include "tests/support/TestProgram.h"
+#include "tests/support/VirtualSwitch.h"
+
+namespace velmora::test {
+
+namespace {
+
+using Unsaved = SettingsDocument::Unsaved;
+using Kind = Situation::Kind;
+
+class Workbench : public testing::Test, protected SettingsDocument::Person {
+  protected:
+    Workbench() {
+        write("settings.plist", name, {{"Monitor", 0, 0}, {"<b>Preview</b>", 1, 2}});
+        EXPECT_TRUE(file.read(&error) && host.load(VELMORA_BUNDLE, &error)) << error;
+        window = std::make_unique<WorkbenchWindow>(host, file);
+        window->show();
+        EXPECT_TRUE(window->session().start(false) && comesTo(Kind::connected)) << text("situationLabel");
+    }
+    ~Workbench() override {
+        window = nullptr;
+        EXPECT_TRUE(host.unload(&error)) << error;
+    }
+
+    QString path(const char* of) const { return folder.filePath(of); }
+    void write(const char* of, const std::string& server, const std::vector<Output>& outputs) const {
+        EXPECT_TRUE(writePropertyListToFile(settingsWith(server, outputs), path(of).toStdString()));
+    }
+    // Of a file's settings, or of the plugin's.
+    DictionaryReference firstOutput(const char* of = nullptr) const {
+        const auto settings = of != nullptr
+                                  ? propertyListWithContentsOfFile(path(of).toStdString()).value().dictionary()
+                                  : window->session().settings();
+        return valueForKey(settings, "configuredOutputs")->array()->front().dictionary();
+    }
+    std::string label(const char* of = nullptr) const { return textForKey(firstOutput(of), "label").value(); }
+    void rename(const char* to) { firstOutput()->insert_or_assign("label", to); }
+
+    std::string text(const char* of) const { return window->findChild<QLabel*>(of)->text().toStdString(); }
+    void click(const char* of) const { QTest::mouseClick(window->findChild<QPushButton*>(of), Qt::LeftButton); }
+    std::string cell(int row, int column) const {
+        return window->session().attributes().index(row, column).data().toString().toStdString();
+    }
+    bool comesTo(Kind kind) const {
+        WorkbenchSession& session = window->session();
+        return runMainLoopUntil([&] { return session.situation().kind == kind && !session.isReading(); });
+    }
+    bool currentComesTo(int row, const std::string& value) const {
+        return runMainLoopUntil([&] { return cell(row, AttributesModel::currentColumn) == value; });
+    }
+    // Opens the possible values of the second output and types into them.
+    QWidget* typeValue(const char* typed, Qt::Key last) const {
+        auto* const table = window->findChild<QTableView*>("attributesTable");
+        table->setCurrentIndex(table->model()->index(1, 0));
+        QTest::keyClick(table, Qt::Key_Return);
+        QWidget* const values = QApplication::activePopupWidget();
+        EXPECT_EQ(values->findChild<QListView*>()->model()->rowCount(), 1152);
+        QTest::keyClicks(values->findChild<QLineEdit*>(), typed);
+        QTest::keyClick(values->findChild<QLineEdit*>(), last);
+        return values;
+    }
+    // Closes the window and answers the question that this leads to.
+    bool closes(QMessageBox::StandardButton answer) const {
+        QTimer::singleShot(0, window.get(), [answer] {
+            qobject_cast<QMessageBox*>(QApplication::activeModalWidget())->button(answer)->click();
+        });
+        return window->close();
+    }
+
+    Unsaved whatAboutUnsavedSettings() override { return unsaved; }
+    bool mayOverwriteChangedFile(const std::filesystem::path&) override { return ++questions, mayOverwrite; }
+    std::optional<std::filesystem::path> fileToLoad() override { return path(toLoad).toStdString(); }
+    std::optional<std::filesystem::path> fileToSave() override { return std::nullopt; }
+    void hearOfFailure(const std::string& failure) override { error = failure; }
+
+    const std::string name = "<b>Bench</b> " + std::to_string(QCoreApplication::applicationPid());
+    const QTemporaryDir folder;
+    VirtualSwitch switcher{name, 1152, 2};
+    std::string error;
+    SettingsFile file{path("settings.plist").toStdString()};
+    PluginHost host{file};
+    std::unique_ptr<WorkbenchWindow> window;
+    Unsaved unsaved = Unsaved::keep;
+    bool mayOverwrite = false;
+    int questions = 0;
+    const char* toLoad = "damaged.plist";
+};
+
+}  // namespace
+
+TEST_F(Workbench, ShowsAndSetsAttributes) {
+    AttributesModel& model = window->session().attributes();
+    const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    EXPECT_EQ(cell(1, 0) + '|' + cell(1, 1) + '|' + cell(1, 2) + '|' + cell(1, 3),
+              "Velmora Switch Output 2|<b>Preview</b>|0003 Input 3|0002 Input 2");
+    EXPECT_FALSE(model.index(1, 1).data(Qt::ToolTipRole).toString().contains("<b>"));
+    typeValue("1150", Qt::Key_Return);
+    EXPECT_TRUE(currentComesTo(1, "1150 Input 1150"));
+    EXPECT_FALSE(typeValue("7", Qt::Key_Escape)->isVisible());
+    ASSERT_TRUE(switcher.matrix.route(1, 9));
+    click("refreshButton");
+    EXPECT_TRUE(currentComesTo(0, "0009 Input 9"));
+    EXPECT_EQ(switcher.matrix.routedInput(2), 1150) << "left without a choice, the pop-up sets nothing";
+
+    // An edit in the plugin's own view comes back as a change notice.
+    const std::string notice = text("noticeLabel");
+    window->findChild<QTableView*>("outputsTableView")->selectRow(1);
+    click("removeSegment");
+    EXPECT_EQ(model.rowCount(), 1);
+    EXPECT_NE(text("noticeLabel"), notice);
+}
+
+TEST_F(Workbench, SaysWhereTheConnectionStandsAndWhatItWaitsFor) {
+    EXPECT_EQ(text("situationLabel"), "Connected to \"" + name + "\": 2 attributes, 1152 inputs.");
+    switcher.server = nullptr;  // it stays announced, as after a crash
+    ASSERT_TRUE(comesTo(Kind::lost)) << text("situationLabel");
+    EXPECT_TRUE(currentComesTo(1, "not read")) << "the plugin would say that it is the first input";
+    switcher.stop();
+    switcher.start();
+    ASSERT_TRUE(comesTo(Kind::connected)) << text("situationLabel");
+    EXPECT_TRUE(currentComesTo(1, "0002 Input 2"));
+
+    click("stopButton");
+    EXPECT_EQ(text("situationLabel"), "The plugin is stopped.");
+    EXPECT_EQ(window->session().attributes().rowCount(), 0);
+    click("startWithDefaultsButton");
+    EXPECT_TRUE(comesTo(Kind::connected)) << text("situationLabel");
+    EXPECT_EQ(switcher.matrix.routedInput(2), 3);
+
+    struct Painted final : QObject {
+        bool eventFilter(QObject* label, QEvent* event) override {
+            if (event->type() == QEvent::Paint) texts << static_cast<QLabel*>(label)->text();
+            return false;
+        }
+        QStringList texts;
+    } painted;
+    window->findChild<QLabel*>("situationLabel")->installEventFilter(&painted);
+    click("reconnectButton");
+    EXPECT_TRUE(painted.texts.contains("Waiting for the server\u2026"));
+    EXPECT_TRUE(comesTo(Kind::connected));
+}
+
+TEST_F(Workbench, LosesNoSettingsWithoutAWord) {
+    SettingsDocument document(file, window->session(), *this);
+    rename("Mine");
+    EXPECT_FALSE(document.load() || closes(QMessageBox::Cancel)) << "kept";
+    write("settings.plist", name, {{"Theirs", 1, 0}});
+    unsaved = Unsaved::save;
+    EXPECT_FALSE(document.mayLetGo());
+    EXPECT_EQ(label("settings.plist"), "Theirs") << "not overwritten unasked";
+    mayOverwrite = true;
+    EXPECT_TRUE(document.save() && !document.isUnsaved());
+    EXPECT_EQ(label("settings.plist"), "Mine");
+    EXPECT_TRUE(document.save() && questions == 2) << "there is nothing to ask about its own writing";
+
+    rename("Mine again");
+    unsaved = Unsaved::discard;
+    ASSERT_TRUE(QFile(path(toLoad)).open(QIODevice::WriteOnly));
+    EXPECT_FALSE(document.load());
+    EXPECT_TRUE(error.find(toLoad) != std::string::npos && document.isUnsaved()) << error;
+    toLoad = "other.plist";
+    write(toLoad, name, {{"Other", 1, 0}});
+    EXPECT_TRUE(document.load() && !document.isUnsaved());
+    EXPECT_EQ(label(), "Other");
+
+    rename("Given up");
+    EXPECT_TRUE(closes(QMessageBox::Discard) && host.unload(&error)) << error;
+    EXPECT_EQ(label("other.plist") + label("settings.plist"), "OtherMine");
+}
+
+TEST_F(Workbench, WritesAPictureAndEndsAsTheHostDoes) {
+    const QString picture = path("picture.png");
+    const auto run = [&](const QStringList& arguments) {
+        return Program(VELMORA_HOST, QStringList{"--interface", "lo", "--screenshot", picture} + arguments).exitCode();
+    };
+    EXPECT_EQ(run({"--settings", path("settings.plist"), "workbench"}), 0);
+    EXPECT_TRUE(QImage(picture).width() >= 480 && QFile::remove(picture));
+    write("absent.plist", "Elsewhere", {{"Monitor", 0, 0}});
+    EXPECT_EQ(run({"--settings", path("absent.plist"), "--wait", "0.5", "workbench"}), 3);
+    EXPECT_FALSE(QImage(picture).isNull()) << "a picture of what there is";
+    EXPECT_EQ(run({"--screenshot", path("no/folder.png"), "workbench"}), 2);
+    EXPECT_EQ(run({"settings"}), 2) << "no option of that command";
+    qputenv("QT_QPA_PLATFORM", "none");
+    EXPECT_EQ(run({"workbench"}), 2) << "no window system";
+    EXPECT_EQ(Program(VELMORA_HOST, {"settings"}).exitCode(), 0) << "the others need none";
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+}
+
+}  // namespace velmora::test
+
+int main(int argc, char** argv) {
+    return velmora::test::runTests<QApplication>(argc, argv);
+}

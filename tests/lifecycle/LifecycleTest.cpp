@@ -1,0 +1,160 @@
+// Beginnings and ends in great number: threads, descriptors and memory must end where they began. VELMORA_ROUNDS is the
+// number of starts to make; everything else is in proportion.
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <random>
+#include <thread>
+
+#include "platform/foundation/NSBundle.h"
+#include "plugin/VelmoraSwitchNodePlugin.h"
+#include "tests/plugin/Settings.h"
+#include "tests/support/MainLoop.h"
+#include "tests/support/VirtualSwitch.h"
+
+namespace velmora::test {
+namespace {
+
+int rounds(int share) {
+    const char* const text = std::getenv("VELMORA_ROUNDS");
+    return std::max(1, (text != nullptr ? std::atoi(text) : 200) / share);
+}
+
+auto entriesOf(const char* folder) {
+    return std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator());
+}
+
+// What the process holds once everything that winds down has done so.
+struct Holdings {
+    Holdings() {
+        EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
+        runMainLoopOnce();
+        threads = entriesOf("/proc/self/task");
+        descriptors = entriesOf("/proc/self/fd");
+        malloc_trim(0);
+        std::ifstream("/proc/self/statm") >> pages >> pages;
+    }
+    std::ptrdiff_t threads = 0, descriptors = 0, pages = 0;
+};
+
+class Lifecycle : public testing::Test {
+  protected:
+    // The first rounds fill caches that stay; the others must leave nothing.
+    static void repeat(int count, const std::function<void()>& round) {
+        std::optional<Holdings> before;
+        for (int i = 0; i < count; ++i) {
+            if (i == (count + 2) / 4) before.emplace();
+            round();
+        }
+        const Holdings after;
+        EXPECT_EQ(after.threads, before->threads);
+        EXPECT_EQ(after.descriptors, before->descriptors);
+        EXPECT_LE(after.pages, before->pages + kPagesOfChance);
+        std::printf("%d rounds: threads %td to %td, descriptors %td to %td, pages %td to %td\n", count, before->threads,
+                    after.threads, before->descriptors, after.descriptors, before->pages, after.pages);
+    }
+    int upTo(int most) { return std::uniform_int_distribution(0, most)(random_); }
+    void serveLoop(int most) {
+        for (int turns = upTo(most); turns > 0; --turns)
+            runMainLoopOnce();
+    }
+    static std::shared_ptr<VelmoraSwitchNodePlugin> startedPlugin(const std::string& server) {
+        auto plugin = std::make_shared<VelmoraSwitchNodePlugin>(nullptr);
+        plugin->setDefaultSettings(settingsWith(server, {{"One", 0, 1}, {"Two", 1, 0}}));
+        plugin->startAndSetCurrentValuesToDefaults(true);
+        return plugin;
+    }
+    static bool connects(VelmoraSwitchNodePlugin& plugin) {
+        return runMainLoopUntil(
+            [&] { return plugin.setValueForAttributeWithName("0003", "Velmora Switch Output 1") == 0; });
+    }
+
+    // What the allocator does not give back at once: 2 MB.
+    static constexpr std::ptrdiff_t kPagesOfChance = 512;
+    static constexpr unsigned kSeed = 20261122;
+    std::mt19937 random_{kSeed};
+    VirtualSwitch switch_{"Studio", 4, 2};
+};
+
+TEST_F(Lifecycle, startingSelectingAndStoppingLeavesNothing) {
+    const auto plugin = startedPlugin("Studio");
+    ASSERT_TRUE(connects(*plugin));
+    plugin->stop();
+    repeat(rounds(1), [&] {
+        plugin->startAndSetCurrentValuesToDefaults(upTo(1) == 0);
+        serveLoop(3);
+        plugin->setDefaultSettings(settingsWith(upTo(3) == 0 ? "Nowhere" : "Studio", {{"One", 0, 1}}));
+        if (upTo(20) == 0) plugin->setDefaultSettings(settingsWith("Studio", {{"One", 0, 1}}));
+        serveLoop(3);
+        plugin->stop();
+    });
+    plugin->setDefaultSettings(settingsWith("Studio", {{"One", 0, 1}}));
+    plugin->startAndSetCurrentValuesToDefaults(false);
+    EXPECT_TRUE(connects(*plugin));
+}
+
+TEST_F(Lifecycle, aPluginMayGoAtAnyMomentWithWorkQueued) {
+    repeat(rounds(4), [&] {
+        auto first = startedPlugin("Studio");
+        const auto second = startedPlugin("Studio");
+        if (upTo(4) == 0) {
+            EXPECT_TRUE(connects(*first));
+        }
+        serveLoop(4);
+        first = nullptr;
+        serveLoop(2);
+    });
+}
+
+TEST_F(Lifecycle, losingConnectionsAtRandomMomentsLeavesNothing) {
+    std::mt19937 moment(kSeed);
+    repeat(4, [&] {
+        const auto plugin = startedPlugin("Studio");
+        ASSERT_TRUE(connects(*plugin));
+        std::atomic<int> lost = 0;
+        // A server that goes and comes back at its address while its service stays announced.
+        std::thread saboteur([&] {
+            for (; lost < rounds(40); ++lost) {
+                while (switch_.server->clients() == 0)
+                    std::this_thread::yield();
+                for (int turns = std::uniform_int_distribution(0, 3000)(moment); turns > 0; --turns) {
+                    std::this_thread::yield();
+                }
+                const auto port = switch_.server->port();
+                switch_.server->stop();
+                EXPECT_EQ(switch_.server->start("127.0.0.1", port), std::nullopt);
+            }
+        });
+        while (lost < rounds(40)) {
+            plugin->setDefaultSettings(settingsWith("Studio", {{"One", 0, 1}}));
+            serveLoop(10);
+            plugin->setValueForAttributeWithName("0002", "Velmora Switch Output 1");
+        }
+        saboteur.join();
+        plugin->setDefaultSettings(settingsWith("Studio", {{"One", 0, 1}}));
+        EXPECT_TRUE(connects(*plugin));
+    });
+}
+
+TEST_F(Lifecycle, loadingAndUnloadingTheBundleLeavesNothing) {
+    repeat(rounds(100) + 1, [&] {
+        std::string error;
+        const auto bundle = NSBundle::bundleWithPath(VELMORA_BUNDLE_PATH, &error);
+        ASSERT_TRUE(bundle != nullptr && bundle->load(kVelmoraNodePluginProtocolVersion, &error)) << error;
+        auto plugin = std::dynamic_pointer_cast<VelmoraNodePluginProtocol>(bundle->makePrincipalObject(&error));
+        ASSERT_NE(plugin, nullptr) << error;
+        plugin->setDefaultSettings(settingsWith("Studio", {{"One", 0, 1}}));
+        plugin->startAndSetCurrentValuesToDefaults(false);
+        serveLoop(20);
+        plugin = nullptr;
+        ASSERT_TRUE(bundle->unload(&error)) << error;
+    });
+}
+
+}  // namespace
+}  // namespace velmora::test
