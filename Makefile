@@ -26,7 +26,7 @@ screenshots: build
 
 test: configure
 	cmake --build build --parallel $(JOBS)
-	ctest --test-dir build --output-on-failure
+	ctest --test-dir build --output-on-failure --parallel $(JOBS)
 
 bench: configure
 	scripts/install-dependencies bench

@@ -1,32 +1,52 @@
 // What the host may know of one attribute, as of the last rebuild.
 #pragma once
 
+#include <algorithm>
+#include <deque>
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "plugin/VelmoraNodePluginProtocol.h"
 
 namespace velmora {
 
+// What is the same for all attributes is there once, and a value text that is one of the possible ones is that one:
+// there may be hundreds of attributes of a thousand values.
 struct AttributeRecord {
-    std::string attributeDirection;
-    std::string attributeType;
+    static constexpr const char* attributeDirection = "Output";
+    static constexpr const char* attributeType = "MultipleValues";
+    static constexpr const char* attributePluginName = "Velmora Switch";
+
     // One value text for each input, in input order; attributes with equal lists share one.
     StringList attributePossibleValues;
-    std::string attributeDefaultValue;
+    // Among the possible values or the dictionary's other texts; never null.
+    const std::string* attributeDefaultValue = nullptr;
     // As of the rebuild; the host's question is answered by the switcher instead.
-    std::string attributeCurrentValue;
-    std::string attributePluginName;
+    const std::string* attributeCurrentValue = nullptr;
     std::string attributeDisplayName;
 };
 
 // Immutable once it is the plugin's.
 struct AttributeDictionary {
-    std::unordered_map<std::string, AttributeRecord> records;
-    // The keys in the host's order. Never null.
+    AttributeDictionary() = default;
+    AttributeDictionary(const AttributeDictionary&) = delete;
+    AttributeDictionary& operator=(const AttributeDictionary&) = delete;
+
+    // Null for an unknown name.
+    const AttributeRecord* find(const std::string& name) const {
+        // The names differ in their numbers only, so that their order is the plain one as well.
+        const auto found = std::lower_bound(names->begin(), names->end(), name);
+        return found != names->end() && *found == name ? &records[static_cast<std::size_t>(found - names->begin())]
+                                                       : nullptr;
+    }
+
+    // In the host's order. Never null.
     StringList names = makeStringList();
+    // The records of the names, in the same order.
+    std::vector<AttributeRecord> records;
+    // Value texts of records that are none of the possible ones.
+    std::deque<std::string> otherTexts;
 };
 
 }  // namespace velmora

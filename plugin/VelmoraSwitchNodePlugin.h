@@ -75,9 +75,9 @@ class VelmoraSwitchNodePlugin final : public NSObject,
     bool isStarted() const { return started_; }
     std::shared_ptr<const AttributeDictionary> buildAttributes();
     AttributeRecord makeRecord(TCPMatrixSwitcher& switcher, std::int64_t output, const DictionaryReference& entry,
-                               StringList& lastPossibleValues);
-    std::optional<std::string> textOfAttribute(const std::string& name, std::string AttributeRecord::*member,
-                                               const char* whenStopped) const;
+                               AttributeDictionary& attributes, StringList& lastPossibleValues);
+    template <typename Text>
+    std::optional<std::string> textOfAttribute(const std::string& name, Text text, const char* whenStopped) const;
     void selectSwitcher(const std::optional<std::string>& name);
 
     const std::string _pluginName;

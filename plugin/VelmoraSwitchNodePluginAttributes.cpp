@@ -1,6 +1,6 @@
 // The attribute model: how configured outputs become attributes, and what the host may ask and set. Outputs and inputs
 // count from 0 in the settings and towards the switcher, from 1 in names and value texts.
-#include <algorithm>
+#include <map>
 
 #include "platform/foundation/NSLog.h"
 #include "platform/foundation/Text.h"
@@ -38,18 +38,20 @@ std::int64_t integerForKey(const DictionaryReference& entry, std::string_view ke
 }
 
 std::string valueText(TCPMatrixSwitcher& switcher, std::int64_t input) {
-    return stringWithFormat(kValueFormat, fromOne(input), switcher.inputLabelAtIndex(static_cast<std::int32_t>(input)));
+    auto text =
+        stringWithFormat(kValueFormat, fromOne(input), switcher.inputLabelAtIndex(static_cast<std::int32_t>(input)));
+    text.shrink_to_fit();  // there are many, and they are kept
+    return text;
 }
 
-StringList sortedNames(const AttributeDictionary& attributes) {
-    std::vector<std::string> names;
-    for (const auto& [name, record] : attributes.records) {
-        names.push_back(name);
+// The input's possible value where that is the text, otherwise a text of the dictionary's own.
+const std::string* keptText(AttributeDictionary& attributes, const StringList& possibleValues, std::int64_t input,
+                            std::string text) {
+    if (input >= 0 && input < static_cast<std::int64_t>(possibleValues->size())) {
+        const std::string& possible = (*possibleValues)[static_cast<std::size_t>(input)];
+        if (possible == text) return &possible;
     }
-    // Not numerically: "... 10" comes before "... 2". Intended.
-    std::sort(names.begin(), names.end(),
-              [](const auto& left, const auto& right) { return caseInsensitiveCompare(left, right) < 0; });
-    return makeStringList(std::move(names));
+    return &attributes.otherTexts.emplace_back(std::move(text));
 }
 
 }  // namespace
@@ -68,24 +70,33 @@ std::shared_ptr<const AttributeDictionary> VelmoraSwitchNodePlugin::buildAttribu
     const auto outputs = configuredOutputs();
     if (switcher == nullptr || outputs->empty()) return attributes;
     StringList lastPossibleValues;
+    // Not numerically: "... 10" comes before "... 2". Intended. Case does not matter in names that differ in digits.
+    std::map<std::string, AttributeRecord> records;
     for (std::size_t i = 0; i < outputs->size(); ++i) {
         const DictionaryReference entry = (*outputs)[i].dictionary();
         const std::int64_t output = integerForKey(entry, "outputNumber");
-        attributes->records.insert_or_assign(stringWithFormat(kNameFormat, fromOne(output)),
-                                             makeRecord(*switcher, output, entry, lastPossibleValues));
+        records.insert_or_assign(stringWithFormat(kNameFormat, fromOne(output)),
+                                 makeRecord(*switcher, output, entry, *attributes, lastPossibleValues));
     }
-    attributes->names = sortedNames(*attributes);
+    std::vector<std::string> names;
+    names.reserve(records.size());
+    attributes->records.reserve(records.size());
+    for (auto& [name, record] : records) {
+        names.emplace_back(name).shrink_to_fit();
+        attributes->records.push_back(std::move(record));
+    }
+    attributes->names = makeStringList(std::move(names));
     return attributes;
 }
 
 // The switcher is asked in this order: each input's label, the routed input, the default input's label, the routed
 // input's label.
 AttributeRecord VelmoraSwitchNodePlugin::makeRecord(TCPMatrixSwitcher& switcher, std::int64_t output,
-                                                    const DictionaryReference& entry, StringList& lastPossibleValues) {
+                                                    const DictionaryReference& entry, AttributeDictionary& attributes,
+                                                    StringList& lastPossibleValues) {
     AttributeRecord record;
-    record.attributeDirection = "Output";
-    record.attributeType = "MultipleValues";
     std::vector<std::string> possibleValues;
+    possibleValues.reserve(static_cast<std::size_t>(switcher.numberOfInputs()));
     for (std::int64_t input = 0; input < switcher.numberOfInputs(); ++input) {
         possibleValues.push_back(valueText(switcher, input));
     }
@@ -94,9 +105,11 @@ AttributeRecord VelmoraSwitchNodePlugin::makeRecord(TCPMatrixSwitcher& switcher,
     }
     record.attributePossibleValues = lastPossibleValues;
     const std::int64_t current = switcher.selectedInputForOutput(output);
-    record.attributeDefaultValue = valueText(switcher, integerForKey(entry, "defaultInputNumber"));
-    record.attributeCurrentValue = valueText(switcher, current);
-    record.attributePluginName = pluginName();
+    const std::int64_t byDefault = integerForKey(entry, "defaultInputNumber");
+    record.attributeDefaultValue =
+        keptText(attributes, record.attributePossibleValues, byDefault, valueText(switcher, byDefault));
+    record.attributeCurrentValue =
+        keptText(attributes, record.attributePossibleValues, current, valueText(switcher, current));
     const auto label = textForKey(entry, "label");
     if (!label) NSLog("A configured output has no label (Velmora Switch Plugin)");
     record.attributeDisplayName = label.value_or("");
@@ -117,38 +130,42 @@ StringList VelmoraSwitchNodePlugin::attributeNames() const {
     return isStarted() ? attributes()->names : makeStringList();
 }
 
-std::optional<std::string> VelmoraSwitchNodePlugin::textOfAttribute(const std::string& name,
-                                                                    std::string AttributeRecord::*member,
+template <typename Text>
+std::optional<std::string> VelmoraSwitchNodePlugin::textOfAttribute(const std::string& name, Text text,
                                                                     const char* whenStopped) const {
     if (!isStarted()) return whenStopped;
     const auto all = attributes();
-    const auto found = all->records.find(name);
-    if (found == all->records.end()) return std::nullopt;
-    return found->second.*member;
+    const AttributeRecord* const record = all->find(name);
+    if (record == nullptr) return std::nullopt;
+    return text(*record);
 }
 
 std::optional<std::string> VelmoraSwitchNodePlugin::displayNameOfAttributeWithName(const std::string& name) const {
-    return textOfAttribute(name, &AttributeRecord::attributeDisplayName, "");
+    return textOfAttribute(
+        name, [](const AttributeRecord& record) { return record.attributeDisplayName; }, "");
 }
 
 std::optional<std::string> VelmoraSwitchNodePlugin::typeOfAttributeWithName(const std::string& name) const {
     // A plugin that is not started calls every attribute a number. Intended.
-    return textOfAttribute(name, &AttributeRecord::attributeType, "Double");
+    return textOfAttribute(
+        name, [](const AttributeRecord& record) { return record.attributeType; }, "Double");
 }
 
 std::optional<std::string> VelmoraSwitchNodePlugin::defaultValueOfAttributeWithName(const std::string& name) const {
-    return textOfAttribute(name, &AttributeRecord::attributeDefaultValue, "");
+    return textOfAttribute(
+        name, [](const AttributeRecord& record) { return *record.attributeDefaultValue; }, "");
 }
 
 std::optional<std::string> VelmoraSwitchNodePlugin::directionOfAttributeWithName(const std::string& name) const {
-    return textOfAttribute(name, &AttributeRecord::attributeDirection, "");
+    return textOfAttribute(
+        name, [](const AttributeRecord& record) { return record.attributeDirection; }, "");
 }
 
 StringList VelmoraSwitchNodePlugin::possibleValuesOfAttributeWithName(const std::string& name) const {
     if (!isStarted()) return makeStringList();
     const auto all = attributes();
-    const auto found = all->records.find(name);
-    return found != all->records.end() ? found->second.attributePossibleValues : nullptr;
+    const AttributeRecord* const record = all->find(name);
+    return record != nullptr ? record->attributePossibleValues : nullptr;
 }
 
 std::string VelmoraSwitchNodePlugin::currentValueOfAttributeWithName(const std::string& name) {

@@ -4,6 +4,7 @@
 #include <asio/write.hpp>
 #include <utility>
 
+#include "server/FaultyReply.h"
 #include "server/SocketName.h"
 
 namespace velmora {
@@ -16,8 +17,13 @@ constexpr std::size_t roomKept = 4096;
 }  // namespace
 
 ClientConnection::ClientConnection(asio::ip::tcp::socket socket, const SwitchProtocol& protocol,
-                                   SwitchServerDelegate* delegate, std::atomic<std::size_t>& count)
-    : socket_(std::move(socket)), protocol_(protocol), delegate_(delegate), count_(count) {
+                                   SwitchServerDelegate* delegate, FaultPlan* faults, std::atomic<std::size_t>& count)
+    : socket_(std::move(socket)),
+      protocol_(protocol),
+      delegate_(delegate),
+      faults_(faults),
+      mute_(faults != nullptr && faults->nextConnectionIsMute()),
+      count_(count) {
     ++count_;
 }
 
@@ -40,13 +46,18 @@ void ClientConnection::start() {
 void ClientConnection::readNext() {
     socket_.async_read_some(asio::buffer(incoming_),
                             [self = shared_from_this()](asio::error_code failure, std::size_t size) {
-                                if (!failure) self->answer({self->incoming_.data(), size});
+                                if (failure) return;
+                                self->unanswered_ = {self->incoming_.data(), size};
+                                self->answer();
                             });
 }
 
-void ClientConnection::answer(std::string_view chunk) {
-    while (const auto line = reader_.next(chunk))
+void ClientConnection::answer() {
+    while (!faultyReply_) {
+        const auto line = reader_.next(unanswered_);
+        if (!line) break;
         answerLine(*line);
+    }
     writeReplies();
 }
 
@@ -58,12 +69,20 @@ void ClientConnection::answerLine(const LineReader::Line& line) {
     } else {
         protocol_.answer(line.text, replies_);
     }
+    if (faults_ && commitFault(line.text, std::string_view(replies_).substr(begin))) return replies_.resize(begin);
     if (delegate_) delegate_->serverDidAnswerLine(name_, std::string_view(replies_).substr(begin));
     replies_ += "\r\n";
 }
 
+// True when the reply does not go out as it is.
+bool ClientConnection::commitFault(std::string_view line, std::string_view reply) {
+    if (mute_) return true;
+    faultyReply_ = faults_->delivery(line, reply);
+    return faultyReply_.has_value();
+}
+
 void ClientConnection::writeReplies() {
-    if (replies_.empty()) return readNext();
+    if (replies_.empty()) return repliesWritten();
     asio::error_code failure;
     const std::size_t written = socket_.write_some(asio::buffer(replies_), failure);
     if (failure && failure != asio::error::would_block) return;
@@ -78,7 +97,21 @@ void ClientConnection::writeReplies() {
 void ClientConnection::repliesWritten() {
     replies_.clear();
     if (replies_.capacity() > roomKept) replies_.shrink_to_fit();
+    if (faultyReply_) return sendFaultyReply();
     readNext();
+}
+
+void ClientConnection::sendFaultyReply() {
+    const auto self = shared_from_this();
+    const auto sending = [self](std::string_view segment) {
+        if (segment.ends_with("\r\n")) segment.remove_suffix(2);
+        if (self->delegate_) self->delegate_->serverDidAnswerLine(self->name_, segment);
+    };
+    const auto done = [self] {
+        self->faultyReply_.reset();
+        self->answer();
+    };
+    std::make_shared<FaultyReply>(socket_, *faultyReply_, sending, done)->start();
 }
 
 }  // namespace velmora

@@ -6,9 +6,11 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "server/FaultPlan.h"
 #include "server/LineReader.h"
 #include "server/SwitchProtocol.h"
 #include "server/SwitchServer.h"
@@ -18,9 +20,10 @@ namespace velmora {
 // Lives as long as something is to be read or written, held by its own pending operation. Server's thread only.
 class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   public:
-    // Protocol, delegate (may be null) and count are not owned. The count is one higher while the connection lives.
+    // Protocol, delegate, faults (both may be null) and count are not owned. The count is one higher while the
+    // connection lives.
     ClientConnection(asio::ip::tcp::socket socket, const SwitchProtocol& protocol, SwitchServerDelegate* delegate,
-                     std::atomic<std::size_t>& count);
+                     FaultPlan* faults, std::atomic<std::size_t>& count);
     ClientConnection(const ClientConnection&) = delete;
     ClientConnection& operator=(const ClientConnection&) = delete;
     ~ClientConnection();
@@ -29,19 +32,25 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
 
   private:
     void readNext();
-    void answer(std::string_view chunk);
+    void answer();
     void answerLine(const LineReader::Line& line);
+    bool commitFault(std::string_view line, std::string_view reply);
     void writeReplies();
     void repliesWritten();
+    void sendFaultyReply();
 
     asio::ip::tcp::socket socket_;
     const SwitchProtocol& protocol_;
     SwitchServerDelegate* const delegate_;
+    FaultPlan* const faults_;
+    const bool mute_;
     std::atomic<std::size_t>& count_;
     std::string name_;
     LineReader reader_;
     std::array<char, 2048> incoming_;
-    std::string replies_;  // grows to what the lines of one read ask for and keeps its room
+    std::string_view unanswered_;          // what is left of them
+    std::optional<Delivery> faultyReply_;  // comes behind the replies, and before the next line is read
+    std::string replies_;                  // grows to what the lines of one read ask for and keeps its room
 };
 
 }  // namespace velmora

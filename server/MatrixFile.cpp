@@ -1,11 +1,17 @@
 #include "server/MatrixFile.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <QByteArray>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSaveFile>
+#include <cerrno>
+#include <system_error>
 #include <utility>
 
 #include "platform/foundation/Text.h"
@@ -20,7 +26,7 @@ constexpr qint64 longestFile = 2 * VirtualMatrix::maximumSize * (VirtualMatrix::
 std::optional<std::string> readLabels(const QString& key, const QJsonValue& value, std::vector<std::string>& labels) {
     if (!value.isArray()) return stringWithFormat("\"%@\" is not a list of labels", key.toStdString());
     const QJsonArray list = value.toArray();
-    for (const QJsonValue& item : list) {
+    for (const QJsonValue item : list) {
         if (!item.isString())
             return stringWithFormat("item %li of \"%@\" is not a text", labels.size() + 1, key.toStdString());
         labels.push_back(item.toString().toStdString());
@@ -31,13 +37,26 @@ std::optional<std::string> readLabels(const QString& key, const QJsonValue& valu
 std::optional<std::string> readRoutes(const QJsonValue& value, std::vector<int>& routes) {
     if (!value.isArray()) return "\"routes\" is not a list of input numbers";
     const QJsonArray list = value.toArray();
-    for (const QJsonValue& item : list) {
+    for (const QJsonValue item : list) {
         const int input = item.toInt(0);  // 0 for everything that is not a whole number
         if (input < 1)
             return stringWithFormat("item %li of \"routes\" is not the number of an input", routes.size() + 1);
         routes.push_back(input);
     }
     return std::nullopt;
+}
+
+// A file that was renamed is in its folder for good only when the folder is on the disk. A folder that may not be read,
+// or whose file system knows no such thing, is left to the system.
+std::optional<std::string> synchroniseFolderOf(const QString& path) {
+    // The file may have been reached through a link.
+    const std::string folder = QFileInfo(path).canonicalPath().toStdString();
+    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    int error = descriptor >= 0 && ::fsync(descriptor) == 0 ? 0 : errno;
+    if (error == EACCES || error == EINVAL) error = 0;
+    if (descriptor >= 0) ::close(descriptor);
+    if (error == 0) return std::nullopt;
+    return "its folder: " + std::system_category().message(error);
 }
 
 QJsonArray labelList(const std::vector<std::string>& labels) {
@@ -94,7 +113,7 @@ std::optional<std::string> writeMatrixFile(const std::string& path, const Matrix
     QSaveFile file(QString::fromStdString(path));
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
         return file.errorString().toStdString();
-    return std::nullopt;
+    return synchroniseFolderOf(file.fileName());
 }
 
 }  // namespace velmora

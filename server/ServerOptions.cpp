@@ -27,7 +27,15 @@ Numbers are counted from 1. Anything else is answered with ERROR.
 
 It runs until it gets SIGINT (Ctrl-C) or SIGTERM. Exit codes: 0 ended in order,
 1 the network or the disk did not let it work, 2 wrong command line or unusable
-file.)";
+file.
+
+Faults, for trying clients, as --fault takes them:
+)";
+const char* const faultUse = R"(
+@COMMAND is one of the words above; without it a fault is of every line. #N lets
+only the N-th such line (or connection) meet it; without it each one does. The
+faults that meet a line are combined. What a line asks for is done all the same.
+)";
 
 struct Texts {
     const char* name;
@@ -66,11 +74,16 @@ constexpr Texts stateOption{
 constexpr Texts verboseOption{"verbose",
                               "Print each line that comes in (<) and goes out (>), with the client's address.", "", ""};
 
+constexpr Texts faultOption{"fault",
+                            "Misbehave towards clients, as listed above; for example silence@SET#3. May be given "
+                            "several times.",
+                            "VERB[=ARG][@COMMAND][#N]", ""};
+
 constexpr Texts helpOption{"help", "Show this help.", "", ""};
 constexpr Texts versionOption{"version", "Show the version.", "", ""};
-constexpr Texts allOptions[] = {nameOption,    inputsOption,    outputsOption,    portOption,
-                                addressOption, interfaceOption, noAnnounceOption, labelsOption,
-                                stateOption,   verboseOption,   helpOption,       versionOption};
+constexpr Texts allOptions[] = {nameOption,      inputsOption,     outputsOption, portOption,  addressOption,
+                                interfaceOption, noAnnounceOption, labelsOption,  stateOption, verboseOption,
+                                faultOption,     helpOption,       versionOption};
 
 QCommandLineOption option(const Texts& texts) {
     const std::string standard = *texts.standard == 0 ? "" : stringWithFormat(" Default: %@.", texts.standard);
@@ -127,6 +140,16 @@ class Values {
         return names;
     }
 
+    std::vector<Fault> faults() const {
+        std::vector<Fault> faults;
+        for (const QString& value : parser_.values(faultOption.name)) {
+            const std::string text = value.toStdString();
+            if (const auto reason = parseFault(text, faults.emplace_back()))
+                throw WrongUsage{stringWithFormat("--fault %@: %@.", text, *reason)};
+        }
+        return faults;
+    }
+
     std::string file(const Texts& texts) const {
         if (isSet(texts) && text(texts).empty())
             throw WrongUsage{stringWithFormat("--%@ needs the name of a file.", texts.name)};
@@ -158,6 +181,7 @@ ServerOptions readOptions(const Values& values) {
     options.labelsFile = values.file(labelsOption);
     options.stateFile = values.file(stateOption);
     options.verbose = values.isSet(verboseOption);
+    options.faults = values.faults();
     return options;
 }
 
@@ -166,7 +190,7 @@ ServerOptions readOptions(const Values& values) {
 ParsedServerOptions parseServerOptions(const QStringList& arguments) {
     const std::string program = QCoreApplication::applicationName().toStdString();
     QCommandLineParser parser;
-    parser.setApplicationDescription(description);
+    parser.setApplicationDescription(QString::fromStdString(description + faultHelp() + faultUse));
     for (const Texts& texts : allOptions)
         parser.addOption(option(texts));
     try {

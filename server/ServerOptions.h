@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "server/FaultPlan.h"
+
 namespace velmora {
 
 struct ServerOptions {
@@ -20,6 +22,7 @@ struct ServerOptions {
     std::string labelsFile;  // empty: none
     std::string stateFile;   // empty: none
     bool verbose = false;
+    std::vector<Fault> faults;
 };
 
 // Either options, or what to tell the reader and the exit code: 0 for help and version, 2 for a wrong command line.

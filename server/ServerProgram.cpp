@@ -1,6 +1,7 @@
 #include "server/ServerProgram.h"
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <QCoreApplication>
 #include <csignal>
@@ -14,6 +15,7 @@
 #include "platform/network/NSNetServiceBrowser.h"
 #include "server/Announcement.h"
 #include "server/MatrixFile.h"
+#include "server/OutputQueue.h"
 #include "server/ServerOptions.h"
 #include "server/StateKeeper.h"
 #include "server/SwitchServer.h"
@@ -26,20 +28,14 @@ namespace {
 constexpr int exitFailed = 1;
 constexpr int exitWrongUsage = 2;
 
-// One line at once, whichever thread prints it.
-void print(std::FILE* stream, std::string line) {
-    line += '\n';
-    std::fwrite(line.data(), 1, line.size(), stream);
-    std::fflush(stream);
-}
-
+// One line at once, whichever thread complains.
 void complain(const std::string& what) {
-    print(stderr, "velmora-switch-server: " + stringByEscapingControlCharacters(what));
+    std::fputs(("velmora-switch-server: " + stringByEscapingControlCharacters(what) + "\n").c_str(), stderr);
 }
 
 class Reporter final : public SwitchServerDelegate {
   public:
-    explicit Reporter(bool verbose) : verbose_(verbose) {}
+    Reporter(OutputQueue& output, bool verbose) : output_(output), verbose_(verbose) {}
 
     void serverDidReceiveLine(std::string_view client, std::string_view line) override {
         printLine(client, " < ", line);
@@ -54,9 +50,10 @@ class Reporter final : public SwitchServerDelegate {
 
   private:
     void printLine(std::string_view client, std::string_view direction, std::string_view line) const {
-        if (verbose_) print(stdout, std::string(client).append(direction) + stringByEscapingControlCharacters(line));
+        if (verbose_) output_.add(std::string(client).append(direction) + stringByEscapingControlCharacters(line));
     }
 
+    OutputQueue& output_;
     const bool verbose_;
 };
 
@@ -70,6 +67,12 @@ bool takeLabels(VirtualMatrix& matrix, const std::string& path) {
         complain("cannot use the labels file " + path + ": " + *reason +
                  ". Mend it, or see --labels, --inputs and --outputs in --help.");
     return !reason;
+}
+
+int complainOfState(const ServerOptions& options, const std::string& reason) {
+    complain("cannot use the state file " + options.stateFile + ": " + reason +
+             ". Mend or remove it, or see --state, --inputs and --outputs in --help.");
+    return exitWrongUsage;
 }
 
 }  // namespace
@@ -92,31 +95,33 @@ int runSwitchServer(const QStringList& arguments) {
             complain("cannot write the state file " + options.stateFile + ": " + reason +
                      ". It is tried again with the next change.");
         });
-        if (const auto reason = keeper->start()) {
-            complain("cannot use the state file " + options.stateFile + ": " + *reason +
-                     ". Mend or remove it, or see --state, --inputs and --outputs in --help.");
-            return exitWrongUsage;
-        }
+        if (const auto reason = keeper->load()) return complainOfState(options, *reason);
     }
     if (!options.labelsFile.empty() && !takeLabels(matrix, options.labelsFile)) return exitWrongUsage;
 
-    Reporter reporter(options.verbose);
-    SwitchServer server(matrix, &reporter);
+    OutputQueue output(STDOUT_FILENO);
+    Reporter reporter(output, options.verbose);
+    FaultPlan faults(options.faults);
+    SwitchServer server(matrix, &reporter, options.faults.empty() ? nullptr : &faults);
     if (const auto reason = server.start(options.address, options.port)) {
         complain(
             stringWithFormat("cannot listen on %@ port %i: %@. Choose another --port (0 is any free one) or --address.",
                              options.address, options.port, *reason));
         return exitFailed;
     }
-    print(stdout, "listening on " + server.endpoint());
+    // Written only now: a start that fails for another reason leaves no file of another size behind.
+    if (keeper) {
+        if (const auto reason = keeper->start()) return complainOfState(options, *reason);
+    }
+    output.add("listening on " + server.endpoint());
 
     std::optional<Announcement> announcement;
     if (options.announce) {
         limitNetServicesToInterfaces(options.interfaces);
         announcement.emplace(
             options.name, server.port(),
-            [](const std::string& name) {
-                print(stdout, "announced as \"" + stringByEscapingControlCharacters(name) + "\"");
+            [&output](const std::string& name) {
+                output.add("announced as \"" + stringByEscapingControlCharacters(name) + "\"");
             },
             [&server](const std::string& reason) {
                 complain("not announced: " + reason + ". Clients that know its address still reach " +

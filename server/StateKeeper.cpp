@@ -25,12 +25,14 @@ StateKeeper::~StateKeeper() {
     matrix_.setChangeObserver(nullptr);
 }
 
+std::optional<std::string> StateKeeper::load() {
+    if (!QFileInfo::exists(QString::fromStdString(path_))) return std::nullopt;
+    MatrixContents contents;
+    if (auto reason = readMatrixFile(path_, contents)) return reason;
+    return matrix_.apply(std::move(contents));
+}
+
 std::optional<std::string> StateKeeper::start() {
-    if (QFileInfo::exists(QString::fromStdString(path_))) {
-        MatrixContents contents;
-        if (auto reason = readMatrixFile(path_, contents)) return reason;
-        if (auto reason = matrix_.apply(std::move(contents))) return reason;
-    }
     if (auto reason = writeMatrixFile(path_, matrix_.contents())) return reason;
     thread_ = std::thread([this] { keep(); });
     return std::nullopt;

@@ -2,7 +2,6 @@
 // the disk.
 #pragma once
 
-#include <condition_variable>
 #include <functional>
 #include <optional>
 #include <string>
@@ -25,9 +24,11 @@ class StateKeeper {
     StateKeeper& operator=(const StateKeeper&) = delete;
     ~StateKeeper();
 
-    // Takes the file's contents over into the matrix, where there is such a file, writes it once, so that a place that
-    // cannot be written is found at the start, and keeps it from then on. None when all that worked; otherwise the
-    // reason in words, and the file is as it was.
+    // Takes the file's contents over into the matrix, where there is such a file. The file is only read. None when that
+    // worked; otherwise the reason in words.
+    std::optional<std::string> load();
+    // Writes the file once, so that a place that cannot be written is found at the start, and keeps it from then on.
+    // None when it was written; otherwise the reason in words, and the file is as it was.
     std::optional<std::string> start();
     // Ends the keeping, with the last change written; false when it could not be.
     bool stop();
@@ -40,7 +41,7 @@ class StateKeeper {
     const std::string path_;
     const Trouble trouble_;
     Mutex mutex_;
-    std::condition_variable_any wake_;
+    Condition wake_;
     bool changed_ GUARDED_BY(mutex_) = false;
     bool stopping_ GUARDED_BY(mutex_) = false;
     bool failed_ = false;  // keeper's thread, and of no thread before and after

@@ -14,8 +14,8 @@ namespace velmora {
 
 namespace {
 
-// How long new clients wait before the next try when there was no room for them.
-constexpr auto acceptPause = std::chrono::milliseconds(100);
+// How long new clients wait before the next try when there was no room for them, or a fault held them back.
+constexpr auto acceptPause = std::chrono::milliseconds(50);
 
 }  // namespace
 
@@ -32,6 +32,7 @@ class SwitchServer::Listener {
         acceptor_.set_option(asio::ip::tcp::acceptor::reuse_address(true));
         acceptor_.bind(endpoint);
         acceptor_.listen();
+        acceptor_.non_blocking(true);
         server_.port_ = acceptor_.local_endpoint().port();
         server_.endpoint_ = socketName(acceptor_.local_endpoint());
         acceptNext();
@@ -42,23 +43,36 @@ class SwitchServer::Listener {
 
   private:
     void acceptNext() {
-        acceptor_.async_accept([this](asio::error_code failure, asio::ip::tcp::socket socket) {
-            if (!failure) {
-                std::make_shared<ClientConnection>(std::move(socket), server_.protocol_, server_.delegate_,
-                                                   server_.clients_)
-                    ->start();
-            } else if (failure != asio::error::connection_aborted) {
-                return acceptLater(failure);
-            }
-            troubleReported_ = false;
-            acceptNext();
+        // Waited for first and then taken: a fault may hold it back until the moment when it is there.
+        acceptor_.async_wait(asio::ip::tcp::acceptor::wait_read, [this](asio::error_code failure) {
+            if (failure) return;
+            if (server_.faults_ && server_.faults_->acceptingIsHeld()) return acceptAfterPause();
+            accept();
         });
+    }
+
+    void accept() {
+        asio::error_code failure;
+        asio::ip::tcp::socket socket = acceptor_.accept(failure);
+        if (!failure) {
+            std::make_shared<ClientConnection>(std::move(socket), server_.protocol_, server_.delegate_, server_.faults_,
+                                               server_.clients_)
+                ->start();
+        } else if (failure != asio::error::connection_aborted && failure != asio::error::would_block) {
+            return acceptLater(failure);
+        }
+        troubleReported_ = false;
+        acceptNext();
     }
 
     // Out of descriptors or of memory: the clients wait in the kernel's queue and are tried again now and then.
     void acceptLater(asio::error_code failure) {
         if (!std::exchange(troubleReported_, true) && server_.delegate_)
             server_.delegate_->serverCannotAccept(failure.message());
+        acceptAfterPause();
+    }
+
+    void acceptAfterPause() {
         pause_.expires_after(acceptPause);
         pause_.async_wait([this](asio::error_code ended) {
             if (!ended) acceptNext();
@@ -72,8 +86,8 @@ class SwitchServer::Listener {
     bool troubleReported_ = false;
 };
 
-SwitchServer::SwitchServer(VirtualMatrix& matrix, SwitchServerDelegate* delegate)
-    : protocol_(matrix), delegate_(delegate) {}
+SwitchServer::SwitchServer(VirtualMatrix& matrix, SwitchServerDelegate* delegate, FaultPlan* faults)
+    : protocol_(matrix), delegate_(delegate), faults_(faults) {}
 
 SwitchServer::~SwitchServer() {
     stop();

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <thread>
 
+#include "server/FaultPlan.h"
 #include "server/SwitchProtocol.h"
 #include "server/VirtualMatrix.h"
 
@@ -21,7 +22,7 @@ class SwitchServerDelegate {
     virtual ~SwitchServerDelegate() = default;
     // A line as it came, without its end, or its first part when it was too long.
     virtual void serverDidReceiveLine(std::string_view client, std::string_view line) { (void)client, (void)line; }
-    // A reply as it goes, without its end.
+    // A reply as it goes, without its end; where a fault cuts it or adds to it, what goes out at once.
     virtual void serverDidAnswerLine(std::string_view client, std::string_view reply) { (void)client, (void)reply; }
     // New clients wait, with the reason in words, until some of the present ones have left.
     virtual void serverCannotAccept(const std::string& reason) { (void)reason; }
@@ -29,12 +30,12 @@ class SwitchServerDelegate {
 
 // Each line is answered by one line that ends with CR LF; the replies to the lines that came together go out in one
 // write. A client whose replies do not leave is not read from until they have: what it can make the server hold is
-// bounded, and the others do not feel it. Made, started, stopped and destroyed by one thread; the plain questions may
-// be asked on any.
+// bounded, and the others do not feel it. Faults, where they are given, change all that on purpose. Made, started,
+// stopped and destroyed by one thread; the plain questions may be asked on any.
 class SwitchServer {
   public:
-    // Neither is owned; both outlive the server. The delegate may be null.
-    explicit SwitchServer(VirtualMatrix& matrix, SwitchServerDelegate* delegate = nullptr);
+    // None is owned; all outlive the server. Delegate and faults may be null.
+    explicit SwitchServer(VirtualMatrix& matrix, SwitchServerDelegate* delegate = nullptr, FaultPlan* faults = nullptr);
     SwitchServer(const SwitchServer&) = delete;
     SwitchServer& operator=(const SwitchServer&) = delete;
     ~SwitchServer();
@@ -56,6 +57,7 @@ class SwitchServer {
 
     const SwitchProtocol protocol_;
     SwitchServerDelegate* const delegate_;
+    FaultPlan* const faults_;
     std::uint16_t port_ = 0;
     std::string endpoint_;
     std::atomic<std::size_t> clients_ = 0;

@@ -7,8 +7,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <system_error>
 #include <utility>
 
+#include "platform/foundation/NSLog.h"
 #include "platform/threads/NSThread.h"
 
 namespace velmora {
@@ -114,14 +116,14 @@ void TCPConnection::connectToNextAddress() {
     while (nextAddress_ < addresses_.size()) {
         if (beginConnecting(addresses_[nextAddress_++])) return;
     }
-    finish(NSStreamEventErrorOccurred);
+    fail();
 }
 
 bool TCPConnection::beginConnecting(const SocketAddress& address) {
     const int descriptor = makeSocket(address.family());
-    if (descriptor < 0) return false;
-    if (connect(descriptor, address.get(), address.length()) != 0 && errno != EINPROGRESS) {
-        ::close(descriptor);
+    if (descriptor < 0 || (connect(descriptor, address.get(), address.length()) != 0 && errno != EINPROGRESS)) {
+        error_ = errno;
+        if (descriptor >= 0) ::close(descriptor);
         return false;
     }
     std::shared_ptr<NSRunLoop> runLoop;
@@ -169,6 +171,7 @@ void TCPConnection::finishConnecting() {
         if (error == 0) phase_ = Phase::established;
     }
     if (error != 0) {
+        error_ = error;
         giveUpAttempt();
         return;
     }
@@ -201,7 +204,7 @@ void TCPConnection::loopHasRunWork() {
         failed = std::exchange(failed_, false);
     }
     if (failed) {
-        finish(NSStreamEventErrorOccurred);
+        fail();
     } else if (mayHaveBytes_) {
         offerBytes(lookForBytes());
     }
@@ -212,6 +215,7 @@ std::optional<Date> TCPConnection::deadline() {
 }
 
 void TCPConnection::deadlineReached() {
+    error_ = ETIMEDOUT;
     giveUpAttempt();
 }
 
@@ -222,7 +226,9 @@ TCPConnection::Unread TCPConnection::lookForBytes() {
     const auto count = recv(descriptor_, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
     if (count > 0) return Unread::some;
     if (count == 0) return Unread::end;
-    return errno == EAGAIN || errno == EINTR ? Unread::none : Unread::failure;
+    if (errno == EAGAIN || errno == EINTR) return Unread::none;
+    error_ = errno;
+    return Unread::failure;
 }
 
 void TCPConnection::offerBytes(Unread unread) {
@@ -236,7 +242,7 @@ void TCPConnection::offerBytes(Unread unread) {
                 finish(NSStreamEventEndEncountered);
                 return;
             case Unread::failure:
-                finish(NSStreamEventErrorOccurred);
+                fail();
                 return;
             case Unread::some:
                 break;
@@ -268,6 +274,14 @@ void TCPConnection::offerBytes(Unread unread) {
         runLoop = runLoop_;
     }
     if (runLoop != nullptr) runLoop->perform([] {});
+}
+
+// What the streams' delegate is told is an error; why, only this line tells.
+void TCPConnection::fail() {
+    if (isPhase(Phase::over)) return;
+    const int error = error_;
+    NSLog("Connection failed: %@", error != 0 ? std::system_category().message(error) : "No address was found");
+    finish(NSStreamEventErrorOccurred);
 }
 
 void TCPConnection::finish(NSStreamEvent event) {
@@ -331,6 +345,7 @@ std::int64_t TCPConnection::write(std::span<const std::uint8_t> bytes) {
             }
             if (count < 0 && errno != EAGAIN && errno != EINTR) {
                 failed_ = true;
+                error_ = errno;
                 runLoop = runLoop_;
             } else {
                 wasFull_ = true;

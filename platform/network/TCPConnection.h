@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -61,6 +62,7 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
     // Offers unread bytes to the input half until there are none or it declines. Given what is known to be unread.
     void offerBytes(Unread unread);
     Unread lookForBytes();
+    void fail();
     void finish(NSStreamEvent event);
     void deliver(Half which, NSStreamEvent event);
 
@@ -76,6 +78,9 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
     LastRead lastRead_ GUARDED_BY(mutex_) = LastRead::none;
     // The kernel's send buffer had no space for everything at the last write.
     bool wasFull_ GUARDED_BY(mutex_) = false;
+
+    // The system's number of what went wrong last; 0 for nothing.
+    std::atomic<int> error_{0};
 
     // The run loop's thread only.
     std::vector<SocketAddress> addresses_;

@@ -132,7 +132,7 @@ TEST_F(Plugin, asksTheServerInTheOrderOfTheModelAndRoutesDefaultsOnEachConnectio
         EXPECT_EQ(plugin->displayNameOfAttributeWithName(name), "Monitor");
         EXPECT_EQ(plugin->typeOfAttributeWithName(name), "MultipleValues");
         EXPECT_EQ(plugin->directionOfAttributeWithName(name), "Output");
-        EXPECT_EQ(plugin->attributes()->records.at(name).attributeCurrentValue, "0002 B");
+        EXPECT_EQ(*plugin->attributes()->find(name)->attributeCurrentValue, "0002 B");
         plugin->stop();
         EXPECT_EQ(*plugin->attributeNames(), Strings{});
         if (connection == 0) start("Order", {{"Monitor", 0, 2}}, true);
@@ -145,8 +145,8 @@ TEST_F(Plugin, routesAndRefusesAsTheHostAsks) {
     ASSERT_TRUE(completes(3));
     EXPECT_EQ(*plugin->attributeNames(),
               (Strings{"Velmora Switch Output 1", "Velmora Switch Output 10", "Velmora Switch Output 2"}));
-    EXPECT_EQ(plugin->attributes()->records.at("Velmora Switch Output 1").attributePossibleValues,
-              plugin->attributes()->records.at("Velmora Switch Output 2").attributePossibleValues);
+    EXPECT_EQ(plugin->attributes()->find("Velmora Switch Output 1")->attributePossibleValues,
+              plugin->attributes()->find("Velmora Switch Output 2")->attributePossibleValues);
     const int notices = host.notices;
     // Value, attribute, result, what output 2 then carries, and the line in the log.
     const std::tuple<std::string, std::string, std::int32_t, int, std::string> cases[] = {

@@ -10,18 +10,15 @@
 #include "platform/network/NSNetServiceBrowser.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/MainLoop.h"
-#include "tests/support/ScriptedPeer.h"
-#include "tests/support/TestClient.h"
+#include "tests/support/Sockets.h"
 
 namespace velmora {
 namespace {
 
 using test::TestClient;
 
-class Program : public test::ChildProcess {
-  public:
-    explicit Program(const std::vector<std::string>& arguments, const std::string& runner = {})
-        : ChildProcess(commandLine(arguments, runner)) {}
+struct Program : test::ChildProcess {
+    using ChildProcess::ChildProcess;
     // The port in the first line.
     std::uint16_t port() {
         const std::string expected = "listening on 127.0.0.1:";
@@ -29,54 +26,46 @@ class Program : public test::ChildProcess {
         EXPECT_EQ(first.substr(0, expected.size()), expected);
         return static_cast<std::uint16_t>(std::stoi("0" + first.substr(std::min(first.size(), expected.size()))));
     }
-
-  private:
-    // With a runner, a line for the shell that ends by becoming the program.
-    static std::vector<std::string> commandLine(const std::vector<std::string>& arguments, const std::string& runner) {
-        std::vector<std::string> command{VELMORA_SWITCH_SERVER};
-        if (!runner.empty()) command = {"/bin/sh", "-c", runner + "exec \"$0\" \"$@\"", VELMORA_SWITCH_SERVER};
-        command.insert(command.end(), arguments.begin(), arguments.end());
-        return command;
-    }
 };
+
+std::vector<std::string> server(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), VELMORA_SWITCH_SERVER);
+    return arguments;
+}
 
 void writeFile(const std::filesystem::path& path, std::string_view text) {
     std::ofstream(path) << text;
 }
 
-class Seen : public NSNetServiceBrowserDelegate {
-  public:
+struct Seen : NSNetServiceBrowserDelegate {
     Seen() {
-        browser_.setDelegate(this);
-        browser_.searchForServicesOfTypeInDomain("_matrixswitcher._tcp.", "");
+        browser.setDelegate(this);
+        browser.searchForServicesOfTypeInDomain("_matrixswitcher._tcp.", "");
     }
-    bool sees(const std::string& name) const { return names_.contains(name); }
-
-  private:
     void netServiceBrowserDidFindServiceMoreComing(NSNetServiceBrowser&, const std::shared_ptr<NSNetService>& service,
                                                    bool) override {
-        names_.insert(service->name());
+        names.insert(service->name());
     }
     void netServiceBrowserDidRemoveServiceMoreComing(NSNetServiceBrowser&, const std::shared_ptr<NSNetService>& service,
                                                      bool) override {
-        names_.erase(service->name());
+        names.erase(service->name());
     }
 
-    std::set<std::string> names_;
-    NSNetServiceBrowser browser_;
+    std::set<std::string> names;
+    NSNetServiceBrowser browser;
 };
 
 TEST(Program, IsAnnouncedUntilASignalEndsItInOrder) {
     for (const int signal : {SIGTERM, SIGINT}) {
         const std::string name = "Halle \"" + std::to_string(signal) + "\"\tNord";
         const Seen seen;
-        Program program({"--name", name});
+        Program program(server({"--name", name}));
         TestClient client(program.port());
         EXPECT_EQ(program.outputLine(), "announced as \"Halle \"" + std::to_string(signal) + "\"\\tNord\"");
-        EXPECT_TRUE(test::runMainLoopUntil([&] { return seen.sees(name); }));
+        EXPECT_TRUE(test::runMainLoopUntil([&] { return seen.names.contains(name); }));
         EXPECT_EQ(client.exchange("MATRIXSIZE"), "16x8\r\n");
         program.sendSignal(signal);
-        EXPECT_TRUE(test::runMainLoopUntil([&] { return !seen.sees(name); }));
+        EXPECT_TRUE(test::runMainLoopUntil([&] { return !seen.names.contains(name); }));
         EXPECT_EQ(client.receiveAll(), "");
         EXPECT_EQ(program.exitCode(), 0);
         EXPECT_EQ(program.errors(), "");
@@ -89,33 +78,54 @@ TEST(Program, RefusesAWrongCommandLineAndSaysWhatToDo) {
     const std::string damaged = folder + "/damaged.json";
     writeFile(damaged, "{");
     const test::RefusingPort taken;
-    const struct {
-        std::vector<std::string> arguments;
-        int exitCode;
-        const char* message;
-    } table[] = {
+    const std::tuple<std::vector<std::string>, int, const char*> table[] = {
         {{"--inputs", "0"}, 2, "--inputs takes a number from 1 to 65536, not \"0\""},
-        {{"--inputs", "16x"}, 2, "--inputs takes"},
         {{"--port", "65536"}, 2, "--port takes a number from 0 to 65535"},
         {{"--address", "localhost"}, 2, "such as 127.0.0.1"},
         {{"--interface", "lo", "--interface", "nosuch0"}, 2, "this machine has lo"},
         {{"--name", std::string(64, 'n')}, 2, "--name takes 1 to 63 bytes"},
-        {{"--nonsense"}, 2, "--help"},
         {{"nonsense"}, 2, "\"nonsense\" is not an option"},
         {{"--state", damaged}, 2, "it is damaged at byte"},
         {{"--labels", damaged}, 2, "it is damaged at byte"},
         {{"--labels", folder + "/none"}, 2, "No such file"},
         {{"--state", folder + "/none/state"}, 2, "No such file"},
-        {{"--port", std::to_string(taken.port())}, 1, "Choose another --port"},
+        {{"--port", std::to_string(taken.port()), "--state", folder + "/state"}, 1, "Choose another --port"},
+        {{"--labels", damaged, "--state", folder + "/state"}, 2, "it is damaged at byte"},
+        {{"--fault", "delay=5", "--fault", "silense@GET"},
+         2,
+         "--fault silense@GET: \"silense\" is no fault; there are "},
     };
-    for (const auto& row : table) {
-        Program program(row.arguments);
-        ASSERT_EQ(program.exitCode(), row.exitCode) << row.message;
-        EXPECT_NE(program.errors().find(row.message), std::string::npos) << row.message;
+    for (const auto& [arguments, exitCode, message] : table) {
+        Program program(server(arguments));
+        ASSERT_EQ(program.exitCode(), exitCode) << message;
+        EXPECT_NE(program.errors().find(message), std::string::npos) << message;
+        EXPECT_FALSE(std::filesystem::exists(folder + "/state")) << message;
     }
-    Program help({"--help"});
-    EXPECT_EQ(help.exitCode(), 0);
-    EXPECT_EQ(help.errors(), "");
+    EXPECT_EQ(Program(server({"--help"})).exitCode(), 0);
+}
+
+TEST(Program, ServesAndEndsAlthoughNobodyReadsWhatItPrints) {
+    Program program(server({"--no-announce", "--verbose", "--fault", "wrong=NEVER@SET#2"}));
+    TestClient client(program.port());
+    const std::string longLine(1000, 'x');
+    const auto fill = [&] {
+        for (int line = 0; line < 1000; ++line)
+            ASSERT_EQ(client.exchange(longLine), "ERROR\r\n");
+    };
+    fill();
+    EXPECT_EQ(client.exchange("SET 1 2"), "OK\r\n");
+    EXPECT_EQ(client.exchange("SET 1 2"), "NEVER\r\n");
+    std::string line;
+    do
+        line = program.outputLine();
+    while (!line.empty() && line.find("lines are left out here") == std::string::npos);
+    EXPECT_NE(line, "");
+    EXPECT_EQ(client.exchange("GET 1"), "1 2\r\n");
+    line = program.outputLine();
+    EXPECT_TRUE(line.ends_with(" < GET 1")) << line;
+    fill();
+    program.sendSignal();
+    EXPECT_EQ(program.exitCode(), 0);
 }
 
 TEST(Program, KeepsItsStateAndTakesLabelsFromAFile) {
@@ -125,7 +135,7 @@ TEST(Program, KeepsItsStateAndTakesLabelsFromAFile) {
     std::vector<std::string> arguments{"--no-announce",        "--verbose", "--state",
                                        folder + "/state.json", "--labels",  folder + "/labels.json"};
     for (const char* route : {"2 2", "2 7"}) {
-        Program program(arguments);
+        Program program(server(arguments));
         TestClient client(program.port());
         EXPECT_EQ(client.exchange("GET 2"), std::string(route) + "\r\n");
         EXPECT_TRUE(program.outputLine().ends_with(" < GET 2"));
@@ -140,7 +150,7 @@ TEST(Program, KeepsItsStateAndTakesLabelsFromAFile) {
 }
 
 TEST(Program, ServesNewClientsWhenItsDescriptorsSufficeAgain) {
-    Program program({"--no-announce"}, "ulimit -n 40; ");
+    Program program({"/bin/sh", "-c", "ulimit -n 40; exec \"$0\" --no-announce", VELMORA_SWITCH_SERVER});
     const std::uint16_t port = program.port();
     std::deque<TestClient> clients;
     clients.emplace_back(port);

@@ -1,9 +1,51 @@
+// The lines of the protocol: cut out of the stream, and answered.
 #include "server/SwitchProtocol.h"
 
 #include <gtest/gtest.h>
 
+#include "server/LineReader.h"
+
 namespace velmora {
 namespace {
+
+using Lines = std::vector<std::string>;
+
+Lines read(std::string_view stream, std::size_t chunkSize) {
+    LineReader reader;
+    Lines lines;
+    for (std::size_t at = 0; at < stream.size(); at += chunkSize) {
+        std::string_view chunk = stream.substr(at, chunkSize);
+        while (const auto line = reader.next(chunk))
+            lines.push_back(std::string(line->text) + (line->tooLong ? "..." : ""));
+        EXPECT_TRUE(chunk.empty());
+    }
+    return lines;
+}
+
+TEST(LineReader, FindsTheSameLinesAtEveryChunkSize) {
+    const std::string longest(LineReader::maximumLength, 'x');
+    const std::string rubbish("\0\x01\xFF\xFE\x1B[A\x80", 8);
+    const std::pair<std::string, Lines> table[] = {
+        {"A\n\rB\n\rC", {"A", "B"}},
+        {"A\r\nB\r\n", {"A", "B"}},
+        {"A\nB\n", {"A", "B"}},
+        {"A\rB\r", {"A", "B"}},
+        {"A\n\rB\r\nC\nD\rE\n", {"A", "B", "C", "D", "E"}},
+        {"\n\r\n\r", {"", ""}},
+        {"\r\n\r\n", {"", ""}},
+        {"\n\n", {"", ""}},
+        {"\r\r", {"", ""}},
+        {"A\n\r\nB\r\n\r", {"A", "", "B", ""}},
+        {rubbish + "\n\r" + rubbish + "\r", {rubbish, rubbish}},
+        {longest + "\n\r" + longest + "y\n\rA\n\r", {longest, longest + "...", "A"}},
+        {longest + longest + longest + "\r\nA\n", {longest + "...", "A"}},
+    };
+    for (const auto& [stream, lines] : table) {
+        for (std::size_t size = 1; size <= std::min<std::size_t>(stream.size(), 40); ++size)
+            EXPECT_EQ(read(stream, size), lines) << testing::PrintToString(stream.substr(0, 40)) << " by " << size;
+        EXPECT_EQ(read(stream, stream.size()), lines);
+    }
+}
 
 TEST(SwitchProtocol, AnswersEachLine) {
     VirtualMatrix matrix(16, 20);
@@ -12,14 +54,24 @@ TEST(SwitchProtocol, AnswersEachLine) {
     int changes = 0;
     matrix.setChangeObserver([&changes] { ++changes; });
     const SwitchProtocol protocol(matrix);
-    static const char* const exchanges[] = {
-        // Output n starts on input n, and on input 1 again where the inputs end.
-        "MATRIXSIZE>16x20", "GET 1>1 1", "GET 16>16 16", "GET 17>17 1", "GET 20>20 4",
-        // Routes stay where they were set.
-        "SET 3 16>OK", "GET 3>3 16", "SET 3 16>OK", "SET 20 1>OK", "GET 20>20 1", "REFRESH>OK", "GET 3>3 16",
-        // Labels may be empty and hold anything but control characters.
-        "INPUTLABEL 1>Kamera \xC3\xB6", "INPUTLABEL 2>", "INPUTLABEL 3>a  b c   e", "INPUTLABEL 16>Input 16",
-        "OUTPUTLABEL 1>  Aux  ", "OUTPUTLABEL 20>Output 20"};
+    static const char* const exchanges[] = {"MATRIXSIZE>16x20",
+                                            "GET 1>1 1",
+                                            "GET 16>16 16",
+                                            "GET 17>17 1",
+                                            "GET 20>20 4",
+                                            "SET 3 16>OK",
+                                            "GET 3>3 16",
+                                            "SET 3 16>OK",
+                                            "SET 20 1>OK",
+                                            "GET 20>20 1",
+                                            "REFRESH>OK",
+                                            "GET 3>3 16",
+                                            "INPUTLABEL 1>Kamera \xC3\xB6",
+                                            "INPUTLABEL 2>",
+                                            "INPUTLABEL 3>a  b c   e",
+                                            "INPUTLABEL 16>Input 16",
+                                            "OUTPUTLABEL 1>  Aux  ",
+                                            "OUTPUTLABEL 20>Output 20"};
     static const std::string refused[] = {
         // Numbers that the matrix does not have.
         "GET 0", "GET 21", "GET -1", "GET 4294967297", "GET 99999999999999999999", "SET 21 1", "SET 1 17", "SET 0 1",
@@ -43,33 +95,6 @@ TEST(SwitchProtocol, AnswersEachLine) {
     for (const std::string& line : refused)
         EXPECT_EQ(reply(line), "before ERROR") << testing::PrintToString(line);
     EXPECT_EQ(changes, 2) << "a route that is there already is no change";
-}
-
-TEST(VirtualMatrix, RefusesContentsThatDoNotFitAndKeepsItsOwn) {
-    VirtualMatrix matrix(2, 3);
-    const auto before = matrix.contents();
-    static const struct {
-        MatrixContents contents;
-        const char* reason;
-    } table[] = {
-        {{{"a", "b", "c"}, {}, {}}, "3 input labels"},
-        {{{}, {"a", "b", "c", "d"}, {}}, "4 output labels"},
-        {{{"a"}, {}, {1, 1, 1, 1}}, "4 routes"},
-        {{{"a"}, {"b"}, {1, 3}}, "output 2 is routed from input 3"},
-        {{{"a"}, {}, {0}}, "output 1"},
-        {{{"a", std::string(1025, 'x')}, {}, {}}, "input 2 is longer"},
-        {{{"a"}, {"\xC3"}, {}}, "output 1 is not UTF-8"},
-    };
-    for (const auto& row : table) {
-        const auto reason = matrix.apply(row.contents);
-        ASSERT_TRUE(reason) << row.reason;
-        EXPECT_NE(reason->find(row.reason), std::string::npos) << *reason;
-    }
-    EXPECT_EQ(matrix.contents().inputLabels, before.inputLabels);
-    EXPECT_EQ(matrix.contents().outputLabels, before.outputLabels);
-    EXPECT_EQ(matrix.contents().routes, before.routes);
-    EXPECT_EQ(matrix.apply({{"a", std::string(1024, 'x')}, {}, {2}}), std::nullopt);
-    EXPECT_EQ(matrix.contents().routes, (std::vector<int>{2, 2, 1}));
 }
 
 }  // namespace

@@ -165,6 +165,7 @@ TEST_F(Connection, aRefusedConnectionIsToldAndReleasesItsClientAtOnce) {
     EXPECT_LT(seconds, 5.0);
     EXPECT_TRUE(closed());
     EXPECT_EQ(callbacks.calls, (Strings{"not open", "close"}));
+    EXPECT_EQ(log.count("Connection failed: Connection refused"), 1);
 }
 
 TEST_F(Connection, aStartBesideARunningThreadIsRefusedWithANotification) {

@@ -146,11 +146,16 @@ ServiceEndpoint DiscoveredService::currentEndpoint() const {
             found.push_back({size, appearance.first, std::move(address), location.first, location.second});
         }
     }
-    // Where IPv4 and IPv6 do not agree yet about one address, what came later is first.
+    // Where IPv4 and IPv6 do not agree yet about one address, what came later stands: a place that has been left must
+    // not be listed, or its going would be news.
     std::sort(found.begin(), found.end(), [](const Found& left, const Found& right) {
         return std::tie(left.family, left.interface, left.address, right.arrival) <
                std::tie(right.family, right.interface, right.address, left.arrival);
     });
+    const auto sameAddress = [](const Found& left, const Found& right) {
+        return left.interface == right.interface && left.address == right.address;
+    };
+    found.erase(std::unique(found.begin(), found.end(), sameAddress), found.end());
     for (const Found& one : found) {
         if (endpoint.addresses.size() == kMaximumAddresses) break;
         const auto address = socketAddress(one.address, one.location->port, one.interface);
@@ -199,7 +204,10 @@ void DiscoveredService::answerRequests() {
     const Date now = std::chrono::steady_clock::now();
     const bool hasSettled = settled_ && *settled_ <= now;
     const Answer answer = answerOfAll();
-    const bool complete = answer == Answer::full || (answer == Answer::some && hasSettled);
+    // The IPv6 half of an announcement may arrive first and be complete in itself; IPv4 is waited for.
+    const bool found = !endpoint_.addresses.empty();
+    const bool hasIPv4 = found && endpoint_.addresses.front().family() == AF_INET;
+    const bool complete = answer != Answer::none && (hasSettled || (answer == Answer::full && hasIPv4));
 
     std::vector<ResolutionRequest> due;
     std::erase_if(requests_, [&](ResolutionRequest& request) {
@@ -207,7 +215,6 @@ void DiscoveredService::answerRequests() {
         due.push_back(std::move(request));
         return true;
     });
-    const bool found = !endpoint_.addresses.empty();
     for (const ResolutionRequest& request : due) {
         if (found) reported_ = endpoint_;
         if (!request.toConnect) timedOut_ = !found;

@@ -1,0 +1,71 @@
+#include <memory>
+
+#include "bench/Contender.h"
+#include "bench/PluginSession.h"
+#include "bench/Rows.h"
+#include "bench/SwitchServerProcess.h"
+#include "bench/Wrong.h"
+#include "platform/foundation/NSBundle.h"
+
+namespace velmora::bench {
+
+namespace {
+
+// One plugin from the bundle, step by step; each step needs the one before.
+class Life {
+  public:
+    void load() {
+        bundle_ = NSBundle::bundleWithPath(programBeside("VelmoraSwitch.bundle"), &error_);
+        check(bundle_ != nullptr && bundle_->load(kVelmoraNodePluginProtocolVersion, &error_));
+    }
+    void create() {
+        plugin_ = std::dynamic_pointer_cast<VelmoraNodePluginProtocol>(bundle_->makePrincipalObject(&error_));
+        check(plugin_ != nullptr);
+        plugin_->setDefaultSettings(settingsFor("Nobody", 8));
+    }
+    void start() { check(plugin_->startAndSetCurrentValuesToDefaults(false) == 0); }
+    void stop() {
+        plugin_->stop();
+        plugin_ = nullptr;
+    }
+    void unload() {
+        check(bundle_->unload(&error_));
+        bundle_ = nullptr;
+    }
+
+  private:
+    void check(bool good) const {
+        if (!good) throw Wrong("the bundle's life went wrong: " + error_);
+    }
+
+    std::string error_;
+    std::shared_ptr<NSBundle> bundle_;
+    std::shared_ptr<VelmoraNodePluginProtocol> plugin_;
+};
+
+}  // namespace
+
+void measureLife(Suite& suite) {
+    Life life;
+    std::vector<Contender> steps;
+    const auto step = [&](const char* name, void (Life::*operation)()) {
+        steps.push_back({name, [&life, operation] {
+                             const auto start = Clock::now();
+                             (life.*operation)();
+                             return microsecondsSince(start);
+                         }});
+    };
+    step("loading the bundle", &Life::load);
+    step("creating the plugin and handing it its settings", &Life::create);
+    step("starting it", &Life::start);
+    step("stopping and releasing it", &Life::stop);
+    step("unloading the bundle", &Life::unload);
+    takeTurns(steps, suite.rounds());
+    for (const Contender& one : steps) {
+        Row row{.group = "life", .name = one.name, .figure = one.medianFigure(), .unit = "us"};
+        if (&one == &steps.front()) row.note = "Qt and the platform library are there already, as they are in a host";
+        suite.report.add(std::move(row));
+    }
+}
+
+}  // namespace velmora::bench

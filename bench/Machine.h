@@ -1,0 +1,10 @@
+// The machine that was measured on, for the report.
+#pragma once
+
+#include <QJsonObject>
+
+namespace velmora::bench {
+
+QJsonObject describeMachine();
+
+}  // namespace velmora::bench

@@ -1,0 +1,37 @@
+// The parts of the benchmark. Each measures, and adds its rows to the report; it throws Wrong when something does not
+// work. All run on the main thread, one after the other.
+#pragma once
+
+#include <string>
+
+#include "bench/Report.h"
+
+namespace velmora::bench {
+
+struct Suite {
+    Report report = {};
+    // Shows within a minute or two that everything works; its figures mean little.
+    bool quick = false;
+    // Where the clients in other languages are.
+    std::string peers = {};
+
+    int rounds() const { return quick ? 3 : 25; }
+};
+
+// One command, one attribute set, beside clients that do without all this; what an exchange costs in allocations and
+// wake-ups; a connection on which nothing happens.
+void measureExchanges(Suite& suite);
+// With strace, where it is installed.
+void measureSystemCalls(Suite& suite);
+// What measureSystemCalls runs under strace: so many exchanges with the server of that name, between two marks.
+void makeMarkedExchanges(const std::string& server, int count);
+// Rebuilding the attributes, their memory, looking them up.
+void measureAttributes(Suite& suite);
+// From the announcement of a server to attributes.
+void measureDiscovery(Suite& suite);
+// Loading the bundle, making, starting and stopping the plugin.
+void measureLife(Suite& suite);
+// The virtual server under many clients.
+void measureThroughput(Suite& suite);
+
+}  // namespace velmora::bench

@@ -1,0 +1,233 @@
+#include "server/FaultPlan.h"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+#include "platform/foundation/Text.h"
+
+namespace velmora {
+
+// One row of the table of verbs.
+struct FaultVerb {
+    // What the occasions of #N are counted in: commands, or connections.
+    enum class Level { reply, connection, listener };
+
+    const char* name;
+    const char* argument;  // its name; "" when there is none
+    const char* standard;  // the argument where none is given; "" when one has to be
+    int most;              // for a number, from 1 on; 0 for a text
+    const char* help;
+    Level level;
+    void (*effect)(Delivery& delivery, const Fault& fault);  // null above the level of replies
+};
+
+namespace {
+
+constexpr std::string_view lineEnd = "\r\n";
+constexpr std::string_view commands[] = {"MATRIXSIZE", "GET", "SET", "INPUTLABEL", "OUTPUTLABEL", "REFRESH"};
+
+std::string body(const Delivery& delivery) {
+    return delivery.text.substr(0, delivery.text.rfind(lineEnd));
+}
+
+void setBody(Delivery& delivery, const std::string& text) {
+    delivery.text = text + std::string(lineEnd);
+}
+
+template <typename Replace>
+void replaceNumbers(Delivery& delivery, Replace replace) {
+    constexpr const char* digits = "0123456789";
+    std::string changed;
+    std::string_view rest = delivery.text;
+    while (!rest.empty()) {
+        const bool isNumber = rest.find_first_of(digits) == 0;
+        const std::size_t end = isNumber ? rest.find_first_not_of(digits) : rest.find_first_of(digits);
+        const std::string part(rest.substr(0, end));
+        changed += isNumber ? replace(part) : part;
+        rest.remove_prefix(part.size());
+    }
+    delivery.text = changed;
+}
+
+template <Delivery::After after>
+void endBy(Delivery& delivery, const Fault&) {
+    delivery.after = after;
+}
+
+template <Delivery::After after>
+void endUnansweredBy(Delivery& delivery, const Fault&) {
+    delivery.text.clear();
+    delivery.after = after;
+}
+
+using After = Delivery::After;
+using Level = FaultVerb::Level;
+constexpr int largest = 16 * 1024 * 1024;
+
+constexpr FaultVerb verbs[] = {
+    {"delay", "MS", "", 600'000, "The reply comes so many milliseconds late.", Level::reply,
+     [](Delivery& delivery, const Fault& fault) { delivery.delay = std::chrono::milliseconds(fault.number); }},
+    {"silence", "", "", 0, "There is no reply.", Level::reply,
+     [](Delivery& delivery, const Fault&) { delivery.text.clear(); }},
+    {"pieces", "N", "", largest, "The reply comes N bytes at a time, with pauses of 50 milliseconds.", Level::reply,
+     [](Delivery& delivery, const Fault& fault) { delivery.pieceSize = static_cast<std::size_t>(fault.number); }},
+    {"double", "", "", 0, "The reply comes twice, in one segment.", Level::reply,
+     [](Delivery& delivery, const Fault&) { delivery.text += delivery.text; }},
+    {"unasked", "", "", 0, "A line that nobody asked for follows the reply, after a pause.", Level::reply,
+     [](Delivery& delivery, const Fault&) { delivery.unasked = "NOBODY ASKED THIS\r\n"; }},
+    {"empty", "", "", 0, "The reply is a line end.", Level::reply,
+     [](Delivery& delivery, const Fault&) { setBody(delivery, ""); }},
+    {"not-utf8", "", "", 0, "The reply is bytes that are not UTF-8.", Level::reply,
+     [](Delivery& delivery, const Fault&) { setBody(delivery, "\xFF\xFE\xC3( \x80"); }},
+    {"long", "N", "", largest, "The reply is N bytes and a line end.", Level::reply,
+     [](Delivery& delivery, const Fault& fault) {
+         setBody(delivery, std::string(static_cast<std::size_t>(fault.number), 'x'));
+     }},
+    {"control", "", "", 0, "Control characters stand around the reply and in its middle.", Level::reply,
+     [](Delivery& delivery, const Fault&) {
+         std::string text = body(delivery);
+         text.insert(text.size() / 2, "\x07");
+         setBody(delivery, "\x1B\t" + text + "\x7F\xC2\x85");
+     }},
+    {"wrong", "TEXT", "WHAT DO YOU MEAN?", 0, "The reply is this text instead.", Level::reply,
+     [](Delivery& delivery, const Fault& fault) { setBody(delivery, fault.text); }},
+    {"huge", "", "", 0, "Each number in the reply is too large for 64 bits.", Level::reply,
+     [](Delivery& delivery, const Fault&) {
+         replaceNumbers(delivery, [](const std::string&) { return std::string(20, '9'); });
+     }},
+    {"negative", "", "", 0, "Each number in the reply is negative.", Level::reply,
+     [](Delivery& delivery, const Fault&) {
+         replaceNumbers(delivery, [](const std::string& number) { return "-" + number; });
+     }},
+    {"close-before", "", "", 0, "The connection is closed instead of a reply.", Level::reply,
+     endUnansweredBy<After::close>},
+    {"close-during", "", "", 0, "The connection is closed behind half of the reply.", Level::reply,
+     [](Delivery& delivery, const Fault&) {
+         delivery.text.resize(body(delivery).size() / 2);
+         delivery.after = After::close;
+     }},
+    {"close-after", "", "", 0, "The connection is closed behind the reply.", Level::reply, endBy<After::close>},
+    {"reset", "", "", 0, "The connection is reset instead of a reply.", Level::reply, endUnansweredBy<After::reset>},
+    {"stop-reading", "", "", 0, "Behind the reply nothing more is read from the client.", Level::reply,
+     endBy<After::stopReading>},
+    {"mute", "", "", 0, "The connection is accepted, and nothing is ever said on it.", Level::connection, nullptr},
+    {"no-accept", "", "", 0, "The connection and all after it are never accepted.", Level::listener, nullptr},
+};
+
+std::optional<int> parsedNumber(std::string_view text, int most) {
+    int value = 0;
+    const auto [parsed, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (failure != std::errc() || parsed != text.data() + text.size() || value < 1 || value > most) return std::nullopt;
+    return value;
+}
+
+// Takes the text behind the separator, and the separator, off.
+std::optional<std::string> takeBehind(char separator, std::string_view& text) {
+    const std::size_t at = text.rfind(separator);
+    if (at == std::string_view::npos) return std::nullopt;
+    const std::string taken(text.substr(at + 1));
+    text.remove_suffix(text.size() - at);
+    return taken;
+}
+
+template <typename List, typename Name>
+std::string joined(const List& list, Name name) {
+    std::string names;
+    for (const auto& item : list)
+        names.append(names.empty() ? "" : ", ").append(name(item));
+    return names;
+}
+
+std::string_view commandOf(std::string_view line) {
+    return line.substr(0, line.find(' '));
+}
+
+}  // namespace
+
+std::optional<std::string> parseFault(std::string_view text, Fault& fault) {
+    const auto occasion = takeBehind('#', text);
+    const auto command = takeBehind('@', text);
+    const std::string_view name = text.substr(0, text.find('='));
+    const auto verb = std::ranges::find(verbs, name, &FaultVerb::name);
+    if (verb == std::end(verbs))
+        return stringWithFormat("\"%@\" is no fault; there are %@", name,
+                                joined(verbs, [](const FaultVerb& each) { return each.name; }));
+    Fault parsed{verb, verb->standard, 0, command.value_or(""), 0};
+    const bool given = name.size() < text.size();
+    if (given) parsed.text = text.substr(name.size() + 1);
+    if (given && *verb->argument == 0) return stringWithFormat("%@ takes no argument", name);
+    if (verb->most > 0) {
+        const auto value = parsedNumber(parsed.text, verb->most);
+        if (!value)
+            return stringWithFormat("%@ takes a number from 1 to %i, as in %@=100, not \"%@\"", name, verb->most, name,
+                                    parsed.text);
+        parsed.number = *value;
+    }
+    if (command && verb->level != Level::reply)
+        return stringWithFormat("%@ is of a whole connection, not of a command", name);
+    if (command && std::ranges::find(commands, *command) == std::end(commands))
+        return stringWithFormat("\"%@\" is no command; there are %@", *command,
+                                joined(commands, [](std::string_view each) { return each; }));
+    if (occasion) {
+        const auto value = parsedNumber(*occasion, 1'000'000'000);
+        if (!value) return stringWithFormat("behind # stands a number from 1 on, not \"%@\"", *occasion);
+        parsed.occasion = *value;
+    }
+    fault = std::move(parsed);
+    return std::nullopt;
+}
+
+std::string faultHelp() {
+    std::string help;
+    for (const FaultVerb& verb : verbs) {
+        const bool optional = *verb.standard != 0;
+        std::string form = verb.name;
+        if (*verb.argument != 0) form.append(optional ? "[=" : "=").append(verb.argument).append(optional ? "]" : "");
+        form.resize(14, ' ');
+        help += "  " + form + " " + verb.help + "\n";
+    }
+    return help;
+}
+
+void FaultPlan::set(std::vector<Fault> faults) {
+    MutexLock lock(mutex_);
+    entries_.clear();
+    connections_ = 0;
+    for (Fault& fault : faults)
+        entries_.push_back({std::move(fault)});
+}
+
+std::optional<Delivery> FaultPlan::delivery(std::string_view line, std::string_view reply) {
+    MutexLock lock(mutex_);
+    std::optional<Delivery> delivery;
+    for (auto& [fault, met] : entries_) {
+        if (fault.verb->effect == nullptr) continue;
+        if (!fault.command.empty() && fault.command != commandOf(line)) continue;
+        ++met;
+        if (fault.occasion != 0 && fault.occasion != met) continue;
+        if (!delivery) setBody(delivery.emplace(), std::string(reply));
+        fault.verb->effect(*delivery, fault);
+    }
+    return delivery;
+}
+
+bool FaultPlan::nextConnectionIsMute() {
+    MutexLock lock(mutex_);
+    ++connections_;
+    for (const auto& [fault, met] : entries_) {
+        if (fault.verb->level == Level::connection && (fault.occasion == 0 || fault.occasion == connections_))
+            return true;
+    }
+    return false;
+}
+
+bool FaultPlan::acceptingIsHeld() const {
+    MutexLock lock(mutex_);
+    for (const auto& [fault, met] : entries_) {
+        if (fault.verb->level == Level::listener && connections_ + 1 >= fault.occasion) return true;
+    }
+    return false;
+}
+
+}  // namespace velmora

@@ -1,0 +1,82 @@
+#include "server/OutputQueue.h"
+
+#include <limits.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "platform/foundation/Text.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr std::size_t room = 256 * 1024;  // bytes
+// How often a reader that takes nothing is looked at, and how long at the end.
+constexpr int lookMilliseconds = 100;
+constexpr int lastLookMilliseconds = 500;
+
+}  // namespace
+
+OutputQueue::OutputQueue(int descriptor) : descriptor_(descriptor), thread_([this] { run(); }) {}
+
+OutputQueue::~OutputQueue() {
+    {
+        MutexLock lock(mutex_);
+        ending_ = true;
+        wake_.notify_one();
+    }
+    thread_.join();
+}
+
+void OutputQueue::add(std::string_view line) {
+    MutexLock lock(mutex_);
+    if (leftOut_ > 0 || queued_.size() + line.size() >= room) {
+        ++leftOut_;
+    } else {
+        queued_.append(line).append("\n");
+    }
+    wake_.notify_one();
+}
+
+bool OutputQueue::isEnding() const {
+    MutexLock lock(mutex_);
+    return ending_;
+}
+
+void OutputQueue::run() {
+    for (;;) {
+        std::string text;
+        {
+            MutexLock lock(mutex_);
+            while (queued_.empty() && leftOut_ == 0 && !ending_)
+                wake_.wait(lock);
+            text.swap(queued_);
+            if (const std::size_t count = std::exchange(leftOut_, 0); count > 0)
+                text += stringWithFormat("(%li lines are left out here: they were not read in time)\n", count);
+        }
+        if (text.empty() || !write(text)) return;
+    }
+}
+
+// False when the reader takes nothing any more and the queue is to end.
+bool OutputQueue::write(std::string_view text) {
+    while (!text.empty()) {
+        const bool last = isEnding();
+        pollfd space{descriptor_, POLLOUT, 0};
+        if (::poll(&space, 1, last ? lastLookMilliseconds : lookMilliseconds) != 1) {
+            if (last) return false;
+            continue;
+        }
+        // What has space takes this much without blocking.
+        const ssize_t count = ::write(descriptor_, text.data(), std::min<std::size_t>(text.size(), PIPE_BUF));
+        if (count < 0 && errno != EINTR && errno != EAGAIN) return true;  // the reader has gone: nobody misses the text
+        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
+    return true;
+}
+
+}  // namespace velmora

@@ -1,0 +1,41 @@
+// Lines on their way to a descriptor whose reader may be slow or may have stopped: whoever has something to say does
+// not wait for it.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include "platform/threads/ThreadAnnotations.h"
+
+namespace velmora {
+
+// Any thread may add. Lines go out in order, on a thread of the queue's own, never cut.
+class OutputQueue {
+  public:
+    // The descriptor is not owned.
+    explicit OutputQueue(int descriptor);
+    OutputQueue(const OutputQueue&) = delete;
+    OutputQueue& operator=(const OutputQueue&) = delete;
+    // What is left still goes out, as long as the reader takes it.
+    ~OutputQueue();
+
+    // Without its end. A line for which there is no room is left out; their number is told when there is room again.
+    void add(std::string_view line) EXCLUDES(mutex_);
+
+  private:
+    void run();
+    bool write(std::string_view text);
+    bool isEnding() const EXCLUDES(mutex_);
+
+    const int descriptor_;
+    mutable Mutex mutex_;
+    Condition wake_;
+    std::string queued_ GUARDED_BY(mutex_);
+    std::size_t leftOut_ GUARDED_BY(mutex_) = 0;
+    bool ending_ GUARDED_BY(mutex_) = false;
+    std::thread thread_;
+};
+
+}  // namespace velmora

@@ -1,0 +1,235 @@
+// Every fault of a switch server against every command, through the whole plugin: what the host gets, what the log
+// says, how long the main thread waits, and what becomes of the connection. What is found is the table in
+// docs/reliability.md.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <fstream>
+#include <functional>
+#include <sstream>
+
+#include "plugin/VelmoraSwitchNodePlugin.h"
+#include "server/SwitchServer.h"
+#include "tests/plugin/Settings.h"
+#include "tests/support/LogLines.h"
+#include "tests/support/PublishedService.h"
+
+namespace velmora::test {
+namespace {
+
+// In seconds. Only where the limit is to pass is it a short one: there a slow machine must not pass it earlier.
+constexpr TelnetTimeLimits realLimit{TelnetTimeLimits{}.reply, 0.1};
+constexpr TelnetTimeLimits shortLimit{0.5, 0.1};
+constexpr double allowance = 0.5;
+const char* const attribute = "Velmora Switch Output 1";
+
+Fault fault(const std::string& text) {
+    Fault parsed;
+    EXPECT_EQ(parseFault(text, parsed), std::nullopt) << text;
+    return parsed;
+}
+
+// What the host gets when the fault meets the reply to a command. The size known before is 7x7.
+struct Row {
+    std::string fault;
+    std::string size, value, label;  // by MATRIXSIZE, GET and the labels
+    std::string refreshed;           // by GET, when the fault met REFRESH before it
+    std::string log;
+    std::string next;  // what the next command on the connection gets; a connection on which that is nothing is closed
+    std::string set = "0, routed";
+    bool wholeConnection = false;
+};
+const char* const ended = "NSStreamEventEndEncountered";
+const char* const timeOut = "NSStreamEventEndEncountered because of a timeout";
+const std::string first(2048, 'x');  // what one read takes
+
+const Row rows[] = {
+    {"delay=100", "24x10", "0023 Input 23", "Camera 5", "0023 Input 23", "", "its reply"},
+    {"pieces=1", "7x7", "0001 Input 1", "C", "0001 Input 1", "", "the rest"},
+    {"double", "7x7", "0001 Input 1", "Camera 5\r\nCamera 5", "0023 Input 23", "", "its reply"},
+    {"unasked", "24x10", "0023 Input 23", "Camera 5", "0001 Input 1", "", "the rest"},
+    {"empty", "7x7", "0001 Input 1", "", "0023 Input 23", "", "its reply"},
+    {"not-utf8", "7x7", "0001 Input 1", "(null)", "0023 Input 23", "", "its reply"},
+    {"long=2049", "7x7", "0001 Input 1", first, "0001 Input 1", "", "the rest"},
+    {"long=1048576", "7x7", "0001 Input 1", first, "0001 Input 1", "", "the rest"},
+    {"control", "24x10", "0000 Input 0", "Came\ara 5", "0023 Input 23", "", "its reply"},
+    {"wrong", "7x7", "0001 Input 1", "WHAT DO YOU MEAN?", "0023 Input 23", "", "its reply"},
+    {"huge", "7x7", "9223372036854775807 Input 9223372036854775807", "Camera 99999999999999999999", "0023 Input 23", "",
+     "its reply"},
+    {"negative", "7x7", "-023 Input -23", "Camera -5", "0023 Input 23", "", "its reply"},
+    {"close-before", "7x7", "0001 Input 1", "(null)", "0001 Input 1", ended, "nothing"},
+    {"close-during", "7x7", "0000 Input 0", "Came", "0001 Input 1", ended, "nothing"},
+    {"close-after", "24x10", "0023 Input 23", "Camera 5", "0001 Input 1", ended, "nothing"},
+    {"reset", "7x7", "0001 Input 1", "(null)", "0001 Input 1", "Connection failed: Connection reset by peer",
+     "nothing"},
+    {"silence", "7x7", "0001 Input 1", "(null)", "0001 Input 1", timeOut, "nothing"},
+    {"stop-reading", "24x10", "0023 Input 23", "Camera 5", "0001 Input 1", timeOut, "nothing"},
+    {"mute", "0x0", "", "(null)", "", timeOut, "nothing", "-1", true},
+    {"no-accept", "0x0", "", "(null)", "", timeOut, "nothing", "-1", true},
+};
+
+// A switch server of 24 inputs and 10 outputs, on the network, and the plugin.
+class FaultOutcomes : public testing::Test {
+  protected:
+    FaultOutcomes() {
+        matrix_.apply({{"Input 1", "Input 2", "Input 3", "Input 4", "Camera 5"}, {"Camera 5"}, {}});
+        EXPECT_EQ(server_.start("127.0.0.1", 0), std::nullopt);
+        service_.emplace("Faults", server_.port());
+    }
+    ~FaultOutcomes() override {
+        plugin_->stop();
+        plugin_ = nullptr;
+        EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
+    }
+
+    void use(TelnetTimeLimits limits, const Outputs& outputs) {
+        if (plugin_ != nullptr) plugin_->stop();
+        limits_ = limits;
+        plugin_ = std::make_shared<VelmoraSwitchNodePlugin>(nullptr, limits);
+        settings_ = settingsWith("Faults", outputs);
+        plugin_->startAndSetCurrentValuesToDefaults(false);
+        const auto found = [this] { return valueForKey(plugin_->defaultSettings(), "availableDevices")->array(); };
+        EXPECT_TRUE(runMainLoopUntil([&] { return !found()->empty(); }));
+    }
+    // A new connection, which works. The one before has gone, with all that the server still had to read from it.
+    void connect() {
+        faults_.set({});
+        plugin_->setDefaultSettings(settings_);
+        EXPECT_TRUE(runMainLoopUntil([this] { return device().numberOfInputs() == 24; }));
+        EXPECT_TRUE(runMainLoopUntil([this] { return server_.clients() == 1; }));
+        EXPECT_EQ(set(), "0, routed");
+        EXPECT_EQ(value(), "0007 Input 7");
+        matrix_.route(1, 23);
+    }
+    bool isOver() {
+        return runMainLoopUntil([this] { return !device().isConnected() && !device().isTryingToConnect(); });
+    }
+
+    TCPMatrixSwitcher& device() { return *plugin_->selectedDevice(); }
+    std::string value() { return plugin_->currentValueOfAttributeWithName(attribute); }
+    std::string set() {
+        const int result = plugin_->setValueForAttributeWithName("0007", attribute);
+        return std::to_string(result) + (matrix_.routedInput(1) == 7 ? ", routed" : "");
+    }
+
+    // The result; the longest time of the main thread, in seconds, is kept.
+    template <typename Work>
+    auto timed(Work work) {
+        const auto begin = std::chrono::steady_clock::now();
+        auto result = work();
+        const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
+        longestWait_ = std::max(longestWait_, time.count());
+        return result;
+    }
+
+    struct Command {
+        const char* word;
+        std::string Row::*expected;
+        std::function<std::string()> ask;
+    };
+    const Command commands_[6] = {
+        {"MATRIXSIZE", &Row::size,
+         [this] {
+             const NSSize size = device().getMatrixDimensions();
+             return stringWithFormat("%ix%i", static_cast<int>(size.width), static_cast<int>(size.height));
+         }},
+        {"GET", &Row::value, [this] { return value(); }},
+        {"SET", &Row::set, [this] { return set(); }},
+        {"INPUTLABEL", &Row::label, [this] { return device().inputLabelAtIndex(4).value_or("(null)"); }},
+        {"OUTPUTLABEL", &Row::label, [this] { return device().outputLabelAtIndex(0).value_or("(null)"); }},
+        {"REFRESH", &Row::refreshed, [this] { return value(); }},
+    };
+    // What the host gets, and then the last columns of the table.
+    Strings meet(const Row& row, const Command& command);
+
+    FaultPlan faults_;
+    VirtualMatrix matrix_{24, 10};
+    SwitchServer server_{matrix_, nullptr, &faults_};
+    std::optional<PublishedService> service_;
+    std::shared_ptr<VelmoraSwitchNodePlugin> plugin_;
+    TelnetTimeLimits limits_;
+    DictionaryReference settings_;
+    std::optional<LogLines> log_;
+    double longestWait_ = 0.0;
+};
+
+Strings FaultOutcomes::meet(const Row& row, const Command& command) {
+    // On a connection that is faulty as a whole, all commands are tried one after the other.
+    if (!row.wholeConnection || &command == commands_) {
+        connect();
+        faults_.set({fault("wrong=7x7@MATRIXSIZE")});
+        device().getMatrixDimensions();
+        std::vector<Fault> faults{fault(row.wholeConnection ? row.fault : row.fault + "@" + command.word + "#1")};
+        // GET's own reply comes only when what REFRESH has left is read.
+        if (command.expected == &Row::refreshed && row.next == "the rest") faults.push_back(fault("delay=300@GET"));
+        faults_.set(std::move(faults));
+        log_.emplace();
+        longestWait_ = 0.0;
+        if (row.wholeConnection) {
+            plugin_->setDefaultSettings(settings_);
+            timed([this] { return device().selectedInputForOutput(0); });
+            EXPECT_TRUE(isOver());
+        }
+    }
+    const std::string result = timed([&] { return command.ask(); });
+    const auto next = timed([this] { return device().inputLabelAtIndex(0); });
+    EXPECT_TRUE(next || isOver());
+    std::string lines;
+    for (const std::string& line : log_->lines())
+        lines += line.starts_with("NSStream") || line.starts_with("Connection failed") ? line : "";
+    EXPECT_LE(longestWait_, limits_.reply + allowance) << row.fault << "@" << command.word;
+    EXPECT_TRUE(row.fault != "delay=100" || longestWait_ >= 0.1);
+    const char* const following = !next ? "nothing" : next == "Input 1" ? "its reply" : "the rest";
+    return {result, lines, longestWait_ < limits_.reply ? "short" : "time-out",
+            device().isConnected() ? "open" : "closed", following};
+}
+
+std::string cell(const std::string& text) {
+    if (text.empty()) return " |";
+    if (text.size() > 60) return " " + std::to_string(text.size()) + " bytes |";
+    return " `" + stringByEscapingControlCharacters(text) + "` |";
+}
+
+TEST_F(FaultOutcomes, AreWhatThePageSays) {
+    use(realLimit, {{"Monitor", 0, 0}});
+    connect();
+    log_.emplace();
+    faults_.set({fault("silence@SET")});
+    EXPECT_EQ(timed([this] { return set(); }), "0, routed");
+    EXPECT_GE(longestWait_, 10.0);
+    EXPECT_LE(longestWait_, 10.0 + allowance);
+    EXPECT_EQ(log_->lines(), Strings{timeOut});
+    EXPECT_FALSE(device().isConnected());
+    std::string table =
+        "| fault | MATRIXSIZE | GET | SET | INPUTLABEL | OUTPUTLABEL | REFRESH, then GET | log | wait | "
+        "connection | the next command gets |\n";
+    table += "| --- | --- | --- | --- | --- | --- | --- | --- | --- | --- | --- |\n";
+    for (const Row& row : rows) {
+        if (row.log == timeOut && limits_.reply > shortLimit.reply) use(shortLimit, {});
+        table += "|" + cell(row.fault);
+        Strings found;
+        for (const Command& command : commands_) {
+            found = meet(row, command);
+            EXPECT_EQ(found, (Strings{row.*command.expected, row.log, row.log == timeOut ? "time-out" : "short",
+                                      row.next == "nothing" ? "closed" : "open", row.next}))
+                << row.fault << "@" << command.word;
+            table += cell(found.front());
+        }
+        for (std::size_t column = 1; column < found.size(); ++column)
+            table += cell(found[column]);
+        table += "\n";
+    }
+    connect();
+    if (const char* file = std::getenv("VELMORA_RELIABILITY_TABLE")) {
+        std::ofstream(file) << table;
+    } else {
+        std::stringstream page;
+        page << std::ifstream(VELMORA_RELIABILITY_PAGE).rdbuf();
+        EXPECT_NE(page.str().find("-->\n\n" + table + "\n<!--"), std::string::npos)
+            << "After a change that is meant, build the target reliability-table:\n"
+            << table;
+    }
+}
+
+}  // namespace
+}  // namespace velmora::test
