@@ -25,6 +25,7 @@ screenshots: build
 	scripts/screenshots build/bin
 
 test: configure
+	scripts/install-dependencies test
 	cmake --build build --parallel $(JOBS)
 	ctest --test-dir build --output-on-failure --parallel $(JOBS)
 

@@ -226,17 +226,19 @@ class AvahiHost:
             new.write_text(f"<service-group><name>{escape(name)}</name><service><type>{SERVICE_TYPE}</type>"
                            f"<port>{port}</port></service></service-group>")
             new.rename(path)
+        self.program.process.send_signal(signal.SIGHUP)
 
     def withdraw(self, *ports):
         for port in ports:
             (self.folder / "services" / f"{port}.service").unlink()
+        self.program.process.send_signal(signal.SIGHUP)
 
     def end(self, number=signal.SIGTERM):
         self.program.end(number)
 
 
 PYTHON_ANNOUNCER = """
-import json, signal, sys, threading, zeroconf
+import json, signal, sys, threading, time, zeroconf
 task = json.loads(sys.argv[1])
 end = threading.Event()
 signal.signal(signal.SIGTERM, lambda *_: end.set())
@@ -250,7 +252,9 @@ for name, port in task["services"]:
     print("up", flush=True)
 while not end.wait(0.2):
     pass
-zc.close()  # says goodbye, three times
+# An answer that zeroconf holds back, as it may for a second, is sent even after the goodbye and would undo it.
+time.sleep(1.2)
+zc.close()  # says goodbye
 """
 
 PYTHON_BROWSER = """
