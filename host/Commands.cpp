@@ -22,7 +22,7 @@ namespace velmora {
 namespace {
 
 // A list of servers is taken as whole when it has not changed for so long (milliseconds).
-constexpr qint64 kQuietTime = 1000;
+constexpr qint64 kQuietTime = 1500;
 
 std::string secondsText(std::chrono::milliseconds time) {
     return QString::number(static_cast<double>(time.count()) / 1000.0).toStdString() + " s";

@@ -61,7 +61,11 @@ bool attributesAreThere(VelmoraNodePluginProtocol& plugin) {
 }
 
 std::int64_t inputNumber(const std::string& value) {
-    return integerValue(std::string_view(value).substr(0, kValueDigits));
+    return integerValue(value);
+}
+
+bool canBeSet(const std::string& value) {
+    return integerValue(std::string_view(value).substr(0, kValueDigits)) == inputNumber(value);
 }
 
 }  // namespace velmora

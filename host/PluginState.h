@@ -21,7 +21,9 @@ bool hasConfiguredOutputs(VelmoraNodePluginProtocol& plugin);
 // Whether there is nothing more to wait for: the attributes are complete or, where no outputs are configured, the
 // server is found, or the settings name none.
 bool attributesAreThere(VelmoraNodePluginProtocol& plugin);
-// The number of the input at the beginning of a value; it is all that the plugin reads of one.
+// The number of the input at the beginning of a value.
 std::int64_t inputNumber(const std::string& value);
+// Whether the plugin would take a value for that number: it reads the first four characters, and nothing else.
+bool canBeSet(const std::string& value);
 
 }  // namespace velmora

@@ -19,9 +19,6 @@ constexpr const char* kUnread = "not read";
 
 }  // namespace
 
-AttributesModel::AttributesModel(std::function<void(const std::string&, const std::string&)> set)
-    : set_(std::move(set)) {}
-
 void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin) {
     std::vector<Row> rows;
     for (const std::string& name : *plugin.attributeNames()) {
@@ -63,6 +60,13 @@ std::vector<std::string> AttributesModel::names() const {
         names.push_back(row.name);
     }
     return names;
+}
+
+bool AttributesModel::isPossible(const std::string& name, const std::string& value) const {
+    return std::any_of(rows_.begin(), rows_.end(), [&](const Row& row) {
+        return row.name == name &&
+               std::find(row.possibleValues->begin(), row.possibleValues->end(), value) != row.possibleValues->end();
+    });
 }
 
 int AttributesModel::indexOfCurrentValueAtRow(int row) const {
@@ -111,7 +115,7 @@ QVariant AttributesModel::data(const QModelIndex& index, int role) const {
         case Qt::DisplayRole:
             return shownText(shown(index));
         case Qt::ToolTipRole:
-            return shownToolTip(text(index));
+            return shownToolTip(shown(index));
         case Qt::EditRole:
             return QString::fromStdString(text(index));
         case Qt::ForegroundRole:
@@ -135,12 +139,6 @@ Qt::ItemFlags AttributesModel::flags(const QModelIndex& index) const {
     const Qt::ItemFlags shown = Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemNeverHasChildren;
     const bool isPopUp = index.column() == currentColumn && !possibleValuesAtRow(index.row())->empty();
     return isPopUp ? shown | Qt::ItemIsEditable : shown;
-}
-
-bool AttributesModel::setData(const QModelIndex& index, const QVariant& value, int role) {
-    if (role != Qt::EditRole || !(flags(index) & Qt::ItemIsEditable)) return false;
-    set_(rowAt(index.row()).name, value.toString().toStdString());
-    return true;
 }
 
 }  // namespace velmora

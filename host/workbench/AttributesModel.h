@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QAbstractTableModel>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,9 +15,6 @@ class AttributesModel final : public QAbstractTableModel {
   public:
     enum Column { nameColumn, displayNameColumn, defaultColumn, currentColumn, columnTotal };
 
-    // `set` is called with an attribute's name and the value that it is to be set to.
-    explicit AttributesModel(std::function<void(const std::string& name, const std::string& value)> set);
-
     // Takes over what the plugin's look-ups say now. Attributes that are still there keep their current values.
     void reload(const VelmoraNodePluginProtocol& plugin);
     // "" for a value that the plugin could not give.
@@ -26,6 +22,8 @@ class AttributesModel final : public QAbstractTableModel {
     void forgetCurrentValue(const std::string& name);
 
     std::vector<std::string> names() const;
+    bool isPossible(const std::string& name, const std::string& value) const;
+    const std::string& nameAtRow(int row) const { return rowAt(row).name; }
     // Never null.
     const StringList& possibleValuesAtRow(int row) const { return rowAt(row).possibleValues; }
     // The index of the possible value that has the number of the current one; -1 when there is none.
@@ -34,12 +32,11 @@ class AttributesModel final : public QAbstractTableModel {
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
     // Display and tool tip: text without markup or control characters. The current value is shown as the possible value
-    // with its number, the tool tip has the plugin's own words.
+    // with its number.
     QVariant data(const QModelIndex& index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+    // A current value that can be chosen is editable.
     Qt::ItemFlags flags(const QModelIndex& index) const override;
-    // Edit role, current value: hands the value on to be set. What the attribute has then is known once it is read.
-    bool setData(const QModelIndex& index, const QVariant& value, int role) override;
 
   private:
     struct Row {
@@ -56,7 +53,6 @@ class AttributesModel final : public QAbstractTableModel {
     std::string text(const QModelIndex& index) const;
     std::string shown(const QModelIndex& index) const;
 
-    const std::function<void(const std::string&, const std::string&)> set_;
     std::vector<Row> rows_;
 };
 

@@ -4,9 +4,11 @@
 #include <QHeaderView>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QPersistentModelIndex>
 #include <QStyledItemDelegate>
+#include <algorithm>
+#include <utility>
 
+#include "host/PluginState.h"
 #include "host/workbench/AttributesModel.h"
 #include "host/workbench/ValuePopUp.h"
 
@@ -21,6 +23,12 @@ constexpr int kWideTable = 80;
 QRect arrowRect(const QRect& cell, Qt::LayoutDirection direction) {
     const int side = cell.height() * 2 / 3;
     return QStyle::visualRect(direction, cell, QRect(cell.right() - side, cell.top(), side, cell.height()));
+}
+
+// The values whose numbers the plugin can read. They count up, so the others come last.
+StringList settableValues(const StringList& values) {
+    const auto end = std::find_if_not(values->begin(), values->end(), canBeSet);
+    return end == values->end() ? values : makeStringList({values->begin(), end});
 }
 
 class AttributeDelegate final : public QStyledItemDelegate {
@@ -62,7 +70,8 @@ class AttributeDelegate final : public QStyledItemDelegate {
 
 }  // namespace
 
-AttributesTable::AttributesTable(AttributesModel& model) : attributes_(model), values_(new ValuePopUp(this)) {
+AttributesTable::AttributesTable(AttributesModel& model, Set set)
+    : attributes_(model), set_(std::move(set)), values_(new ValuePopUp(this)) {
     setModel(&model);
     setItemDelegate(new AttributeDelegate(this));
     setAccessibleName("Attributes");
@@ -77,7 +86,18 @@ AttributesTable::AttributesTable(AttributesModel& model) : attributes_(model), v
     horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     horizontalHeader()->setHighlightSections(false);
     // What was offered is no longer what there is.
-    connect(&model, &QAbstractItemModel::modelReset, values_, &QWidget::hide);
+    connect(&model, &QAbstractItemModel::modelReset, this, &AttributesTable::closeValues);
+    connect(&model, &QAbstractItemModel::dataChanged, this, &AttributesTable::closeOutdatedValues);
+}
+
+void AttributesTable::closeValues() {
+    values_->hide();
+}
+
+void AttributesTable::closeOutdatedValues() {
+    if (!values_->isVisible()) return;
+    const StringList& now = attributes_.possibleValuesAtRow(openedRow_);
+    if (now != opened_ && *now != *opened_) closeValues();
 }
 
 bool AttributesTable::edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) {
@@ -90,12 +110,12 @@ bool AttributesTable::edit(const QModelIndex& index, EditTrigger trigger, QEvent
 void AttributesTable::openValues(const QModelIndex& cell) {
     if (!(cell.flags() & Qt::ItemIsEditable)) return;
     scrollTo(cell);
+    openedRow_ = cell.row();
+    opened_ = attributes_.possibleValuesAtRow(openedRow_);
     const QRect rect = visualRect(cell);
-    values_->popUp({viewport()->mapToGlobal(rect.topLeft()), rect.size()}, attributes_.possibleValuesAtRow(cell.row()),
-                   attributes_.indexOfCurrentValueAtRow(cell.row()),
-                   [this, persistent = QPersistentModelIndex(cell)](const std::string& value) {
-                       attributes_.setData(persistent, QString::fromStdString(value), Qt::EditRole);
-                   });
+    values_->popUp({viewport()->mapToGlobal(rect.topLeft()), rect.size()}, settableValues(opened_),
+                   attributes_.indexOfCurrentValueAtRow(openedRow_),
+                   [this, name = attributes_.nameAtRow(openedRow_)](const std::string& value) { set_(name, value); });
 }
 
 void AttributesTable::keyPressEvent(QKeyEvent* event) {

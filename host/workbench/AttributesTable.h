@@ -2,17 +2,25 @@
 #pragma once
 
 #include <QTableView>
+#include <functional>
+#include <string>
+
+#include "platform/foundation/Text.h"
 
 namespace velmora {
 
 class AttributesModel;
 class ValuePopUp;
 
-// A double click, Enter, F2 or a click on a cell's arrow opens the possible values.
+// A double click, Enter, F2 or a click on a cell's arrow opens the possible values. They close when there are others.
 class AttributesTable final : public QTableView {
   public:
-    // The model outlives the table.
-    explicit AttributesTable(AttributesModel& model);
+    using Set = std::function<void(const std::string& name, const std::string& value)>;
+
+    // The model outlives the table. `set` is called with an attribute's name and the value that was chosen for it.
+    AttributesTable(AttributesModel& model, Set set);
+
+    void closeValues();
 
   protected:
     bool edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) override;
@@ -22,9 +30,14 @@ class AttributesTable final : public QTableView {
 
   private:
     void openValues(const QModelIndex& cell);
+    void closeOutdatedValues();
 
     AttributesModel& attributes_;
+    const Set set_;
     ValuePopUp* const values_;
+    // What was possible, and where, when the values were opened.
+    StringList opened_;
+    int openedRow_ = 0;
 };
 
 }  // namespace velmora

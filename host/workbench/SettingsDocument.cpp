@@ -1,5 +1,6 @@
 #include "host/workbench/SettingsDocument.h"
 
+#include <system_error>
 #include <utility>
 
 namespace velmora {
@@ -27,7 +28,7 @@ bool SettingsDocument::save() {
     if (!file_.path()) return saveAs();
     if (file_.isChangedOnDisk()) {
         if (!person_.mayOverwriteChangedFile(*file_.path())) return false;
-    } else if (!isUnsaved()) {
+    } else if (std::error_code fault; !isUnsaved() && std::filesystem::exists(*file_.path(), fault)) {
         return true;
     }
     std::string error;

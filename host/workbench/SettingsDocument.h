@@ -20,7 +20,7 @@ class SettingsDocument {
       public:
         virtual ~Person() = default;
         virtual Unsaved whatAboutUnsavedSettings() = 0;
-        // Somebody else has changed the file since it was read.
+        // Somebody else has changed the file since it was read, or deleted it.
         virtual bool mayOverwriteChangedFile(const std::filesystem::path& path) = 0;
         // None: nothing is loaded, or saved.
         virtual std::optional<std::filesystem::path> fileToLoad() = 0;

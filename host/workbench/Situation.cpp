@@ -26,6 +26,16 @@ QString foundServers(VelmoraNodePluginProtocol& plugin) {
     return text + ".";
 }
 
+// Whether the attributes were built without the switcher's answers: a lost connection leaves every value without its
+// label.
+bool valuesLackLabels(const VelmoraNodePluginProtocol& plugin) {
+    const StringList names = plugin.attributeNames();
+    if (names->empty()) return false;
+    const StringList values = possibleValues(plugin, names->front());
+    return !values->empty() && std::all_of(values->begin(), values->end(),
+                                           [](const std::string& value) { return value.ends_with(kNoLabel); });
+}
+
 QString counted(std::size_t count, const char* what) {
     return QString("%1 %2%3").arg(count).arg(what, count == 1 ? "" : "s");
 }
@@ -37,9 +47,10 @@ Situation situationOf(VelmoraNodePluginProtocol& plugin, const ConnectionSigns& 
     if (!signs.isStarted) return {Kind::stopped, "The plugin is stopped."};
     const std::string name = selectedServer(plugin);
     const QString server = name.empty() ? "the server found first" : shownName(name);
-    if (signs.hasEnded || (signs.hasBuiltAttributes && valuesLackLabels(plugin))) {
-        return {Kind::lost, "The connection to " + server +
-                                " is lost. The plugin connects again when the server announces itself anew; "
+    if (signs.end || (signs.hasBuiltAttributes && valuesLackLabels(plugin))) {
+        const QString reason = shownText(signs.end.value_or(""));
+        return {Kind::lost, "The connection to " + server + (reason.isEmpty() ? " is lost" : " failed: " + reason) +
+                                ". The plugin connects again when the server announces itself anew; "
                                 "Reconnect tries at once."};
     }
     if (signs.hasBuiltAttributes && attributesAreComplete(plugin)) {
@@ -56,14 +67,6 @@ Situation situationOf(VelmoraNodePluginProtocol& plugin, const ConnectionSigns& 
     }
     return {Kind::connecting, "The switch server " + server +
                                   " was found; waiting for its matrix. The window may stand still for ten seconds."};
-}
-
-bool valuesLackLabels(const VelmoraNodePluginProtocol& plugin) {
-    const StringList names = plugin.attributeNames();
-    if (names->empty()) return false;
-    const StringList values = possibleValues(plugin, names->front());
-    return !values->empty() && std::all_of(values->begin(), values->end(),
-                                           [](const std::string& value) { return value.ends_with(kNoLabel); });
 }
 
 }  // namespace velmora

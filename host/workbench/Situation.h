@@ -2,6 +2,8 @@
 #pragma once
 
 #include <QString>
+#include <optional>
+#include <string>
 
 #include "plugin/VelmoraNodePluginProtocol.h"
 
@@ -25,14 +27,11 @@ struct Situation {
 struct ConnectionSigns {
     bool isStarted = false;
     bool hasBuiltAttributes = false;  // since it was started; until then it answers with those of before
-    bool hasEnded = false;            // the connection has, since the attributes were built
+    // None while the newest connection, however far it came, has not ended; then why, "" when nobody said.
+    std::optional<std::string> end;
 };
 
 // Main thread. Asks the switch server nothing.
 Situation situationOf(VelmoraNodePluginProtocol& plugin, const ConnectionSigns& signs);
-
-// Whether the attributes were built without the switcher's answers: a lost connection leaves every value without its
-// label.
-bool valuesLackLabels(const VelmoraNodePluginProtocol& plugin);
 
 }  // namespace velmora

@@ -70,6 +70,7 @@ void ValuePopUp::placeAt(const QRect& cell) {
     const QRect screen = parentWidget()->screen()->availableGeometry();
     const int rowHeight = std::max(list_->sizeHintForRow(0), fontMetrics().height());
     list_->setFixedHeight(std::clamp(shown_.rowCount(), 1, kVisibleRows) * rowHeight);
+    layout()->activate();  // otherwise the window gets no lower than it was with more values
     const QSize size = QSize(std::max(cell.width(), kWidthInCharacters * fontMetrics().averageCharWidth()),
                              layout()->totalSizeHint().height())
                            .boundedTo(screen.size());

@@ -4,6 +4,8 @@
 #include <QPixmap>
 #include <QSaveFile>
 #include <QWindow>
+#include <optional>
+#include <system_error>
 
 #include "host/Console.h"
 #include "host/Interruption.h"
@@ -15,19 +17,27 @@ namespace velmora {
 
 namespace {
 
-ExitCode takeScreenshot(WorkbenchWindow& window, PluginHost& host, const Options& options) {
+ExitCode complainOfPicture(const Options& options, const std::string& reason) {
+    complain("the picture " + inQuotes(options.screenshot->string()) + " cannot be written: " + reason);
+    return ExitCode::unusable;
+}
+
+// What is there and is no regular file, such as a device, is not replaced by one.
+bool mayBeReplaced(const std::filesystem::path& path) {
+    std::error_code fault;
+    const auto type = std::filesystem::status(path, fault).type();
+    return type == std::filesystem::file_type::regular || type == std::filesystem::file_type::not_found;
+}
+
+ExitCode takeScreenshot(WorkbenchWindow& window, PluginHost& host, const Options& options, QSaveFile& picture) {
     const bool isComplete = waitUntil(
         [&] {
-            return attributesAreThere(host.plugin()) && !window.session().isReading() &&
-                   window.windowHandle()->isExposed();
+            return attributesAreThere(host.plugin()) && window.session().situation().kind != Situation::Kind::lost &&
+                   !window.session().isReading() && window.windowHandle()->isExposed();
         },
         options.wait);
-    QSaveFile file(QString::fromStdString(options.screenshot->string()));
-    if (!file.open(QIODevice::WriteOnly) || !window.grab().save(&file, "PNG") || !file.commit()) {
-        complain("the picture " + inQuotes(options.screenshot->string()) +
-                 " cannot be written: " + file.errorString().toStdString());
-        return ExitCode::unusable;
-    }
+    if (!window.grab().save(&picture, "PNG") || !picture.commit())
+        return complainOfPicture(options, picture.errorString().toStdString());
     if (isComplete) return ExitCode::done;
     complain("the attributes did not come in time (--wait). " + window.session().situation().text.toStdString());
     return ExitCode::timedOut;
@@ -36,16 +46,24 @@ ExitCode takeScreenshot(WorkbenchWindow& window, PluginHost& host, const Options
 }  // namespace
 
 ExitCode runWorkbench(PluginHost& host, SettingsFile& settingsFile, const Options& options) {
+    std::optional<QSaveFile> picture;  // opened first: what cannot be written is said before the wait
+    if (options.screenshot) {
+        if (!mayBeReplaced(*options.screenshot)) return complainOfPicture(options, "it is no regular file");
+        picture.emplace(QString::fromStdString(options.screenshot->string()));
+        if (!picture->open(QIODevice::WriteOnly))
+            return complainOfPicture(options, picture->errorString().toStdString());
+    }
     WorkbenchWindow window(host, settingsFile);
     window.show();
-    if (!window.session().start(options.defaults) && options.screenshot) return ExitCode::refused;
-    if (options.screenshot) {
-        const ExitCode code = takeScreenshot(window, host, options);
+    if (!window.session().start(options.defaults) && picture) return ExitCode::refused;
+    if (picture) {
+        const ExitCode code = takeScreenshot(window, host, options, *picture);
         window.document().discardChanges();
         return code;
     }
     const Interruption interruption([&] { window.close(); });
     QApplication::exec();
+    window.document().discardChanges();  // what is not saved by now is not to be
     return ExitCode::done;
 }
 

@@ -1,6 +1,7 @@
 #include "host/workbench/WorkbenchSession.h"
 
 #include <QElapsedTimer>
+#include <QThread>
 #include <utility>
 
 #include "host/PluginState.h"
@@ -20,8 +21,11 @@ constexpr std::chrono::milliseconds kNoticesTogether{100};
 constexpr std::chrono::milliseconds kPopUpGone{30};
 // After so long the event loop has its turn.
 constexpr std::chrono::milliseconds kReadingAtATime{50};
-// How the log line of a connection that ended begins.
+// How the log lines begin that tell of a connection: that the server has ended it, or did not answer in time; that it
+// failed, and why; and that a new one begins.
 constexpr std::string_view kConnectionEnded = "NSStreamEventEndEncountered";
+constexpr std::string_view kConnectionFailed = "Connection failed: ";
+constexpr std::string_view kConnectionBegins = "Selecting matrix switcher";
 
 }  // namespace
 
@@ -37,12 +41,7 @@ class WorkbenchSession::Waiting {
 };
 
 WorkbenchSession::WorkbenchSession(PluginHost& host, Observer& observer)
-    : host_(host),
-      observer_(observer),
-      attributes_([this](const std::string& name, const std::string& value) { setLater(name, value); }),
-      observation_([this](const std::string& line) {
-          if (line.starts_with(kConnectionEnded)) hasEnded_ = true;
-      }) {
+    : host_(host), observer_(observer), observation_([this](const std::string& line) { hearLogLine(line); }) {
     reading_.setSingleShot(true);
     QObject::connect(&reading_, &QTimer::timeout, &reading_, [this] { readMore(); });
     host_.setAttributesObserver([this] { attributesHaveChanged(); });
@@ -52,11 +51,27 @@ WorkbenchSession::~WorkbenchSession() {
     host_.setAttributesObserver(nullptr);
 }
 
+void WorkbenchSession::hearLogLine(const std::string& line) {
+    const bool begins = line.starts_with(kConnectionBegins);
+    const bool failed = line.starts_with(kConnectionFailed);
+    if (!begins && !failed && !line.starts_with(kConnectionEnded)) return;
+    {
+        MutexLock lock(endMutex_);
+        end_ = begins ? std::nullopt : std::optional(failed ? line.substr(kConnectionFailed.size()) : "");
+    }
+    if (begins && QThread::currentThread() == reading_.thread()) observer_.serverIsBeingSelected();
+}
+
+std::optional<std::string> WorkbenchSession::connectionEnd() const {
+    MutexLock lock(endMutex_);
+    return end_;
+}
+
 bool WorkbenchSession::start(bool setCurrentValuesToDefaults) {
     if (isStarted()) stop();
     hasBuiltAttributes_ = false;
     const bool good = host_.start(setCurrentValuesToDefaults);
-    hasChanged(!good                        ? "The plugin did not start; its log says why."
+    setOutcome(!good                        ? "The plugin did not start; its log says why."
                : setCurrentValuesToDefaults ? "Started with defaults: each connection routes the default inputs."
                                             : "Started; routes are left as they are.");
     return good;
@@ -68,19 +83,21 @@ void WorkbenchSession::stop() {
         const Waiting waiting(*this);
         host_.stop();
     }
-    hasEnded_ = false;
+    {
+        MutexLock lock(endMutex_);
+        end_ = std::nullopt;
+    }
     attributes_.reload(host_.plugin());
-    hasChanged("Stopped.");
+    setOutcome("Stopped.");
 }
 
 void WorkbenchSession::handOver(const DictionaryReference& settings) {
     endReading();
-    hasEnded_ = false;
     {
         const Waiting waiting(*this);
         host_.plugin().setDefaultSettings(settings);
     }
-    hasChanged("The settings were handed to the plugin.");
+    setOutcome("The settings were handed to the plugin.");
 }
 
 void WorkbenchSession::refresh() {
@@ -88,24 +105,22 @@ void WorkbenchSession::refresh() {
 }
 
 void WorkbenchSession::checkConnection() {
-    if (hasEnded_) endReading();
+    if (hasEnded()) endReading();
 }
 
 Situation WorkbenchSession::situation() const {
-    return situationOf(host_.plugin(), {isStarted(), hasBuiltAttributes_, hasEnded_});
+    return situationOf(host_.plugin(), {isStarted(), hasBuiltAttributes_, connectionEnd()});
 }
 
-void WorkbenchSession::hasChanged(const QString& outcome) {
+void WorkbenchSession::setOutcome(const QString& outcome) {
     outcome_ = outcome;
     observer_.sessionHasChanged();
 }
 
 // Inside the plugin's operation, so only look-ups are made here.
 void WorkbenchSession::attributesHaveChanged() {
-    const VelmoraNodePluginProtocol& plugin = host_.plugin();
-    attributes_.reload(plugin);
+    attributes_.reload(host_.plugin());
     hasBuiltAttributes_ = true;
-    if (!valuesLackLabels(plugin)) hasEnded_ = false;  // they were built by asking, or there is a new connection
     const auto count = attributes_.rowCount();
     lastNotice_ = QString("Change notice %1 at %2: %3 attribute%4")
                       .arg(++notices_)
@@ -122,23 +137,28 @@ void WorkbenchSession::setLater(const std::string& name, const std::string& valu
 
 void WorkbenchSession::set(const std::string& name, const std::string& value) {
     const QString what = shownName(name) + " to " + shownName(value);
+    if (hasEnded() || !attributes_.isPossible(name, value)) {
+        setOutcome("Did not set " + what + ": " +
+                   (hasEnded() ? "there is no connection." : "that is no longer one of the possible values."));
+        return;
+    }
     std::optional<std::string> now;
     {
         const Waiting waiting(*this);
         const Reason reason;
         if (host_.plugin().setValueForAttributeWithName(value, name) != 0) {
-            hasChanged("The plugin refused to set " + what + ": " + shownText(reason.text()));
+            setOutcome("The plugin refused to set " + what + ": " + shownText(reason.text()));
             return;
         }
         now = read(name);
     }
     // That the plugin has handed the value on does not mean that the switcher has it.
     if (!now || now->empty()) {
-        hasChanged("Setting " + what + " was handed on, but cannot be read back.");
+        setOutcome("Setting " + what + " was handed on, but cannot be read back.");
     } else if (inputNumber(*now) != inputNumber(value)) {
-        hasChanged("Setting " + what + " was handed on, but the switcher has " + shownName(*now) + ".");
+        setOutcome("Setting " + what + " was handed on, but the switcher has " + shownName(*now) + ".");
     } else {
-        hasChanged("Set " + what + ".");
+        setOutcome("Set " + what + ".");
     }
 }
 
@@ -167,12 +187,12 @@ void WorkbenchSession::readMore() {
     readingTime_ += std::chrono::milliseconds(elapsed.elapsed());
     if (unread_.empty()) {
         observer_.sessionHasChanged();
-    } else if (hasEnded_) {
+    } else if (hasEnded()) {
         endReading();
     } else if (readingTime_ > readingLimit_) {
         const auto left = unread_.size();
         endReading();
-        hasChanged(
+        setOutcome(
             QString("The server answers slowly: %1 of the current values were not read. Refresh Values reads them.")
                 .arg(left));
     } else {
@@ -182,7 +202,7 @@ void WorkbenchSession::readMore() {
 
 std::optional<std::string> WorkbenchSession::read(const std::string& name) {
     const std::string value = host_.plugin().currentValueOfAttributeWithName(name);
-    if (hasEnded_) return std::nullopt;
+    if (hasEnded()) return std::nullopt;
     attributes_.setCurrentValue(name, value);
     return value;
 }

@@ -4,7 +4,6 @@
 
 #include <QTime>
 #include <QTimer>
-#include <atomic>
 #include <chrono>
 #include <deque>
 #include <optional>
@@ -14,6 +13,7 @@
 #include "host/workbench/AttributesModel.h"
 #include "host/workbench/Situation.h"
 #include "platform/foundation/NSLog.h"
+#include "platform/threads/ThreadAnnotations.h"
 
 namespace velmora {
 
@@ -30,6 +30,9 @@ class WorkbenchSession {
         // what is to be seen meanwhile must be painted at once.
         virtual void serverWillBeAwaited() = 0;
         virtual void serverWasAwaited() = 0;
+        // Comes when the plugin turns to a server, for whom it may wait at once; a change notice follows. In the midst
+        // of a log line: nothing may be logged.
+        virtual void serverIsBeingSelected() = 0;
     };
 
     // Neither is owned; both outlive the session. The host has loaded the plugin.
@@ -48,7 +51,8 @@ class WorkbenchSession {
     void refresh();
     // Forgets the current values when the connection has ended; for when the log has grown.
     void checkConnection();
-    // In a moment: a pop-up from which it is called shall be gone from the screen before the server is waited for.
+    // In a moment: a pop-up from which it is called shall be gone from the screen before the server is waited for. What
+    // is no longer possible then is not set.
     void setLater(const std::string& name, const std::string& value);
 
     DictionaryReference settings() const { return host_.plugin().defaultSettings(); }
@@ -60,11 +64,15 @@ class WorkbenchSession {
     QString lastNotice() const { return lastNotice_; }
     // What came of the last thing done.
     QString outcome() const { return outcome_; }
+    void setOutcome(const QString& outcome);
 
   private:
     class Waiting;
 
-    void hasChanged(const QString& outcome);
+    // On any thread.
+    void hearLogLine(const std::string& line);
+    std::optional<std::string> connectionEnd() const;
+    bool hasEnded() const { return connectionEnd().has_value(); }
     void attributesHaveChanged();
     void set(const std::string& name, const std::string& value);
     void beginReading(std::chrono::milliseconds limit, std::chrono::milliseconds delay);
@@ -84,9 +92,9 @@ class WorkbenchSession {
     QString outcome_;
     int notices_ = 0;
     bool hasBuiltAttributes_ = false;  // since the start
-    // The protocol has no word for a connection that ends; the plugin's log line is the one sign of it. Set on any
-    // thread.
-    std::atomic<bool> hasEnded_ = false;
+    // The protocol has no word for a connection that ends; a log line is the one sign of it. As in ConnectionSigns.
+    mutable Mutex endMutex_;
+    std::optional<std::string> end_ GUARDED_BY(endMutex_);
     NSLogObservation observation_;
 };
 

@@ -1,6 +1,7 @@
 #include "host/workbench/WorkbenchWindow.h"
 
 #include <QCloseEvent>
+#include <QCoreApplication>
 #include <QFileDialog>
 #include <QGroupBox>
 #include <QGuiApplication>
@@ -27,6 +28,7 @@ constexpr QSize kUsualSize(1120, 720);
 constexpr int kNarrow = 900;
 constexpr int kLogLines = 2000;
 constexpr std::chrono::milliseconds kDocumentWatch{500};
+constexpr const char* kWaiting = "Waiting for the server\u2026";
 constexpr const char* kFileKinds = "Property lists (*.plist);;All files (*)";
 
 QLabel* newLabel(const char* name) {
@@ -143,9 +145,11 @@ void WorkbenchWindow::addButton(QBoxLayout& row, QPushButton*& button, const cha
 }
 
 QWidget* WorkbenchWindow::makeAttributes() {
-    auto* const table = new AttributesTable(session_.attributes());
-    table->setObjectName("attributesTable");
-    return newPane("Attri&butes", table);
+    attributesTable_ = new AttributesTable(
+        session_.attributes(),
+        [this](const std::string& name, const std::string& value) { session_.setLater(name, value); });
+    attributesTable_->setObjectName("attributesTable");
+    return newPane("Attri&butes", attributesTable_);
 }
 
 QWidget* WorkbenchWindow::makeSettings() {
@@ -177,11 +181,12 @@ void WorkbenchWindow::sessionHasChanged() {
     outcome_->setText(session_.outcome());
     const QString notice = session_.lastNotice();
     notice_->setText(notice.isEmpty() ? "No change notice yet" : notice);
+    if (session_.situation().kind == Situation::Kind::lost) attributesTable_->closeValues();
     showSituation();
 }
 
 void WorkbenchWindow::showSituation() {
-    situation_->setText(awaiting_ > 0 ? "Waiting for the server\u2026" : session_.situation().text);
+    situation_->setText(awaiting_ > 0 ? kWaiting : session_.situation().text);
 }
 
 void WorkbenchWindow::serverWillBeAwaited() {
@@ -195,6 +200,11 @@ void WorkbenchWindow::serverWasAwaited() {
     if (--awaiting_ > 0) return;
     QGuiApplication::restoreOverrideCursor();
     showSituation();
+}
+
+void WorkbenchWindow::serverIsBeingSelected() {
+    situation_->setText(kWaiting);
+    situation_->repaint();
 }
 
 void WorkbenchWindow::showLog(const std::deque<LogFeed::Line>& lines) {
@@ -223,15 +233,29 @@ void WorkbenchWindow::showDocument() {
     setWindowModified(document_.isUnsaved());
 }
 
+// What is being typed counts. What the plugin's view has to say to it, it says now, while there is a window.
+void WorkbenchWindow::endEditing() {
+    if (const QPointer<QWidget> field = focusWidget()) {
+        field->clearFocus();
+        QWidget* const next = field == nullptr || field->isVisible() ? field.data() : field->parentWidget();
+        if (next != nullptr) next->setFocus();
+    }
+    if (settingsView_ != nullptr) QCoreApplication::sendPostedEvents(settingsView_, QEvent::MetaCall);
+}
+
 void WorkbenchWindow::load() {
     const QScopedValueRollback asking(isAsking_, true);
+    endEditing();
     document_.load();
     showDocument();
 }
 
 void WorkbenchWindow::save() {
     const QScopedValueRollback asking(isAsking_, true);
-    document_.save();
+    endEditing();
+    session_.setOutcome(document_.save()
+                            ? "The settings are saved in " + shownName(document_.path()->filename().string()) + '.'
+                            : "The settings were not saved.");
     showDocument();
 }
 
@@ -241,6 +265,7 @@ void WorkbenchWindow::closeEvent(QCloseEvent* event) {
         return;
     }
     const QScopedValueRollback asking(isAsking_, true);
+    endEditing();
     const bool mayClose = document_.mayLetGo();
     if (mayClose) document_.discardChanges();
     event->setAccepted(mayClose);
@@ -260,7 +285,10 @@ SettingsDocument::Unsaved WorkbenchWindow::whatAboutUnsavedSettings() {
 }
 
 bool WorkbenchWindow::mayOverwriteChangedFile(const std::filesystem::path& path) {
-    return ask(this, "The settings file was changed by somebody else. Overwrite it?",
+    std::error_code fault;
+    return ask(this,
+               std::filesystem::exists(path, fault) ? "The settings file was changed by somebody else. Overwrite it?"
+                                                    : "The settings file was deleted. Write it anew?",
                shownText(inQuotes(path.string())), QMessageBox::Yes | QMessageBox::Cancel,
                QMessageBox::Cancel) == QMessageBox::Yes;
 }

@@ -18,6 +18,8 @@ class QSplitter;
 
 namespace velmora {
 
+class AttributesTable;
+
 // Main thread. Closing it asks what becomes of unsaved settings.
 class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer, private SettingsDocument::Person {
   public:
@@ -37,6 +39,7 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     void sessionHasChanged() override;
     void serverWillBeAwaited() override;
     void serverWasAwaited() override;
+    void serverIsBeingSelected() override;
     SettingsDocument::Unsaved whatAboutUnsavedSettings() override;
     bool mayOverwriteChangedFile(const std::filesystem::path& path) override;
     std::optional<std::filesystem::path> fileToLoad() override;
@@ -55,6 +58,7 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     void refresh() { session_.refresh(); }
     void load();
     void save();
+    void endEditing();
     void arrangeForWidth(int width);
     void showLog(const std::deque<LogFeed::Line>& lines);
     void showSituation();
@@ -64,6 +68,7 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     LogFeed logFeed_;
     WorkbenchSession session_;
     SettingsDocument document_;
+    AttributesTable* attributesTable_ = nullptr;
     QPointer<QWidget> settingsView_;
     QLabel* situation_ = nullptr;
     QLabel* outcome_ = nullptr;

@@ -1,4 +1,6 @@
 // The workbench: keys and clicks in its real window, with the plugin's real bundle and the virtual switch server.
+#include <sys/stat.h>
+
 #include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QFile>
@@ -12,6 +14,7 @@
 #include <QTemporaryDir>
 #include <QtTest/QTest>
 
+#include "host/PluginState.h"
 #include "host/workbench/WorkbenchWindow.h"
 #include "platform/foundation/PropertyListXML.h"
 #include "tests/host/Program.h"
@@ -80,9 +83,17 @@ class Workbench : public testing::Test, protected SettingsDocument::Person {
     // Closes the window and answers the question that this leads to.
     bool closes(QMessageBox::StandardButton answer) const {
         QTimer::singleShot(0, window.get(), [answer] {
-            qobject_cast<QMessageBox*>(QApplication::activeModalWidget())->button(answer)->click();
+            auto* const question = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            ASSERT_NE(question, nullptr);
+            question->button(answer)->click();
         });
         return window->close();
+    }
+    QTableView* outputs() const { return window->findChild<QTableView*>("outputsTableView"); }
+    void typeLabel(const char* typed) const {
+        const QModelIndex cell = outputs()->model()->index(0, 0);
+        outputs()->edit(cell);
+        QTest::keyClicks(outputs()->indexWidget(cell), typed);
     }
 
     Unsaved whatAboutUnsavedSettings() override { return unsaved; }
@@ -122,29 +133,18 @@ TEST_F(Workbench, ShowsAndSetsAttributes) {
 
     // An edit in the plugin's own view comes back as a change notice.
     const std::string notice = text("noticeLabel");
-    window->findChild<QTableView*>("outputsTableView")->selectRow(1);
+    outputs()->selectRow(1);
     click("removeSegment");
     EXPECT_EQ(model.rowCount(), 1);
     EXPECT_NE(text("noticeLabel"), notice);
 }
 
 TEST_F(Workbench, SaysWhereTheConnectionStandsAndWhatItWaitsFor) {
-    EXPECT_EQ(text("situationLabel"), "Connected to \"" + name + "\": 2 attributes, 1152 inputs.");
+    const std::string connected = "Connected to \"" + name + "\": 2 attributes, 1152 inputs.";
+    EXPECT_EQ(text("situationLabel"), connected);
     switcher.server = nullptr;  // it stays announced, as after a crash
     ASSERT_TRUE(comesTo(Kind::lost)) << text("situationLabel");
     EXPECT_TRUE(currentComesTo(1, "not read")) << "the plugin would say that it is the first input";
-    switcher.stop();
-    switcher.start();
-    ASSERT_TRUE(comesTo(Kind::connected)) << text("situationLabel");
-    EXPECT_TRUE(currentComesTo(1, "0002 Input 2"));
-
-    click("stopButton");
-    EXPECT_EQ(text("situationLabel"), "The plugin is stopped.");
-    EXPECT_EQ(window->session().attributes().rowCount(), 0);
-    click("startWithDefaultsButton");
-    EXPECT_TRUE(comesTo(Kind::connected)) << text("situationLabel");
-    EXPECT_EQ(switcher.matrix.routedInput(2), 3);
-
     struct Painted final : QObject {
         bool eventFilter(QObject* label, QEvent* event) override {
             if (event->type() == QEvent::Paint) texts << static_cast<QLabel*>(label)->text();
@@ -153,9 +153,82 @@ TEST_F(Workbench, SaysWhereTheConnectionStandsAndWhatItWaitsFor) {
         QStringList texts;
     } painted;
     window->findChild<QLabel*>("situationLabel")->installEventFilter(&painted);
+    switcher.stop();
+    switcher.start();
+    ASSERT_TRUE(comesTo(Kind::connected)) << text("situationLabel");
+    EXPECT_TRUE(currentComesTo(1, "0002 Input 2"));
+    const auto waiting = painted.texts.indexOf("Waiting for the server\u2026");
+    EXPECT_TRUE(waiting >= 0 && waiting < painted.texts.indexOf(QString::fromStdString(connected)))
+        << painted.texts.join('\n').toStdString();
+
+    click("stopButton");
+    EXPECT_EQ(text("situationLabel"), "The plugin is stopped.");
+    EXPECT_EQ(window->session().attributes().rowCount(), 0);
+    click("startWithDefaultsButton");
+    EXPECT_TRUE(comesTo(Kind::connected)) << text("situationLabel");
+    EXPECT_EQ(switcher.matrix.routedInput(2), 3);
+
+    painted.texts.clear();
     click("reconnectButton");
     EXPECT_TRUE(painted.texts.contains("Waiting for the server\u2026"));
     EXPECT_TRUE(comesTo(Kind::connected));
+}
+
+TEST_F(Workbench, CallsNoConnectionAliveThatFailsUnderACommand) {
+    FaultPlan faults;
+    SwitchServer server(switcher.matrix, nullptr, &faults);
+    ASSERT_EQ(server.start("127.0.0.1", 0), std::nullopt);
+    const PublishedService announcement(name + " II", server.port());
+    window->session().handOver(settingsWith(name + " II", {{"Monitor", 0, 0}}));
+    ASSERT_TRUE(switcher.matrix.route(1, 9));
+    for (const auto& [verb, button, words] :
+         {std::tuple{"reset@GET", "refreshButton", " failed: Connection reset by peer."},
+          {"close-before@INPUTLABEL#20", "reconnectButton", " is lost."}}) {
+        SCOPED_TRACE(verb);
+        ASSERT_TRUE(comesTo(Kind::connected)) << text("situationLabel");
+        EXPECT_TRUE(currentComesTo(0, "0009 Input 9"));
+        Fault fault;
+        ASSERT_EQ(parseFault(verb, fault), std::nullopt);
+        faults.set({fault});
+        click(button);
+        ASSERT_TRUE(comesTo(Kind::lost)) << text("situationLabel");
+        EXPECT_TRUE(currentComesTo(0, "not read"));
+        EXPECT_NE(text("situationLabel").find(words), std::string::npos) << text("situationLabel");
+        faults.set({});
+        click("reconnectButton");
+    }
+}
+
+TEST_F(Workbench, OffersAndSetsOnlyWhatIsPossibleNow) {
+    EXPECT_TRUE(canBeSet("9999 A") && !canBeSet("10400 A") && inputNumber("10400 A") != inputNumber("1040 A"));
+    const QWidget* const values = typeValue("11", Qt::Key_Down);
+    // Whatever server comes, the plugin asks for all labels.
+    const std::string notice = text("noticeLabel");
+    const PublishedService other(name + " II", switcher.server->port());
+    EXPECT_TRUE(runMainLoopUntil([&] { return text("noticeLabel") != notice; }) && values->isVisible());
+    MatrixContents labels;
+    labels.inputLabels = {"Renamed"};
+    ASSERT_EQ(switcher.matrix.apply(labels), std::nullopt);
+    const PublishedService another(name + " III", switcher.server->port());
+    EXPECT_TRUE(runMainLoopUntil([&] { return !values->isVisible(); }));
+    window->session().setLater("Velmora Switch Output 2", "0001 Input 1");
+    EXPECT_TRUE(runMainLoopUntil([&] { return text("outcomeLabel").starts_with("Did not set"); }));
+    EXPECT_EQ(switcher.matrix.routedInput(2), 2);
+
+    typeValue("11", Qt::Key_Down);
+    switcher.server = nullptr;
+    EXPECT_TRUE(comesTo(Kind::lost) && runMainLoopUntil([&] { return !values->isVisible(); }));
+}
+
+TEST_F(Workbench, TakesWhatIsBeingTyped) {
+    typeLabel("Typed");
+    window->findChild<QPushButton*>("saveButton")->click();  // as its shortcut does: the field keeps the focus
+    EXPECT_EQ(label("settings.plist"), "Typed");
+    EXPECT_NE(text("outcomeLabel").find("settings.plist"), std::string::npos);
+    typeLabel("Half");
+    write("settings.plist", name, {{"Theirs", 1, 0}});
+    EXPECT_TRUE(closes(QMessageBox::Discard) && host.unload(&error)) << error;
+    EXPECT_EQ(label("settings.plist"), "Theirs");
 }
 
 TEST_F(Workbench, LosesNoSettingsWithoutAWord) {
@@ -170,6 +243,11 @@ TEST_F(Workbench, LosesNoSettingsWithoutAWord) {
     EXPECT_TRUE(document.save() && !document.isUnsaved());
     EXPECT_EQ(label("settings.plist"), "Mine");
     EXPECT_TRUE(document.save() && questions == 2) << "there is nothing to ask about its own writing";
+    SettingsFile fresh(path("fresh.plist").toStdString());
+    ASSERT_TRUE(fresh.read(&error)) << error;
+    fresh.setPluginSettings(window->session().settings());
+    EXPECT_TRUE(SettingsDocument(fresh, window->session(), *this).save());
+    EXPECT_EQ(label("fresh.plist"), "Mine") << "not changed, and not there";
 
     rename("Mine again");
     unsaved = Unsaved::discard;
@@ -196,7 +274,12 @@ TEST_F(Workbench, WritesAPictureAndEndsAsTheHostDoes) {
     write("absent.plist", "Elsewhere", {{"Monitor", 0, 0}});
     EXPECT_EQ(run({"--settings", path("absent.plist"), "--wait", "0.5", "workbench"}), 3);
     EXPECT_FALSE(QImage(picture).isNull()) << "a picture of what there is";
-    EXPECT_EQ(run({"--screenshot", path("no/folder.png"), "workbench"}), 2);
+    ASSERT_EQ(mkfifo(path("pipe").toUtf8(), S_IRUSR | S_IWUSR), 0);
+    for (const char* const unfit : {"no/folder.png", "pipe"}) {
+        EXPECT_EQ(run({"--screenshot", path(unfit), "--settings", path("absent.plist"), "--wait", "600", "workbench"}),
+                  2)
+            << "said before the wait";
+    }
     EXPECT_EQ(run({"settings"}), 2) << "no option of that command";
     qputenv("QT_QPA_PLATFORM", "none");
     EXPECT_EQ(run({"workbench"}), 2) << "no window system";
