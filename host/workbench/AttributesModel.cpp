@@ -21,7 +21,8 @@ constexpr const char* kUnread = "not read";
 
 void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin) {
     std::vector<Row> rows;
-    for (const std::string& name : *plugin.attributeNames()) {
+    const StringList names = plugin.attributeNames();  // the plugin need not keep it
+    for (const std::string& name : *names) {
         const auto same = std::find_if(rows_.begin(), rows_.end(), [&](const Row& row) { return row.name == name; });
         rows.push_back({name, plugin.displayNameOfAttributeWithName(name).value_or(""),
                         plugin.defaultValueOfAttributeWithName(name).value_or(""), possibleValues(plugin, name),
