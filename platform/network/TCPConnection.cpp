@@ -192,7 +192,8 @@ void TCPConnection::descriptorReady(std::uint32_t events) {
     if (wasFull) deliver(Half::output, NSStreamEventHasSpaceAvailable);
     if ((events & (EPOLLRDHUP | EPOLLERR | EPOLLHUP)) != 0) peerHasEnded_ = true;
     if ((events & EPOLLIN) != 0) mayHaveBytes_ = true;
-    // An edge without an end of the stream is bytes; everything else has to be looked at.
+    // An edge without an end of the stream is bytes, or the very moment of an end that is told next; everything else
+    // has to be looked at.
     const bool certain = (events & EPOLLIN) != 0 && !peerHasEnded_;
     if (mayHaveBytes_ || peerHasEnded_) offerBytes(certain ? Unread::some : lookForBytes());
 }

@@ -7,12 +7,15 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <utility>
 
 namespace velmora {
 
 namespace {
+// Sources count from 1.
 constexpr std::uint64_t kWakeUpId = 0;
+constexpr std::uint64_t kAlarmId = std::numeric_limits<std::uint64_t>::max();
 constexpr std::size_t kEventsEachTurn = 16;
 }  // namespace
 
@@ -27,12 +30,15 @@ NSRunLoop::NSRunLoop()
     : poller_(epoll_create1(EPOLL_CLOEXEC)),
       wakeUpDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       alarmDescriptor_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
-    // Edge-triggered, so that nothing need be read back.
+    isUsable_ = watch(wakeUpDescriptor_, kWakeUpId) && watch(alarmDescriptor_, kAlarmId);
+}
+
+// Edge-triggered, so that nothing need be read back.
+bool NSRunLoop::watch(int descriptor, std::uint64_t id) const {
     epoll_event event{};
     event.events = EPOLLIN | EPOLLET;
-    event.data.u64 = kWakeUpId;
-    epoll_ctl(poller_, EPOLL_CTL_ADD, wakeUpDescriptor_, &event);
-    epoll_ctl(poller_, EPOLL_CTL_ADD, alarmDescriptor_, &event);
+    event.data.u64 = id;
+    return epoll_ctl(poller_, EPOLL_CTL_ADD, descriptor, &event) == 0;
 }
 
 NSRunLoop::~NSRunLoop() {
@@ -88,6 +94,10 @@ void NSRunLoop::waitForEvents(Date deadline) {
     for (int i = 0; i < count; ++i) {
         const epoll_event& event = events[static_cast<std::size_t>(i)];
         if (event.data.u64 == kWakeUpId) continue;
+        if (event.data.u64 == kAlarmId) {
+            alarm_ = Date::max();  // has rung; the same moment may be wanted again
+            continue;
+        }
         for (Scheduled& scheduled : sources_) {
             if (scheduled.id == event.data.u64) scheduled.pendingEvents |= event.events;
         }

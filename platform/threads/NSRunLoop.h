@@ -43,8 +43,8 @@ class NSRunLoop : public NSObject {
     // The run loop of the calling thread; null on a thread that is no NSThread.
     static const std::shared_ptr<NSRunLoop>& currentRunLoop();
 
-    // False when the system had no descriptors left for it; it cannot be run then.
-    bool isUsable() const { return poller_ >= 0 && wakeUpDescriptor_ >= 0 && alarmDescriptor_ >= 0; }
+    // False when the system had no descriptors or watches left for it; it cannot be run then.
+    bool isUsable() const { return isUsable_; }
 
     // Serves sources scheduled in the mode, and work, until the deadline. Owner thread only.
     void runModeUntilDate(const char* mode, Date deadline);
@@ -84,11 +84,13 @@ class NSRunLoop : public NSObject {
     bool runHandedWork();
     void waitForEvents(Date deadline);
     void setAlarm(Date moment);
+    bool watch(int descriptor, std::uint64_t id) const;
     // Answers the earliest moment at which a source wants to be called.
     Date serveSources(std::string_view mode, bool ranWork);
     void interruptWait();
     Scheduled* find(const RunLoopSource* source) REQUIRES(mutex_);
 
+    bool isUsable_ = false;
     const int poller_;
     const int wakeUpDescriptor_;
     // Rings at alarm_. Set anew only when another moment is wanted: a time-out of its own would make every wait dearer.

@@ -57,8 +57,7 @@ void DiscoveredService::request(ResolutionRequest request) {
     requests_.push_back(std::move(request));
 }
 
-void DiscoveredService::planNextLook() {
-    const Date now = std::chrono::steady_clock::now();
+void DiscoveredService::planNextLook(Date now) {
     Date next = settled_ && *settled_ > now ? *settled_ : Date::max();
     for (const ResolutionRequest& request : requests_) {
         next = std::min(next, request.deadline);
@@ -88,8 +87,10 @@ DiscoveredService::News DiscoveredService::update() {
         if (!settled_) settled_ = secondsFromNow(kSettlingTime);
     }
     const bool moved = hasMoved();
-    answerRequests();
-    planNextLook();
+    // One moment for both: what has not come yet for the first is still to come for the second.
+    const Date now = std::chrono::steady_clock::now();
+    answerRequests(now);
+    planNextLook(now);
 
     if (isPresent() != announced_) {
         announced_ = isPresent();
@@ -199,9 +200,8 @@ DiscoveredService::Answer DiscoveredService::answerOfAll() const {
     return worst;
 }
 
-void DiscoveredService::answerRequests() {
+void DiscoveredService::answerRequests(Date now) {
     if (requests_.empty()) return;
-    const Date now = std::chrono::steady_clock::now();
     const bool hasSettled = settled_ && *settled_ <= now;
     const Answer answer = answerOfAll();
     // The IPv6 half of an announcement may arrive first and be complete in itself; IPv4 is waited for.

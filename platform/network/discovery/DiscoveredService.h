@@ -72,12 +72,12 @@ class DiscoveredService {
     using Appearance = std::pair<int, int>;  // interface, protocol
     enum class Answer { none, some, full };
 
-    void planNextLook();
+    void planNextLook(Date now);
     void updateQuestions();
     ServiceEndpoint currentEndpoint() const;
     Answer answerOf(const Appearance& appearance) const;
     Answer answerOfAll() const;
-    void answerRequests();
+    void answerRequests(Date now);
     bool hasMoved() const;
 
     const ServiceKey key_;
