@@ -94,7 +94,7 @@ void SettingsView::load(SwitchSettingsViewController& controller, const std::str
     } else if (const char* const missing = view->connectWidgets()) {
         NSLog("No settings view, because %@ has no \"%@\" (Velmora Switch Plugin)", path->string(), missing);
     } else {
-        root.release();
+        static_cast<void>(root.release());  // its own owner from here on
         view->setController(controller);
     }
 }

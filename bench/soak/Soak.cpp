@@ -22,12 +22,12 @@ namespace {
 
 constexpr int kInputs = 64;
 constexpr int kOutputs = 32;
-constexpr TelnetTimeLimits kLimits{0.25, 2.0, 0.25};
+constexpr TelnetTimeLimits kLimits{1.0, 2.0, 0.25};
 constexpr double kConnectTime = 10.0;
 constexpr long kPagesOfChance = 1024;
 
 // Faults of a peer that keeps the protocol: what it answers, or that it does not, belongs to the command in flight.
-constexpr const char* kFair[] = {"delay=5", "delay=400", "silence", "empty", "close-before", "close-after", "reset"};
+constexpr const char* kFair[] = {"delay=5", "delay=1500", "silence", "empty", "close-before", "close-after", "reset"};
 // After these nobody can tell which bytes answer what; the connection is given up.
 constexpr const char* kUnfair[] = {"pieces=3", "double",     "unasked", "not-utf8", "long=2049",   "long=1048576",
                                    "control",  "wrong=WHAT", "huge",    "negative", "close-during"};
