@@ -5,8 +5,8 @@
 #include <QKeyEvent>
 #include <QMenu>
 
+#include "platform/widgets/PopUpCellDelegate.h"
 #include "settings/LabelDelegate.h"
-#include "settings/MenuDelegate.h"
 #include "settings/MenuPopUp.h"
 #include "settings/OutputsTableModel.h"
 #include "settings/SwitchSettingsViewController.h"
@@ -38,7 +38,7 @@ void OutputsTable::attach(SwitchSettingsViewController& controller, MenuPopUp& o
                                    this);
     setModel(model_);
     auto* const labelDelegate = new LabelDelegate(this);
-    auto* const menuDelegate = new MenuDelegate([this](const QModelIndex& index) { openMenu(index); }, this);
+    auto* const menuDelegate = new PopUpCellDelegate([this](const QModelIndex& index) { openMenu(index); }, this);
     for (int column = 0; column < model_->columnCount(); ++column) {
         setItemDelegateForColumn(column, menuOfColumn(column) != nullptr
                                              ? static_cast<QAbstractItemDelegate*>(menuDelegate)

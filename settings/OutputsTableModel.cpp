@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "platform/foundation/Text.h"
-#include "settings/DisplayText.h"
+#include "platform/widgets/DisplayText.h"
 #include "settings/SwitchSettingsViewController.h"
 
 namespace velmora {

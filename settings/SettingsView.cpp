@@ -112,11 +112,12 @@ const char* SettingsView::connectWidgets() {
         return "addSegment and removeSegment";
     connect(refreshButton, &QPushButton::clicked, this,
             [this] { act(&SwitchSettingsViewController::refreshLabelsButtonPushed); });
-    // The last signal of a pick: the window may be destroyed by what it leads to.
-    connect(matrixSwitcherPopUpButton_, &QComboBox::textActivated, this, [this] {
-        outputsTableView_->viewport()->update();  // the first pick fills its cells
-        updateNotice();
-        act(&SwitchSettingsViewController::matrixSwitcherPopUpButtonChanged);
+    // From the event loop: the host may destroy its window at what the pick leads to, and the list, still busy with the
+    // key, does not stand that.
+    connect(matrixSwitcherPopUpButton_, &QComboBox::activated, this, [this] {
+        const std::string title = matrixSwitcherPopUpButton_->titleOfSelectedItem().value_or("");
+        QMetaObject::invokeMethod(
+            this, [this, title] { serverWasPicked(title); }, Qt::QueuedConnection);
     });
     return nullptr;
 }
@@ -167,6 +168,14 @@ class SettingsView::RunningAction {
 void SettingsView::act(void (SwitchSettingsViewController::*action)()) {
     const RunningAction running(*this);
     if (controller_ != nullptr) (controller_->*action)();
+}
+
+// Meanwhile the list may have been filled anew, and without what was picked.
+void SettingsView::serverWasPicked(const std::string& title) {
+    if (!matrixSwitcherPopUpButton_->selectAvailableItemWithTitle(title)) return;
+    outputsTableView_->viewport()->update();  // the first pick fills its cells
+    updateNotice();
+    act(&SwitchSettingsViewController::matrixSwitcherPopUpButtonChanged);
 }
 
 void SettingsView::addOrRemove() {

@@ -44,6 +44,7 @@ class SettingsView final : public QWidget, public AlertPanel {
     void act(void (SwitchSettingsViewController::*action)());
     void addOrRemove();
     void showAlert(const std::string& title, const std::string& message, const std::string& button);
+    void serverWasPicked(const std::string& title);
     void updateNotice();
 
     SwitchSettingsViewController* controller_ = nullptr;  // null before it is set and once it is gone

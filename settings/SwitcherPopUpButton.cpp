@@ -7,7 +7,7 @@
 #include <QWheelEvent>
 #include <algorithm>
 
-#include "settings/DisplayText.h"
+#include "platform/widgets/DisplayText.h"
 
 namespace velmora {
 
@@ -34,9 +34,14 @@ void SwitcherPopUpButton::selectItemAtIndex(std::int64_t index) {
 }
 
 void SwitcherPopUpButton::selectItemWithTitle(const std::string& title) {
+    if (!selectAvailableItemWithTitle(title)) showSelection(-1, displayText(title) + " (not available)");
+}
+
+bool SwitcherPopUpButton::selectAvailableItemWithTitle(const std::string& title) {
     const auto found = std::find(titles_.begin(), titles_.end(), title);
-    showSelection(found != titles_.end() ? static_cast<int>(found - titles_.begin()) : -1,
-                  displayText(title) + " (not available)");
+    if (found == titles_.end()) return false;
+    showSelection(static_cast<int>(found - titles_.begin()), {});
+    return true;
 }
 
 void SwitcherPopUpButton::showSelection(int index, const QString& textWithoutSelection) {

@@ -21,6 +21,8 @@ class SwitcherPopUpButton final : public QComboBox, public PopUpButton {
     void addItemWithTitle(const std::string& title) override;
     void selectItemAtIndex(std::int64_t index) override;
     void selectItemWithTitle(const std::string& title) override;
+    // Changes nothing and returns false if there is no such item.
+    bool selectAvailableItemWithTitle(const std::string& title);
     std::optional<std::string> titleOfSelectedItem() const override;
 
   protected:

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "host/PluginState.h"
-#include "host/workbench/ShownText.h"
+#include "platform/widgets/DisplayText.h"
 
 namespace velmora {
 
@@ -114,9 +114,9 @@ QVariant AttributesModel::data(const QModelIndex& index, int role) const {
     if (!isCell(index)) return {};
     switch (role) {
         case Qt::DisplayRole:
-            return shownText(shown(index));
+            return displayText(shown(index));
         case Qt::ToolTipRole:
-            return shownToolTip(shown(index));
+            return toolTipText(shown(index));
         case Qt::EditRole:
             return QString::fromStdString(text(index));
         case Qt::ForegroundRole:

@@ -1,16 +1,15 @@
 #include "host/workbench/AttributesTable.h"
 
-#include <QApplication>
 #include <QHeaderView>
-#include <QMouseEvent>
-#include <QPainter>
+#include <QKeyEvent>
 #include <QStyledItemDelegate>
-#include <algorithm>
 #include <utility>
 
 #include "host/PluginState.h"
 #include "host/workbench/AttributesModel.h"
-#include "host/workbench/ValuePopUp.h"
+#include "platform/widgets/ChoicePopUp.h"
+#include "platform/widgets/DisplayText.h"
+#include "platform/widgets/PopUpCellDelegate.h"
 
 namespace velmora {
 
@@ -19,61 +18,37 @@ namespace {
 // With less room, in characters, names give way to values.
 constexpr int kWideTable = 80;
 
-// Square, at the end of a pop-up cell.
-QRect arrowRect(const QRect& cell, Qt::LayoutDirection direction) {
-    const int side = cell.height() * 2 / 3;
-    return QStyle::visualRect(direction, cell, QRect(cell.right() - side, cell.top(), side, cell.height()));
-}
-
 // The values whose numbers the plugin can read. They count up, so the others come last.
-StringList settableValues(const StringList& values) {
-    const auto end = std::find_if_not(values->begin(), values->end(), canBeSet);
-    return end == values->end() ? values : makeStringList({values->begin(), end});
+QStringList settableValues(const StringList& values) {
+    QStringList titles;
+    for (const std::string& value : *values) {
+        if (!canBeSet(value)) break;
+        titles << displayText(value);
+    }
+    return titles;
 }
 
-class AttributeDelegate final : public QStyledItemDelegate {
+// Names differ at their ends.
+class NameDelegate final : public QStyledItemDelegate {
   public:
     using QStyledItemDelegate::QStyledItemDelegate;
-
-    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override {
-        if (!(index.flags() & Qt::ItemIsEditable)) {
-            QStyledItemDelegate::paint(painter, option, index);
-            return;
-        }
-        QStyleOptionViewItem text = option;
-        const QRect arrow = arrowRect(option.rect, option.direction);
-        const QStyle* const style = option.widget != nullptr ? option.widget->style() : QApplication::style();
-        style->drawPrimitive(QStyle::PE_PanelItemViewItem, &option, painter, option.widget);
-        text.rect.setWidth(text.rect.width() - arrow.width());
-        text.rect = QStyle::visualRect(option.direction, option.rect, text.rect);
-        QStyledItemDelegate::paint(painter, text, index);
-        QStyleOption mark;
-        mark.rect = arrow;
-        mark.state = QStyle::State_Enabled;
-        mark.palette = option.palette;
-        if (option.state & QStyle::State_Selected) {
-            const auto group = option.state & QStyle::State_Active ? QPalette::Active : QPalette::Inactive;
-            for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
-                mark.palette.setColor(role, option.palette.color(group, QPalette::HighlightedText));
-            }
-        }
-        style->drawPrimitive(QStyle::PE_IndicatorArrowDown, &mark, painter, option.widget);
-    }
 
   protected:
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
         QStyledItemDelegate::initStyleOption(option, index);
-        // Names differ at their ends.
-        if (index.column() == AttributesModel::nameColumn) option->textElideMode = Qt::ElideMiddle;
+        option->textElideMode = Qt::ElideMiddle;
     }
 };
 
 }  // namespace
 
 AttributesTable::AttributesTable(AttributesModel& model, Set set)
-    : attributes_(model), set_(std::move(set)), values_(new ValuePopUp(this)) {
+    : attributes_(model), set_(std::move(set)), values_(new ChoicePopUp(this)) {
     setModel(&model);
-    setItemDelegate(new AttributeDelegate(this));
+    setItemDelegateForColumn(AttributesModel::nameColumn, new NameDelegate(this));
+    setItemDelegateForColumn(AttributesModel::currentColumn,
+                             new PopUpCellDelegate([this](const QModelIndex& cell) { openValues(cell); }, this));
+    values_->setAccessibleName("Possible values");
     setAccessibleName("Attributes");
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setSelectionMode(QAbstractItemView::SingleSelection);
@@ -115,7 +90,9 @@ void AttributesTable::openValues(const QModelIndex& cell) {
     const QRect rect = visualRect(cell);
     values_->popUp({viewport()->mapToGlobal(rect.topLeft()), rect.size()}, settableValues(opened_),
                    attributes_.indexOfCurrentValueAtRow(openedRow_),
-                   [this, name = attributes_.nameAtRow(openedRow_)](const std::string& value) { set_(name, value); });
+                   [this, name = attributes_.nameAtRow(openedRow_), values = opened_](std::size_t chosen) {
+                       set_(name, (*values)[chosen]);
+                   });
 }
 
 void AttributesTable::keyPressEvent(QKeyEvent* event) {
@@ -124,14 +101,6 @@ void AttributesTable::keyPressEvent(QKeyEvent* event) {
     } else {
         QTableView::keyPressEvent(event);
     }
-}
-
-void AttributesTable::mouseReleaseEvent(QMouseEvent* event) {
-    QTableView::mouseReleaseEvent(event);
-    const QModelIndex index = indexAt(event->pos());
-    if (event->button() == Qt::LeftButton && index.column() == AttributesModel::currentColumn &&
-        arrowRect(visualRect(index), layoutDirection()).contains(event->pos()))
-        openValues(index);
 }
 
 void AttributesTable::resizeEvent(QResizeEvent* event) {

@@ -10,7 +10,7 @@
 namespace velmora {
 
 class AttributesModel;
-class ValuePopUp;
+class ChoicePopUp;
 
 // A double click, Enter, F2 or a click on a cell's arrow opens the possible values. They close when there are others.
 class AttributesTable final : public QTableView {
@@ -25,7 +25,6 @@ class AttributesTable final : public QTableView {
   protected:
     bool edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
-    void mouseReleaseEvent(QMouseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
   private:
@@ -34,7 +33,7 @@ class AttributesTable final : public QTableView {
 
     AttributesModel& attributes_;
     const Set set_;
-    ValuePopUp* const values_;
+    ChoicePopUp* const values_;
     // What was possible, and where, when the values were opened.
     StringList opened_;
     int openedRow_ = 0;

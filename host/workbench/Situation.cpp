@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "host/PluginState.h"
-#include "host/workbench/ShownText.h"
+#include "platform/widgets/DisplayText.h"
 
 namespace velmora {
 
@@ -19,7 +19,7 @@ QString foundServers(VelmoraNodePluginProtocol& plugin) {
     if (names.empty()) return "No switch server has been found.";
     QStringList shown;
     for (std::size_t i = 0; i < std::min(names.size(), kNamedServers); ++i) {
-        shown << shownName(names[i]);
+        shown << quotedName(names[i]);
     }
     QString text = "Found: " + shown.join(", ");
     if (names.size() > kNamedServers) text += QString(" and %1 more").arg(names.size() - kNamedServers);
@@ -46,9 +46,9 @@ Situation situationOf(VelmoraNodePluginProtocol& plugin, const ConnectionSigns& 
     using Kind = Situation::Kind;
     if (!signs.isStarted) return {Kind::stopped, "The plugin is stopped."};
     const std::string name = selectedServer(plugin);
-    const QString server = name.empty() ? "the server found first" : shownName(name);
+    const QString server = name.empty() ? "the server found first" : quotedName(name);
     if (signs.end || (signs.hasBuiltAttributes && valuesLackLabels(plugin))) {
-        const QString reason = shownText(signs.end.value_or(""));
+        const QString reason = displayText(signs.end.value_or(""));
         return {Kind::lost, "The connection to " + server + (reason.isEmpty() ? " is lost" : " failed: " + reason) +
                                 ". The plugin connects again when the server announces itself anew; "
                                 "Reconnect tries at once."};

@@ -6,7 +6,7 @@
 
 #include "host/PluginState.h"
 #include "host/Reason.h"
-#include "host/workbench/ShownText.h"
+#include "platform/widgets/DisplayText.h"
 
 namespace velmora {
 
@@ -136,7 +136,7 @@ void WorkbenchSession::setLater(const std::string& name, const std::string& valu
 }
 
 void WorkbenchSession::set(const std::string& name, const std::string& value) {
-    const QString what = shownName(name) + " to " + shownName(value);
+    const QString what = quotedName(name) + " to " + quotedName(value);
     if (hasEnded() || !attributes_.isPossible(name, value)) {
         setOutcome("Did not set " + what + ": " +
                    (hasEnded() ? "there is no connection." : "that is no longer one of the possible values."));
@@ -147,7 +147,7 @@ void WorkbenchSession::set(const std::string& name, const std::string& value) {
         const Waiting waiting(*this);
         const Reason reason;
         if (host_.plugin().setValueForAttributeWithName(value, name) != 0) {
-            setOutcome("The plugin refused to set " + what + ": " + shownText(reason.text()));
+            setOutcome("The plugin refused to set " + what + ": " + displayText(reason.text()));
             return;
         }
         now = read(name);
@@ -156,7 +156,7 @@ void WorkbenchSession::set(const std::string& name, const std::string& value) {
     if (!now || now->empty()) {
         setOutcome("Setting " + what + " was handed on, but cannot be read back.");
     } else if (inputNumber(*now) != inputNumber(value)) {
-        setOutcome("Setting " + what + " was handed on, but the switcher has " + shownName(*now) + ".");
+        setOutcome("Setting " + what + " was handed on, but the switcher has " + quotedName(*now) + ".");
     } else {
         setOutcome("Set " + what + ".");
     }

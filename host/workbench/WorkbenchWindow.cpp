@@ -17,7 +17,7 @@
 
 #include "host/Console.h"
 #include "host/workbench/AttributesTable.h"
-#include "host/workbench/ShownText.h"
+#include "platform/widgets/DisplayText.h"
 
 namespace velmora {
 
@@ -209,7 +209,7 @@ void WorkbenchWindow::serverIsBeingSelected() {
 
 void WorkbenchWindow::showLog(const std::deque<LogFeed::Line>& lines) {
     for (const LogFeed::Line& line : lines) {
-        log_->appendPlainText(line.time.toString("HH:mm:ss ") + shownText(line.text));
+        log_->appendPlainText(line.time.toString("HH:mm:ss ") + displayText(line.text));
     }
     session_.checkConnection();  // a line may have said that it has ended
 }
@@ -228,7 +228,7 @@ void WorkbenchWindow::arrangeForWidth(int width) {
 // The settings as a document.
 
 void WorkbenchWindow::showDocument() {
-    const QString file = document_.path() ? shownText(document_.path()->filename().string()) : "Untitled settings";
+    const QString file = document_.path() ? displayText(document_.path()->filename().string()) : "Untitled settings";
     setWindowTitle(QString(file).replace("[*]", "[*][*]") + "[*] \u2013 Velmora Workbench");
     setWindowModified(document_.isUnsaved());
 }
@@ -254,7 +254,7 @@ void WorkbenchWindow::save() {
     const QScopedValueRollback asking(isAsking_, true);
     endEditing();
     session_.setOutcome(document_.save()
-                            ? "The settings are saved in " + shownName(document_.path()->filename().string()) + '.'
+                            ? "The settings are saved in " + quotedName(document_.path()->filename().string()) + '.'
                             : "The settings were not saved.");
     showDocument();
 }
@@ -289,7 +289,7 @@ bool WorkbenchWindow::mayOverwriteChangedFile(const std::filesystem::path& path)
     return ask(this,
                std::filesystem::exists(path, fault) ? "The settings file was changed by somebody else. Overwrite it?"
                                                     : "The settings file was deleted. Write it anew?",
-               shownText(inQuotes(path.string())), QMessageBox::Yes | QMessageBox::Cancel,
+               displayText(inQuotes(path.string())), QMessageBox::Yes | QMessageBox::Cancel,
                QMessageBox::Cancel) == QMessageBox::Yes;
 }
 
@@ -302,7 +302,7 @@ std::optional<std::filesystem::path> WorkbenchWindow::fileToSave() {
 }
 
 void WorkbenchWindow::hearOfFailure(const std::string& error) {
-    ask(this, "That did not work.", shownText(error), QMessageBox::Ok, QMessageBox::Ok);
+    ask(this, "That did not work.", displayText(error), QMessageBox::Ok, QMessageBox::Ok);
 }
 
 }  // namespace velmora

@@ -8,6 +8,7 @@
 
 #include "platform/foundation/NSNotificationCenter.h"
 #include "platform/foundation/PropertyListXML.h"
+#include "platform/threads/MainThread.h"
 #include "platform/threads/NSThread.h"
 
 namespace velmora {
@@ -109,6 +110,11 @@ TEST(NSBundle, unloadsOnlyWhenNothingOfTheModuleCanRunAnyMore) {
         EXPECT_TRUE(files.isMapped());
 
         object.reset();
+        {
+            const MainThread::ModeScope mode(NSModalPanelRunLoopMode);
+            EXPECT_FALSE(bundle->unload(&error));
+            EXPECT_NE(error.find("panel"), std::string::npos) << error;
+        }
         // The thread sleeps for thirty seconds and then hands work over; neither may outlive the module.
         EXPECT_TRUE(bundle->unload(&error)) << error;
         EXPECT_EQ(NSThread::runningThreads(), 0);

@@ -69,11 +69,16 @@ class Workbench : public testing::Test, protected SettingsDocument::Person {
     bool currentComesTo(int row, const std::string& value) const {
         return runMainLoopUntil([&] { return cell(row, AttributesModel::currentColumn) == value; });
     }
-    // Opens the possible values of the second output and types into them.
+    // Opens the possible values of the second output, by key or by a click on the arrow, and types into them.
     QWidget* typeValue(const char* typed, Qt::Key last) const {
         auto* const table = window->findChild<QTableView*>("attributesTable");
         table->setCurrentIndex(table->model()->index(1, 0));
-        QTest::keyClick(table, Qt::Key_Return);
+        if (last == Qt::Key_Return) {
+            QTest::keyClick(table, Qt::Key_Return);
+        } else {
+            const QRect cell = table->visualRect(table->model()->index(1, AttributesModel::currentColumn));
+            QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, QPoint(cell.right() - 4, cell.center().y()));
+        }
         QWidget* const values = QApplication::activePopupWidget();
         EXPECT_EQ(values->findChild<QListView*>()->model()->rowCount(), 1152);
         QTest::keyClicks(values->findChild<QLineEdit*>(), typed);
@@ -157,9 +162,11 @@ TEST_F(Workbench, SaysWhereTheConnectionStandsAndWhatItWaitsFor) {
     switcher.start();
     ASSERT_TRUE(comesTo(Kind::connected)) << text("situationLabel");
     EXPECT_TRUE(currentComesTo(1, "0002 Input 2"));
-    const auto waiting = painted.texts.indexOf("Waiting for the server\u2026");
-    EXPECT_TRUE(waiting >= 0 && waiting < painted.texts.indexOf(QString::fromStdString(connected)))
-        << painted.texts.join('\n').toStdString();
+    const auto painting = [&](const std::string& text) { return painted.texts.indexOf(QString::fromStdString(text)); };
+    EXPECT_TRUE(runMainLoopUntil([&] { return painting(connected) >= 0; }))
+        << "what is shown is painted a little later";
+    const auto waiting = painting("Waiting for the server\u2026");
+    EXPECT_TRUE(waiting >= 0 && waiting < painting(connected)) << painted.texts.join('\n').toStdString();
 
     click("stopButton");
     EXPECT_EQ(text("situationLabel"), "The plugin is stopped.");

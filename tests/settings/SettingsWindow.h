@@ -117,6 +117,7 @@ class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol
     void pick(const QString& title) {
         chooser->view()->setCurrentIndex(chooser->model()->index(chooser->findText(title), 0));
         QTest::keyClick(chooser->view(), Qt::Key_Return);
+        runMainLoopOnce();
     }
     // Until a cell shows the text.
     bool shows(int row, Column column, const std::string& text) {

@@ -63,6 +63,7 @@ TEST_F(SettingsWindowHarm, thePluginGoesWhileItsViewIsInUse) {
         [&] { onAlert = [&] { release(), destroy(); }, typeLabel(0, "b", Qt::Key_Return); },
         [&] { onNotice = destroy, click(add); },
         [&] { onNotice = release, clickCell(0, label), click(remove); },
+        [&] { onNotice = destroy, openChooser(), pick("Studio"); },
         [&] { beginLabel(0, "x"), release(); },
         [&] { pressOnCell(0, output, Qt::Key_Return), release(); },
         [&] { beginLabel(0, "x"), destroy(); },

@@ -50,6 +50,7 @@ TEST_F(SettingsWindow, addsAndRemovesOutputs) {
     EXPECT_EQ(*plugin->attributeNames(), (Strings{"Velmora Switch Output 1", "Velmora Switch Output 3"}));
     EXPECT_EQ(notices, before + 1);
     EXPECT_FALSE(remove->isEnabled());  // the next entry is not removed by a second click
+    EXPECT_TRUE(add->hasFocus());
     for (int i = 0; i < 7; ++i)
         click(add);
     EXPECT_EQ(takeAlerts(), Strings{kNoOutput});
@@ -128,6 +129,9 @@ TEST_F(SettingsWindow, picksAServerOnlyFromItsList) {
     QWheelEvent wheel(QPointF(5, 5), chooser->mapToGlobal(QPointF(5, 5)), {}, {0, -120}, {}, {}, Qt::NoScrollPhase,
                       false);
     QApplication::sendEvent(chooser, &wheel);
+    chooser->setFocus();
+    for (const Qt::KeyboardModifier command : {Qt::AltModifier, Qt::ControlModifier})
+        QTest::keyClick(chooser, Qt::Key_B, command);
     for (const char* const chosen : {"A & <b>one</b>", "B"}) {  // at last what is chosen already
         openChooser();
         EXPECT_EQ(selectedName(), chosen);
@@ -195,7 +199,6 @@ TEST_F(SettingsWindow, saysThatTheChosenServerIsNotThere) {
     EXPECT_EQ(selectedName(), "Studio");
     EXPECT_FALSE(notice->isVisible());
     EXPECT_EQ(cell(0, label), "One");
-    EXPECT_EQ(cell(0, output), "0001");  // until the server has answered
     ASSERT_TRUE(shows(0, output, "0001 Output 1"));
 }
 

@@ -1,4 +1,4 @@
-#include "settings/MenuDelegate.h"
+#include "platform/widgets/PopUpCellDelegate.h"
 
 #include <QApplication>
 #include <QMouseEvent>
@@ -17,10 +17,10 @@ QRect arrowRect(const QStyleOptionViewItem& option) {
 
 }  // namespace
 
-MenuDelegate::MenuDelegate(std::function<void(const QModelIndex&)> open, QObject* parent)
+PopUpCellDelegate::PopUpCellDelegate(std::function<void(const QModelIndex&)> open, QObject* parent)
     : QStyledItemDelegate(parent), open_(std::move(open)) {}
 
-void MenuDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {
+void PopUpCellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {
     QStyleOptionViewItem cell = option;
     initStyleOption(&cell, index);
     const QStyle* const style = cell.widget != nullptr ? cell.widget->style() : QApplication::style();
@@ -50,11 +50,12 @@ void MenuDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, 
     style->drawPrimitive(QStyle::PE_IndicatorArrowDown, &mark, painter, cell.widget);
 }
 
-bool MenuDelegate::editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
-                               const QModelIndex& index) {
+bool PopUpCellDelegate::editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
+                                    const QModelIndex& index) {
     if (event->type() == QEvent::MouseButtonRelease) {
         const auto* const mouse = static_cast<QMouseEvent*>(event);
-        if (mouse->button() == Qt::LeftButton && arrowRect(option).contains(mouse->position().toPoint())) {
+        if (mouse->button() == Qt::LeftButton && (index.flags() & Qt::ItemIsEditable) &&
+            arrowRect(option).contains(mouse->position().toPoint())) {
             open_(index);
             return true;
         }

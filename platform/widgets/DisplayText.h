@@ -10,19 +10,19 @@
 namespace velmora {
 
 // One line with its control characters made visible.
-inline QString shownText(std::string_view text) {
+inline QString displayText(std::string_view text) {
     return QString::fromStdString(stringByEscapingControlCharacters(text));
 }
 
 // The same for a tool tip, where Qt would take what looks like markup for markup.
-inline QString shownToolTip(std::string_view text) {
-    return text.empty() ? QString() : "<p>" + shownText(text).toHtmlEscaped() + "</p>";
+inline QString toolTipText(std::string_view text) {
+    return text.empty() ? QString() : "<p>" + displayText(text).toHtmlEscaped() + "</p>";
 }
 
 // A name within a sentence: in quotation marks, and not longer than a line has room for.
-inline QString shownName(std::string_view name) {
+inline QString quotedName(std::string_view name) {
     constexpr std::size_t kLongest = 40;  // characters
-    std::u32string characters = shownText(name).toStdU32String();
+    std::u32string characters = displayText(name).toStdU32String();
     if (characters.size() > kLongest) characters.replace(kLongest - 1, std::u32string::npos, U"\u2026");
     return '"' + QString::fromStdU32String(characters) + '"';
 }

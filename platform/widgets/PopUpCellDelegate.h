@@ -1,4 +1,4 @@
-// The look of the pop-up cells: their text and an arrow, which opens the cell's menu when it is clicked.
+// The look of pop-up cells: their text and an arrow. Cells that cannot be edited have no arrow.
 #pragma once
 
 #include <QStyledItemDelegate>
@@ -6,9 +6,10 @@
 
 namespace velmora {
 
-class MenuDelegate final : public QStyledItemDelegate {
+class PopUpCellDelegate final : public QStyledItemDelegate {
   public:
-    MenuDelegate(std::function<void(const QModelIndex&)> open, QObject* parent);
+    // `open` is called with the cell whose arrow was clicked.
+    PopUpCellDelegate(std::function<void(const QModelIndex&)> open, QObject* parent);
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
 
