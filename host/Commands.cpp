@@ -8,7 +8,6 @@
 #include <algorithm>
 
 #include "host/Console.h"
-#include "host/Interruption.h"
 #include "host/Json.h"
 #include "host/PluginState.h"
 #include "host/Reason.h"
@@ -16,6 +15,7 @@
 #include "host/Waiting.h"
 #include "platform/foundation/PropertyListXML.h"
 #include "platform/foundation/Text.h"
+#include "platform/threads/Interruption.h"
 
 namespace velmora {
 
@@ -103,10 +103,10 @@ ExitCode Commands::attributes() {
     QJsonArray records;
     TextTable table({"NAME", "DISPLAY NAME", "DIRECTION", "TYPE", "DEFAULT", "CURRENT", "POSSIBLE"});
     const StringList names = plugin.attributeNames();
+    bool isWhole = true;
     for (const std::string& name : *names) {
-        const Reason reason;
-        const std::string current = plugin.currentValueOfAttributeWithName(name);
-        if (current.empty()) complain("there is no current value of " + inQuotes(name) + ": " + reason.text());
+        const auto current = currentValue(name);
+        isWhole = isWhole && current;
         const auto displayName = plugin.displayNameOfAttributeWithName(name);
         const auto direction = plugin.directionOfAttributeWithName(name);
         const auto type = plugin.typeOfAttributeWithName(name);
@@ -122,7 +122,7 @@ ExitCode Commands::attributes() {
                                        {"possible", jsonValue(*values)}});
         } else {
             table.addRow({name, displayName.value_or(""), direction.value_or(""), type.value_or(""),
-                          defaultValue.value_or(""), current, std::to_string(values->size())});
+                          defaultValue.value_or(""), current.value_or(""), std::to_string(values->size())});
         }
     }
     if (options_.json) {
@@ -132,7 +132,7 @@ ExitCode Commands::attributes() {
     } else {
         printText(table.text());
     }
-    return ExitCode::done;
+    return isWhole ? ExitCode::done : ExitCode::refused;
 }
 
 ExitCode Commands::possible(const std::string& name) {
@@ -150,16 +150,12 @@ ExitCode Commands::possible(const std::string& name) {
 
 ExitCode Commands::get(const std::string& name) {
     if (const ExitCode code = waitForAttribute(name); code != ExitCode::done) return code;
-    const Reason reason;
-    const std::string current = host_.plugin().currentValueOfAttributeWithName(name);
-    if (current.empty()) {
-        complain("the plugin refused to read " + inQuotes(name) + ": " + reason.text());
-        return ExitCode::refused;
-    }
+    const auto current = currentValue(name);
+    if (!current) return ExitCode::refused;
     if (options_.json) {
         printJson({{"name", jsonValue(name)}, {"current", jsonValue(current)}});
     } else {
-        printLine(stringByEscapingControlCharacters(current));
+        printLine(stringByEscapingControlCharacters(*current));
     }
     return ExitCode::done;
 }
@@ -173,18 +169,29 @@ ExitCode Commands::set(const std::string& name, const std::string& value) {
         return ExitCode::refused;
     }
     // The plugin has handed the value to the switcher; whether that carried it out, only reading it back tells.
-    const std::string current = host_.plugin().currentValueOfAttributeWithName(name);
+    const auto current = currentValue(name);
     if (options_.json) {
         printJson({{"name", jsonValue(name)}, {"value", jsonValue(value)}, {"current", jsonValue(current)}});
-    } else if (!current.empty()) {
-        printLine(stringByEscapingControlCharacters(current));
+    } else if (current) {
+        printLine(stringByEscapingControlCharacters(*current));
     }
-    if (current.empty()) {
-        complain("the value was handed to the switcher, but cannot be read back: " + reason.text());
-    } else if (inputNumber(current) != inputNumber(value)) {
-        complain("the value was handed to the switcher, which now has another: " + inQuotes(current));
+    if (current && inputNumber(*current) == inputNumber(value)) return ExitCode::done;
+    complain("the value was handed to the switcher" +
+             (current ? ", which now has another: " + inQuotes(*current) : "; whether it has it, is not known"));
+    return ExitCode::refused;
+}
+
+std::optional<std::string> Commands::currentValue(const std::string& name) const {
+    const Reason reason;
+    std::string current = host_.plugin().currentValueOfAttributeWithName(name);
+    if (const auto end = connection_.end()) {
+        complain("there is no current value of " + inQuotes(name) + ": the connection " +
+                 (end->empty() ? "has ended, or the server did not answer in time" : "failed: " + *end));
+        return std::nullopt;
     }
-    return ExitCode::done;
+    if (!current.empty()) return current;
+    complain("the plugin refused to read " + inQuotes(name) + ": " + reason.text());
+    return std::nullopt;
 }
 
 ExitCode Commands::settings() {

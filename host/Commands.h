@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "host/ConnectionWatch.h"
 #include "host/ExitCode.h"
 #include "host/Options.h"
 #include "host/PluginHost.h"
@@ -35,10 +36,13 @@ class Commands {
     void complainOfMissingAttributes(const std::string& server) const;
     // The same, and whether the plugin has an attribute of that name.
     ExitCode waitForAttribute(const std::string& name);
+    // Of an attribute; none, said why, when the plugin refuses to read it or nobody answered.
+    std::optional<std::string> currentValue(const std::string& name) const;
     void printChangeNotice() const;
 
     PluginHost& host_;
     const Options& options_;
+    ConnectionWatch connection_;
 };
 
 }  // namespace velmora

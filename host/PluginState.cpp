@@ -8,6 +8,12 @@ namespace {
 
 // What the plugin reads of a value.
 constexpr std::size_t kValueDigits = 4;
+// What it puts where a label is missing.
+constexpr std::string_view kNoLabel = " (null)";
+
+bool lacksLabel(const std::string& value) {
+    return value.ends_with(kNoLabel);
+}
 
 // Null when there is none.
 ArrayReference listInSettings(VelmoraNodePluginProtocol& plugin, std::string_view key) {
@@ -28,6 +34,21 @@ bool attributesAreComplete(const VelmoraNodePluginProtocol& plugin) {
     return !names->empty() && std::none_of(names->begin(), names->end(), [&](const std::string& name) {
         return possibleValues(plugin, name)->empty();
     });
+}
+
+bool allValuesHaveLabels(const VelmoraNodePluginProtocol& plugin) {
+    const StringList names = plugin.attributeNames();
+    return attributesAreComplete(plugin) && std::all_of(names->begin(), names->end(), [&](const std::string& name) {
+               const StringList values = possibleValues(plugin, name);
+               return std::none_of(values->begin(), values->end(), lacksLabel);
+           });
+}
+
+bool noValueHasLabel(const VelmoraNodePluginProtocol& plugin) {
+    const StringList names = plugin.attributeNames();
+    if (names->empty()) return false;
+    const StringList values = possibleValues(plugin, names->front());
+    return !values->empty() && std::all_of(values->begin(), values->end(), lacksLabel);
 }
 
 std::string selectedServer(VelmoraNodePluginProtocol& plugin) {

@@ -32,11 +32,6 @@ std::int64_t fromZero(std::int64_t number) {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(number) - 1U);
 }
 
-std::int64_t integerForKey(const DictionaryReference& entry, std::string_view key) {
-    const PropertyList* value = valueForKey(entry, key);
-    return value != nullptr ? value->integerValue() : 0;
-}
-
 std::string valueText(TCPMatrixSwitcher& switcher, std::int64_t input) {
     auto text =
         stringWithFormat(kValueFormat, fromOne(input), switcher.inputLabelAtIndex(static_cast<std::int32_t>(input)));

@@ -1,23 +1,25 @@
-# For other scripts: virtual switch servers on the loopback interface, and settings that name them. Whatever was started is
-# ended by its process id when the script ends. Sets $folder, a scratch folder that goes with the script.
+# For other scripts: virtual switch servers on the loopback interface, and settings that name them. Whatever still runs in
+# the background when the script ends is ended by its process id, what was started last first. Sets $folder, a scratch
+# folder that goes with the script.
 # shellcheck shell=bash
 
 patience=20 # seconds for any one step
 folder=$(mktemp -d)
-pids=()
 
 clean_up() {
     local status=$? pid
     trap - EXIT
     set +e
-    for pid in "${pids[@]}"; do
-        kill "$pid" 2>/dev/null # it may have ended by itself
+    # Only what still runs: the process id of what has ended may be another process's by now.
+    for pid in $(jobs -pr | tac); do
+        kill "$pid"
         wait "$pid"
     done
     rm -rf "$folder"
     exit "$status"
 }
 trap clean_up EXIT
+trap 'exit 129' HUP
 trap 'exit 130' INT
 trap 'exit 143' TERM
 
@@ -26,7 +28,8 @@ fail() {
     exit 1
 }
 
-# start_switch_server BIN NAME INPUTS OUTPUTS: returns once the server is announced.
+# start_switch_server BIN NAME INPUTS OUTPUTS: returns once the server is announced, with its process id in $!, its
+# arguments in $server_arguments and the lines that it has said in $server_said.
 start_switch_server() {
     local bin=$1 name=$2 line lines
     cat >"$folder/labels.json" <<'JSON'
@@ -35,13 +38,15 @@ start_switch_server() {
     "outputs": ["Programme", "Preview", "Studio monitor", "Recorder"]
 }
 JSON
-    local output=$folder/server-output-${#pids[@]}
-    mkfifo "$output"
-    "$bin/velmora-switch-server" --name "$name" --inputs "$3" --outputs "$4" --labels "$folder/labels.json" \
-        --address 127.0.0.1 --interface lo >"$output" &
-    pids+=($!)
-    exec {lines}<"$output" # stays open: the server may have more to say
+    server_arguments=(--name "$name" --inputs "$3" --outputs "$4" --labels "$folder/labels.json"
+        --address 127.0.0.1 --interface lo)
+    server_said=()
+    mkfifo "$folder/server-output"
+    "$bin/velmora-switch-server" "${server_arguments[@]}" >"$folder/server-output" &
+    exec {lines}<"$folder/server-output" # stays open: the server may have more to say
+    rm "$folder/server-output"
     while IFS= read -r -t "$patience" line <&"$lines"; do
+        server_said+=("$line")
         [[ $line != "announced as \"$name\"" ]] || return 0
     done
     fail "the switch server was not announced as \"$name\""

@@ -90,7 +90,7 @@ constexpr FaultVerb verbs[] = {
          text.insert(text.size() / 2, "\x07");
          setBody(delivery, "\x1B\t" + text + "\x7F\xC2\x85");
      }},
-    {"wrong", "TEXT", "WHAT DO YOU MEAN?", 0, "The reply is this text instead.", Level::reply,
+    {"wrong", "TEXT", "WHAT DO YOU MEAN?", 0, "The reply is this text instead; it has neither @ nor #.", Level::reply,
      [](Delivery& delivery, const Fault& fault) { setBody(delivery, fault.text); }},
     {"huge", "", "", 0, "Each number in the reply is too large for 64 bits.", Level::reply,
      [](Delivery& delivery, const Fault&) {

@@ -13,13 +13,13 @@
 
 #include "platform/foundation/Text.h"
 #include "platform/network/NSNetServiceBrowser.h"
+#include "platform/threads/Interruption.h"
 #include "server/Announcement.h"
 #include "server/MatrixFile.h"
 #include "server/OutputQueue.h"
 #include "server/ServerOptions.h"
 #include "server/StateKeeper.h"
 #include "server/SwitchServer.h"
-#include "server/TerminationSignals.h"
 
 namespace velmora {
 
@@ -84,7 +84,7 @@ int runSwitchServer(const QStringList& arguments) {
         return parsed.exitCode;
     }
     const ServerOptions& options = *parsed.options;
-    const TerminationSignals termination([] { QCoreApplication::quit(); });
+    const Interruption interruption([] { QCoreApplication::quit(); });
     std::signal(SIGPIPE, SIG_IGN);  // a reader of our output that leaves does not end the server
     raiseDescriptorLimit();
 

@@ -24,11 +24,6 @@ constexpr std::int64_t kHandedOutNumbers = 8;
 constexpr std::int64_t kAddSegment = 0;
 constexpr std::int64_t kRemoveSegment = 1;
 
-std::int64_t integerForKey(const DictionaryReference& entry, std::string_view key) {
-    const PropertyList* value = valueForKey(entry, key);
-    return value != nullptr ? value->integerValue() : 0;
-}
-
 // Below 0, 0 or above 0. What is neither text nor number counts as 0; numbers come before texts.
 int compareValues(const PropertyList* left, const PropertyList* right) {
     const auto text = [](const PropertyList* value) { return value != nullptr ? value->text() : std::nullopt; };

@@ -125,6 +125,7 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     bool isCurrentStream(const std::shared_ptr<NSStream>& stream) const;
     std::shared_ptr<NSOutputStream> outputStream() const;
     void enqueue(const std::shared_ptr<SwitchTelnetCommand>& command);
+    std::shared_ptr<SwitchTelnetCommand> takeNextCommand() REQUIRES(stateMutex_);
     void giveSignalBack();
     void releaseWaitingClients(const std::shared_ptr<NSThread>& thread);
     void tellDelegate(void (SwitchTelnetControllerDelegate::*callback)(SwitchTelnetController&));

@@ -148,6 +148,10 @@ void SwitchTelnetController::enqueue(const std::shared_ptr<SwitchTelnetCommand>&
 
 std::shared_ptr<SwitchTelnetCommand> SwitchTelnetController::nextCommand() {
     MutexLock lock(stateMutex_);
+    return takeNextCommand();
+}
+
+std::shared_ptr<SwitchTelnetCommand> SwitchTelnetController::takeNextCommand() {
     if (telnetCommands_.empty()) return nullptr;
     auto command = std::move(telnetCommands_.front());
     telnetCommands_.erase(telnetCommands_.begin());
@@ -160,8 +164,7 @@ void SwitchTelnetController::sendNextCommand() {
     {
         MutexLock lock(stateMutex_);
         if (closing_ || currentTelnetCommand_ != nullptr || telnetCommands_.empty()) return;
-        currentTelnetCommand_ = std::move(telnetCommands_.front());
-        telnetCommands_.erase(telnetCommands_.begin());
+        currentTelnetCommand_ = takeNextCommand();
         line = stringWithFormat(kLineFormat, currentTelnetCommand_->command());
         loop = runLoop_;
     }

@@ -11,8 +11,6 @@ namespace velmora {
 namespace {
 
 constexpr std::size_t kNamedServers = 4;
-// What the plugin puts where a label is missing.
-constexpr std::string_view kNoLabel = " (null)";
 
 QString foundServers(VelmoraNodePluginProtocol& plugin) {
     const auto names = availableServers(plugin);
@@ -26,16 +24,6 @@ QString foundServers(VelmoraNodePluginProtocol& plugin) {
     return text + ".";
 }
 
-// Whether the attributes were built without the switcher's answers: a lost connection leaves every value without its
-// label.
-bool valuesLackLabels(const VelmoraNodePluginProtocol& plugin) {
-    const StringList names = plugin.attributeNames();
-    if (names->empty()) return false;
-    const StringList values = possibleValues(plugin, names->front());
-    return !values->empty() && std::all_of(values->begin(), values->end(),
-                                           [](const std::string& value) { return value.ends_with(kNoLabel); });
-}
-
 QString counted(std::size_t count, const char* what) {
     return QString("%1 %2%3").arg(count).arg(what, count == 1 ? "" : "s");
 }
@@ -47,7 +35,7 @@ Situation situationOf(VelmoraNodePluginProtocol& plugin, const ConnectionSigns& 
     if (!signs.isStarted) return {Kind::stopped, "The plugin is stopped."};
     const std::string name = selectedServer(plugin);
     const QString server = name.empty() ? "the server found first" : quotedName(name);
-    if (signs.end || (signs.hasBuiltAttributes && valuesLackLabels(plugin))) {
+    if (signs.end || (signs.hasBuiltAttributes && noValueHasLabel(plugin))) {
         const QString reason = displayText(signs.end.value_or(""));
         return {Kind::lost, "The connection to " + server + (reason.isEmpty() ? " is lost" : " failed: " + reason) +
                                 ". The plugin connects again when the server announces itself anew; "

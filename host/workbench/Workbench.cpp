@@ -8,10 +8,10 @@
 #include <system_error>
 
 #include "host/Console.h"
-#include "host/Interruption.h"
 #include "host/PluginState.h"
 #include "host/Waiting.h"
 #include "host/workbench/WorkbenchWindow.h"
+#include "platform/threads/Interruption.h"
 
 namespace velmora {
 

@@ -1,7 +1,6 @@
 #include "host/workbench/WorkbenchSession.h"
 
 #include <QElapsedTimer>
-#include <QThread>
 #include <utility>
 
 #include "host/PluginState.h"
@@ -21,11 +20,6 @@ constexpr std::chrono::milliseconds kNoticesTogether{100};
 constexpr std::chrono::milliseconds kPopUpGone{30};
 // After so long the event loop has its turn.
 constexpr std::chrono::milliseconds kReadingAtATime{50};
-// How the log lines begin that tell of a connection: that the server has ended it, or did not answer in time; that it
-// failed, and why; and that a new one begins.
-constexpr std::string_view kConnectionEnded = "NSStreamEventEndEncountered";
-constexpr std::string_view kConnectionFailed = "Connection failed: ";
-constexpr std::string_view kConnectionBegins = "Selecting matrix switcher";
 
 }  // namespace
 
@@ -41,7 +35,7 @@ class WorkbenchSession::Waiting {
 };
 
 WorkbenchSession::WorkbenchSession(PluginHost& host, Observer& observer)
-    : host_(host), observer_(observer), observation_([this](const std::string& line) { hearLogLine(line); }) {
+    : host_(host), observer_(observer), connection_([&observer] { observer.serverIsBeingSelected(); }) {
     reading_.setSingleShot(true);
     QObject::connect(&reading_, &QTimer::timeout, &reading_, [this] { readMore(); });
     host_.setAttributesObserver([this] { attributesHaveChanged(); });
@@ -49,22 +43,6 @@ WorkbenchSession::WorkbenchSession(PluginHost& host, Observer& observer)
 
 WorkbenchSession::~WorkbenchSession() {
     host_.setAttributesObserver(nullptr);
-}
-
-void WorkbenchSession::hearLogLine(const std::string& line) {
-    const bool begins = line.starts_with(kConnectionBegins);
-    const bool failed = line.starts_with(kConnectionFailed);
-    if (!begins && !failed && !line.starts_with(kConnectionEnded)) return;
-    {
-        MutexLock lock(endMutex_);
-        end_ = begins ? std::nullopt : std::optional(failed ? line.substr(kConnectionFailed.size()) : "");
-    }
-    if (begins && QThread::currentThread() == reading_.thread()) observer_.serverIsBeingSelected();
-}
-
-std::optional<std::string> WorkbenchSession::connectionEnd() const {
-    MutexLock lock(endMutex_);
-    return end_;
 }
 
 bool WorkbenchSession::start(bool setCurrentValuesToDefaults) {
@@ -83,10 +61,7 @@ void WorkbenchSession::stop() {
         const Waiting waiting(*this);
         host_.stop();
     }
-    {
-        MutexLock lock(endMutex_);
-        end_ = std::nullopt;
-    }
+    connection_.forgetEnd();
     attributes_.reload(host_.plugin());
     setOutcome("Stopped.");
 }
@@ -105,11 +80,11 @@ void WorkbenchSession::refresh() {
 }
 
 void WorkbenchSession::checkConnection() {
-    if (hasEnded()) endReading();
+    if (connection_.hasEnded()) endReading();
 }
 
 Situation WorkbenchSession::situation() const {
-    return situationOf(host_.plugin(), {isStarted(), hasBuiltAttributes_, connectionEnd()});
+    return situationOf(host_.plugin(), {isStarted(), hasBuiltAttributes_, connection_.end()});
 }
 
 void WorkbenchSession::setOutcome(const QString& outcome) {
@@ -121,6 +96,8 @@ void WorkbenchSession::setOutcome(const QString& outcome) {
 void WorkbenchSession::attributesHaveChanged() {
     attributes_.reload(host_.plugin());
     hasBuiltAttributes_ = true;
+    // All questions were answered just now: a line of the end was a late one, of the connection before.
+    if (allValuesHaveLabels(host_.plugin())) connection_.forgetEnd();
     const auto count = attributes_.rowCount();
     lastNotice_ = QString("Change notice %1 at %2: %3 attribute%4")
                       .arg(++notices_)
@@ -137,9 +114,10 @@ void WorkbenchSession::setLater(const std::string& name, const std::string& valu
 
 void WorkbenchSession::set(const std::string& name, const std::string& value) {
     const QString what = quotedName(name) + " to " + quotedName(value);
-    if (hasEnded() || !attributes_.isPossible(name, value)) {
-        setOutcome("Did not set " + what + ": " +
-                   (hasEnded() ? "there is no connection." : "that is no longer one of the possible values."));
+    if (connection_.hasEnded() || !attributes_.isPossible(name, value)) {
+        setOutcome(
+            "Did not set " + what + ": " +
+            (connection_.hasEnded() ? "there is no connection." : "that is no longer one of the possible values."));
         return;
     }
     std::optional<std::string> now;
@@ -187,7 +165,7 @@ void WorkbenchSession::readMore() {
     readingTime_ += std::chrono::milliseconds(elapsed.elapsed());
     if (unread_.empty()) {
         observer_.sessionHasChanged();
-    } else if (hasEnded()) {
+    } else if (connection_.hasEnded()) {
         endReading();
     } else if (readingTime_ > readingLimit_) {
         const auto left = unread_.size();
@@ -202,7 +180,7 @@ void WorkbenchSession::readMore() {
 
 std::optional<std::string> WorkbenchSession::read(const std::string& name) {
     const std::string value = host_.plugin().currentValueOfAttributeWithName(name);
-    if (hasEnded()) return std::nullopt;
+    if (connection_.hasEnded()) return std::nullopt;
     attributes_.setCurrentValue(name, value);
     return value;
 }

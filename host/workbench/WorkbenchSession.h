@@ -9,11 +9,10 @@
 #include <optional>
 #include <string>
 
+#include "host/ConnectionWatch.h"
 #include "host/PluginHost.h"
 #include "host/workbench/AttributesModel.h"
 #include "host/workbench/Situation.h"
-#include "platform/foundation/NSLog.h"
-#include "platform/threads/ThreadAnnotations.h"
 
 namespace velmora {
 
@@ -69,10 +68,6 @@ class WorkbenchSession {
   private:
     class Waiting;
 
-    // On any thread.
-    void hearLogLine(const std::string& line);
-    std::optional<std::string> connectionEnd() const;
-    bool hasEnded() const { return connectionEnd().has_value(); }
     void attributesHaveChanged();
     void set(const std::string& name, const std::string& value);
     void beginReading(std::chrono::milliseconds limit, std::chrono::milliseconds delay);
@@ -92,10 +87,7 @@ class WorkbenchSession {
     QString outcome_;
     int notices_ = 0;
     bool hasBuiltAttributes_ = false;  // since the start
-    // The protocol has no word for a connection that ends; a log line is the one sign of it. As in ConnectionSigns.
-    mutable Mutex endMutex_;
-    std::optional<std::string> end_ GUARDED_BY(endMutex_);
-    NSLogObservation observation_;
+    ConnectionWatch connection_;
 };
 
 }  // namespace velmora

@@ -52,10 +52,10 @@ class NSBundle : public NSObject {
     // A new object of the principal class; null and an `error` when the module is not loaded or makes none.
     std::shared_ptr<NSObject> makePrincipalObject(std::string* error = nullptr);
 
-    // Unmaps the module. Refused (false and an `error`) while an object that it made is alive or a modal panel is open,
-    // whose code below may be the module's. Threads that are winding
-    // down are ended first, then the event loop is served until the work that waits for the main thread has been run;
-    // when that takes more than a few seconds the module stays mapped and the call is refused.
+    // Unmaps the module. Refused (false and an `error`) while an object that it made is alive, and while a modal panel
+    // is open: what waits for its end may be code of the module. Threads that are winding down are ended first, then
+    // the event loop is served until the work that waits for the main thread has been run; when that takes more than a
+    // few seconds the module stays mapped and the call is refused.
     bool unload(std::string* error = nullptr);
 
   private:

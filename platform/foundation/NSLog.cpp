@@ -1,5 +1,9 @@
 #include "platform/foundation/NSLog.h"
 
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -19,6 +23,7 @@ constexpr std::size_t kSystemLogByteLimit = 8 * 1024;
 struct Log {
     Mutex mutex;
     bool mirrored GUARDED_BY(mutex) = false;
+    bool isCutShort GUARDED_BY(mutex) = false;  // the last line on standard error
     std::vector<std::shared_ptr<NSLogObservation::Observer>> observers GUARDED_BY(mutex);
 };
 
@@ -28,17 +33,36 @@ Log& theLog() {
     return *instance;
 }
 
-// In one piece where the system lets us, so that lines of several processes do not mix. A log that cannot be written is
-// no reason to fail.
-void writeToStandardError(std::string line) {
-    line += '\n';
-    std::string_view rest = line;
-    while (!rest.empty()) {
-        const ssize_t written = write(STDERR_FILENO, rest.data(), rest.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return;
-        rest.remove_prefix(static_cast<std::size_t>(written));
+// Bytes that standard error takes at once, -1 for none: a terminal that was stopped, or a reader that sleeps, holds
+// nobody up who logs.
+ssize_t writeAtOnce(std::string_view bytes) {
+    const ssize_t sent = send(STDERR_FILENO, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (sent >= 0 || errno != ENOTSOCK) return sent;
+    struct stat status {};
+    if (fstat(STDERR_FILENO, &status) != 0) return -1;
+    if (S_ISREG(status.st_mode)) return write(STDERR_FILENO, bytes.data(), bytes.size());
+    // Opened anew, because whether a write may wait would otherwise be changed for everybody who has the descriptor.
+    const int descriptor = open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (descriptor < 0) {
+        // Nobody reads, or the terminal is another user's: then as good as can be done with what we were given.
+        pollfd space{STDERR_FILENO, POLLOUT, 0};
+        if (errno == ENXIO || poll(&space, 1, 0) != 1 || (space.revents & POLLOUT) == 0) return -1;
+        return write(STDERR_FILENO, bytes.data(), bytes.size());
     }
+    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+    close(descriptor);
+    return written;
+}
+
+// In one piece where the system lets us, so that lines of several processes do not mix. What cannot be written is no
+// reason to fail; the line that was cut short is ended before the next one.
+void writeToStandardError(const std::string& line, bool& isCutShort) {
+    const std::string text = (isCutShort ? "\n" : "") + line + '\n';
+    ssize_t written = -1;
+    do {
+        written = writeAtOnce(text);
+    } while (written < 0 && errno == EINTR);
+    if (written > 0) isCutShort = static_cast<std::size_t>(written) < text.size();
 }
 
 }  // namespace
@@ -49,7 +73,7 @@ void NSLogLine(std::string_view line) {
 
     Log& log = theLog();
     MutexLock lock(log.mutex);
-    if (log.mirrored || isatty(STDERR_FILENO) != 0) writeToStandardError(shown);
+    if (log.mirrored || isatty(STDERR_FILENO) != 0) writeToStandardError(shown, log.isCutShort);
     for (const auto& observer : log.observers) {
         (*observer)(shown);
     }

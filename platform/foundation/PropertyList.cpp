@@ -86,6 +86,11 @@ std::optional<std::string> textForKey(const DictionaryReference& dictionary, std
     return value != nullptr ? value->text() : std::nullopt;
 }
 
+std::int64_t integerForKey(const DictionaryReference& dictionary, std::string_view key) {
+    const PropertyList* value = valueForKey(dictionary, key);
+    return value != nullptr ? value->integerValue() : 0;
+}
+
 std::int32_t intForKey(const DictionaryReference& dictionary, std::string_view key) {
     const PropertyList* value = valueForKey(dictionary, key);
     return value != nullptr ? value->intValue() : 0;

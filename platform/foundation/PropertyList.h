@@ -65,7 +65,8 @@ DictionaryReference makeDictionary();
 const PropertyList* valueForKey(const DictionaryReference& dictionary, std::string_view key);
 // The text under a key; none when it is absent or no text.
 std::optional<std::string> textForKey(const DictionaryReference& dictionary, std::string_view key);
-// The integer under a key (32 bits); 0 when it is absent.
+// The integer under a key, and its lowest 32 bits; 0 when it is absent.
+std::int64_t integerForKey(const DictionaryReference& dictionary, std::string_view key);
 std::int32_t intForKey(const DictionaryReference& dictionary, std::string_view key);
 
 // A new dictionary with the same entries; the values themselves are shared. Null gives an empty dictionary.

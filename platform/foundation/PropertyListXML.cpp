@@ -1,9 +1,6 @@
 #include "platform/foundation/PropertyListXML.h"
 
-#include <fcntl.h>
 #include <plist/plist.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <QString>
 #include <cerrno>
@@ -11,6 +8,7 @@
 #include <cstring>
 #include <system_error>
 
+#include "platform/foundation/FileContents.h"
 #include "platform/foundation/PropertyListScreen.h"
 #include "platform/foundation/Text.h"
 
@@ -173,83 +171,6 @@ Node NodeBuilder::nodeWithValue(const PropertyList& value, int depth) {
     return Node(plist_new_uint(static_cast<std::uint64_t>(value.integerValue())));
 }
 
-// A descriptor that is closed at the end of the scope, unless close() was called.
-class Descriptor {
-  public:
-    explicit Descriptor(int number) : number_(number) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (number_ >= 0) ::close(number_);
-    }
-    int number() const { return number_; }
-    // Whether what was written has been taken.
-    bool close() { return ::close(std::exchange(number_, -1)) == 0; }
-
-  private:
-    int number_;
-};
-
-// Up to one byte more than the limit, so that a larger file is known as such. False leaves the reason in errno.
-bool readFile(const std::filesystem::path& file, std::string& contents) {
-    // Without waiting, should it be a pipe that nobody writes to.
-    const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (descriptor.number() < 0) return false;
-    struct stat status {};
-    if (fstat(descriptor.number(), &status) != 0) return false;
-    if (!S_ISREG(status.st_mode)) {
-        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-        return false;
-    }
-    std::size_t size = 0;
-    while (size <= kPropertyListByteLimit) {
-        contents.resize(std::min(size + 64 * 1024, kPropertyListByteLimit + 1));
-        const ssize_t got = read(descriptor.number(), contents.data() + size, contents.size() - size);
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) return false;
-        if (got == 0) break;
-        size += static_cast<std::size_t>(got);
-    }
-    contents.resize(size);
-    return true;
-}
-
-bool writeAll(int descriptor, std::string_view contents) {
-    while (!contents.empty()) {
-        const ssize_t written = write(descriptor, contents.data(), contents.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0) return false;
-        contents.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
-
-// False leaves the reason in errno; the file is then as it was before.
-bool replaceFile(const std::filesystem::path& file, std::string_view contents) {
-    const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : std::filesystem::path(".");
-    std::string newFile = (folder / ".velmora-XXXXXX").string();
-    Descriptor descriptor(mkostemp(newFile.data(), O_CLOEXEC));
-    if (descriptor.number() < 0) return false;
-    struct stat old {};
-    const bool hasOld = stat(file.c_str(), &old) == 0;
-    // Whoever could read the old file can read the new one; a first one is open to whom the system lets.
-    const mode_t mask = umask(0);
-    umask(mask);
-    const bool done = fchmod(descriptor.number(), hasOld ? old.st_mode & 07777 : 0666 & ~mask) == 0 &&
-                      writeAll(descriptor.number(), contents) && fsync(descriptor.number()) == 0 &&
-                      descriptor.close() && rename(newFile.c_str(), file.c_str()) == 0;
-    if (!done) {
-        const int reason = errno;
-        unlink(newFile.c_str());
-        errno = reason;
-        return false;
-    }
-    // The new name survives a power cut only when the folder is on the disk, too. Not every file system can do that.
-    const Descriptor folderDescriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folderDescriptor.number() >= 0) fsync(folderDescriptor.number());
-    return true;
-}
-
 }  // namespace
 
 std::optional<PropertyList> propertyListWithXML(std::string_view xml, std::string* error) {
@@ -291,7 +212,7 @@ std::optional<std::string> XMLWithPropertyList(const PropertyList& value, std::s
 
 std::optional<PropertyList> propertyListWithContentsOfFile(const std::filesystem::path& file, std::string* error) {
     std::string contents;
-    if (!readFile(file, contents)) {
+    if (!readFile(file, kPropertyListByteLimit, contents)) {
         fail(error, stringWithFormat("%@ cannot be read: %@", file.string(), systemReason(errno)));
         return std::nullopt;
     }
@@ -305,12 +226,8 @@ bool writePropertyListToFile(const PropertyList& value, const std::filesystem::p
     std::string reason;
     const auto xml = XMLWithPropertyList(value, &reason);
     if (!xml) return fail(error, stringWithFormat("%@ cannot be written: %@", file.string(), reason));
-    // A symbolic link stays one; the file that it leads to is replaced.
-    std::error_code unresolved;
-    const std::filesystem::path target = std::filesystem::canonical(file, unresolved);
-    if (!replaceFile(unresolved ? file : target, *xml)) {
+    if (!replaceFile(file, *xml))
         return fail(error, stringWithFormat("%@ cannot be written: %@", file.string(), systemReason(errno)));
-    }
     return true;
 }
 

@@ -28,8 +28,7 @@ std::optional<std::string> XMLWithPropertyList(const PropertyList& value, std::s
 // The errors name the file.
 std::optional<PropertyList> propertyListWithContentsOfFile(const std::filesystem::path& file,
                                                            std::string* error = nullptr);
-// Written atomically: to a new file beside it, flushed to the disk, then renamed over it. False and an `error` when
-// that failed; the old file then stands unchanged.
+// Written atomically. False and an `error` when that failed; the old file then stands unchanged.
 bool writePropertyListToFile(const PropertyList& value, const std::filesystem::path& file,
                              std::string* error = nullptr);
 

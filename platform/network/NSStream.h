@@ -97,7 +97,10 @@ struct NSStreamPair {
 };
 
 // Time limits of a connection.
-inline constexpr double kConnectTimeout = 10.0;  // seconds for the attempt at one address
+inline constexpr double kConnectTimeout = 10.0;  // seconds for the attempt at the last address
+// Seconds for the attempt at one that has others behind it: they must have their turn within a reply's time limit, or a
+// command that waits for the connection would end it before.
+inline constexpr double kConnectTimeoutBeforeNext = 2.5;
 inline constexpr double kVanishedPeerTimeout =
     60.0;  // seconds until a peer that no longer answers becomes an error event
 

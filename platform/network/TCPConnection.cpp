@@ -137,7 +137,7 @@ bool TCPConnection::beginConnecting(const SocketAddress& address) {
         descriptor_ = descriptor;
         runLoop = runLoop_;
     }
-    attemptDeadline_ = secondsFromNow(kConnectTimeout);
+    attemptDeadline_ = secondsFromNow(nextAddress_ < addresses_.size() ? kConnectTimeoutBeforeNext : kConnectTimeout);
     // Success is told as an edge, also when it has come already.
     runLoop->watchDescriptor(shared_from_this(), descriptor);
     return true;

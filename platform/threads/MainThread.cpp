@@ -145,7 +145,7 @@ bool MainThread::performAndWait(Work work) {
     MutexLock lock(q.mutex);
     if (handOver != nullptr) {
         for (Work& earlier : handOver->held_) {
-            q.push({std::move(earlier), nullptr});
+            if (!q.ended) q.push({std::move(earlier), nullptr});
         }
         handOver->held_.clear();
     }

@@ -17,7 +17,7 @@ class RawAnnouncer {
 
     RawAnnouncer() {
         const int on = 1;
-        const sockaddr_in source = addressOf("127.0.0.1");
+        const sockaddr_in source = socketAddress(5353);
         setsockopt(socket_.descriptor(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
         setsockopt(socket_.descriptor(), SOL_SOCKET, SO_REUSEPORT, &on, sizeof on);
         setsockopt(socket_.descriptor(), IPPROTO_IP, IP_MULTICAST_IF, &source.sin_addr, sizeof source.sin_addr);
@@ -46,7 +46,7 @@ class RawAnnouncer {
     }
     void send() {
         const std::string packet = take();
-        const sockaddr_in group = addressOf("224.0.0.251");
+        const sockaddr_in group = socketAddress(5353, "224.0.0.251");
         sendto(socket_.descriptor(), packet.data(), packet.size(), 0, reinterpret_cast<const sockaddr*>(&group),
                sizeof group);
     }
@@ -66,13 +66,6 @@ class RawAnnouncer {
         for (const std::string& label : labels)
             name += static_cast<char>(label.size()) + label;
         return name + '\0';
-    }
-    static sockaddr_in addressOf(const char* text) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(5353);
-        inet_pton(AF_INET, text, &address.sin_addr);
-        return address;
     }
     RawAnnouncer& record(const Labels& name, std::uint16_t type, std::uint16_t recordClass, std::uint32_t timeToLive,
                          const std::string& data) {

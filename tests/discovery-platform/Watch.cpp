@@ -5,53 +5,32 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <cstdio>
-#include <map>
 
 #include "platform/foundation/NSLog.h"
-#include "platform/network/NSNetServiceBrowser.h"
+#include "tests/support/ServiceWatch.h"
 
 namespace velmora::test {
 namespace {
 
 // Any thread.
-void say(const char* what, const std::string& text, const QJsonArray& addresses = {}) {
-    const QJsonObject line{{"what", what}, {"text", QString::fromStdString(text)}, {"addresses", addresses}};
+void say(const std::string& what, const std::string& text, const std::vector<std::string>& addresses = {}) {
+    QJsonArray list;
+    for (const std::string& address : addresses)
+        list.append(QString::fromStdString(address));
+    const QJsonObject line{
+        {"what", QString::fromStdString(what)}, {"text", QString::fromStdString(text)}, {"addresses", list}};
     std::puts(QJsonDocument(line).toJson(QJsonDocument::Compact).constData());
     std::fflush(stdout);
 }
 
-class Watch final : public NSNetServiceBrowserDelegate, public NSNetServiceDelegate {
+class Watch final : public ServiceWatch {
   public:
-    explicit Watch(const std::string& type) {
-        browser_.setDelegate(this);
-        browser_.searchForServicesOfTypeInDomain(type, "");
-    }
+    using ServiceWatch::ServiceWatch;
 
   private:
-    void netServiceBrowserDidFindServiceMoreComing(NSNetServiceBrowser&, const std::shared_ptr<NSNetService>& service,
-                                                   bool) override {
-        say("found", service->name());
-        auto& known = services_[service->name()];
-        known = service;
-        known->setDelegate(this);
-        known->resolveWithTimeout(10.0);
+    void tell(const std::string& what, const NSNetService& service) override {
+        say(what, service.name(), addressesOf(service));
     }
-    void netServiceBrowserDidRemoveServiceMoreComing(NSNetServiceBrowser&, const std::shared_ptr<NSNetService>& service,
-                                                     bool) override {
-        services_.erase(service->name());
-        say("removed", service->name());
-    }
-    void netServiceDidResolveAddress(NSNetService& service) override {
-        QJsonArray addresses;
-        for (const SocketAddress& address : service.addresses()) {
-            addresses.append(QString::fromStdString(address.text()));
-        }
-        say("resolved", service.name(), addresses);
-    }
-    void netServiceDidNotResolve(NSNetService& service) override { say("not resolved", service.name()); }
-
-    NSNetServiceBrowser browser_;
-    std::map<std::string, std::shared_ptr<NSNetService>> services_;
 };
 
 }  // namespace

@@ -3,6 +3,8 @@ import collections
 import itertools
 import json
 import os
+import plistlib
+import re
 import shutil
 import signal
 import subprocess
@@ -104,7 +106,7 @@ class Field:
 
     numbers = itertools.count()
 
-    def __init__(self, options, beside, families="both", wires=1, hosts=("alpha",)):
+    def __init__(self, options, beside, families="both", wires=1, hosts=("alpha",), objects=1024):
         self.options, self.bin, self.beside, self.families = options, options.bin, beside, families
         self.id = f"proof{next(Field.numbers)}"
         self.folder = Path("/run/proof") / self.id
@@ -116,7 +118,7 @@ class Field:
             self._connect(["plugin", *hosts], wires)
             if beside == "daemon":
                 self.start_bus()
-                self.daemon = AvahiHost(self, "plugin")
+                self.daemon = AvahiHost(self, "plugin", objects)
         except BaseException:
             self.close()
             raise
@@ -142,12 +144,18 @@ class Field:
             if number == 1:
                 ip("-n", f"{self.id}-wires", "link", "add", f"wire{wire}", "type", "bridge", "mcast_snooping", "0")
                 ip("-n", f"{self.id}-wires", "link", "set", f"wire{wire}", "up")
-            port, link = f"{host}{wire}", f"link{wire}"
-            ip("-n", f"{self.id}-wires", "link", "add", port, "type", "veth", "peer", "name", link, "netns",
-               f"{self.id}-{host}")
-            ip("-n", f"{self.id}-{host}", "link", "set", link, "addrgenmode", "none")
-            ip("-n", f"{self.id}-wires", "link", "set", port, "master", f"wire{wire}", "up")
-            self.link_up(host, number, wire)
+            self.make_link(host, number, wire)
+
+    def make_link(self, host, number, wire):
+        port, link = f"{host}{wire}", f"link{wire}"
+        ip("-n", f"{self.id}-wires", "link", "add", port, "type", "veth", "peer", "name", link, "netns",
+           f"{self.id}-{host}")
+        ip("-n", f"{self.id}-{host}", "link", "set", link, "addrgenmode", "none")
+        ip("-n", f"{self.id}-wires", "link", "set", port, "master", f"wire{wire}", "up")
+        self.link_up(host, number, wire)
+
+    def delete_link(self, host, wire):
+        ip("-n", f"{self.id}-{host}", "link", "del", f"link{wire}")
 
     def link_up(self, host, number, wire):
         link = f"link{wire}"
@@ -179,6 +187,13 @@ class Field:
                                                    "--nosyslog", "--print-address"])
         self.bus_daemon.until(lambda: self.bus_daemon.lines, "no system bus")
 
+    def settings(self, name):
+        """A file with settings that select that server and list one output."""
+        path = self.folder / "settings.plist"
+        path.write_bytes(plistlib.dumps({"selectedDeviceName": name, "configuredOutputs": [
+            {"label": "Programme", "outputType": "output", "outputNumber": 0, "defaultInputNumber": 0}]}))
+        return path
+
     def host(self, *arguments):
         """Runs velmora-host beside the plugin and returns its JSON document."""
         command = in_namespace(self, "plugin", [self.bin / "velmora-host", "--json", "--wait", PATIENCE, *arguments])
@@ -196,11 +211,23 @@ def ip(*arguments):
     subprocess.run(["ip", *arguments], check=True, capture_output=True, text=True)
 
 
+class SwitchServer(Program):
+    """A switch server; it shows what it is asked."""
+
+    def __init__(self, field, host, *arguments):
+        super().__init__(field, host, [field.bin / "velmora-switch-server", "--verbose", *arguments], field.bus)
+        self.until(lambda: self.lines, "no switch server")
+        self.port = int(re.search(r":(\d+)$", self.lines[0])[1])
+
+    def is_asked(self):
+        return self.until(lambda: any("MATRIXSIZE" in line for line in self.lines), "not connected to")
+
+
 class AvahiHost:
     """avahi-daemon on a host. On the plugin's it is asked over the bus; elsewhere it announces what publish() says."""
 
-    def __init__(self, field, host):
-        self.field, self.host_name = field, host
+    def __init__(self, field, host, objects=1024):
+        self.field, self.host_name, self.objects = field, host, objects  # those that one client may have
         self.folder = field.folder / host
         for name in ("services", "run"):
             (self.folder / name).mkdir(parents=True)
@@ -210,6 +237,7 @@ class AvahiHost:
         asked = "yes" if self.host_name == "plugin" else "no"
         config = self.folder / "avahi.conf"
         config.write_text(f"[server]\nhost-name={self.host_name}\nuse-ipv4=yes\nuse-ipv6=yes\nenable-dbus={asked}\n"
+                          f"objects-per-client-max={self.objects}\n"
                           "[wide-area]\nenable-wide-area=no\n[publish]\npublish-hinfo=no\npublish-workstation=no\n")
         (self.folder / "run" / "pid").unlink(missing_ok=True)
         # Its places for services, process number and socket cannot be configured.

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <QTemporaryDir>
 #include <cmath>
@@ -153,11 +154,17 @@ TEST(PropertyListXML, replacesFilesAtomicallyAndKeepsThemOnFailure) {
     const fs::path link = folder / "link.plist";
     std::string error;
     ASSERT_TRUE(writePropertyListToFile("first", file, &error)) << error;
+    [[maybe_unused]] const int given = chown(file.c_str(), 1234, 1234);  // for root only
     ASSERT_EQ(chmod(file.c_str(), 0640), 0);
+    struct stat before {
+    }, after{};
+    ASSERT_EQ(stat(file.c_str(), &before), 0);
     fs::create_symlink(file, link);
     ASSERT_TRUE(writePropertyListToFile("second", link, &error)) << error;
     EXPECT_TRUE(fs::is_symlink(link));
-    EXPECT_EQ(fs::status(file).permissions(), fs::perms(0640));
+    ASSERT_EQ(stat(file.c_str(), &after), 0);
+    EXPECT_EQ(std::tuple(after.st_mode, after.st_uid, after.st_gid),
+              std::tuple(before.st_mode, before.st_uid, before.st_gid));
     EXPECT_FALSE(writePropertyListToFile(std::string(kPropertyListByteLimit, '&'), file, &error));
     EXPECT_EQ(propertyListWithContentsOfFile(file), PropertyList("second"));
     EXPECT_FALSE(writePropertyListToFile("x", folder, &error));

@@ -1,14 +1,15 @@
 // Text, and the log's lines of it.
 #include "platform/foundation/Text.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <thread>
 
 #include "tests/support/LogLines.h"
 
 namespace velmora {
-namespace {
 
 using namespace std::string_literals;
 
@@ -88,6 +89,26 @@ TEST(NSLog, oneCallIsOneLineForObserversAndStandardError) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), expected + "\n");
 }
 
+TEST(NSLog, waitsForNobodyWhoDoesNotReadStandardError) {
+    const test::LogLines log;
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    int ends[2];
+    ASSERT_TRUE(grantpt(terminal) == 0 && unlockpt(terminal) == 0 && pipe(ends) == 0);
+    const int standardError = dup(STDERR_FILENO);
+    for (const int unread : {ends[1], open(ptsname(terminal), O_RDWR | O_NOCTTY)}) {
+        dup2(unread, STDERR_FILENO);
+        close(unread);
+        NSLogMirrorToStandardError(true);
+        for (int i = 0; i < 2000; ++i)
+            NSLog("one of many lines, more than fit into what a pipe or a terminal keeps: %i", i);
+        NSLogMirrorToStandardError(false);
+        dup2(standardError, STDERR_FILENO);
+    }
+    EXPECT_EQ(log.lines().size(), 4000u);
+    for (const int descriptor : {ends[0], terminal, standardError})
+        close(descriptor);
+}
+
 TEST(NSLog, observersSeeTheLinesOfAllThreadsOneAtATime) {
     int briefly = 0;
     const test::LogLines log;
@@ -107,5 +128,4 @@ TEST(NSLog, observersSeeTheLinesOfAllThreadsOneAtATime) {
     EXPECT_GE(briefly, 200);
 }
 
-}  // namespace
 }  // namespace velmora

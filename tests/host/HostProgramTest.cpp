@@ -7,10 +7,10 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
-#include <csignal>
 
 #include "platform/foundation/PropertyListXML.h"
 #include "tests/host/Program.h"
+#include "tests/plugin/Settings.h"
 #include "tests/support/MainLoop.h"
 #include "tests/support/PublishedService.h"
 #include "tests/support/Sockets.h"
@@ -27,7 +27,7 @@ struct Result {
 
 Result resultOf(Program& program) {
     const int code = program.exitCode();
-    return {code, program.output(), program.errors()};
+    return {code, QByteArray::fromStdString(program.output()), QByteArray::fromStdString(program.errors())};
 }
 
 Result runHost(const QStringList& arguments) {
@@ -52,18 +52,10 @@ class HostProgram : public testing::Test {
         EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size());
         return file.fileName();
     }
-    // Each output's number, from 0, and default input; as no library writes it, so that a rewriting shows.
-    QString writeSettings(const QString& server, const std::vector<std::pair<int, int>>& outputs) const {
-        QString text = "<plist version='1.0'><!-- by hand --><dict><key>selectedDeviceName</key><string>" + server +
-                       "</string><key>configuredOutputs</key><array>";
-        for (const auto& [output, input] : outputs) {
-            text += QString(
-                        "<dict><key>label</key><string>Monitor %1</string><key>outputNumber</key><integer>%1</integer>"
-                        "<key>defaultInputNumber</key><integer>%2</integer></dict>")
-                        .arg(output)
-                        .arg(input);
-        }
-        return write("settings.plist", text.toUtf8() + "</array></dict></plist>");
+    // Ends as no library writes it, so that a rewriting shows.
+    QString writeSettings(const QString& server, const Outputs& outputs) const {
+        const auto text = XMLWithPropertyList(settingsWith(server.toStdString(), outputs)).value_or("");
+        return write("settings.plist", QByteArray::fromStdString(text) + "<!-- by hand -->");
     }
 
   private:
@@ -73,7 +65,7 @@ class HostProgram : public testing::Test {
 // With a switch server of 3 inputs and 2 outputs; output n carries input n at the start.
 class HostWithServer : public HostProgram {
   protected:
-    void SetUp() override { ASSERT_TRUE(server_.outputComesToHold("announced as")); }
+    void SetUp() override { ASSERT_NE(server_.outputLineWith("announced as"), ""); }
 
     const QString name_ = uniqueName("Host Test");
 
@@ -167,12 +159,12 @@ TEST_F(HostProgram, ChangedSettingsAreWrittenBackOnceAndThePluginIsReleasedInOrd
     // Of a program that runs for long, the change is kept at once. What the plugin calls itself stays on one line.
     EXPECT_TRUE(QFile::remove(file));
     Program watch(VELMORA_HOST, {"--bundle", WILFUL_BUNDLE, "--settings", file, "watch"});
-    EXPECT_TRUE(watch.outputComesToHold("Wilful\\nPlugin: 0 attributes"));
+    EXPECT_NE(watch.outputLineWith("Wilful\\nPlugin: 0 attributes"), "");
     EXPECT_TRUE(runMainLoopUntil([&] { return contentsOf(file).contains("Picked"); }));
 }
 
 TEST_F(HostWithServer, ListsServersAndAttributes) {
-    const QString file = writeSettings(name_, {{1, 2}, {0, 0}});
+    const QString file = writeSettings(name_, {{"Monitor 1", 1, 2}, {"Monitor 0", 0, 0}});
     const QByteArray before = contentsOf(file);
     const Result servers = runHost({"--settings", file, "--json", "servers"});
     EXPECT_EQ(servers.code, 0) << servers.errors.constData();
@@ -203,7 +195,7 @@ TEST_F(HostWithServer, ListsServersAndAttributes) {
 
 TEST_F(HostWithServer, GetsSetsAndShowsTheReasonOfARefusal) {
     // The last one is an output that the switcher does not have.
-    const QString file = writeSettings(name_, {{0, 0}, {1, 1}, {8, 0}});
+    const QString file = writeSettings(name_, {{"One", 0, 0}, {"Two", 1, 1}, {"Beyond", 8, 0}});
     const std::vector<std::tuple<QStringList, int, const char*, const char*>> cases = {
         {{"possible", "Velmora Switch Output 2"}, 0, "0001 Input 1\n0002 Input 2\n0003 Input 3\n", ""},
         {{"get", "Velmora Switch Output 2"}, 0, "0002 Input 2\n", ""},
@@ -211,7 +203,7 @@ TEST_F(HostWithServer, GetsSetsAndShowsTheReasonOfARefusal) {
         {{"get", "Velmora Switch Output 2"}, 0, "0003 Input 3\n", ""},
         {{"set", "Velmora Switch Output 2", "0004"}, 1, "", "Input 4 is out of range (Velmora Switch Plugin)"},
         {{"get", "Velmora Switch Output 9"}, 1, "", "Output 9 is out of range (Velmora Switch Plugin)"},
-        {{"set", "Velmora Switch Output 9", "1"}, 0, "", "cannot be read back: Output 9 is out of range"},
+        {{"set", "Velmora Switch Output 9", "1"}, 1, "", "Output 9 is out of range"},
         {{"get", "Gain"}, 1, "", "no attribute \"Gain\"; it has: \"Velmora Switch Output 1\", "},
     };
     for (const auto& [command, code, output, errors] : cases) {
@@ -223,23 +215,33 @@ TEST_F(HostWithServer, GetsSetsAndShowsTheReasonOfARefusal) {
     }
 }
 
+TEST_F(HostWithServer, TakesNoSilenceForTheFirstInput) {
+    const QString name = name_ + " II";
+    Program server(VELMORA_SWITCH_SERVER, {"--name", name, "--fault", "close-before@SET"});
+    ASSERT_NE(server.outputLineWith("announced as"), "");
+    const Result set =
+        runHost({"--settings", writeSettings(name, {{"Two", 1, 0}}), "set", "Velmora Switch Output 2", "1"});
+    EXPECT_EQ(set.code, 1);
+    EXPECT_EQ(set.output, "");
+    EXPECT_TRUE(set.errors.contains("the connection has ended")) << set.errors.constData();
+}
+
 TEST_F(HostWithServer, WatchesUntilInterrupted) {
-    const QStringList arguments = {"--interface", "lo", "--settings", writeSettings(name_, {{0, 0}, {1, 1}}), "watch"};
+    const QStringList arguments = {"--interface", "lo", "--settings", writeSettings(name_, {{"", 0, 0}, {"", 1, 1}}),
+                                   "watch"};
     Program text(VELMORA_HOST, arguments);
-    EXPECT_TRUE(text.outputComesToHold("Velmora Switch: 2 attributes"));
-    text.signal(SIGINT);
-    EXPECT_EQ(text.exitCode(), 0);
+    EXPECT_NE(text.outputLineWith("Velmora Switch: 2 attributes"), "");
+    EXPECT_EQ(text.exitCodeAfterSignal(SIGINT), 0);
 
     Program json(VELMORA_HOST, arguments + QStringList{"--json"});
-    const QJsonObject notice = QJsonDocument::fromJson(json.outputLine()).object();
+    const QJsonObject notice = QJsonDocument::fromJson(QByteArray::fromStdString(json.outputLine())).object();
     EXPECT_EQ(notice.value("plugin"), "Velmora Switch");
     EXPECT_EQ(notice.value("attributes"), (QJsonArray{"Velmora Switch Output 1", "Velmora Switch Output 2"}));
-    json.signal(SIGTERM);
-    EXPECT_EQ(json.exitCode(), 0);
+    EXPECT_EQ(json.exitCodeAfterSignal(SIGTERM), 0);
 }
 
 TEST_F(HostWithServer, TimesOutWithWhatWasMissing) {
-    const QStringList arguments = {"--interface", "lo", "--settings", writeSettings("Elsewhere", {{0, 0}}),
+    const QStringList arguments = {"--interface", "lo", "--settings", writeSettings("Elsewhere", {{"", 0, 0}}),
                                    "--wait",      "8"};
     Program attributes(VELMORA_HOST, arguments + QStringList{"attributes"});
     Program servers(VELMORA_HOST, arguments + QStringList{"servers"});
@@ -258,7 +260,7 @@ TEST_F(HostProgram, TimesOutOnAServerThatSaysNothing) {
     const QString name = uniqueName("Silent");
     const PublishedService service(name.toStdString(), port.port());
     const Result silent =
-        runHost({"--settings", writeSettings(name, {{0, 0}}), "--wait", "6", "get", "Velmora Switch Output 1"});
+        runHost({"--settings", writeSettings(name, {{"", 0, 0}}), "--wait", "6", "get", "Velmora Switch Output 1"});
     EXPECT_EQ(silent.code, 3);
     EXPECT_TRUE(silent.errors.contains("was found, but did not connect")) << silent.errors.constData();
 }

@@ -1,30 +1,23 @@
-// A program that a test runs, with what it prints, as Qt's texts.
+// A program that a test runs, with its arguments as Qt's texts.
 #pragma once
 
-#include <QByteArray>
 #include <QStringList>
 
 #include "tests/support/ChildProcess.h"
 
 namespace velmora::test {
 
-// As ChildProcess, no wait is longer than 30 seconds.
-class Program {
+class Program : public ChildProcess {
   public:
-    Program(const char* path, const QStringList& arguments);
-
-    // What is left until the program ends.
-    QByteArray output() { return QByteArray::fromStdString(process_.output()); }
-    QByteArray errors() { return QByteArray::fromStdString(process_.errors()); }
-    QByteArray outputLine() { return QByteArray::fromStdString(process_.outputLine()); }
-    // Reads up to the line that holds the text; false when the program ends without one.
-    bool outputComesToHold(const char* text);
-    void signal(int number) { process_.sendSignal(number); }
-    // Waits for the end; -1 when a signal ended it, or when it does not end.
-    int exitCode() { return process_.exitCode(); }
+    Program(const char* path, const QStringList& arguments) : ChildProcess(commandLine(path, arguments)) {}
 
   private:
-    ChildProcess process_;
+    static std::vector<std::string> commandLine(const char* path, const QStringList& arguments) {
+        std::vector<std::string> words{path};
+        for (const QString& argument : arguments)
+            words.push_back(argument.toStdString());
+        return words;
+    }
 };
 
 }  // namespace velmora::test

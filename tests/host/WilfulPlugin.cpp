@@ -56,8 +56,5 @@ NSObject* makePrincipalObject(const std::shared_ptr<NSBundle>&) {
 
 }  // namespace
 
-extern "C" {
-extern const velmora::VelmoraBundleEntryRecord VelmoraBundleEntry;
-const velmora::VelmoraBundleEntryRecord VelmoraBundleEntry = {velmora::kVelmoraNodePluginProtocolVersion,
-                                                              "WilfulPlugin", makePrincipalObject};
-}
+extern "C" __attribute__((visibility("default"))) const VelmoraBundleEntryRecord VelmoraBundleEntry = {
+    kVelmoraNodePluginProtocolVersion, "WilfulPlugin", makePrincipalObject};

@@ -145,6 +145,7 @@ TEST_F(Lifecycle, losingConnectionsAtRandomMomentsLeavesNothing) {
     });
 }
 
+// Nothing but what the plugin gave out, which the host may keep.
 TEST_F(Lifecycle, loadingAndUnloadingTheBundleLeavesNothing) {
     repeat(rounds(100) + 1, [&] {
         std::string error;
@@ -155,8 +156,14 @@ TEST_F(Lifecycle, loadingAndUnloadingTheBundleLeavesNothing) {
         plugin->setDefaultSettings(settingsWith("Studio", {{"One", 0, 1}}));
         plugin->startAndSetCurrentValuesToDefaults(false);
         serveLoop(20);
+        const DictionaryReference settings = plugin->defaultSettings();
+        const StringList names = plugin->attributeNames();
+        EXPECT_EQ(plugin->settingsView(), nullptr);  // there is no window system here
         plugin = nullptr;
         ASSERT_TRUE(bundle->unload(&error)) << error;
+        EXPECT_FALSE(bundle->isLoaded());
+        EXPECT_EQ(textForKey(settings, "selectedDeviceName"), "Studio");
+        EXPECT_LE(names->size(), 1U);
     });
 }
 

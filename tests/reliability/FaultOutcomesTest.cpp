@@ -9,25 +9,18 @@
 #include <sstream>
 
 #include "plugin/VelmoraSwitchNodePlugin.h"
-#include "server/SwitchServer.h"
 #include "tests/plugin/Settings.h"
 #include "tests/support/LogLines.h"
-#include "tests/support/PublishedService.h"
+#include "tests/support/VirtualSwitch.h"
 
 namespace velmora::test {
 namespace {
 
 // In seconds. Only where the limit is to pass is it a short one: there a slow machine must not pass it earlier.
-constexpr TelnetTimeLimits realLimit{TelnetTimeLimits{}.reply, 0.1};
+constexpr TelnetTimeLimits realLimit;
 constexpr TelnetTimeLimits shortLimit{0.5, 0.1};
 constexpr double allowance = 0.5;
 const char* const attribute = "Velmora Switch Output 1";
-
-Fault fault(const std::string& text) {
-    Fault parsed;
-    EXPECT_EQ(parseFault(text, parsed), std::nullopt) << text;
-    return parsed;
-}
 
 // What the host gets when the fault meets the reply to a command. The size known before is 7x7.
 struct Row {
@@ -72,9 +65,7 @@ const Row rows[] = {
 class FaultOutcomes : public testing::Test {
   protected:
     FaultOutcomes() {
-        matrix_.apply({{"Input 1", "Input 2", "Input 3", "Input 4", "Camera 5"}, {"Camera 5"}, {}});
-        EXPECT_EQ(server_.start("127.0.0.1", 0), std::nullopt);
-        service_.emplace("Faults", server_.port());
+        switch_.matrix.apply({{"Input 1", "Input 2", "Input 3", "Input 4", "Camera 5"}, {"Camera 5"}, {}});
     }
     ~FaultOutcomes() override {
         plugin_->stop();
@@ -93,13 +84,13 @@ class FaultOutcomes : public testing::Test {
     }
     // A new connection, which works. The one before has gone, with all that the server still had to read from it.
     void connect() {
-        faults_.set({});
+        switch_.faults.set({});
         plugin_->setDefaultSettings(settings_);
         EXPECT_TRUE(runMainLoopUntil([this] { return device().numberOfInputs() == 24; }));
-        EXPECT_TRUE(runMainLoopUntil([this] { return server_.clients() == 1; }));
+        EXPECT_TRUE(runMainLoopUntil([this] { return switch_.server->clients() == 1; }));
         EXPECT_EQ(set(), "0, routed");
         EXPECT_EQ(value(), "0007 Input 7");
-        matrix_.route(1, 23);
+        switch_.matrix.route(1, 23);
     }
     bool isOver() {
         return runMainLoopUntil([this] { return !device().isConnected() && !device().isTryingToConnect(); });
@@ -109,7 +100,7 @@ class FaultOutcomes : public testing::Test {
     std::string value() { return plugin_->currentValueOfAttributeWithName(attribute); }
     std::string set() {
         const int result = plugin_->setValueForAttributeWithName("0007", attribute);
-        return std::to_string(result) + (matrix_.routedInput(1) == 7 ? ", routed" : "");
+        return std::to_string(result) + (switch_.matrix.routedInput(1) == 7 ? ", routed" : "");
     }
 
     // The result; the longest time of the main thread, in seconds, is kept.
@@ -142,10 +133,7 @@ class FaultOutcomes : public testing::Test {
     // What the host gets, and then the last columns of the table.
     Strings meet(const Row& row, const Command& command);
 
-    FaultPlan faults_;
-    VirtualMatrix matrix_{24, 10};
-    SwitchServer server_{matrix_, nullptr, &faults_};
-    std::optional<PublishedService> service_;
+    VirtualSwitch switch_{"Faults", 24, 10};
     std::shared_ptr<VelmoraSwitchNodePlugin> plugin_;
     TelnetTimeLimits limits_;
     DictionaryReference settings_;
@@ -157,12 +145,12 @@ Strings FaultOutcomes::meet(const Row& row, const Command& command) {
     // On a connection that is faulty as a whole, all commands are tried one after the other.
     if (!row.wholeConnection || &command == commands_) {
         connect();
-        faults_.set({fault("wrong=7x7@MATRIXSIZE")});
+        switch_.faults.set({fault("wrong=7x7@MATRIXSIZE")});
         device().getMatrixDimensions();
         std::vector<Fault> faults{fault(row.wholeConnection ? row.fault : row.fault + "@" + command.word + "#1")};
         // GET's own reply comes only when what REFRESH has left is read.
         if (command.expected == &Row::refreshed && row.next == "the rest") faults.push_back(fault("delay=300@GET"));
-        faults_.set(std::move(faults));
+        switch_.faults.set(std::move(faults));
         log_.emplace();
         longestWait_ = 0.0;
         if (row.wholeConnection) {
@@ -194,7 +182,7 @@ TEST_F(FaultOutcomes, AreWhatThePageSays) {
     use(realLimit, {{"Monitor", 0, 0}});
     connect();
     log_.emplace();
-    faults_.set({fault("silence@SET")});
+    switch_.faults.set({fault("silence@SET")});
     EXPECT_EQ(timed([this] { return set(); }), "0, routed");
     EXPECT_GE(longestWait_, 10.0);
     EXPECT_LE(longestWait_, 10.0 + allowance);

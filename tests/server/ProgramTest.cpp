@@ -5,26 +5,21 @@
 #include <deque>
 #include <filesystem>
 #include <fstream>
-#include <set>
 
-#include "platform/network/NSNetServiceBrowser.h"
 #include "tests/support/ChildProcess.h"
-#include "tests/support/MainLoop.h"
+#include "tests/support/ServiceWatch.h"
 #include "tests/support/Sockets.h"
 
-namespace velmora {
+namespace velmora::test {
 namespace {
 
-using test::TestClient;
-
-struct Program : test::ChildProcess {
+struct Program : ChildProcess {
     using ChildProcess::ChildProcess;
     // The port in the first line.
     std::uint16_t port() {
-        const std::string expected = "listening on 127.0.0.1:";
-        const std::string first = outputLine();
-        EXPECT_EQ(first.substr(0, expected.size()), expected);
-        return static_cast<std::uint16_t>(std::stoi("0" + first.substr(std::min(first.size(), expected.size()))));
+        int port = 0;
+        EXPECT_EQ(std::sscanf(outputLine().c_str(), "listening on 127.0.0.1:%d", &port), 1);
+        return static_cast<std::uint16_t>(port);
     }
 };
 
@@ -33,39 +28,17 @@ std::vector<std::string> server(std::vector<std::string> arguments) {
     return arguments;
 }
 
-void writeFile(const std::filesystem::path& path, std::string_view text) {
-    std::ofstream(path) << text;
-}
-
-struct Seen : NSNetServiceBrowserDelegate {
-    Seen() {
-        browser.setDelegate(this);
-        browser.searchForServicesOfTypeInDomain("_matrixswitcher._tcp.", "");
-    }
-    void netServiceBrowserDidFindServiceMoreComing(NSNetServiceBrowser&, const std::shared_ptr<NSNetService>& service,
-                                                   bool) override {
-        names.insert(service->name());
-    }
-    void netServiceBrowserDidRemoveServiceMoreComing(NSNetServiceBrowser&, const std::shared_ptr<NSNetService>& service,
-                                                     bool) override {
-        names.erase(service->name());
-    }
-
-    std::set<std::string> names;
-    NSNetServiceBrowser browser;
-};
-
 TEST(Program, IsAnnouncedUntilASignalEndsItInOrder) {
     for (const int signal : {SIGTERM, SIGINT}) {
         const std::string name = "Halle \"" + std::to_string(signal) + "\"\tNord";
-        const Seen seen;
+        const ServiceWatch seen;
         Program program(server({"--name", name}));
         TestClient client(program.port());
         EXPECT_EQ(program.outputLine(), "announced as \"Halle \"" + std::to_string(signal) + "\"\\tNord\"");
-        EXPECT_TRUE(test::runMainLoopUntil([&] { return seen.names.contains(name); }));
+        EXPECT_TRUE(runMainLoopUntil([&] { return seen.services.contains(name); }));
         EXPECT_EQ(client.exchange("MATRIXSIZE"), "16x8\r\n");
         program.sendSignal(signal);
-        EXPECT_TRUE(test::runMainLoopUntil([&] { return !seen.names.contains(name); }));
+        EXPECT_TRUE(runMainLoopUntil([&] { return !seen.services.contains(name); }));
         EXPECT_EQ(client.receiveAll(), "");
         EXPECT_EQ(program.exitCode(), 0);
         EXPECT_EQ(program.errors(), "");
@@ -76,8 +49,8 @@ TEST(Program, RefusesAWrongCommandLineAndSaysWhatToDo) {
     const QTemporaryDir directory;
     const std::string folder = directory.path().toStdString();
     const std::string damaged = folder + "/damaged.json";
-    writeFile(damaged, "{");
-    const test::RefusingPort taken;
+    std::ofstream(damaged) << "{";
+    const RefusingPort taken;
     const std::tuple<std::vector<std::string>, int, const char*> table[] = {
         {{"--inputs", "0"}, 2, "--inputs takes a number from 1 to 65536, not \"0\""},
         {{"--port", "65536"}, 2, "--port takes a number from 0 to 65535"},
@@ -86,14 +59,18 @@ TEST(Program, RefusesAWrongCommandLineAndSaysWhatToDo) {
         {{"--name", std::string(64, 'n')}, 2, "--name takes 1 to 63 bytes"},
         {{"nonsense"}, 2, "\"nonsense\" is not an option"},
         {{"--state", damaged}, 2, "it is damaged at byte"},
-        {{"--labels", damaged}, 2, "it is damaged at byte"},
         {{"--labels", folder + "/none"}, 2, "No such file"},
         {{"--state", folder + "/none/state"}, 2, "No such file"},
         {{"--port", std::to_string(taken.port()), "--state", folder + "/state"}, 1, "Choose another --port"},
         {{"--labels", damaged, "--state", folder + "/state"}, 2, "it is damaged at byte"},
-        {{"--fault", "delay=5", "--fault", "silense@GET"},
-         2,
-         "--fault silense@GET: \"silense\" is no fault; there are "},
+        {{"--fault", "delay=5", "--fault", "silense"}, 2, "--fault silense: \"silense\" is no fault; there are delay,"},
+        {{"--fault", ""}, 2, "\"\" is no fault"},
+        {{"--fault", "silence=1"}, 2, "silence takes no argument"},
+        {{"--fault", "delay"}, 2, "delay takes a number from 1 to 600000"},
+        {{"--fault", "delay=1s@GET"}, 2, "not \"1s\""},
+        {{"--fault", "silence@get"}, 2, "\"get\" is no command; there are MATRIXSIZE, GET, SET"},
+        {{"--fault", "silence@GET#0"}, 2, "a number from 1 on, not \"0\""},
+        {{"--fault", "mute@GET"}, 2, "mute is of a whole connection"},
     };
     for (const auto& [arguments, exitCode, message] : table) {
         Program program(server(arguments));
@@ -115,38 +92,39 @@ TEST(Program, ServesAndEndsAlthoughNobodyReadsWhatItPrints) {
     fill();
     EXPECT_EQ(client.exchange("SET 1 2"), "OK\r\n");
     EXPECT_EQ(client.exchange("SET 1 2"), "NEVER\r\n");
-    std::string line;
-    do
-        line = program.outputLine();
-    while (!line.empty() && line.find("lines are left out here") == std::string::npos);
-    EXPECT_NE(line, "");
+    EXPECT_NE(program.outputLineWith("lines are left out here"), "");
     EXPECT_EQ(client.exchange("GET 1"), "1 2\r\n");
-    line = program.outputLine();
-    EXPECT_TRUE(line.ends_with(" < GET 1")) << line;
+    EXPECT_TRUE(program.outputLine().ends_with(" < GET 1"));
     fill();
-    program.sendSignal();
-    EXPECT_EQ(program.exitCode(), 0);
+    EXPECT_EQ(program.exitCodeAfterSignal(), 0);
 }
 
-TEST(Program, KeepsItsStateAndTakesLabelsFromAFile) {
+TEST(Program, KeepsItsStateEvenInALargerMatrixAndTakesLabelsFromAFile) {
     const QTemporaryDir directory;
     const std::string folder = directory.path().toStdString();
-    writeFile(folder + "/labels.json", "{\"inputs\": [\"Kamera\\r\\n1\"], \"routes\": [5, 5]}");
-    std::vector<std::string> arguments{"--no-announce",        "--verbose", "--state",
-                                       folder + "/state.json", "--labels",  folder + "/labels.json"};
-    for (const char* route : {"2 2", "2 7"}) {
+    std::ofstream(folder + "/labels.json") << R"({"inputs": ["Kamera\r\n1", "\"Ü\" \\", ""], "routes": [5, 5]})";
+    std::vector<std::string> arguments{"--no-announce", "--verbose", "--state", folder + "/state.json"};
+    // The labels are in the state by the second time.
+    const std::tuple<std::vector<std::string>, const char*, const char*> runs[] = {
+        {{"--labels", folder + "/labels.json"}, "2 2", "ERROR"}, {{"--inputs", "17", "--outputs", "9"}, "2 7", "9 9"}};
+    for (const auto& [more, route, ninth] : runs) {
+        arguments.resize(4);
+        arguments.insert(arguments.end(), more.begin(), more.end());
         Program program(server(arguments));
         TestClient client(program.port());
         EXPECT_EQ(client.exchange("GET 2"), std::string(route) + "\r\n");
         EXPECT_TRUE(program.outputLine().ends_with(" < GET 2"));
         EXPECT_TRUE(program.outputLine().ends_with(std::string(" > ") + route));
-        EXPECT_EQ(client.exchange("INPUTLABEL 1"), "Kamera  1\r\n");
+        EXPECT_EQ(client.exchange("GET 9"), std::string(ninth) + "\r\n");
+        client.send("INPUTLABEL 1\nINPUTLABEL 2\nINPUTLABEL 3\nINPUTLABEL 4\n");
+        const std::string labels = "Kamera  1\r\n\"Ü\" \\\r\n\r\nInput 4\r\n";
+        EXPECT_EQ(client.receive(labels.size()), labels);
+        for (int turn = 0; turn < 500; ++turn)
+            ASSERT_EQ(client.exchange("SET 2 " + std::to_string(turn % 16 + 1)), "OK\r\n");
         EXPECT_EQ(client.exchange("SET 2 7"), "OK\r\n");
-        program.sendSignal();
-        EXPECT_EQ(program.exitCode(), 0);
-        // The labels are in the state by now.
-        arguments.resize(4);
+        EXPECT_EQ(program.exitCodeAfterSignal(), 0);
     }
+    EXPECT_EQ(QDir(directory.path()).entryList(QDir::Files), (QStringList{"labels.json", "state.json"}));
 }
 
 TEST(Program, ServesNewClientsWhenItsDescriptorsSufficeAgain) {
@@ -165,9 +143,8 @@ TEST(Program, ServesNewClientsWhenItsDescriptorsSufficeAgain) {
         clients.pop_front();
     for (TestClient& waiting : clients)
         ASSERT_EQ(waiting.exchange("GET 1"), "1 1\r\n");
-    program.sendSignal();
-    EXPECT_EQ(program.exitCode(), 0);
+    EXPECT_EQ(program.exitCodeAfterSignal(), 0);
 }
 
 }  // namespace
-}  // namespace velmora
+}  // namespace velmora::test

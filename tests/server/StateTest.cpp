@@ -1,62 +1,23 @@
 #include <gtest/gtest.h>
 
-#include <QFile>
 #include <QTemporaryDir>
+#include <fstream>
 #include <future>
+#include <sstream>
 
 #include "server/MatrixFile.h"
 #include "server/StateKeeper.h"
 
 namespace velmora {
-namespace {
 
-class State : public testing::Test {
-  protected:
-    std::string path() const { return directory_.filePath("state.json").toStdString(); }
-    static void write(const std::string& path, const QByteArray& bytes) {
-        QFile file(QString::fromStdString(path));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
-    }
-    static QByteArray bytesOf(const std::string& path) {
-        QFile file(QString::fromStdString(path));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : "(none)";
-    }
-    static StateKeeper::Trouble noTrouble() {
-        return [](const std::string& reason) { ADD_FAILURE() << reason; };
-    }
-
-    QTemporaryDir directory_;
-};
-
-TEST_F(State, ComesBackAfterARestartEvenInALargerMatrix) {
-    {
-        VirtualMatrix matrix(4, 3);
-        StateKeeper keeper(matrix, path(), noTrouble());
-        ASSERT_EQ(keeper.load(), std::nullopt);
-        ASSERT_EQ(bytesOf(path()), "(none)") << "a start that fails elsewhere leaves no file";
-        ASSERT_EQ(keeper.start(), std::nullopt);
-        ASSERT_EQ(matrix.apply({{"\"Kamera\" \xF0\x9F\x8E\xA5 \\", ""}, {}, {}}), std::nullopt);
-        for (int turn = 0; turn < 500; ++turn)
-            ASSERT_TRUE(matrix.route(turn % 3 + 1, turn % 4 + 1));
-        EXPECT_TRUE(keeper.stop());
-    }
-    VirtualMatrix matrix(5, 4);
-    StateKeeper keeper(matrix, path(), noTrouble());
-    ASSERT_EQ(keeper.load(), std::nullopt);
-    const MatrixContents contents = matrix.contents();
-    EXPECT_EQ(contents.inputLabels,
-              (std::vector<std::string>{"\"Kamera\" \xF0\x9F\x8E\xA5 \\", "", "Input 3", "Input 4", "Input 5"}));
-    EXPECT_EQ(contents.routes, (std::vector<int>{3, 4, 2, 4}));
-    EXPECT_EQ(QDir(directory_.path()).entryList(QDir::Files), QStringList{"state.json"})
-        << "nothing else is left behind";
-}
-
-TEST_F(State, IsWrittenWhileTheServerRunsAndTroubleIsToldOnce) {
+TEST(State, IsWrittenWhileTheServerRunsAndTroubleIsToldOnce) {
+    QTemporaryDir folder;
+    const std::string path = folder.filePath("state.json").toStdString();
     VirtualMatrix matrix(4, 3);
     std::promise<std::string> trouble;  // a second call would throw
-    StateKeeper keeper(matrix, path(), [&trouble](const std::string& reason) { trouble.set_value(reason); });
+    StateKeeper keeper(matrix, path, [&trouble](const std::string& reason) { trouble.set_value(reason); });
     ASSERT_EQ(keeper.start(), std::nullopt);
-    ASSERT_TRUE(directory_.remove());
+    ASSERT_TRUE(folder.remove());
     matrix.route(1, 2);
     auto told = trouble.get_future();
     ASSERT_EQ(told.wait_for(std::chrono::seconds(30)), std::future_status::ready);
@@ -65,7 +26,9 @@ TEST_F(State, IsWrittenWhileTheServerRunsAndTroubleIsToldOnce) {
     EXPECT_FALSE(keeper.stop());
 }
 
-TEST_F(State, FilesThatCannotBeUsedAreRefusedAndLeftAlone) {
+TEST(State, FilesThatCannotBeUsedAreRefusedAndLeftAlone) {
+    const QTemporaryDir folder;
+    const std::string path = folder.filePath("state.json").toStdString();
     const std::pair<std::string, const char*> table[] = {
         {"", "damaged at byte"},
         {R"({"routes":[1,2)", "damaged at byte"},
@@ -82,20 +45,20 @@ TEST_F(State, FilesThatCannotBeUsedAreRefusedAndLeftAlone) {
         {R"({"input":[]})", "it holds \"input\""},
     };
     for (const auto& [text, reason] : table) {
-        const auto bytes = QByteArray::fromStdString(text);
-        write(path(), bytes);
+        std::ofstream(path) << text;
         VirtualMatrix matrix(4, 3);
-        StateKeeper keeper(matrix, path(), noTrouble());
+        StateKeeper keeper(matrix, path, [](const std::string& trouble) { ADD_FAILURE() << trouble; });
         EXPECT_NE(keeper.load().value_or("").find(reason), std::string::npos) << text;
         EXPECT_EQ(matrix.contents().inputLabels[0], "Input 1");
         matrix.route(1, 4);
         EXPECT_TRUE(keeper.stop());
-        EXPECT_EQ(bytesOf(path()), bytes);
+        std::ostringstream kept;
+        kept << std::ifstream(path).rdbuf();
+        EXPECT_EQ(kept.str(), text);
     }
     MatrixContents contents;
     EXPECT_TRUE(readMatrixFile("/dev/zero", contents));
-    EXPECT_TRUE(readMatrixFile(directory_.path().toStdString(), contents));
+    EXPECT_TRUE(readMatrixFile(folder.path().toStdString(), contents));
 }
 
-}  // namespace
 }  // namespace velmora

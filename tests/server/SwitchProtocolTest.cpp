@@ -1,11 +1,12 @@
-// The lines of the protocol: cut out of the stream, and answered.
+// The lines of the protocol: cut out of the stream, answered, and answered wrongly on purpose.
 #include "server/SwitchProtocol.h"
 
 #include <gtest/gtest.h>
 
 #include "server/LineReader.h"
+#include "tests/support/VirtualSwitch.h"
 
-namespace velmora {
+namespace velmora::test {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -54,24 +55,13 @@ TEST(SwitchProtocol, AnswersEachLine) {
     int changes = 0;
     matrix.setChangeObserver([&changes] { ++changes; });
     const SwitchProtocol protocol(matrix);
-    static const char* const exchanges[] = {"MATRIXSIZE>16x20",
-                                            "GET 1>1 1",
-                                            "GET 16>16 16",
-                                            "GET 17>17 1",
-                                            "GET 20>20 4",
-                                            "SET 3 16>OK",
-                                            "GET 3>3 16",
-                                            "SET 3 16>OK",
-                                            "SET 20 1>OK",
-                                            "GET 20>20 1",
-                                            "REFRESH>OK",
-                                            "GET 3>3 16",
-                                            "INPUTLABEL 1>Kamera \xC3\xB6",
-                                            "INPUTLABEL 2>",
-                                            "INPUTLABEL 3>a  b c   e",
-                                            "INPUTLABEL 16>Input 16",
-                                            "OUTPUTLABEL 1>  Aux  ",
-                                            "OUTPUTLABEL 20>Output 20"};
+    static const std::string answered[] = {
+        // The matrix, and routes before and after they are set.
+        "MATRIXSIZE>16x20", "GET 1>1 1", "GET 16>16 16", "GET 17>17 1", "GET 20>20 4", "SET 3 16>OK", "GET 3>3 16",
+        "SET 3 16>OK", "SET 20 1>OK", "GET 20>20 1", "REFRESH>OK", "GET 3>3 16",
+        // Labels.
+        "INPUTLABEL 1>Kamera \xC3\xB6", "INPUTLABEL 2>", "INPUTLABEL 3>a  b c   e", "INPUTLABEL 16>Input 16",
+        "OUTPUTLABEL 1>  Aux  ", "OUTPUTLABEL 20>Output 20"};
     static const std::string refused[] = {
         // Numbers that the matrix does not have.
         "GET 0", "GET 21", "GET -1", "GET 4294967297", "GET 99999999999999999999", "SET 21 1", "SET 1 17", "SET 0 1",
@@ -88,14 +78,36 @@ TEST(SwitchProtocol, AnswersEachLine) {
         protocol.answer(line, text);
         return text;
     };
-    for (const std::string_view exchange : exchanges) {
-        const std::size_t arrow = exchange.find('>');
-        EXPECT_EQ(reply(exchange.substr(0, arrow)), "before " + std::string(exchange.substr(arrow + 1))) << exchange;
+    for (const std::string& line : answered) {
+        const std::size_t arrow = line.find('>');
+        EXPECT_EQ(reply(line.substr(0, arrow)), "before " + line.substr(arrow + 1));
     }
     for (const std::string& line : refused)
         EXPECT_EQ(reply(line), "before ERROR") << testing::PrintToString(line);
     EXPECT_EQ(changes, 2) << "a route that is there already is no change";
 }
 
+TEST(FaultPlan, CountsWhatEachFaultConcernsAndCombinesThoseThatAreDue) {
+    FaultPlan plan({fault("delay=20@GET#2"), fault("pieces=3#3"), fault("wrong=A = B@SET"), fault("mute#2")});
+    const auto summary = [&](std::string_view line) -> std::string {
+        const auto delivery = plan.delivery(line, "1 2");
+        if (!delivery) return "usual";
+        return delivery->text + std::to_string(delivery->delay.count()) + "/" + std::to_string(delivery->pieceSize);
+    };
+    EXPECT_EQ(summary("GET 1"), "usual");
+    EXPECT_EQ(summary("SET 1 2"), "A = B\r\n0/0");
+    EXPECT_EQ(summary("GET 1"), "1 2\r\n20/3");
+    EXPECT_EQ(summary("GET 1"), "usual");
+    EXPECT_EQ(summary("SETTER"), "usual");
+    EXPECT_FALSE(plan.nextConnectionIsMute());
+    EXPECT_TRUE(plan.nextConnectionIsMute());
+    EXPECT_FALSE(plan.nextConnectionIsMute());
+    plan.set({fault("no-accept#2"), fault("delay=7#1")});
+    EXPECT_FALSE(plan.acceptingIsHeld());
+    EXPECT_FALSE(plan.nextConnectionIsMute());
+    EXPECT_TRUE(plan.acceptingIsHeld());
+    EXPECT_EQ(summary("rubbish"), "1 2\r\n7/0");
+}
+
 }  // namespace
-}  // namespace velmora
+}  // namespace velmora::test

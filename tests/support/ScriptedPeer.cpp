@@ -1,7 +1,6 @@
 #include "tests/support/ScriptedPeer.h"
 
 #include <cerrno>
-#include <chrono>
 #include <stdexcept>
 
 namespace velmora::test {
@@ -24,30 +23,10 @@ PeerScript& PeerScript::add(Kind kind, std::string bytes) {
     return *this;
 }
 
-PeerScript& PeerScript::sendInPieces(std::string_view bytes, std::size_t pieceSize) {
-    for (std::size_t at = 0; at < bytes.size(); at += pieceSize)
-        send(std::string(bytes.substr(at, pieceSize)));
-    return *this;
-}
-
 PeerScript& PeerScript::then(const PeerScript& other, std::size_t times) {
     for (std::size_t i = 0; i < times; ++i)
         steps_.insert(steps_.end(), other.steps_.begin(), other.steps_.end());
     return *this;
-}
-
-void ScriptedPeer::Counter::give() {
-    MutexLock lock(mutex_);
-    ++count_;
-    given_.notify_all();
-}
-
-bool ScriptedPeer::Counter::take() {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    MutexLock lock(mutex_);
-    while (count_ == 0 && given_.wait_until(lock, deadline) == std::cv_status::no_timeout) {
-    }
-    return count_ > 0 && count_-- > 0;
 }
 
 ScriptedPeer::ScriptedPeer(std::vector<PeerScript> scripts)
@@ -92,19 +71,15 @@ void ScriptedPeer::runStep(const PeerScript::Step& step) {
         case PeerScript::Kind::send:
             return require(connection_->send(step.bytes), "cannot send " + printable(step.bytes));
         case PeerScript::Kind::waitForSignal:
-            return require(signals_.take(), "the test gave no signal");
+            return require(signals_.try_acquire_for(limit), "the test gave no signal");
         case PeerScript::Kind::notifyTest:
-            return notices_.give();
+            return notices_.release();
         case PeerScript::Kind::expectClose:
             expectNothing(0);
             return connection_.reset();
         case PeerScript::Kind::close:
-        case PeerScript::Kind::reset: {
             expectNothing(MSG_DONTWAIT);
-            const linger hard{step.kind == PeerScript::Kind::reset, 0};
-            ::setsockopt(connection_->descriptor(), SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
             return connection_.reset();
-        }
     }
 }
 

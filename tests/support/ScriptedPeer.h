@@ -1,13 +1,12 @@
 // A TCP peer that fails the test that owns it on every byte that is not in its script, or is missing from it.
 #pragma once
 
-#include <condition_variable>
-#include <functional>
+#include <chrono>
 #include <optional>
+#include <semaphore>
 #include <thread>
 #include <vector>
 
-#include "platform/threads/ThreadAnnotations.h"
 #include "tests/support/Sockets.h"
 
 namespace velmora::test {
@@ -19,7 +18,6 @@ class PeerScript {
     PeerScript& expect(std::string bytes) { return add(Kind::expect, std::move(bytes)); }
     // In one write of its own.
     PeerScript& send(std::string bytes) { return add(Kind::send, std::move(bytes)); }
-    PeerScript& sendInPieces(std::string_view bytes, std::size_t pieceSize);
     // One command line (LF CR is added) and its reply line (CR LF is added).
     PeerScript& exchange(const std::string& command, const std::string& reply) {
         return expect(command + "\n\r").send(reply + "\r\n");
@@ -30,15 +28,14 @@ class PeerScript {
     PeerScript& notifyTest() { return add(Kind::notifyTest); }
     // The other side ends the connection, in order or by a reset, before any further byte.
     PeerScript& expectClose() { return add(Kind::expectClose); }
-    // Ends the connection in order, or by a reset. Must be the last step.
+    // Ends the connection. Must be the last step.
     PeerScript& close() { return add(Kind::close); }
-    PeerScript& reset() { return add(Kind::reset); }
     // Appends the steps of another script, so many times.
     PeerScript& then(const PeerScript& other, std::size_t times = 1);
 
   private:
     friend class ScriptedPeer;
-    enum class Kind { expect, send, waitForSignal, notifyTest, expectClose, close, reset };
+    enum class Kind { expect, send, waitForSignal, notifyTest, expectClose, close };
     struct Step {
         Kind kind;
         std::string bytes;
@@ -59,21 +56,12 @@ class ScriptedPeer {
 
     std::uint16_t port() const { return listener_.port(); }
     // Lets one waitForSignal() pass, now or when the script gets there.
-    void signal() { signals_.give(); }
+    void signal() { signals_.release(); }
     // False when no notifyTest() is reached within 30 seconds.
-    bool waitForNotice() { return notices_.take(); }
+    bool waitForNotice() { return notices_.try_acquire_for(limit); }
 
   private:
-    class Counter {
-      public:
-        void give() EXCLUDES(mutex_);
-        bool take() EXCLUDES(mutex_);
-
-      private:
-        Mutex mutex_;
-        std::condition_variable_any given_;
-        int count_ GUARDED_BY(mutex_) = 0;
-    };
+    static constexpr std::chrono::seconds limit{30};
 
     void serve();
     void runStep(const PeerScript::Step& step);
@@ -81,8 +69,8 @@ class ScriptedPeer {
 
     const std::vector<PeerScript> scripts_;
     const ListeningPort listener_;
-    Counter signals_;
-    Counter notices_;
+    std::counting_semaphore<> signals_{0};
+    std::counting_semaphore<> notices_{0};
     std::optional<Socket> connection_;  // as failure_, the thread's until it has ended
     std::string failure_;
     std::thread thread_;

@@ -4,7 +4,6 @@
 #include <gtest/gtest-spi.h>
 
 namespace velmora::test {
-namespace {
 
 TEST(ScriptedPeer, FailsTheTestOnWhatIsNotInItsScripts) {
     static const struct {
@@ -32,5 +31,4 @@ TEST(ScriptedPeer, FailsTheTestOnWhatIsNotInItsScripts) {
         EXPECT_NONFATAL_FAILURE(converse(wrong.script, wrong.sent, wrong.connections), wrong.failure);
 }
 
-}  // namespace
 }  // namespace velmora::test

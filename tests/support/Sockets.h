@@ -18,6 +18,19 @@
 
 namespace velmora::test {
 
+inline sockaddr_in socketAddress(std::uint16_t port, const char* host = "127.0.0.1") {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    ::inet_pton(AF_INET, host, &address.sin_addr);
+    return address;
+}
+
+inline bool isReadable(int descriptor, int milliseconds) {
+    pollfd polled{descriptor, POLLIN, 0};
+    return ::poll(&polled, 1, milliseconds) == 1;
+}
+
 // Owns a blocking socket.
 class Socket {
   public:
@@ -53,9 +66,7 @@ class Socket {
 class RefusingPort {
   public:
     RefusingPort() {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        sockaddr_in address = socketAddress(0);
         socklen_t length = sizeof address;
         EXPECT_EQ(::bind(socket_.descriptor(), reinterpret_cast<sockaddr*>(&address), length), 0);
         ::getsockname(socket_.descriptor(), reinterpret_cast<sockaddr*>(&address), &length);
@@ -76,20 +87,14 @@ class ListeningPort : public RefusingPort {
     explicit ListeningPort(int backlog = 16) { EXPECT_EQ(::listen(socket_.descriptor(), backlog), 0); }
     // The descriptor of the next connection; below 0 when none comes.
     int accept() const { return ::accept4(socket_.descriptor(), nullptr, nullptr, SOCK_CLOEXEC); }
-    bool hasConnection() const {
-        pollfd polled{socket_.descriptor(), POLLIN, 0};
-        return ::poll(&polled, 1, 0) > 0;
-    }
+    bool hasConnection() const { return isReadable(socket_.descriptor(), 0); }
 };
 
 class TestClient : public Socket {
   public:
     explicit TestClient(std::uint16_t port) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(port);
-        connected_ = ::connect(descriptor(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        const sockaddr_in address = socketAddress(port);
+        connected_ = ::connect(descriptor(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
     }
 
     bool connected() const { return connected_; }

@@ -5,28 +5,23 @@
 #include <net/if.h>
 #include <sched.h>
 #include <sys/ioctl.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "platform/network/NSNetServiceBrowser.h"
+#include "tests/support/Sockets.h"
 
 namespace velmora::test {
 
 inline bool enterNetworkOfOurOwn() {
     if (unshare(CLONE_NEWNET) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) return false;
-    const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    if (descriptor < 0) return false;
+    const Socket socket;
     ifreq request{};
-    std::strncpy(request.ifr_name, "lo", sizeof request.ifr_name - 1);
-    bool up = ioctl(descriptor, SIOCGIFFLAGS, &request) == 0;
-    request.ifr_flags = static_cast<short>(request.ifr_flags | IFF_UP);
-    up = up && ioctl(descriptor, SIOCSIFFLAGS, &request) == 0;
-    close(descriptor);
-    return up;
+    std::strcpy(request.ifr_name, "lo");
+    request.ifr_flags = IFF_UP;
+    return ioctl(socket.descriptor(), SIOCSIFFLAGS, &request) == 0;
 }
 
 // `Application` is QCoreApplication, or QApplication for tests with windows.

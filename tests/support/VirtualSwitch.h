@@ -12,6 +12,12 @@
 
 namespace velmora::test {
 
+inline Fault fault(const std::string& text) {
+    Fault parsed;
+    EXPECT_EQ(parseFault(text, parsed), std::nullopt) << text;
+    return parsed;
+}
+
 class VirtualSwitch {
   public:
     VirtualSwitch(std::string name, int inputs, int outputs) : matrix(inputs, outputs), name_(std::move(name)) {
@@ -19,7 +25,7 @@ class VirtualSwitch {
     }
 
     void start() {
-        server = std::make_unique<SwitchServer>(matrix);
+        server = std::make_unique<SwitchServer>(matrix, nullptr, &faults);
         EXPECT_EQ(server->start("127.0.0.1", 0), std::nullopt);
         announcement_ = std::make_unique<PublishedService>(name_, server->port());
     }
@@ -29,6 +35,7 @@ class VirtualSwitch {
     }
 
     VirtualMatrix matrix;
+    FaultPlan faults;
     std::unique_ptr<SwitchServer> server;
 
   private:

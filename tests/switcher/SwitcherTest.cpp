@@ -14,6 +14,8 @@
 namespace velmora::test {
 namespace {
 
+using namespace std::string_literals;
+
 struct Registry : TCPMatrixSwitcherDelegate {
     std::vector<std::shared_ptr<ServerInfo>> servers;
     std::vector<NSSize> sizes;
@@ -49,7 +51,7 @@ TEST(TCPMatrixSwitcher, speaksTheServersVocabulary) {
         script.exchange("MATRIXSIZE", reply);
     for (const auto& [reply, input] : routes)
         script.exchange("REFRESH", "whatever").exchange("GET 3", reply);
-    script.exchange("INPUTLABEL 1", "Camera  1").exchange("OUTPUTLABEL 8", "");
+    script.exchange("INPUTLABEL 1", "\t\u200B Bühne \0 1\x1B"s).exchange("OUTPUTLABEL 8", "");
     script.exchange("INPUTLABEL -2147483648", "\xFF");
     script.exchange("SET 3 1", "OK").exchange("SET -2147483648 0", "ERROR").exchange("SET 1 6", "OK");
     script.exchange("REFRESH", "").exchange("GET -9223372036854775808", "");
@@ -67,7 +69,7 @@ TEST(TCPMatrixSwitcher, speaksTheServersVocabulary) {
     EXPECT_EQ(registry.sizes.size(), 1U);  // asking tells nobody
     for (const auto& [reply, input] : routes)
         EXPECT_EQ(switcher->selectedInputForOutput(2), input) << reply;
-    EXPECT_EQ(switcher->inputLabelAtIndex(0), "Camera  1");
+    EXPECT_EQ(switcher->inputLabelAtIndex(0), " Bühne \0 1"s);
     EXPECT_EQ(switcher->outputLabelAtIndex(7), "");
     EXPECT_EQ(switcher->inputLabelAtIndex(std::numeric_limits<std::int32_t>::max()), std::nullopt);
     switcher->switchOutputToInput(2, 0);

@@ -1,6 +1,7 @@
 // The main thread, run loops, threads and the lock: order, bounds, and what happens to work when a thread ends.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
 #include <numeric>
 
@@ -10,18 +11,6 @@
 #include "tests/support/MainLoop.h"
 
 namespace velmora::test {
-namespace {
-
-// A thread that runs its loop in short periods until it is cancelled.
-std::shared_ptr<NSThread> loopingThread(double period = 0.05) {
-    auto thread = std::make_shared<NSThread>([period] {
-        while (!NSThread::currentThreadIsCancelled()) {
-            NSRunLoop::currentRunLoop()->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(period));
-        }
-    });
-    EXPECT_TRUE(thread->start());
-    return thread;
-}
 
 TEST(MainThread, runsWorkOfOtherThreadsInOrderAlsoThroughNestedLoops) {
     std::vector<int> order;
@@ -49,7 +38,12 @@ TEST(MainThread, runsWorkOfOtherThreadsInOrderAlsoThroughNestedLoops) {
 }
 
 TEST(NSRunLoop, handedWorkRunsOnceInOrderAndIsRefusedAfterTheEnd) {
-    const auto thread = loopingThread();
+    std::atomic<double> period = 0.001;
+    const auto thread = std::make_shared<NSThread>([&period] {
+        while (!NSThread::currentThreadIsCancelled())
+            NSRunLoop::currentRunLoop()->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(period));
+    });
+    EXPECT_TRUE(thread->start());
     std::vector<int> order;
     for (int i = 0; i < 1000; ++i) {
         ASSERT_TRUE(thread->runLoop()->perform([&order, i] { order.push_back(i); }));
@@ -59,7 +53,8 @@ TEST(NSRunLoop, handedWorkRunsOnceInOrderAndIsRefusedAfterTheEnd) {
     }
     EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
 
-    // Work behind the last run is destroyed unrun, and whoever waits for it is released.
+    // Work behind the last run is destroyed unrun, and whoever waits for it is released, long before a period is over.
+    period = 3600.0;
     const auto held = std::make_shared<int>(0);
     std::promise<void> blocked;
     std::promise<void> release;
@@ -68,13 +63,11 @@ TEST(NSRunLoop, handedWorkRunsOnceInOrderAndIsRefusedAfterTheEnd) {
         release.get_future().wait();
     });
     blocked.get_future().wait();
-    std::thread waiter([&] {
-        EXPECT_EQ(thread->runLoop()->performAndWait([] {}, secondsFromNow(0.05)), NSRunLoop::Handing::deadlinePassed);
-    });
-    waiter.join();
+    EXPECT_EQ(thread->runLoop()->performAndWait([] {}, secondsFromNow(0.05)), NSRunLoop::Handing::deadlinePassed);
     thread->cancel();
     release.set_value();
     EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
+    EXPECT_EQ(NSThread::runningThreads(), 0);
     EXPECT_FALSE(thread->runLoop()->perform([held] {}));
     EXPECT_EQ(thread->runLoop()->performAndWait([held] {}, secondsFromNow(30.0)), NSRunLoop::Handing::loopEnded);
     EXPECT_EQ(held.use_count(), 1);
@@ -82,21 +75,12 @@ TEST(NSRunLoop, handedWorkRunsOnceInOrderAndIsRefusedAfterTheEnd) {
 
 TEST(NSThread, workHandedToAThreadThatEndsBeforeRunningItReturnsPromptly) {
     const auto neverRuns = std::make_shared<NSThread>([] {});
-    std::promise<NSRunLoop::Handing> outcome;
-    std::thread waiter([&] { outcome.set_value(neverRuns->runLoop()->performAndWait([] {}, secondsFromNow(30.0))); });
+    std::thread waiter([&] {
+        EXPECT_EQ(neverRuns->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Handing::loopEnded);
+    });
     EXPECT_TRUE(neverRuns->start());
-    EXPECT_EQ(outcome.get_future().get(), NSRunLoop::Handing::loopEnded);
     waiter.join();
     EXPECT_TRUE(runMainLoopUntil([&] { return neverRuns->isFinished(); }));
-}
-
-TEST(NSThread, cancelledThreadsAreEndedBeforeTheirPeriodIsOver) {
-    const auto thread = loopingThread(3600.0);
-    EXPECT_EQ(NSThread::runningThreads(), 1);
-    thread->cancel();
-    EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
-    EXPECT_TRUE(thread->isFinished());
-    EXPECT_EQ(NSThread::runningThreads(), 0);
 }
 
 TEST(NSLock, isASignalThatAnyThreadMayGiveBack) {
@@ -121,5 +105,4 @@ TEST(NSLock, isASignalThatAnyThreadMayGiveBack) {
     EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
 }
 
-}  // namespace
 }  // namespace velmora::test

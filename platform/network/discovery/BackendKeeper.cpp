@@ -1,6 +1,7 @@
 #include "platform/network/discovery/BackendKeeper.h"
 
 #include <atomic>
+#include <utility>
 
 #include "platform/foundation/NSLog.h"
 
@@ -13,6 +14,7 @@ void BackendKeeper::addUser(BackendUser& user) {
 
 void BackendKeeper::removeUser(BackendUser& user) {
     users_.erase(&user);
+    refused_.erase(&user);
     user.backendGoes();
 }
 
@@ -36,8 +38,10 @@ void BackendKeeper::settle() {
         if (active_ != nullptr) takeDown();
         own_.reset();
         bringUp(*daemon_);
+        if (!interfaces_.empty()) lookAtInterfaces();
     } else {
         const bool ownFails = own_ && own_->hasFailed();
+        if (ownFails) lastError_ = own_->lastError();
         if (own_ && !ownFails && (own_->publishes() || !publishing_)) return;
         if (active_ != nullptr) takeDown();
         own_.reset();
@@ -54,6 +58,10 @@ void BackendKeeper::settle() {
 
 void BackendKeeper::takeDown() {
     active_ = nullptr;
+    nextInterfaceLook_.cancel();
+    nextAsking_.cancel();
+    refused_.clear();
+    refusalNoted_ = false;
     for (BackendUser* user : users_) {
         user->backendGoes();
     }
@@ -84,6 +92,39 @@ void BackendKeeper::retryLater() {
         retrying_ = false;
         unsettled_ = true;
     });
+}
+
+// The daemon alone has to be asked and told anew when an interface has come, gone, or got another index.
+void BackendKeeper::lookAtInterfaces() {
+    const auto before = daemon_->interfaces();
+    daemon_->lookUpInterfaces();
+    const auto& now = daemon_->interfaces();
+    if (now != before) {
+        takeDown();
+        for (const int interface : before) {
+            if (now.contains(interface)) continue;
+            for (BackendUser* user : users_) {
+                user->interfaceWent(interface);
+            }
+        }
+        bringUp(*daemon_);
+    }
+    nextInterfaceLook_.set(secondsFromNow(kRetryTime), [this] { lookAtInterfaces(); });
+}
+
+// Many may be refused at a time: one line tells of all.
+void BackendKeeper::askAgainLater(BackendUser& user) {
+    if (refused_.empty()) nextAsking_.set(secondsFromNow(kRetryTime), [this] { askAgain(); });
+    refused_.insert(&user);
+    if (!std::exchange(refusalNoted_, true))
+        NSLog("Not every service can be followed now, trying again: %@", active_->lastError());
+}
+
+void BackendKeeper::askAgain() {
+    for (BackendUser* user : std::exchange(refused_, {})) {
+        user->backendCame(*active_);
+    }
+    if (refused_.empty()) refusalNoted_ = false;
 }
 
 void BackendKeeper::requirePublishing() {

@@ -27,6 +27,8 @@ class BackendUser {
     virtual void backendGoes() = 0;
     // What the present backend has not confirmed is to be taken for gone.
     virtual void graceTimeEnded() = 0;
+    // The interface of this index is no longer there, nor is what was seen on it.
+    virtual void interfaceWent(int interface) = 0;
 
   protected:
     ~BackendUser() = default;
@@ -36,7 +38,7 @@ class BackendUser {
 class BackendKeeper {
   public:
     BackendKeeper(DiscoveryLoop& loop, std::vector<std::string> interfaces)
-        : loop_(loop), interfaces_(std::move(interfaces)) {}
+        : loop_(loop), interfaces_(std::move(interfaces)), nextInterfaceLook_(loop), nextAsking_(loop) {}
     BackendKeeper(const BackendKeeper&) = delete;
     BackendKeeper& operator=(const BackendKeeper&) = delete;
     // There must be no users any more.
@@ -45,6 +47,8 @@ class BackendKeeper {
     // A user is attached at once when there is a backend, and detached when it is removed.
     void addUser(BackendUser& user);
     void removeUser(BackendUser& user);
+    // The backend of the moment has refused this user's question: backendCame is called again before long.
+    void askAgainLater(BackendUser& user);
 
     // Sees to it that the right backend serves, if any can be had.
     void settle();
@@ -61,6 +65,8 @@ class BackendKeeper {
     void bringUp(DiscoveryBackend& backend);
     void startGraceTime();
     void retryLater();
+    void lookAtInterfaces();
+    void askAgain();
     void noteSituation() const;
 
     DiscoveryLoop& loop_;
@@ -74,6 +80,10 @@ class BackendKeeper {
     std::unique_ptr<InProcessBackend> own_;
     DiscoveryBackend* active_ = nullptr;  // one of the two
     std::set<BackendUser*> users_;
+    DiscoveryLoop::Timer nextInterfaceLook_;  // while the daemon serves and there is a limit
+    DiscoveryLoop::Timer nextAsking_;
+    std::set<BackendUser*> refused_;
+    bool refusalNoted_ = false;
 };
 
 }  // namespace velmora

@@ -6,14 +6,19 @@
 #include <dlfcn.h>
 #include <net/if.h>
 
+#include <algorithm>
+
 namespace velmora {
 
 namespace {
 
 // Connections to the daemon, each good for about a thousand questions.
 constexpr std::size_t kMaximumClients = 16;
+// A daemon that has no room, or does not reply, is left alone for so long (seconds): the next question would try every
+// connection, or wait for the reply, just as long.
+constexpr double kPause = 1.0;
 
-using Interfaces = std::vector<std::string>;
+using Interfaces = std::set<AvahiIfIndex>;
 
 // Both of Avahi's libraries export a function of this name, and a plain call reaches the other one's (see
 // InProcessBackend.cpp).
@@ -26,20 +31,14 @@ void freeEntryGroup(AvahiEntryGroup* group) {
 
 class Query final : public RecordQuery {
   public:
-    Query(const Interfaces& interfaces, RecordHandler handler)
-        : interfaces_(interfaces), handler_(std::move(handler)) {}
+    explicit Query(RecordHandler handler) : handler_(std::move(handler)) {}
     ~Query() override { freeBrowsers(); }
 
-    // Asks on the given interfaces alone: what is not to be heard is not to be asked for either. One that the machine
-    // does not have is passed over.
-    bool start(AvahiClient* client, const std::string& name, std::uint16_t type) {
+    // Asks on the given interfaces alone: what is not to be heard is not to be asked for either.
+    bool start(AvahiClient* client, const Interfaces& interfaces, const std::string& name, std::uint16_t type) {
         type_ = type;
-        if (interfaces_.empty()) return ask(client, AVAHI_IF_UNSPEC, name);
-        for (const std::string& interface : interfaces_) {
-            const unsigned index = if_nametoindex(interface.c_str());
-            if (index != 0 && !ask(client, static_cast<AvahiIfIndex>(index), name)) return false;
-        }
-        return true;
+        return std::all_of(interfaces.begin(), interfaces.end(),
+                           [&](AvahiIfIndex interface) { return ask(client, interface, name); });
     }
 
   private:
@@ -78,7 +77,6 @@ class Query final : public RecordQuery {
         browsers_.clear();
     }
 
-    const Interfaces& interfaces_;
     const RecordHandler handler_;
     std::uint16_t type_ = 0;
     std::vector<AvahiRecordBrowser*> browsers_;
@@ -98,29 +96,19 @@ class Group final : public EntryGroup {
     int announce(const ServiceKey& key, std::uint16_t port) override {
         int error = avahi_entry_group_reset(group_);
         if (error < 0) return error;
-        if (interfaces_.empty()) {
-            error = add(AVAHI_IF_UNSPEC, key, port);
-        } else {
-            error = AVAHI_ERR_INVALID_INTERFACE;
-            for (const std::string& name : interfaces_) {
-                const unsigned index = if_nametoindex(name.c_str());
-                if (index == 0) continue;
-                error = add(static_cast<AvahiIfIndex>(index), key, port);
-                if (error < 0) break;
-            }
+        if (interfaces_.empty()) return AVAHI_ERR_INVALID_INTERFACE;
+        for (const AvahiIfIndex interface : interfaces_) {
+            error = avahi_entry_group_add_service(group_, interface, AVAHI_PROTO_UNSPEC, AvahiPublishFlags{},
+                                                  key.name.c_str(), key.type.c_str(), key.domain.c_str(), nullptr, port,
+                                                  nullptr);
+            if (error < 0) return error;
         }
-        return error < 0 ? error : avahi_entry_group_commit(group_);
+        return avahi_entry_group_commit(group_);
     }
 
   private:
     static void stateChanged(AvahiEntryGroup*, AvahiEntryGroupState state, void* self) {
         static_cast<Group*>(self)->handler_(state);
-    }
-
-    int add(AvahiIfIndex interface, const ServiceKey& key, std::uint16_t port) {
-        return avahi_entry_group_add_service(group_, interface, AVAHI_PROTO_UNSPEC, AvahiPublishFlags{},
-                                             key.name.c_str(), key.type.c_str(), key.domain.c_str(), nullptr, port,
-                                             nullptr);
     }
 
     const Interfaces& interfaces_;
@@ -147,7 +135,7 @@ bool DaemonBackend::addClient(AvahiClientFlags flags) {
     const auto changed = [](AvahiClient* client, AvahiClientState state, void* self) {
         static_cast<DaemonBackend*>(self)->stateChanged(client, state);
     };
-    AvahiClient* client = avahi_client_new(poll_, flags, changed, this, nullptr);
+    AvahiClient* client = avahi_client_new(poll_, flags, changed, this, &error_);
     if (client != nullptr) clients_.push_back(client);
     return client != nullptr;
 }
@@ -164,20 +152,38 @@ bool DaemonBackend::isAnswering() const {
                         state_ == AVAHI_CLIENT_S_COLLISION);
 }
 
+void DaemonBackend::lookUpInterfaces() {
+    indexes_.clear();
+    if (interfaces_.empty()) indexes_.insert(AVAHI_IF_UNSPEC);
+    for (const std::string& name : interfaces_) {
+        const unsigned index = if_nametoindex(name.c_str());
+        if (index != 0) indexes_.insert(static_cast<AvahiIfIndex>(index));
+    }
+}
+
+std::string DaemonBackend::lastError() const {
+    return avahi_strerror(error_);
+}
+
 std::unique_ptr<RecordQuery> DaemonBackend::query(const std::string& name, std::uint16_t type, RecordHandler handler) {
-    auto query = std::make_unique<Query>(interfaces_, std::move(handler));
+    if (std::chrono::steady_clock::now() < pauseEnd_) return nullptr;
+    auto query = std::make_unique<Query>(std::move(handler));
     // The latest client is the likeliest to have room.
     for (auto client = clients_.rbegin(); client != clients_.rend(); ++client) {
-        if (query->start(*client, name, type)) return query;
-        if (avahi_client_errno(*client) != AVAHI_ERR_TOO_MANY_OBJECTS) return nullptr;
+        if (query->start(*client, indexes_, name, type)) return query;
+        error_ = avahi_client_errno(*client);
+        if (error_ != AVAHI_ERR_TOO_MANY_OBJECTS) break;
     }
-    if (clients_.size() == kMaximumClients || !addClient(AvahiClientFlags{})) return nullptr;
-    if (!query->start(clients_.back(), name, type)) return nullptr;
-    return query;
+    if (error_ == AVAHI_ERR_TOO_MANY_OBJECTS && clients_.size() < kMaximumClients && addClient(AvahiClientFlags{})) {
+        if (query->start(clients_.back(), indexes_, name, type)) return query;
+        error_ = avahi_client_errno(clients_.back());
+    }
+    if (error_ == AVAHI_ERR_TOO_MANY_OBJECTS || error_ == AVAHI_ERR_DBUS_ERROR) pauseEnd_ = secondsFromNow(kPause);
+    return nullptr;
 }
 
 std::unique_ptr<EntryGroup> DaemonBackend::makeEntryGroup(EntryGroupHandler handler) {
-    auto group = std::make_unique<Group>(clients_.front(), interfaces_, std::move(handler));
+    auto group = std::make_unique<Group>(clients_.front(), indexes_, std::move(handler));
     if (!group->isMade()) return nullptr;
     return group;
 }

@@ -3,10 +3,12 @@
 
 #include <avahi-client/client.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
 #include "platform/network/discovery/DiscoveryBackend.h"
+#include "platform/threads/NSLock.h"
 
 namespace velmora {
 
@@ -24,23 +26,36 @@ class DaemonBackend final : public DiscoveryBackend {
     // The daemon or the bus has gone: this object is of no more use.
     bool hasFailed() const { return failed_; }
 
+    // What is asked and announced is bound to the indexes of the interfaces, and one that is made anew gets another
+    // index. These are the indexes of those that there were when they were looked up last, at first when this was made;
+    // without a limit AVAHI_IF_UNSPEC alone. Looking them up changes nothing for what has been asked and announced.
+    const std::set<AvahiIfIndex>& interfaces() const { return indexes_; }
+    void lookUpInterfaces();
+
+    // Each is refused for a second after the daemon had no room for one, or did not reply.
     std::unique_ptr<RecordQuery> query(const std::string& name, std::uint16_t type, RecordHandler handler) override;
     std::unique_ptr<EntryGroup> makeEntryGroup(EntryGroupHandler handler) override;
     bool isReadyToPublish() const override { return state_ == AVAHI_CLIENT_S_RUNNING; }
+    std::string lastError() const override;
 
   private:
     DaemonBackend(const AvahiPoll* poll, std::vector<std::string> interfaces, std::function<void()> changed)
-        : poll_(poll), interfaces_(std::move(interfaces)), changed_(std::move(changed)) {}
+        : poll_(poll), interfaces_(std::move(interfaces)), changed_(std::move(changed)) {
+        lookUpInterfaces();
+    }
     bool addClient(AvahiClientFlags flags);
     void stateChanged(AvahiClient* client, AvahiClientState state);
 
     const AvahiPoll* const poll_;
     const std::vector<std::string> interfaces_;
+    std::set<AvahiIfIndex> indexes_;
     const std::function<void()> changed_;
     // The first one waits for the daemon and publishes; the daemon answers a limited number of questions to each.
     std::vector<AvahiClient*> clients_;
     AvahiClientState state_ = AVAHI_CLIENT_CONNECTING;
     bool failed_ = false;
+    int error_ = 0;
+    Date pauseEnd_;
 };
 
 }  // namespace velmora

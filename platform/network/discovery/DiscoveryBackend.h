@@ -42,6 +42,8 @@ class DiscoveryBackend {
     virtual std::unique_ptr<EntryGroup> makeEntryGroup(EntryGroupHandler handler) = 0;
     // Whether this machine's host name is established, so that services may be announced.
     virtual bool isReadyToPublish() const = 0;
+    // Why Avahi has refused or failed last, in its words.
+    virtual std::string lastError() const = 0;
 };
 
 }  // namespace velmora

@@ -149,4 +149,8 @@ std::unique_ptr<EntryGroup> InProcessBackend::makeEntryGroup(EntryGroupHandler h
     return group;
 }
 
+std::string InProcessBackend::lastError() const {
+    return avahi_strerror(avahi_server_errno(server_));
+}
+
 }  // namespace velmora

@@ -28,6 +28,7 @@ class InProcessBackend final : public DiscoveryBackend {
     std::unique_ptr<RecordQuery> query(const std::string& name, std::uint16_t type, RecordHandler handler) override;
     std::unique_ptr<EntryGroup> makeEntryGroup(EntryGroupHandler handler) override;
     bool isReadyToPublish() const override { return publishing_ && state_ == AVAHI_SERVER_RUNNING; }
+    std::string lastError() const override;
 
   private:
     InProcessBackend(const AvahiPoll* poll, bool publishing, std::function<void()> changed)

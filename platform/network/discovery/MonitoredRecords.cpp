@@ -16,6 +16,7 @@ MonitoredRecords::~MonitoredRecords() {
 
 void MonitoredRecords::backendCame(DiscoveryBackend& backend) {
     query_ = backend.query(name_, type_, [this](const NetworkRecord& record, bool present) { heard(record, present); });
+    if (query_ == nullptr) keeper_.askAgainLater(*this);
 }
 
 void MonitoredRecords::backendGoes() {
@@ -26,9 +27,18 @@ void MonitoredRecords::backendGoes() {
 }
 
 void MonitoredRecords::graceTimeEnded() {
+    drop([](const NetworkRecord&, const Standing& standing) { return !standing.confirmed; });
+}
+
+void MonitoredRecords::interfaceWent(int interface) {
+    drop([interface](const NetworkRecord& record, const Standing&) { return record.interface == interface; });
+}
+
+template <typename Predicate>
+void MonitoredRecords::drop(Predicate isGone) {
     std::vector<NetworkRecord> gone;
     for (const auto& [record, standing] : records_) {
-        if (!standing.confirmed) gone.push_back(record);
+        if (isGone(record, standing)) gone.push_back(record);
     }
     for (const NetworkRecord& record : gone) {
         records_.erase(record);

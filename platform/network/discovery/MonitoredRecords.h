@@ -32,8 +32,11 @@ class MonitoredRecords final : public BackendUser {
     void backendCame(DiscoveryBackend& backend) override;
     void backendGoes() override;
     void graceTimeEnded() override;
+    void interfaceWent(int interface) override;
 
   private:
+    template <typename Predicate>
+    void drop(Predicate isGone);
     void heard(const NetworkRecord& record, bool present);
 
     BackendKeeper& keeper_;

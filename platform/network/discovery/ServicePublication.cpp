@@ -89,6 +89,8 @@ void ServicePublication::announce() {
     while (renames_ <= kMaximumRenames && (error = group_->announce(key_, port_)) == AVAHI_ERR_COLLISION) {
         rename();
     }
+    // Once announced, it waits for its interfaces to come back.
+    if (error == AVAHI_ERR_INVALID_INTERFACE && !announcedName_.empty()) return;
     if (error < 0) fail(avahi_strerror(error));
 }
 

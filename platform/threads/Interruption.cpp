@@ -1,8 +1,9 @@
-#include "host/Interruption.h"
+#include "platform/threads/Interruption.h"
 
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <QSocketNotifier>
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
