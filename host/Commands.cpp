@@ -132,12 +132,16 @@ ExitCode Commands::attributes() {
     } else {
         printText(table.text());
     }
-    return isWhole ? ExitCode::done : ExitCode::refused;
+    return isWhole ? ExitCode::done : withoutAnswer();
 }
 
 ExitCode Commands::possible(const std::string& name) {
     if (const ExitCode code = waitForAttribute(name); code != ExitCode::done) return code;
     const StringList values = possibleValues(host_.plugin(), name);
+    if (connection_.hasEnded()) {
+        complain("the connection ended before the server had named all inputs");
+        return withoutAnswer();
+    }
     if (options_.json) {
         printJson({{"name", jsonValue(name)}, {"possible", jsonValue(*values)}});
         return ExitCode::done;
@@ -151,7 +155,7 @@ ExitCode Commands::possible(const std::string& name) {
 ExitCode Commands::get(const std::string& name) {
     if (const ExitCode code = waitForAttribute(name); code != ExitCode::done) return code;
     const auto current = currentValue(name);
-    if (!current) return ExitCode::refused;
+    if (!current) return withoutAnswer();
     if (options_.json) {
         printJson({{"name", jsonValue(name)}, {"current", jsonValue(current)}});
     } else {
@@ -178,7 +182,11 @@ ExitCode Commands::set(const std::string& name, const std::string& value) {
     if (current && inputNumber(*current) == inputNumber(value)) return ExitCode::done;
     complain("the value was handed to the switcher" +
              (current ? ", which now has another: " + inQuotes(*current) : "; whether it has it, is not known"));
-    return ExitCode::refused;
+    return withoutAnswer();
+}
+
+ExitCode Commands::withoutAnswer() const {
+    return connection_.end() == ConnectionWatch::noAnswer ? ExitCode::timedOut : ExitCode::refused;
 }
 
 std::optional<std::string> Commands::currentValue(const std::string& name) const {
@@ -186,7 +194,7 @@ std::optional<std::string> Commands::currentValue(const std::string& name) const
     std::string current = host_.plugin().currentValueOfAttributeWithName(name);
     if (const auto end = connection_.end()) {
         complain("there is no current value of " + inQuotes(name) + ": the connection " +
-                 (end->empty() ? "has ended, or the server did not answer in time" : "failed: " + *end));
+                 (end->empty() ? "has ended" : "failed: " + *end));
         return std::nullopt;
     }
     if (!current.empty()) return current;

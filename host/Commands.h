@@ -38,6 +38,8 @@ class Commands {
     ExitCode waitForAttribute(const std::string& name);
     // Of an attribute; none, said why, when the plugin refuses to read it or nobody answered.
     std::optional<std::string> currentValue(const std::string& name) const;
+    // What it means that the switcher did not say or do what it was asked.
+    ExitCode withoutAnswer() const;
     void printChangeNotice() const;
 
     PluginHost& host_;

@@ -9,9 +9,10 @@ namespace velmora {
 
 namespace {
 
-// How the lines begin that tell of it: that the server has ended the connection, or did not answer in time; that it
-// failed, and why; and that a new one begins.
+// How the lines begin that tell of it: that the server has ended the connection; that it did not answer in time; that
+// it failed, and why; and that a new one begins.
 constexpr std::string_view kEnded = "NSStreamEventEndEncountered";
+constexpr std::string_view kTimedOut = "NSStreamEventEndEncountered because of a timeout";
 constexpr std::string_view kFailed = "Connection failed: ";
 constexpr std::string_view kBegins = "Selecting matrix switcher";
 
@@ -22,11 +23,17 @@ ConnectionWatch::ConnectionWatch(std::function<void()> selecting)
 
 void ConnectionWatch::hear(const std::string& line) {
     const bool begins = line.starts_with(kBegins);
-    const bool failed = line.starts_with(kFailed);
-    if (!begins && !failed && !line.starts_with(kEnded)) return;
+    std::optional<std::string> end;
+    if (line.starts_with(kFailed)) {
+        end = line.substr(kFailed.size());
+    } else if (line.starts_with(kEnded)) {
+        end = line.starts_with(kTimedOut) ? noAnswer : "";
+    } else if (!begins) {
+        return;
+    }
     {
         MutexLock lock(mutex_);
-        end_ = begins ? std::nullopt : std::optional(failed ? line.substr(kFailed.size()) : "");
+        end_ = end;
     }
     if (begins && selecting_ && MainThread::isCurrent()) selecting_();
 }

@@ -18,9 +18,10 @@ class ConnectionWatch {
     // may be logged there.
     explicit ConnectionWatch(std::function<void()> selecting = nullptr);
 
-    // None while nothing tells of an end, as before the first connection. "" when the server has ended the connection
-    // or did not answer in time, otherwise why it failed.
+    // None while nothing tells of an end, as before the first connection. "" when the server has ended the connection,
+    // otherwise why it failed.
     std::optional<std::string> end() const;
+    static constexpr const char* noAnswer = "the server did not answer in time";
     bool hasEnded() const { return end().has_value(); }
     void forgetEnd();
 

@@ -11,10 +11,6 @@ constexpr std::size_t kValueDigits = 4;
 // What it puts where a label is missing.
 constexpr std::string_view kNoLabel = " (null)";
 
-bool lacksLabel(const std::string& value) {
-    return value.ends_with(kNoLabel);
-}
-
 // Null when there is none.
 ArrayReference listInSettings(VelmoraNodePluginProtocol& plugin, std::string_view key) {
     const DictionaryReference settings = plugin.defaultSettings();
@@ -36,19 +32,12 @@ bool attributesAreComplete(const VelmoraNodePluginProtocol& plugin) {
     });
 }
 
-bool allValuesHaveLabels(const VelmoraNodePluginProtocol& plugin) {
-    const StringList names = plugin.attributeNames();
-    return attributesAreComplete(plugin) && std::all_of(names->begin(), names->end(), [&](const std::string& name) {
-               const StringList values = possibleValues(plugin, name);
-               return std::none_of(values->begin(), values->end(), lacksLabel);
-           });
-}
-
 bool noValueHasLabel(const VelmoraNodePluginProtocol& plugin) {
     const StringList names = plugin.attributeNames();
     if (names->empty()) return false;
     const StringList values = possibleValues(plugin, names->front());
-    return !values->empty() && std::all_of(values->begin(), values->end(), lacksLabel);
+    return !values->empty() && std::all_of(values->begin(), values->end(),
+                                           [](const std::string& value) { return value.ends_with(kNoLabel); });
 }
 
 std::string selectedServer(VelmoraNodePluginProtocol& plugin) {

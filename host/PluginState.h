@@ -13,9 +13,8 @@ StringList possibleValues(const VelmoraNodePluginProtocol& plugin, const std::st
 // Whether there are attributes and each has possible values. The attributes are built a first time while the connection
 // is being opened; there is nothing in those yet that could be chosen.
 bool attributesAreComplete(const VelmoraNodePluginProtocol& plugin);
-// Whether the attributes were built with the switcher's answers to all questions, or to none: what is not answered, as
-// on a lost connection, leaves a value without its label.
-bool allValuesHaveLabels(const VelmoraNodePluginProtocol& plugin);
+// Whether the attributes were built without the switcher's answers: a lost connection leaves every value without its
+// label.
 bool noValueHasLabel(const VelmoraNodePluginProtocol& plugin);
 // "" when the settings name none.
 std::string selectedServer(VelmoraNodePluginProtocol& plugin);

@@ -84,7 +84,7 @@ int runSwitchServer(const QStringList& arguments) {
         return parsed.exitCode;
     }
     const ServerOptions& options = *parsed.options;
-    const Interruption interruption([] { QCoreApplication::quit(); });
+    const Interruption interruption([] { QCoreApplication::quit(); }, Interruption::Second::callsAgain);
     std::signal(SIGPIPE, SIG_IGN);  // a reader of our output that leaves does not end the server
     raiseDescriptorLimit();
 

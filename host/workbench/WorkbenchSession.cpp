@@ -96,8 +96,6 @@ void WorkbenchSession::setOutcome(const QString& outcome) {
 void WorkbenchSession::attributesHaveChanged() {
     attributes_.reload(host_.plugin());
     hasBuiltAttributes_ = true;
-    // All questions were answered just now: a line of the end was a late one, of the connection before.
-    if (allValuesHaveLabels(host_.plugin())) connection_.forgetEnd();
     const auto count = attributes_.rowCount();
     lastNotice_ = QString("Change notice %1 at %2: %3 attribute%4")
                       .arg(++notices_)

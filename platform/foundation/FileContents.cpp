@@ -89,9 +89,13 @@ bool readFile(const std::filesystem::path& file, std::size_t byteLimit, std::str
 bool replaceFile(const std::filesystem::path& file, std::string_view contents) {
     std::error_code unresolved;
     std::filesystem::path target = std::filesystem::canonical(file, unresolved);
-    if (unresolved) target = file;
     struct stat old {};
-    const bool hasOld = stat(target.c_str(), &old) == 0;
+    const bool hasOld = lstat(unresolved ? file.c_str() : target.c_str(), &old) == 0;
+    if (hasOld && (unresolved || !S_ISREG(old.st_mode))) {  // a link that leads nowhere is none of ours to cut
+        errno = unresolved ? unresolved.value() : S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
+        return false;
+    }
+    if (unresolved) target = file;
     std::string newFile;
     Descriptor descriptor = newFileBeside(target, hasOld, newFile);
     if (descriptor.number() < 0) return false;

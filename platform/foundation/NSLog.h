@@ -11,8 +11,8 @@
 namespace velmora {
 
 // Writes one line to the system log (syslog), and to standard error when that is a terminal or mirroring is on; what
-// standard error does not take at once is lost there. Control characters, which can only have come from outside, are
-// escaped. Any thread.
+// standard error does not take at once is lost there, and so is what a terminal of another user would be told. Control
+// characters, which can only have come from outside, are escaped. Any thread.
 void NSLogLine(std::string_view line);
 
 template <typename... Arguments>

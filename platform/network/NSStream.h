@@ -97,10 +97,12 @@ struct NSStreamPair {
 };
 
 // Time limits of a connection.
-inline constexpr double kConnectTimeout = 10.0;  // seconds for the attempt at the last address
-// Seconds for the attempt at one that has others behind it: they must have their turn within a reply's time limit, or a
-// command that waits for the connection would end it before.
-inline constexpr double kConnectTimeoutBeforeNext = 2.5;
+inline constexpr double kConnectTimeout = 10.0;  // seconds for the attempt at one address
+// Where there are several, each gets no more than so many seconds at first, and all together no more than so many:
+// every one must have its turn within a reply's time limit, or a command that waits for the connection would end it
+// before. Those that were silent then get a second turn of full length.
+inline constexpr double kFirstTurnTimeout = 2.5;
+inline constexpr double kFirstTurnsTimeout = 8.0;
 inline constexpr double kVanishedPeerTimeout =
     60.0;  // seconds until a peer that no longer answers becomes an error event
 

@@ -6,6 +6,7 @@
 #include <sys/epoll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <utility>
@@ -89,6 +90,7 @@ void TCPConnection::open() {
             const auto self = weak.lock();
             if (self == nullptr || !self->isPhase(Phase::locating)) return;
             self->addresses_ = std::move(addresses);
+            self->firstTurns_ = self->addresses_.size() > 1 ? self->addresses_.size() : 0;
             self->connectToNextAddress();
         });
     });
@@ -137,7 +139,9 @@ bool TCPConnection::beginConnecting(const SocketAddress& address) {
         descriptor_ = descriptor;
         runLoop = runLoop_;
     }
-    attemptDeadline_ = secondsFromNow(nextAddress_ < addresses_.size() ? kConnectTimeoutBeforeNext : kConnectTimeout);
+    attemptDeadline_ = secondsFromNow(
+        isFirstTurn() ? std::min(kFirstTurnTimeout, kFirstTurnsTimeout / static_cast<double>(firstTurns_))
+                      : kConnectTimeout);
     // Success is told as an edge, also when it has come already.
     runLoop->watchDescriptor(shared_from_this(), descriptor);
     return true;
@@ -217,6 +221,7 @@ std::optional<Date> TCPConnection::deadline() {
 
 void TCPConnection::deadlineReached() {
     error_ = ETIMEDOUT;
+    if (isFirstTurn()) addresses_.push_back(addresses_[nextAddress_ - 1]);
     giveUpAttempt();
 }
 

@@ -58,6 +58,7 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
     void connectToNextAddress();
     bool beginConnecting(const SocketAddress& address);
     void finishConnecting();
+    bool isFirstTurn() const { return nextAddress_ <= firstTurns_; }
     void giveUpAttempt();
     // Offers unread bytes to the input half until there are none or it declines. Given what is known to be unread.
     void offerBytes(Unread unread);
@@ -85,6 +86,7 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
     // The run loop's thread only.
     std::vector<SocketAddress> addresses_;
     std::size_t nextAddress_ = 0;
+    std::size_t firstTurns_ = 0;  // how many of them, from the first on, have a short turn
     std::optional<Date> attemptDeadline_;
     bool mayHaveBytes_ = false;
     bool peerHasEnded_ = false;

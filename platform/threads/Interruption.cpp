@@ -27,7 +27,7 @@ void handleSignal(int) {
 
 }  // namespace
 
-Interruption::Interruption(std::function<void()> handler)
+Interruption::Interruption(std::function<void()> handler, Second second)
     : descriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       notifier_(std::make_unique<QSocketNotifier>(descriptor_, QSocketNotifier::Read)),
       earlier_{} {
@@ -40,7 +40,8 @@ Interruption::Interruption(std::function<void()> handler)
     wakeUp = descriptor_;
     struct sigaction action {};
     action.sa_handler = handleSignal;
-    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+    action.sa_flags = SA_RESTART;
+    if (second == Second::endsProcess) action.sa_flags |= static_cast<int>(SA_RESETHAND);
     sigemptyset(&action.sa_mask);
     for (std::size_t i = 0; i < kSignals.size(); ++i) {
         sigaction(kSignals[i], &action, &earlier_[i]);

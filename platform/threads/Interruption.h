@@ -10,12 +10,15 @@ class QSocketNotifier;
 
 namespace velmora {
 
-// Main thread, one at a time. While it lives each of these signals, when it comes first, calls the handler from the
-// event loop instead of ending the process, also when the loop starts only later. The same signal a second time ends
-// the process, so that a blocked loop can be interrupted too.
+// Main thread, one at a time. While it lives these signals call the handler from the event loop instead of ending the
+// process, also when the loop starts only later.
 class Interruption {
   public:
-    explicit Interruption(std::function<void()> handler);
+    // What the same signal does a second time: it ends the process, so that a blocked loop can be interrupted, too, or
+    // it calls the handler again, so that an orderly end that has begun is not cut short.
+    enum class Second { endsProcess, callsAgain };
+
+    explicit Interruption(std::function<void()> handler, Second second = Second::endsProcess);
     Interruption(const Interruption&) = delete;
     Interruption& operator=(const Interruption&) = delete;
     // Restores what the signals did before.

@@ -174,6 +174,12 @@ TEST(PropertyListXML, replacesFilesAtomicallyAndKeepsThemOnFailure) {
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2);
 
     ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+    fs::create_symlink(folder / "nowhere", folder / "dangling");
+    for (const char* const name : {"pipe", "dangling"}) {
+        const fs::file_type type = fs::symlink_status(folder / name).type();
+        EXPECT_FALSE(writePropertyListToFile("x", folder / name)) << name;
+        EXPECT_EQ(fs::symlink_status(folder / name).type(), type) << name;
+    }
     std::ofstream(folder / "damaged") << "<plist>\n<dict>";
     std::ofstream(folder / "large") << std::string(kPropertyListByteLimit + 1, ' ');
     for (const std::string name : {"missing", "", "pipe", "damaged", "large"}) {

@@ -95,17 +95,28 @@ TEST(NSLog, waitsForNobodyWhoDoesNotReadStandardError) {
     int ends[2];
     ASSERT_TRUE(grantpt(terminal) == 0 && unlockpt(terminal) == 0 && pipe(ends) == 0);
     const int standardError = dup(STDERR_FILENO);
-    for (const int unread : {ends[1], open(ptsname(terminal), O_RDWR | O_NOCTTY)}) {
+    NSLogMirrorToStandardError(true);
+    for (const int unread : {open(ptsname(terminal), O_RDWR | O_NOCTTY), ends[1]}) {
         dup2(unread, STDERR_FILENO);
         close(unread);
-        NSLogMirrorToStandardError(true);
         for (int i = 0; i < 2000; ++i)
             NSLog("one of many lines, more than fit into what a pipe or a terminal keeps: %i", i);
-        NSLogMirrorToStandardError(false);
-        dup2(standardError, STDERR_FILENO);
+        EXPECT_EQ(fcntl(STDERR_FILENO, F_GETFL) & O_NONBLOCK, 0) << "everybody who has the descriptor would see that";
     }
-    EXPECT_EQ(log.lines().size(), 4000u);
-    for (const int descriptor : {ends[0], terminal, standardError})
+    // A line that was cut short is ended before the next one; a reader that goes ends nobody.
+    std::string taken(1 << 20, ' ');
+    ASSERT_GT(read(ends[0], taken.data(), taken.size()), 0);
+    NSLogLine(std::string(taken.size(), 'x'));
+    ASSERT_GT(read(ends[0], taken.data(), taken.size()), 0);
+    NSLog("next");
+    taken.resize(static_cast<std::size_t>(read(ends[0], taken.data(), taken.size())));
+    EXPECT_EQ(taken, "\nnext\n");
+    close(ends[0]);
+    NSLog("nobody reads");
+    NSLogMirrorToStandardError(false);
+    dup2(standardError, STDERR_FILENO);
+    EXPECT_EQ(log.lines().size(), 4003u);
+    for (const int descriptor : {terminal, standardError})
         close(descriptor);
 }
 

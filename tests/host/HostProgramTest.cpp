@@ -215,15 +215,22 @@ TEST_F(HostWithServer, GetsSetsAndShowsTheReasonOfARefusal) {
     }
 }
 
-TEST_F(HostWithServer, TakesNoSilenceForTheFirstInput) {
+TEST_F(HostWithServer, TakesNoSilenceForAnAnswer) {
     const QString name = name_ + " II";
-    Program server(VELMORA_SWITCH_SERVER, {"--name", name, "--fault", "close-before@SET"});
-    ASSERT_NE(server.outputLineWith("announced as"), "");
-    const Result set =
-        runHost({"--settings", writeSettings(name, {{"Two", 1, 0}}), "set", "Velmora Switch Output 2", "1"});
-    EXPECT_EQ(set.code, 1);
-    EXPECT_EQ(set.output, "");
-    EXPECT_TRUE(set.errors.contains("the connection has ended")) << set.errors.constData();
+    const std::vector<std::tuple<const char*, QStringList, const char*>> cases = {
+        {"close-before@SET", {"set", "Velmora Switch Output 2", "1"}, "the connection has ended"},
+        {"close-before@INPUTLABEL#5",
+         {"possible", "Velmora Switch Output 2"},
+         "before the server had named all inputs"},
+    };
+    for (const auto& [fault, command, words] : cases) {
+        Program server(VELMORA_SWITCH_SERVER, {"--name", name, "--fault", fault});
+        ASSERT_NE(server.outputLineWith("announced as"), "");
+        const Result result = runHost(QStringList{"--settings", writeSettings(name, {{"Two", 1, 0}})} + command);
+        EXPECT_EQ(result.code, 1) << fault;
+        EXPECT_EQ(result.output, "") << fault;
+        EXPECT_TRUE(result.errors.contains(words)) << result.errors.constData();
+    }
 }
 
 TEST_F(HostWithServer, WatchesUntilInterrupted) {

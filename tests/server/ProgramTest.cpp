@@ -38,6 +38,7 @@ TEST(Program, IsAnnouncedUntilASignalEndsItInOrder) {
         EXPECT_TRUE(runMainLoopUntil([&] { return seen.services.contains(name); }));
         EXPECT_EQ(client.exchange("MATRIXSIZE"), "16x8\r\n");
         program.sendSignal(signal);
+        program.sendSignal(signal);  // in a hurry
         EXPECT_TRUE(runMainLoopUntil([&] { return !seen.services.contains(name); }));
         EXPECT_EQ(client.receiveAll(), "");
         EXPECT_EQ(program.exitCode(), 0);

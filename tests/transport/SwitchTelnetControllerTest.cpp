@@ -259,22 +259,36 @@ TEST_F(Connection, anXMLReplyCutAnywhereBehindItsBeginningArrivesWhole) {
     controller->closeStreams();
 }
 
-TEST(Streams, tryTheNextAddressWhileACommandMayStillWait) {
+TEST(Streams, giveEveryAddressItsTurnWhileACommandMayStillWaitAndSilentOnesASecond) {
     const ListeningPort mute(0);
     const TestClient only(mute.port());  // there is no room for another
     const ListeningPort good;
-    const auto streams = streamPairWithEndpointProvider([&](const auto& answer) {
-        answer(
-            {*SocketAddress::fromText("127.0.0.1", mute.port()), *SocketAddress::fromText("127.0.0.1", good.port())});
-    });
+    const RefusingPort refusing;
     const auto loop = std::make_shared<NSRunLoop>();
-    streams.output->scheduleInRunLoopForMode(loop, NSDefaultRunLoopMode);
-    streams.output->open();
-    const Date limit = secondsFromNow(TelnetTimeLimits().reply / 2);
-    while (!good.hasConnection() && std::chrono::steady_clock::now() < limit)
-        loop->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(0.05));
-    EXPECT_TRUE(good.hasConnection());
-    streams.output->removeFromRunLoopForMode(loop, NSDefaultRunLoopMode);
+    std::vector<std::shared_ptr<NSOutputStream>> streams;
+    for (const std::uint16_t second : {good.port(), refusing.port()}) {
+        const auto provider = [&](const auto& answer) {
+            const std::uint16_t ports[] = {mute.port(), second};
+            std::vector<SocketAddress> addresses;
+            for (const std::uint16_t port : ports)
+                addresses.push_back(*SocketAddress::fromText("127.0.0.1", port));
+            answer(addresses);
+        };
+        streams.push_back(streamPairWithEndpointProvider(provider).output);
+        streams.back()->scheduleInRunLoopForMode(loop, NSDefaultRunLoopMode);
+        streams.back()->open();
+    }
+    const auto comesTo = [&](const ListeningPort& port) {
+        const Date limit = secondsFromNow(TelnetTimeLimits().reply / 2);
+        while (!port.hasConnection() && std::chrono::steady_clock::now() < limit)
+            loop->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(0.05));
+        return port.hasConnection();
+    };
+    EXPECT_TRUE(comesTo(good));
+    const Socket first(mute.accept());  // now there is
+    EXPECT_TRUE(comesTo(mute));
+    for (const auto& stream : streams)
+        stream->removeFromRunLoopForMode(loop, NSDefaultRunLoopMode);
 }
 
 }  // namespace

@@ -96,6 +96,7 @@ void BackendKeeper::retryLater() {
 
 // The daemon alone has to be asked and told anew when an interface has come, gone, or got another index.
 void BackendKeeper::lookAtInterfaces() {
+    if (daemon_->hasFailed()) return;  // about to be taken down
     const auto before = daemon_->interfaces();
     daemon_->lookUpInterfaces();
     const auto& now = daemon_->interfaces();
@@ -121,6 +122,7 @@ void BackendKeeper::askAgainLater(BackendUser& user) {
 }
 
 void BackendKeeper::askAgain() {
+    if (active_ == daemon_.get() ? daemon_->hasFailed() : own_->hasFailed()) return;  // about to be taken down
     for (BackendUser* user : std::exchange(refused_, {})) {
         user->backendCame(*active_);
     }

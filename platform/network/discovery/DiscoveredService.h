@@ -20,7 +20,7 @@ namespace velmora {
 
 // Once an address is known, so long (seconds) is waited for what usually comes with it: the other family, other
 // interfaces.
-inline constexpr double kSettlingTime = 0.15;
+inline constexpr double kSettlingTime = 0.5;
 
 // Where a service leads. Host and port are those of the first address; each address carries its own port.
 struct ServiceEndpoint {

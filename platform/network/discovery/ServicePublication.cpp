@@ -68,8 +68,12 @@ void ServicePublication::update() {
     }
     if (group_ == nullptr) {
         group_ = backend->makeEntryGroup([this](AvahiEntryGroupState state) { news_ = state; });
-        if (group_ == nullptr) return fail("the service could not be registered");
-        announce();
+        if (group_ != nullptr) {
+            announce();
+        } else if (announcedName_.empty()) {
+            fail("the service could not be registered");
+        }
+        if (group_ == nullptr) return;
     }
     const auto news = std::exchange(news_, std::nullopt);
     if (news == AVAHI_ENTRY_GROUP_COLLISION) {
