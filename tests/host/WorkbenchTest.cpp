@@ -234,7 +234,9 @@ TEST_F(Workbench, TakesWhatIsBeingTyped) {
     EXPECT_NE(text("outcomeLabel").find("settings.plist"), std::string::npos);
     typeLabel("Half");
     write("settings.plist", name, {{"Theirs", 1, 0}});
-    EXPECT_TRUE(closes(QMessageBox::Discard) && host.unload(&error)) << error;
+    EXPECT_TRUE(closes(QMessageBox::Discard));
+    window = nullptr;
+    EXPECT_TRUE(host.unload(&error)) << error;
     EXPECT_EQ(label("settings.plist"), "Theirs");
 }
 
@@ -267,7 +269,9 @@ TEST_F(Workbench, LosesNoSettingsWithoutAWord) {
     EXPECT_EQ(label(), "Other");
 
     rename("Given up");
-    EXPECT_TRUE(closes(QMessageBox::Discard) && host.unload(&error)) << error;
+    EXPECT_TRUE(closes(QMessageBox::Discard));
+    window = nullptr;
+    EXPECT_TRUE(host.unload(&error)) << error;
     EXPECT_EQ(label("other.plist") + label("settings.plist"), "OtherMine");
 }
 
