@@ -51,9 +51,16 @@ class Lifecycle : public testing::Test {
             if (i == (count + 2) / 4) before.emplace();
             round();
         }
-        const Holdings after;
-        EXPECT_EQ(after.threads, before->threads);
-        EXPECT_EQ(after.descriptors, before->descriptors);
+        Holdings after;
+        // A moment later the kernel strikes a joined thread off its list, and the server closes what the plugin closed.
+        runMainLoopUntil(
+            [&] {
+                after = Holdings();
+                return after.threads <= before->threads && after.descriptors <= before->descriptors;
+            },
+            10.0);
+        EXPECT_LE(after.threads, before->threads);
+        EXPECT_LE(after.descriptors, before->descriptors);
         EXPECT_LE(after.pages, before->pages + kPagesOfChance);
         std::printf("%d rounds: threads %td to %td, descriptors %td to %td, pages %td to %td\n", count, before->threads,
                     after.threads, before->descriptors, after.descriptors, before->pages, after.pages);
