@@ -2,12 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <tuple>
 
 #include "platform/network/discovery/PacketScreen.h"
 #include "tests/discovery-platform/RawAnnouncer.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/Holdings.h"
 #include "tests/support/ServiceWatch.h"
 #include "transport/SwitchTelnetController.h"
 
@@ -40,10 +40,6 @@ std::string matrixSizeOf(const std::shared_ptr<NSNetService>& service) {
     controller->closeStreams();
     EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
     return command->responseString().value_or("(null)");
-}
-
-std::size_t entriesIn(const char* folder) {
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
 }
 
 class Discovery : public testing::Test {
@@ -227,15 +223,14 @@ TEST_F(Discovery, NothingIsToldAfterTheEndAndNothingIsLeftBehind) {
         service->setDelegate(&watcher);
         service->resolveWithTimeout(5.0);
     };
-    const auto threads = entriesIn("/proc/self/task");
-    const auto noThreadMore = [&] { return entriesIn("/proc/self/task") == threads; };
+    const auto noThread = [] { return NSThread::runningThreads() == 0 && NSThread::finishCancelledThreads(0.0); };
     round(2);
-    ASSERT_TRUE(runMainLoopUntil(noThreadMore));
-    const std::size_t descriptors = entriesIn("/proc/self/fd");
+    ASSERT_TRUE(runMainLoopUntil(noThread));
+    const auto descriptors = openDescriptors();
     for (const std::size_t events : {0, 1, 2, 0, 0, 0})
         round(events);
-    ASSERT_TRUE(runMainLoopUntil(noThreadMore));
-    EXPECT_EQ(entriesIn("/proc/self/fd"), descriptors);
+    ASSERT_TRUE(runMainLoopUntil(noThread));
+    EXPECT_EQ(openDescriptors(), descriptors);
 }
 
 }  // namespace

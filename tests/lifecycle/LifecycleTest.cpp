@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <optional>
 #include <random>
@@ -14,6 +13,7 @@
 #include "platform/foundation/NSBundle.h"
 #include "plugin/VelmoraSwitchNodePlugin.h"
 #include "tests/plugin/Settings.h"
+#include "tests/support/Holdings.h"
 #include "tests/support/MainLoop.h"
 #include "tests/support/VirtualSwitch.h"
 
@@ -25,17 +25,13 @@ int rounds(int share) {
     return std::max(1, (text != nullptr ? std::atoi(text) : 200) / share);
 }
 
-auto entriesOf(const char* folder) {
-    return std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator());
-}
-
 // What the process holds once everything that winds down has done so.
 struct Holdings {
     Holdings() {
         EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
         runMainLoopOnce();
-        threads = entriesOf("/proc/self/task");
-        descriptors = entriesOf("/proc/self/fd");
+        threads = test::threads();
+        descriptors = openDescriptors();
         malloc_trim(0);
         std::ifstream("/proc/self/statm") >> pages >> pages;
     }

@@ -5,6 +5,7 @@
 #include <net/if.h>
 #include <sched.h>
 #include <sys/ioctl.h>
+#include <syslog.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -30,6 +31,8 @@ int runTests(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     std::printf("network: %s\n",
                 enterNetworkOfOurOwn() ? "a namespace of our own" : "the machine's loopback interface");
+    // Its descriptor, where there is a system log, is there before any test counts descriptors.
+    openlog(nullptr, LOG_NDELAY, LOG_USER);
     // An Avahi daemon of the machine serves the machine's networks, not this one.
     setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
     Application application(argc, argv);

@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <filesystem>
 #include <thread>
 
 #include "platform/foundation/NSNotificationCenter.h"
+#include "tests/support/Holdings.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/MainLoop.h"
 #include "tests/support/ScriptedPeer.h"
@@ -56,9 +56,6 @@ class Connection : public testing::Test {
         controller->processCommandSynchronously(command);
         seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         return command;
-    }
-    static std::ptrdiff_t openDescriptors() {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
     }
     void TearDown() override {
         if (controller == nullptr) return;
