@@ -124,6 +124,7 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     bool hasOpenStream() const;
     bool isCurrentStream(const std::shared_ptr<NSStream>& stream) const;
     std::shared_ptr<NSOutputStream> outputStream() const;
+    static void sendDataTo(NSOutputStream* output, std::span<const std::uint8_t> data);
     void enqueue(const std::shared_ptr<SwitchTelnetCommand>& command);
     std::shared_ptr<SwitchTelnetCommand> takeNextCommand() REQUIRES(stateMutex_);
     void giveSignalBack();

@@ -160,22 +160,27 @@ std::shared_ptr<SwitchTelnetCommand> SwitchTelnetController::takeNextCommand() {
 
 void SwitchTelnetController::sendNextCommand() {
     std::string line;
+    std::shared_ptr<NSOutputStream> output;
     std::shared_ptr<NSRunLoop> loop;
     {
         MutexLock lock(stateMutex_);
         if (closing_ || currentTelnetCommand_ != nullptr || telnetCommands_.empty()) return;
         currentTelnetCommand_ = takeNextCommand();
         line = stringWithFormat(kLineFormat, currentTelnetCommand_->command());
+        output = outputStream_;
         loop = runLoop_;
     }
-    sendData({reinterpret_cast<const std::uint8_t*>(line.data()), line.size()});
+    sendDataTo(output.get(), {reinterpret_cast<const std::uint8_t*>(line.data()), line.size()});
     // Bytes that were left unread may be wanted now; a client that sends on its own thread makes the communications
     // thread look.
     if (loop != nullptr && NSRunLoop::currentRunLoop() != loop) loop->perform([] {});
 }
 
 void SwitchTelnetController::sendData(std::span<const std::uint8_t> data) {
-    const auto output = outputStream();
+    sendDataTo(outputStream().get(), data);
+}
+
+void SwitchTelnetController::sendDataTo(NSOutputStream* output, std::span<const std::uint8_t> data) {
     // Dropped, while the command stays in flight and its client waits until the time-out. That is intended.
     if (output == nullptr || !output->hasSpaceAvailable()) return;
     auto count = static_cast<std::int32_t>(data.size());

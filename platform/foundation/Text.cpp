@@ -139,22 +139,22 @@ std::string formatted(const Placeholder& placeholder, const FormatArgument& argu
 }  // namespace
 
 FormatArgument::FormatArgument(const char* text) {
-    if (text != nullptr) value_ = std::string(text);
+    if (text != nullptr) value_ = std::string_view(text);
 }
 
 FormatArgument::FormatArgument(const std::optional<std::string>& text) {
-    if (text) value_ = *text;
+    if (text) value_ = std::string_view(*text);
 }
 
 std::int64_t FormatArgument::integer() const {
     if (const auto* number = std::get_if<std::int64_t>(&value_)) return *number;
-    if (const auto* text = std::get_if<std::string>(&value_)) return integerValue(*text);
+    if (const auto* text = std::get_if<std::string_view>(&value_)) return integerValue(*text);
     return 0;
 }
 
 std::string FormatArgument::text() const {
     if (const auto* number = std::get_if<std::int64_t>(&value_)) return std::to_string(*number);
-    if (const auto* text = std::get_if<std::string>(&value_)) return *text;
+    if (const auto* text = std::get_if<std::string_view>(&value_)) return std::string(*text);
     return "(null)";
 }
 

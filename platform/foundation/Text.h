@@ -13,25 +13,24 @@
 
 namespace velmora {
 
-// One argument of a format: an integer, a text, or an absent object.
+// One argument of a format: an integer, a text, or an absent object. Refers to the text, which must outlive it.
 class FormatArgument {
   public:
     template <std::integral Integer>
     FormatArgument(Integer value) : value_(static_cast<std::int64_t>(value)) {}
-    FormatArgument(std::string_view text) : value_(std::string(text)) {}
+    FormatArgument(std::string_view text) : value_(text) {}
     FormatArgument(const std::string& text) : value_(text) {}
     // A null pointer is an absent object.
     FormatArgument(const char* text);
     FormatArgument(const std::optional<std::string>& text);
     FormatArgument(std::nullopt_t) {}
 
-    bool isInteger() const { return std::holds_alternative<std::int64_t>(value_); }
     std::int64_t integer() const;
     // The text of the argument; "(null)" for an absent object, the decimal digits of an integer.
     std::string text() const;
 
   private:
-    std::variant<std::monostate, std::int64_t, std::string> value_;
+    std::variant<std::monostate, std::int64_t, std::string_view> value_;
 };
 
 // Formats the placeholders of the system's texts: "%@" (an object's text; "(null)" when absent), "%s" (a text), "%li"

@@ -109,11 +109,6 @@ void TCPConnection::close(Half which) {
     if (runLoop != nullptr) runLoop->forgetDescriptor(shared_from_this());
 }
 
-bool TCPConnection::isPhase(Phase phase) {
-    MutexLock lock(mutex_);
-    return phase_ == phase;
-}
-
 void TCPConnection::connectToNextAddress() {
     while (nextAddress_ < addresses_.size()) {
         if (beginConnecting(addresses_[nextAddress_++])) return;
@@ -191,7 +186,7 @@ void TCPConnection::descriptorReady(std::uint32_t events) {
     bool wasFull = false;
     {
         MutexLock lock(mutex_);
-        if ((events & EPOLLOUT) != 0) wasFull = std::exchange(wasFull_, false);
+        if ((events & EPOLLOUT) != 0) wasFull = wasFull_.exchange(false);
     }
     if (wasFull) deliver(Half::output, NSStreamEventHasSpaceAvailable);
     if ((events & (EPOLLRDHUP | EPOLLERR | EPOLLHUP)) != 0) peerHasEnded_ = true;
@@ -203,12 +198,7 @@ void TCPConnection::descriptorReady(std::uint32_t events) {
 }
 
 void TCPConnection::loopHasRunWork() {
-    bool failed = false;
-    {
-        MutexLock lock(mutex_);
-        failed = std::exchange(failed_, false);
-    }
-    if (failed) {
+    if (failed_.exchange(false)) {
         fail();
     } else if (mayHaveBytes_) {
         offerBytes(lookForBytes());
@@ -253,19 +243,14 @@ void TCPConnection::offerBytes(Unread unread) {
             case Unread::some:
                 break;
         }
-        {
-            MutexLock lock(mutex_);
-            lastRead_ = LastRead::none;
-        }
+        lastRead_ = LastRead::none;
         deliver(Half::input, NSStreamEventHasBytesAvailable);
-        {
-            MutexLock lock(mutex_);
-            if (phase_ != Phase::established) return;
-            if (lastRead_ == LastRead::full || (lastRead_ == LastRead::partial && peerHasEnded_)) continue;
-            if (lastRead_ == LastRead::partial) {
-                mayHaveBytes_ = false;  // what comes from now on is told as a new edge
-                return;
-            }
+        if (!isPhase(Phase::established)) return;
+        const LastRead last = lastRead_;
+        if (last == LastRead::full || (last == LastRead::partial && peerHasEnded_)) continue;
+        if (last == LastRead::partial) {
+            mayHaveBytes_ = false;  // what comes from now on is told as a new edge
+            return;
         }
         // Nobody wants these bytes now. They wait in the kernel; when the peer has ended, nothing will ever be sent to
         // be answered by them.
@@ -327,10 +312,10 @@ std::int64_t TCPConnection::read(std::span<std::uint8_t> buffer) {
 }
 
 bool TCPConnection::hasSpaceAvailable() {
-    MutexLock lock(mutex_);
-    if (phase_ != Phase::established || failed_) return false;
+    if (!isPhase(Phase::established) || failed_) return false;
     // The kernel has space until it says that it has none.
     if (!wasFull_) return true;
+    MutexLock lock(mutex_);
     pollfd space{descriptor_, POLLOUT, 0};
     wasFull_ = poll(&space, 1, 0) != 1 || (space.revents & POLLOUT) == 0;
     return !wasFull_;

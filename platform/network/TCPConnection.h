@@ -54,7 +54,7 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
     enum class Unread { some, none, end, failure };
 
     HalfState& half(Half which) REQUIRES(mutex_) { return halves_[which == Half::input ? 0 : 1]; }
-    bool isPhase(Phase phase);
+    bool isPhase(Phase phase) const { return phase_ == phase; }
     void connectToNextAddress();
     bool beginConnecting(const SocketAddress& address);
     void finishConnecting();
@@ -71,17 +71,18 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
     const EndpointProvider provider_;
     std::array<HalfState, 2> halves_ GUARDED_BY(mutex_);
     std::shared_ptr<NSRunLoop> runLoop_ GUARDED_BY(mutex_);
-    Phase phase_ GUARDED_BY(mutex_) = Phase::idle;
     int descriptor_ GUARDED_BY(mutex_) = -1;
-    bool failed_ GUARDED_BY(mutex_) = false;
+    // These two are changed under the mutex; a plain look needs none.
+    std::atomic<Phase> phase_ = Phase::idle;
+    // The kernel's send buffer had no space for everything at the last write.
+    std::atomic<bool> wasFull_ = false;
+
+    std::atomic<bool> failed_ = false;
     // What became of the bytes that were offered last: not read, read and more may be there, or read to the last one.
     enum class LastRead { none, full, partial };
-    LastRead lastRead_ GUARDED_BY(mutex_) = LastRead::none;
-    // The kernel's send buffer had no space for everything at the last write.
-    bool wasFull_ GUARDED_BY(mutex_) = false;
-
+    std::atomic<LastRead> lastRead_ = LastRead::none;
     // The system's number of what went wrong last; 0 for nothing.
-    std::atomic<int> error_{0};
+    std::atomic<int> error_ = 0;
 
     // The run loop's thread only.
     std::vector<SocketAddress> addresses_;

@@ -1,5 +1,7 @@
 #include "platform/threads/NSLock.h"
 
+#include <algorithm>
+
 #include "platform/threads/NSThread.h"
 
 namespace velmora {
@@ -10,20 +12,16 @@ constexpr std::chrono::milliseconds kCancelLook{200};
 }  // namespace
 
 bool NSLock::lock() {
-    MutexLock hold(mutex_);
-    while (taken_) {
+    while (true) {
+        const auto ticket = freed_.ticket();
+        if (tryLock()) return true;
         if (NSThread::currentThreadIsCancelled()) return false;
-        freed_.wait_for(hold, kCancelLook);
+        freed_.wait(ticket, std::chrono::steady_clock::now() + kCancelLook);
     }
-    taken_ = true;
-    return true;
 }
 
 bool NSLock::tryLock() {
-    MutexLock hold(mutex_);
-    if (taken_) return false;
-    taken_ = true;
-    return true;
+    return !taken_.exchange(true);
 }
 
 bool NSLock::lockBeforeDate(Date deadline) {
@@ -33,31 +31,22 @@ bool NSLock::lockBeforeDate(Date deadline) {
 }
 
 bool NSLock::lockAfterErrandBeforeDate(const Errand& errand, Date deadline) {
-    MutexLock hold(mutex_);
-    while (taken_ || !errand.finished_) {
+    while (true) {
+        const auto ticket = freed_.ticket();
+        if (errand.finished_ && tryLock()) return true;
         if (std::chrono::steady_clock::now() >= deadline) return false;
-        freed_.wait_until(hold, deadline);
+        freed_.wait(ticket, deadline);
     }
-    taken_ = true;
-    return true;
 }
 
 void NSLock::finishErrand(Errand& errand) {
-    bool free = false;
-    {
-        MutexLock hold(mutex_);
-        errand.finished_ = true;
-        free = !taken_;
-    }
-    if (free) freed_.notify_all();
+    errand.finished_ = true;
+    if (!taken_) freed_.announce();
 }
 
 void NSLock::unlock() {
-    {
-        MutexLock hold(mutex_);
-        taken_ = false;
-    }
-    freed_.notify_one();
+    taken_ = false;
+    freed_.announce();
 }
 
 }  // namespace velmora

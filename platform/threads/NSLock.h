@@ -1,9 +1,10 @@
 // A non-recursive lock that serves as a two-state signal: any thread may give back what another took.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 
-#include "platform/threads/ThreadAnnotations.h"
+#include "platform/threads/EventCount.h"
 
 namespace velmora {
 
@@ -33,16 +34,15 @@ class NSLock {
     class Errand {
       private:
         friend class NSLock;
-        bool finished_ = false;
+        std::atomic<bool> finished_ = false;
     };
     // As lockBeforeDate, but not before the errand is finished: one wait, and one wake-up, for both.
     bool lockAfterErrandBeforeDate(const Errand& errand, Date deadline);
     void finishErrand(Errand& errand);
 
   private:
-    Mutex mutex_;
-    Condition freed_;
-    bool taken_ GUARDED_BY(mutex_) = false;
+    std::atomic<bool> taken_ = false;
+    EventCount freed_;
 };
 
 }  // namespace velmora

@@ -1,12 +1,10 @@
 #include "platform/threads/NSRunLoop.h"
 
-#include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/timerfd.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <limits>
 #include <utility>
 
@@ -16,15 +14,7 @@ namespace {
 // Sources count from 1.
 constexpr std::uint64_t kWakeUpId = 0;
 constexpr std::uint64_t kAlarmId = std::numeric_limits<std::uint64_t>::max();
-constexpr std::size_t kEventsEachTurn = 16;
 }  // namespace
-
-struct NSRunLoop::Handed {
-    Work work;
-    bool waited = false;
-    // Guarded by the loop's mutex.
-    bool done = false;
-};
 
 NSRunLoop::NSRunLoop()
     : poller_(epoll_create1(EPOLL_CLOEXEC)),
@@ -59,40 +49,41 @@ void NSRunLoop::runModeUntilDate(const char* mode, Date deadline) {
 }
 
 bool NSRunLoop::runHandedWork() {
-    std::vector<std::shared_ptr<Handed>> work;
+    if (!hasHanded_) return false;
+    // Moved away from the members, because work may run the loop.
+    std::vector<Handed> work = std::move(spareHanded_);
     {
         MutexLock lock(mutex_);
-        if (handed_.empty()) return false;
+        noteEvents();  // the work may end the watch that they come from
         work.swap(handed_);
+        hasHanded_ = false;
     }
-    for (const auto& handed : work) {
-        handed->work();
-        handed->work = nullptr;
-        if (!handed->waited) continue;
+    for (Handed& handed : work) {
+        handed.work();
+        handed.work = nullptr;
+        if (!handed.done) continue;
         {
             MutexLock lock(mutex_);
-            handed->done = true;
+            *handed.done = true;
         }
         handedDone_.notify_all();
     }
+    work.clear();
+    spareHanded_ = std::move(work);
     return true;
 }
 
 void NSRunLoop::waitForEvents(Date deadline) {
     waiting_ = true;
-    bool atOnce = false;
-    {
-        MutexLock lock(mutex_);
-        atOnce = !handed_.empty() || endRun_;
-    }
+    const bool atOnce = hasHanded_ || endRun_;
     setAlarm(deadline);
-    std::array<epoll_event, kEventsEachTurn> events{};
-    const int count = epoll_wait(poller_, events.data(), static_cast<int>(events.size()), atOnce ? 0 : -1);
+    eventCount_ = epoll_wait(poller_, events_.data(), static_cast<int>(events_.size()), atOnce ? 0 : -1);
     waiting_ = false;
+}
 
-    MutexLock lock(mutex_);
-    for (int i = 0; i < count; ++i) {
-        const epoll_event& event = events[static_cast<std::size_t>(i)];
+void NSRunLoop::noteEvents() {
+    for (int i = 0; i < eventCount_; ++i) {
+        const epoll_event& event = events_[static_cast<std::size_t>(i)];
         if (event.data.u64 == kWakeUpId) continue;
         if (event.data.u64 == kAlarmId) {
             alarm_ = Date::max();  // has rung; the same moment may be wanted again
@@ -102,6 +93,7 @@ void NSRunLoop::waitForEvents(Date deadline) {
             if (scheduled.id == event.data.u64) scheduled.pendingEvents |= event.events;
         }
     }
+    eventCount_ = 0;
 }
 
 void NSRunLoop::setAlarm(Date moment) {
@@ -116,13 +108,11 @@ void NSRunLoop::setAlarm(Date moment) {
 }
 
 Date NSRunLoop::serveSources(std::string_view mode, bool ranWork) {
-    struct Turn {
-        std::shared_ptr<RunLoopSource> source;
-        std::uint32_t events;
-    };
-    std::vector<Turn> turns;
+    // Moved away from the member, because a source may run the loop.
+    std::vector<Turn> turns = std::move(spareTurns_);
     {
         MutexLock lock(mutex_);
+        noteEvents();
         for (Scheduled& scheduled : sources_) {
             if (std::find(scheduled.modes.begin(), scheduled.modes.end(), mode) == scheduled.modes.end()) continue;
             turns.push_back({scheduled.source, std::exchange(scheduled.pendingEvents, 0)});
@@ -139,14 +129,21 @@ Date NSRunLoop::serveSources(std::string_view mode, bool ranWork) {
         }
         if (wanted) earliest = std::min(earliest, *wanted);
     }
+    turns.clear();
+    spareTurns_ = std::move(turns);
     return earliest;
 }
 
 bool NSRunLoop::perform(Work work) {
+    return hand({std::move(work), nullptr});
+}
+
+bool NSRunLoop::hand(Handed handed) {
     {
         MutexLock lock(mutex_);
         if (ended_) return false;
-        handed_.push_back(std::make_shared<Handed>(Handed{std::move(work)}));
+        handed_.push_back(std::move(handed));
+        hasHanded_ = true;
     }
     interruptWait();
     return true;
@@ -157,17 +154,12 @@ NSRunLoop::Handing NSRunLoop::performAndWait(Work work, Date deadline) {
         work();
         return Handing::run;
     }
-    const auto handed = std::make_shared<Handed>(Handed{std::move(work), true});
+    const auto done = std::make_shared<bool>(false);
+    if (!hand({std::move(work), done})) return Handing::loopEnded;
     MutexLock lock(mutex_);
-    if (ended_) return Handing::loopEnded;
-    handed_.push_back(handed);
-    lock.unlock();
-    interruptWait();
-    lock.lock();
-    while (!handed->done) {
+    while (!*done) {
         if (ended_) return Handing::loopEnded;
-        if (handedDone_.wait_until(lock, deadline) == std::cv_status::timeout && !handed->done)
-            return Handing::deadlinePassed;
+        if (handedDone_.wait_until(lock, deadline) == std::cv_status::timeout && !*done) return Handing::deadlinePassed;
     }
     return Handing::run;
 }
@@ -186,7 +178,7 @@ void NSRunLoop::interruptWait() {
 }
 
 void NSRunLoop::end() {
-    std::vector<std::shared_ptr<Handed>> unrun;
+    std::vector<Handed> unrun;
     std::vector<Scheduled> released;
     {
         MutexLock lock(mutex_);

@@ -1,6 +1,9 @@
 // The run loop of a thread: bounded runs that serve descriptors and work handed in by other threads.
 #pragma once
 
+#include <sys/epoll.h>
+
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -70,7 +73,11 @@ class NSRunLoop : public NSObject {
 
   private:
     friend class NSThread;
-    struct Handed;
+    struct Handed {
+        Work work;
+        // Set for work that is waited for; guarded by mutex_.
+        std::shared_ptr<bool> done;
+    };
     struct Scheduled {
         std::shared_ptr<RunLoopSource> source;
         std::uint64_t id = 0;
@@ -78,12 +85,18 @@ class NSRunLoop : public NSObject {
         std::uint32_t pendingEvents = 0;
         std::vector<std::string> modes;
     };
+    struct Turn {
+        std::shared_ptr<RunLoopSource> source;
+        std::uint32_t events;
+    };
 
     // The loop of a thread that is about to end: nothing is accepted or run any more, and who waits is released.
     void end();
+    bool hand(Handed handed);
     bool runHandedWork();
     void waitForEvents(Date deadline);
     void setAlarm(Date moment);
+    void noteEvents() REQUIRES(mutex_);
     bool watch(int descriptor, std::uint64_t id) const;
     // Answers the earliest moment at which a source wants to be called.
     Date serveSources(std::string_view mode, bool ranWork);
@@ -96,11 +109,17 @@ class NSRunLoop : public NSObject {
     // Rings at alarm_. Set anew only when another moment is wanted: a time-out of its own would make every wait dearer.
     const int alarmDescriptor_;
     Date alarm_ = Date::max();
+    // What the last wait brought; owner thread only, as are the two vectors, which are kept for their room.
+    std::array<epoll_event, 16> events_{};
+    int eventCount_ = 0;
+    std::vector<Handed> spareHanded_;
+    std::vector<Turn> spareTurns_;
     std::atomic<bool> waiting_{false};
     std::atomic<bool> endRun_{false};
+    std::atomic<bool> hasHanded_{false};
     Mutex mutex_;
     Condition handedDone_;
-    std::vector<std::shared_ptr<Handed>> handed_ GUARDED_BY(mutex_);
+    std::vector<Handed> handed_ GUARDED_BY(mutex_);
     std::vector<Scheduled> sources_ GUARDED_BY(mutex_);
     std::uint64_t lastId_ GUARDED_BY(mutex_) = 0;
     bool ended_ GUARDED_BY(mutex_) = false;

@@ -105,4 +105,27 @@ TEST(NSLock, isASignalThatAnyThreadMayGiveBack) {
     EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
 }
 
+TEST(NSLock, losesNoSignalBetweenTwoThreads) {
+    NSLock asked;
+    NSLock answered;
+    asked.lock();
+    answered.lock();
+    constexpr int rounds = 20'000;
+    int count = 0;
+    std::thread other([&] {
+        for (int i = 0; i < rounds && asked.lockBeforeDate(secondsFromNow(10.0)); ++i) {
+            ++count;
+            answered.unlock();
+        }
+    });
+    for (int i = 0; i < rounds; ++i) {
+        const auto errand = std::make_shared<NSLock::Errand>();
+        asked.unlock();
+        answered.finishErrand(*errand);
+        ASSERT_TRUE(answered.lockAfterErrandBeforeDate(*errand, secondsFromNow(10.0)));
+        EXPECT_EQ(count, i + 1);
+    }
+    other.join();
+}
+
 }  // namespace velmora::test
