@@ -84,9 +84,9 @@ void measureRebuild(Suite& suite) {
 // What the heap gets back when it is done.
 template <typename Release>
 double bytesHeldBy(Release release) {
-    const auto before = heapCount().bytes;
+    const HeapCount heap;
     release();
-    return static_cast<double>(before - heapCount().bytes);
+    return static_cast<double>(-heap.bytes());
 }
 
 void measureMemory(Suite& suite) {

@@ -66,15 +66,15 @@ class Exchanges {
         exchangeThroughSwitcher();
         const int exchanges = eachRound();
         const auto threadsBefore = threadCounts();
-        const auto heapBefore = heapCount();
+        const HeapCount heap;
         for (int i = 0; i < exchanges; ++i) {
             exchangeThroughSwitcher();
         }
-        const auto heapAfter = heapCount();
+        const auto allocations = heap.allocations();
         const auto threads = difference(threadsBefore, threadCounts());
         const auto each = [exchanges](std::int64_t count) { return static_cast<double>(count) / exchanges; };
         communicationsThread_ = busiestThread(threads);
-        addCount("allocations in one exchange", each(heapAfter.allocations - heapBefore.allocations));
+        addCount("allocations in one exchange", each(allocations));
         addCount("wake-ups in one exchange, main thread", each(threads.at(getpid()).wakeUps));
         addCount("wake-ups in one exchange, communications thread", each(threads.at(communicationsThread_).wakeUps));
     }

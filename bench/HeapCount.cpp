@@ -8,21 +8,30 @@
 
 namespace {
 
+std::atomic<bool> counting{false};
 std::atomic<std::int64_t> allocationsMade{0};
 std::atomic<std::int64_t> bytesInUse{0};
+
+void add(std::int64_t allocations, std::int64_t bytes) {
+    allocationsMade.fetch_add(allocations, std::memory_order_relaxed);
+    bytesInUse.fetch_add(bytes, std::memory_order_relaxed);
+}
+
+std::int64_t sizeOf(void* memory) {
+    return static_cast<std::int64_t>(malloc_usable_size(memory));
+}
 
 }  // namespace
 
 void* operator new(std::size_t size) {
     void* const memory = std::malloc(size);
     if (memory == nullptr) throw std::bad_alloc();
-    allocationsMade.fetch_add(1, std::memory_order_relaxed);
-    bytesInUse.fetch_add(static_cast<std::int64_t>(malloc_usable_size(memory)), std::memory_order_relaxed);
+    if (counting.load(std::memory_order_relaxed)) add(1, sizeOf(memory));
     return memory;
 }
 
 void operator delete(void* memory) noexcept {
-    bytesInUse.fetch_sub(static_cast<std::int64_t>(malloc_usable_size(memory)), std::memory_order_relaxed);
+    if (counting.load(std::memory_order_relaxed)) add(0, -sizeOf(memory));
     std::free(memory);
 }
 
@@ -32,8 +41,22 @@ void operator delete(void* memory, std::size_t) noexcept {
 
 namespace velmora::bench {
 
-HeapCount heapCount() {
-    return {allocationsMade, bytesInUse};
+HeapCount::HeapCount() {
+    allocationsMade = 0;
+    bytesInUse = 0;
+    counting = true;
+}
+
+HeapCount::~HeapCount() {
+    counting = false;
+}
+
+std::int64_t HeapCount::allocations() const {
+    return allocationsMade;
+}
+
+std::int64_t HeapCount::bytes() const {
+    return bytesInUse;
 }
 
 }  // namespace velmora::bench

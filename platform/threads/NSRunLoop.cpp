@@ -74,6 +74,9 @@ bool NSRunLoop::runHandedWork() {
 }
 
 void NSRunLoop::waitForEvents(Date deadline) {
+    // Work that is there already goes first, but not twice in a row: work without end must not hide the descriptors.
+    if (hasHanded_ && !std::exchange(workWentFirst_, true)) return;
+    workWentFirst_ = false;
     waiting_ = true;
     const bool atOnce = hasHanded_ || endRun_;
     setAlarm(deadline);

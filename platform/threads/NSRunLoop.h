@@ -112,6 +112,7 @@ class NSRunLoop : public NSObject {
     // What the last wait brought; owner thread only, as are the two vectors, which are kept for their room.
     std::array<epoll_event, 16> events_{};
     int eventCount_ = 0;
+    bool workWentFirst_ = false;
     std::vector<Handed> spareHanded_;
     std::vector<Turn> spareTurns_;
     std::atomic<bool> waiting_{false};
