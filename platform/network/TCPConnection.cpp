@@ -335,8 +335,8 @@ std::int64_t TCPConnection::write(std::span<const std::uint8_t> bytes) {
                 return count;
             }
             if (count < 0 && errno != EAGAIN && errno != EINTR) {
+                error_ = errno;  // before the mark, which is looked at without the mutex
                 failed_ = true;
-                error_ = errno;
                 runLoop = runLoop_;
             } else {
                 wasFull_ = true;

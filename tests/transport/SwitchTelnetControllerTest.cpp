@@ -128,7 +128,7 @@ TEST_F(Connection, aRefusedConnectionIsToldAndReleasesItsClientAtOnce) {
 
 TEST_F(Connection, aStartBesideARunningThreadIsRefusedWithANotification) {
     ScriptedPeer peer(PeerScript().expectClose());
-    open(peer.port());
+    open(peer.port(), {.runLoopPeriod = 60.0});
     int refusals = 0;
     const auto observation = NSNotificationCenter::defaultCenter().addObserver(
         "nodeConnectionDidNotOpen", static_cast<SwitchTelnetControllerDelegate*>(&callbacks),
@@ -141,7 +141,7 @@ TEST_F(Connection, aStartBesideARunningThreadIsRefusedWithANotification) {
     EXPECT_EQ(refusals, 2);
     controller->startConnectionWithNetService(nullptr);
     EXPECT_EQ(refusals, 3);
-    EXPECT_TRUE(runMainLoopUntil([&] { return !controller->communicationsThreadIsRunning(); }));
+    EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
     controller->startConnectionWithNetService(nullptr);
     EXPECT_EQ(refusals, 3);
     EXPECT_EQ(log.count("netservice nil"), 1);
