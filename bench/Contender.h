@@ -25,7 +25,10 @@ struct Contender {
     double medianFigure() const { return median(figures); }
 };
 
-// A B C A B C ..., so that whatever the machine does meanwhile meets all of them; after one round that does not count.
-void takeTurns(std::vector<Contender>& contenders, int rounds);
+// Everyone once in each round, so that whatever the machine does meanwhile meets all of them; after one round that does
+// not count. In an order of its own in each round, unless they are steps that follow from each other: how deep a core
+// sleeps depends on who ran before, and nobody shall always come behind the same one.
+enum class Turns { shuffled, inOrder };
+void takeTurns(std::vector<Contender>& contenders, int rounds, Turns turns = Turns::shuffled);
 
 }  // namespace velmora::bench

@@ -60,7 +60,7 @@ void measureLife(Suite& suite) {
     step("starting it", &Life::start);
     step("stopping and releasing it", &Life::stop);
     step("unloading the bundle", &Life::unload);
-    takeTurns(steps, suite.rounds());
+    takeTurns(steps, suite.rounds(), Turns::inOrder);
     for (const Contender& one : steps) {
         Row row{.group = "life", .name = one.name, .figure = one.medianFigure(), .unit = "us"};
         if (&one == &steps.front()) row.note = "Qt and the platform library are there already, as they are in a host";
