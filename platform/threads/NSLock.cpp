@@ -41,7 +41,7 @@ bool NSLock::lockAfterErrandBeforeDate(const Errand& errand, Date deadline) {
 
 void NSLock::finishErrand(Errand& errand) {
     errand.finished_ = true;
-    if (!taken_) freed_.announce();
+    if (!taken_) freed_.announce();  // otherwise whoever gives the lock back does
 }
 
 void NSLock::unlock() {

@@ -16,7 +16,8 @@ inline Date secondsFromNow(double seconds) {
            std::chrono::duration_cast<Date::duration>(std::chrono::duration<double>(seconds));
 }
 
-// Any thread.
+// Any thread. It must outlive every call, also an unlock() that is still returning when another thread has the lock
+// already.
 class NSLock {
   public:
     // Takes the lock, however long that lasts; false, with the lock not taken, only when the waiting NSThread is

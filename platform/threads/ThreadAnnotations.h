@@ -71,7 +71,6 @@ class Condition {
         Native native(lock);
         return condition_.wait_until(native.lock, deadline);
     }
-    void wait_for(MutexLock& lock, Clock::duration time) { wait_until(lock, Clock::now() + time); }
     void notify_one() { condition_.notify_one(); }
     void notify_all() { condition_.notify_all(); }
 

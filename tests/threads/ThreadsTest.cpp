@@ -128,7 +128,7 @@ TEST(NSLock, losesNoSignalBetweenTwoThreads) {
         asked.unlock();
         EXPECT_TRUE(answered.lockAfterErrandBeforeDate(*errand, deadline));
         EXPECT_EQ(count, i);
-        // Who is woken by the deadline only takes the lock all the same.
+        // Whom only the deadline has woken takes the lock all the same.
         if (std::chrono::steady_clock::now() >= deadline) {
             ADD_FAILURE() << "a signal was lost";
             break;
