@@ -11,7 +11,7 @@ help:
 	@echo 'make workbench    use it: the same in a window'
 	@echo 'make test         build everything and run the tests'
 	@echo 'make bench        measure it, into build/bench.json and docs/performance.md (some minutes on a quiet machine)'
-	@echo 'make build        velmora-host, velmora-switch-server and VelmoraSwitch.bundle, in build/bin/'
+	@echo 'make build        velmora-host, velmora-switch-server and VelmoraSwitch.bundle, in build/'
 	@echo 'make screenshots  take the pictures in docs/images/ anew (needs the package xvfb)'
 	@echo 'make clean        remove build/'
 

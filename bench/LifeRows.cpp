@@ -15,7 +15,7 @@ namespace {
 class Life {
   public:
     void load() {
-        bundle_ = NSBundle::bundleWithPath(programBeside("VelmoraSwitch.bundle"), &error_);
+        bundle_ = NSBundle::bundleWithPath(programBeside(VELMORA_BUNDLE_FROM_PROGRAMS), &error_);
         check(bundle_ != nullptr && bundle_->load(kVelmoraNodePluginProtocolVersion, &error_));
     }
     void create() {

@@ -27,7 +27,7 @@ class SwitchServerProcess {
 // A name of its own for each call.
 std::string newServerName();
 
-// The program beside this one.
+// The program, or what else there is, beside this one.
 std::string programBeside(const std::string& name);
 
 }  // namespace velmora::bench

@@ -51,7 +51,7 @@ Commands:
 Options:
   --settings FILE   the property list (XML) that is kept for the plugin: read at the start, written back when the plugin has
                     changed its settings. A file that does not exist stands for no saved settings
-  --bundle DIR      the plugin's bundle; without it VelmoraSwitch.bundle beside this program, then the installed one
+  --bundle DIR      the plugin's bundle; without it the one that was built or installed with this program
   --interface NAME  look for servers on this network interface only (may be repeated), for example: --interface lo
   --defaults        start the plugin with default routes: each time the server connects, every configured output is routed to
                     its default input. This changes routes

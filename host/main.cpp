@@ -29,18 +29,14 @@ bool interfacesExist(const std::vector<std::string>& names) {
     return true;
 }
 
-// The bundle that was asked for, or the first of the usual places that has one; none when there is none.
+// The bundle that was asked for, or the one that was built or installed with this program; none when there is none.
 std::optional<std::filesystem::path> bundleFolder(const Options& options) {
     if (options.bundle) return options.bundle;
     const std::filesystem::path folder = QCoreApplication::applicationDirPath().toStdString();
-    const std::filesystem::path places[] = {folder / "VelmoraSwitch.bundle",
-                                            (folder / VELMORA_INSTALLED_BUNDLE).lexically_normal()};
-    for (const auto& place : places) {
-        std::error_code fault;
-        if (std::filesystem::is_directory(place, fault)) return place;
-    }
-    complain("the plugin's bundle is neither at " + inQuotes(places[0].string()) + " nor at " +
-             inQuotes(places[1].string()) + "; --bundle DIR says where it is");
+    const std::filesystem::path place = (folder / VELMORA_BUNDLE_FROM_PROGRAMS).lexically_normal();
+    std::error_code fault;
+    if (std::filesystem::is_directory(place, fault)) return place;
+    complain("the plugin's bundle is not at " + inQuotes(place.string()) + "; --bundle DIR says where it is");
     return std::nullopt;
 }
 
