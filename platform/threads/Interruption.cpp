@@ -15,8 +15,19 @@ namespace {
 
 constexpr std::array kSignals = {SIGINT, SIGTERM};
 
-// What the signal handler writes to; -1 for nothing.
+// What the signal handler writes to. Never closed: a handler that another thread is in the midst of may still write to
+// it when its Interruption is gone.
 std::atomic<int> wakeUp = -1;
+
+int wakeUpDescriptor() {
+    static const int descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    return descriptor;
+}
+
+void readBack() {
+    std::uint64_t count = 0;
+    [[maybe_unused]] const auto got = read(wakeUpDescriptor(), &count, sizeof count);
+}
 
 void handleSignal(int) {
     const int error = errno;
@@ -28,16 +39,13 @@ void handleSignal(int) {
 }  // namespace
 
 Interruption::Interruption(std::function<void()> handler, Second second)
-    : descriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-      notifier_(std::make_unique<QSocketNotifier>(descriptor_, QSocketNotifier::Read)),
-      earlier_{} {
-    QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(),
-                     [descriptor = descriptor_, call = std::move(handler)] {
-                         std::uint64_t count = 0;
-                         [[maybe_unused]] const auto got = read(descriptor, &count, sizeof count);
-                         call();
-                     });
-    wakeUp = descriptor_;
+    : notifier_(std::make_unique<QSocketNotifier>(wakeUpDescriptor(), QSocketNotifier::Read)), earlier_{} {
+    readBack();  // what came for an earlier one
+    QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [call = std::move(handler)] {
+        readBack();
+        call();
+    });
+    wakeUp = wakeUpDescriptor();
     struct sigaction action {};
     action.sa_handler = handleSignal;
     action.sa_flags = SA_RESTART;
@@ -52,9 +60,6 @@ Interruption::~Interruption() {
     for (std::size_t i = 0; i < kSignals.size(); ++i) {
         sigaction(kSignals[i], &earlier_[i], nullptr);
     }
-    wakeUp = -1;
-    notifier_ = nullptr;
-    close(descriptor_);
 }
 
 }  // namespace velmora

@@ -25,7 +25,6 @@ class Interruption {
     ~Interruption();
 
   private:
-    int descriptor_;
     std::unique_ptr<QSocketNotifier> notifier_;
     std::array<struct sigaction, 2> earlier_;
 };

@@ -142,12 +142,11 @@ bool MainThread::performAndWait(Work work) {
     }
     Queue& q = queue();
     const auto done = std::make_shared<bool>(false);
+    // What is not queued is destroyed behind the lock: it may hand over work of its own.
+    auto earlier = handOver != nullptr ? std::exchange(handOver->held_, {}) : std::vector<Work>();
     MutexLock lock(q.mutex);
-    if (handOver != nullptr) {
-        for (Work& earlier : handOver->held_) {
-            if (!q.ended) q.push({std::move(earlier), nullptr});
-        }
-        handOver->held_.clear();
+    for (Work& each : earlier) {
+        if (!q.ended) q.push({std::move(each), nullptr});
     }
     if (!q.served) return false;
     q.push({std::move(work), done});

@@ -1,7 +1,5 @@
 #include "platform/threads/NSLock.h"
 
-#include <algorithm>
-
 #include "platform/threads/NSThread.h"
 
 namespace velmora {

@@ -32,9 +32,14 @@ bool NSRunLoop::watch(int descriptor, std::uint64_t id) const {
 }
 
 NSRunLoop::~NSRunLoop() {
-    close(alarmDescriptor_);
-    close(wakeUpDescriptor_);
-    close(poller_);
+    closeDescriptors();
+}
+
+void NSRunLoop::closeDescriptors() {
+    MutexLock lock(wakeUpMutex_);
+    for (int* const descriptor : {&alarmDescriptor_, &wakeUpDescriptor_, &poller_}) {
+        if (*descriptor >= 0) close(std::exchange(*descriptor, -1));
+    }
 }
 
 void NSRunLoop::runModeUntilDate(const char* mode, Date deadline) {
@@ -176,6 +181,8 @@ void NSRunLoop::endRun() {
 // is needed.
 void NSRunLoop::interruptWait() {
     if (!waiting_) return;
+    MutexLock lock(wakeUpMutex_);
+    if (wakeUpDescriptor_ < 0) return;  // the thread has ended meanwhile
     const std::uint64_t one = 1;
     [[maybe_unused]] const auto written = write(wakeUpDescriptor_, &one, sizeof one);
 }
@@ -188,6 +195,7 @@ void NSRunLoop::end() {
         ended_ = true;
         unrun.swap(handed_);
         released.swap(sources_);
+        closeDescriptors();
     }
     handedDone_.notify_all();
 }

@@ -90,8 +90,10 @@ class NSRunLoop : public NSObject {
         std::uint32_t events;
     };
 
-    // The loop of a thread that is about to end: nothing is accepted or run any more, and who waits is released.
+    // The loop of a thread that is about to end: nothing is accepted or run any more, who waits is released, and the
+    // descriptors are given back.
     void end();
+    void closeDescriptors();
     bool hand(Handed handed);
     bool runHandedWork();
     void waitForEvents(Date deadline);
@@ -104,10 +106,13 @@ class NSRunLoop : public NSObject {
     Scheduled* find(const RunLoopSource* source) REQUIRES(mutex_);
 
     bool isUsable_ = false;
-    const int poller_;
-    const int wakeUpDescriptor_;
+    // Waited for on the owner thread, changed on any under mutex_ and before the end.
+    int poller_;
+    // Its own mutex, so that the woken loop does not meet its waker on the other one.
+    Mutex wakeUpMutex_;
+    int wakeUpDescriptor_ GUARDED_BY(wakeUpMutex_);
     // Rings at alarm_. Set anew only when another moment is wanted: a time-out of its own would make every wait dearer.
-    const int alarmDescriptor_;
+    int alarmDescriptor_;
     Date alarm_ = Date::max();
     // What the last wait brought; owner thread only, as are the two vectors, which are kept for their room.
     std::array<epoll_event, 16> events_{};

@@ -37,6 +37,26 @@ thread_local std::shared_ptr<NSRunLoop> currentLoop;
 thread_local const std::atomic<bool>* currentCancelled = nullptr;
 thread_local const void* currentState = nullptr;
 
+// Those that have ended, to be joined by the caller once it has let go of the registry.
+template <typename State>
+std::vector<std::shared_ptr<State>> takeEnded(std::vector<std::shared_ptr<void>>& states) {
+    std::vector<std::shared_ptr<State>> ended;
+    std::erase_if(states, [&ended](const std::shared_ptr<void>& entry) {
+        auto state = std::static_pointer_cast<State>(entry);
+        if (!state->finished) return false;
+        ended.push_back(std::move(state));
+        return true;
+    });
+    return ended;
+}
+
+template <typename State>
+void join(const std::vector<std::shared_ptr<State>>& ended) {
+    for (const auto& state : ended) {
+        state->thread.join();
+    }
+}
+
 // When the process exits no thread runs on in what is being destroyed.
 struct AtExit {
     ~AtExit() {
@@ -55,6 +75,7 @@ NSThread::~NSThread() = default;
 bool NSThread::start() {
     static AtExit atExit;
     finishCancelledThreads(0.0);  // joins the ones that have ended
+    hurryCancelledThreads();
     const auto run = [state = state_] {
         currentLoop = state->runLoop;
         currentCancelled = &state->cancelled;
@@ -63,10 +84,15 @@ bool NSThread::start() {
         state->body = nullptr;
         state->runLoop->end();
         currentLoop = nullptr;
-        Registry& ended = registry();
-        MutexLock endedLock(ended.mutex);
+        // What is left of a thread until it is joined goes with the next one that ends, not only when one is started.
+        Registry& known = registry();
+        MutexLock endedLock(known.mutex);
+        const auto ended = takeEnded<State>(known.states);
+        endedLock.unlock();
+        join(ended);
+        endedLock.lock();
         state->finished = true;
-        ended.threadEnded.notify_all();
+        known.threadEnded.notify_all();
     };
     try {
         Registry& all = registry();
@@ -129,17 +155,25 @@ bool NSThread::finishCancelledThreads(double timeout) {
             if (everyOneEnded || std::chrono::steady_clock::now() >= deadline) break;
             all.threadEnded.wait_until(lock, deadline);
         }
-        std::erase_if(all.states, [&](const std::shared_ptr<void>& entry) {
-            auto state = std::static_pointer_cast<State>(entry);
-            if (!state->finished) return false;
-            ended.push_back(std::move(state));
-            return true;
-        });
+        ended = takeEnded<State>(all.states);
     }
-    for (const auto& state : ended) {
-        state->thread.join();
-    }
+    join(ended);
     return everyOneEnded;
+}
+
+void NSThread::hurryCancelledThreads() {
+    Registry& all = registry();
+    MutexLock lock(all.mutex);
+    const auto windsDown = [](const std::shared_ptr<void>& entry) {
+        const auto* state = static_cast<State*>(entry.get());
+        return state->cancelled && !state->finished;
+    };
+    auto excess = std::count_if(all.states.begin(), all.states.end(), windsDown) - kWindingDownLimit;
+    for (auto entry = all.states.begin(); excess > 0; ++entry) {
+        if (!windsDown(*entry)) continue;
+        static_cast<State*>(entry->get())->runLoop->endRun();
+        --excess;
+    }
 }
 
 bool NSThread::finishAllThreads(double timeout) {

@@ -20,7 +20,10 @@ class NSThread final : public NSObject {
     ~NSThread() override;
 
     // Once only. False when the system has no thread or no descriptors left for it; the body is then destroyed unrun.
+    // Cancelled threads end in their own time, but where more than kWindingDownLimit have not, those that were started
+    // first are woken, so that they see it now: threads that come and go fast do not pile up.
     [[nodiscard]] bool start();
+    static constexpr int kWindingDownLimit = 8;
     // A request that the body looks at; it wakes nobody.
     void cancel();
     bool isCancelled() const;
@@ -41,6 +44,8 @@ class NSThread final : public NSObject {
     static int runningThreads();
 
   private:
+    static void hurryCancelledThreads();
+
     struct State;
     const std::shared_ptr<State> state_;
 };

@@ -8,9 +8,27 @@
 #include "platform/threads/MainThread.h"
 #include "platform/threads/NSLock.h"
 #include "platform/threads/NSThread.h"
+#include "tests/support/Holdings.h"
 #include "tests/support/MainLoop.h"
 
 namespace velmora::test {
+
+TEST(MainThread, letsWorkHandWorkOverWhileItIsDestroyedBehindTheApplicationsEnd) {
+    const auto endTheApplication = [] {
+        alarm(20);  // where it waits for itself
+        QCoreApplication::instance()->~QCoreApplication();
+        std::thread([] {
+            const MainThread::HandOver handOver;
+            MainThread::perform([last = std::shared_ptr<int>(new int, [](const int* number) {
+                                     delete number;
+                                     EXPECT_FALSE(MainThread::performAndWait([] {}));
+                                 })] {});
+            EXPECT_FALSE(MainThread::performAndWait([] {}));
+        }).join();
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(endTheApplication(), testing::ExitedWithCode(0), "");
+}
 
 TEST(MainThread, runsWorkOfOtherThreadsInOrderAlsoThroughNestedLoops) {
     std::vector<int> order;
@@ -81,6 +99,27 @@ TEST(NSThread, workHandedToAThreadThatEndsBeforeRunningItReturnsPromptly) {
     EXPECT_TRUE(neverRuns->start());
     waiter.join();
     EXPECT_TRUE(runMainLoopUntil([&] { return neverRuns->isFinished(); }));
+}
+
+TEST(NSThread, threadsThatComeAndGoFastDoNotPileUpAndGiveBackWhatTheyHeldAtTheirEnd) {
+    const auto before = openDescriptors();
+    std::vector<std::shared_ptr<NSThread>> threads;
+    for (int i = 0; i < 40; ++i) {
+        threads.push_back(std::make_shared<NSThread>([] {
+            while (!NSThread::currentThreadIsCancelled())
+                NSRunLoop::currentRunLoop()->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(3600.0));
+        }));
+        ASSERT_TRUE(threads.back()->start());
+        // In a run that only its period ends, or somebody who wakes it.
+        ASSERT_EQ(threads.back()->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Handing::run);
+        threads.back()->cancel();
+    }
+    EXPECT_TRUE(runMainLoopUntil([] { return NSThread::runningThreads() == NSThread::kWindingDownLimit + 1; }));
+    for (const auto& thread : threads) {
+        thread->runLoop()->endRun();
+    }
+    EXPECT_TRUE(runMainLoopUntil([] { return NSThread::runningThreads() == 0; }));
+    EXPECT_EQ(openDescriptors(), before);
 }
 
 TEST(NSLock, isASignalThatAnyThreadMayGiveBack) {
