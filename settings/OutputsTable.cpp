@@ -89,11 +89,12 @@ void OutputsTable::selectionHasChanged() {
     if (controller_ != nullptr) controller_->tableViewSelectionDidChange(*this);
 }
 
-void OutputsTable::endEditing() {
-    QWidget* const editor = indexWidget(currentIndex());
-    if (editor == nullptr) return;
-    commitData(editor);
-    closeEditor(editor, QAbstractItemDelegate::NoHint);
+bool OutputsTable::endEditing() {
+    if (QWidget* const editor = indexWidget(currentIndex())) {
+        commitData(editor);
+        closeEditor(editor, QAbstractItemDelegate::NoHint);
+    }
+    return model_ == nullptr || !model_->showsRefusedEdit();
 }
 
 void OutputsTable::abandonEditing() {
@@ -111,7 +112,7 @@ bool OutputsTable::edit(const QModelIndex& index, EditTrigger trigger, QEvent* e
 void OutputsTable::openMenu(const QModelIndex& index) {
     MenuPopUp* const menu = menuOfColumn(index.column());
     if (controller_ == nullptr || menu == nullptr || !(index.flags() & Qt::ItemIsEditable)) return;
-    endEditing();
+    if (!endEditing()) return;
     const QRect cell = visualRect(index);
     const QRect onScreen(viewport()->mapToGlobal(cell.topLeft()), cell.size());
     menu->popUp(onScreen, index.data(Qt::EditRole).toLongLong(),
@@ -131,7 +132,7 @@ void OutputsTable::closeMenus() {
 
 void OutputsTable::sortBy(int column) {
     if (controller_ == nullptr || column < 0 || column >= model_->columnCount()) return;
-    endEditing();
+    if (!endEditing()) return;
     const std::vector<SortDescriptor> oldDescriptors = sortDescriptors_;
     SortDescriptor descriptor{model_->column(column).identifier, true};
     if (!oldDescriptors.empty() && oldDescriptors.front().key == descriptor.key)

@@ -30,7 +30,8 @@ class OutputsTable final : public QTableView, public TableView {
     const std::vector<SortDescriptor>& sortDescriptors() const override { return sortDescriptors_; }
 
     // Ends the editing of a cell as leaving it does.
-    void endEditing();
+    // False when the edit was refused; that is complained of when the event loop next runs.
+    bool endEditing();
     const OutputsTableModel* outputsModel() const { return model_; }
 
     using QTableView::edit;

@@ -23,6 +23,11 @@ OutputsTableModel::OutputsTableModel(SwitchSettingsViewController& controller, c
     : QAbstractTableModel(parent), controller_(controller), table_(table), columns_(std::move(columns)) {}
 
 void OutputsTableModel::reload() {
+    if (handedOver_) {
+        refused_ = handedOver_;
+        return;
+    }
+    refused_.reset();
     std::vector<DictionaryReference> rows;
     for (std::int64_t row = 0; row < controller_.numberOfRowsInTableView(table_); ++row) {
         rows.push_back(controller_.configuredOutputAtIndex(row));
@@ -65,6 +70,8 @@ QVariant OutputsTableModel::data(const QModelIndex& index, int role) const {
         case Qt::ToolTipRole:
             return toolTipText(text(index));
         case Qt::EditRole: {
+            if (refused_ && refused_->column == index.column() && refused_->entry == entryAtRow(index.row()))
+                return refused_->value;
             const Column& column = columns_[static_cast<std::size_t>(index.column())];
             const auto value =
                 controller_.tableViewObjectValueForTableColumnRow(table_, column.identifier, index.row());
@@ -106,14 +113,13 @@ bool OutputsTableModel::setData(const QModelIndex& index, const QVariant& value,
     const Column& edited = column(index.column());
     const PropertyList stored = edited.menu != nullptr ? PropertyList(static_cast<std::int32_t>(value.toInt()))
                                                        : PropertyList(value.toString().toStdString());
-    isStoring_ = true;
+    handedOver_ = Edit{entry, index.column(), value};
     controller_.tableViewSetObjectValueForTableColumnRow(table_, stored, edited.identifier, index.row());
-    isStoring_ = false;
+    handedOver_.reset();
     const DictionaryReference changed = controller_.configuredOutputAtIndex(index.row());
-    if (changed == entry) return false;
     rows_[static_cast<std::size_t>(index.row())] = changed;
     emit dataChanged(index, index);
-    return true;
+    return changed != entry;
 }
 
 }  // namespace velmora

@@ -3,6 +3,7 @@
 
 #include <QAbstractTableModel>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "platform/foundation/PropertyList.h"
@@ -25,14 +26,17 @@ class OutputsTableModel final : public QAbstractTableModel {
                       QObject* parent);
 
     // Asks the controller for its rows anew. Rows that are all still the same entries keep what the view holds for
-    // them, such as an open editor; any other change resets the model.
+    // them, such as an open editor; any other change resets the model. While an edit is handed to the controller it
+    // does nothing, because the view is in the midst of closing its editor: the edit was refused, and its cell shows it
+    // until the next call.
     void reload();
     // The row that shows an entry; -1 when none does.
     int rowOfEntry(const DictionaryReference& entry) const;
     DictionaryReference entryAtRow(int row) const;
     const Column& column(int index) const { return columns_[static_cast<std::size_t>(index)]; }
     // True while an edit is handed to the controller.
-    bool isStoring() const { return isStoring_; }
+    bool isStoring() const { return handedOver_.has_value(); }
+    bool showsRefusedEdit() const { return refused_.has_value(); }
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
@@ -45,6 +49,12 @@ class OutputsTableModel final : public QAbstractTableModel {
     bool setData(const QModelIndex& index, const QVariant& value, int role) override;
 
   private:
+    struct Edit {
+        DictionaryReference entry;
+        int column;
+        QVariant value;
+    };
+
     bool isCell(const QModelIndex& index) const;
     std::string text(const QModelIndex& index) const;
 
@@ -52,7 +62,8 @@ class OutputsTableModel final : public QAbstractTableModel {
     const TableView& table_;
     const std::vector<Column> columns_;
     std::vector<DictionaryReference> rows_;
-    bool isStoring_ = false;
+    std::optional<Edit> handedOver_;
+    std::optional<Edit> refused_;
 };
 
 }  // namespace velmora

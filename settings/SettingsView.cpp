@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <QUiLoader>
 #include <memory>
+#include <utility>
 
 #include "platform/foundation/NSBundle.h"
 #include "platform/foundation/NSLog.h"
@@ -167,7 +168,7 @@ class SettingsView::RunningAction {
 
 void SettingsView::act(void (SwitchSettingsViewController::*action)()) {
     const RunningAction running(*this);
-    if (controller_ != nullptr) (controller_->*action)();
+    if (showPendingAlert()) (controller_->*action)();
 }
 
 // Meanwhile the list may have been filled anew, and without what was picked.
@@ -181,31 +182,41 @@ void SettingsView::serverWasPicked(const std::string& title) {
 void SettingsView::addOrRemove() {
     const RunningAction running(*this);
     outputsTableView_->endEditing();
-    if (controller_ != nullptr) controller_->addRemoveButtonPushed(*addRemoveButton_);
+    if (showPendingAlert()) controller_->addRemoveButtonPushed(*addRemoveButton_);
 }
 
 void SettingsView::runAlertPanel(const std::string& title, const std::string& message, const std::string& button) {
     const OutputsTableModel* const model = outputsTableView_->outputsModel();
     if (model == nullptr || !model->isStoring()) {
-        showAlert(title, message, button);
+        showAlert({title, message, button});
         return;
     }
     // The table is in the midst of closing its editor and does not stand being reloaded or destroyed, as may happen
     // while an alert is open.
-    QMetaObject::invokeMethod(
-        this, [this, title, message, button] { showAlert(title, message, button); }, Qt::QueuedConnection);
+    pendingAlert_ = {title, message, button};
+    QMetaObject::invokeMethod(this, &SettingsView::showPendingAlert, Qt::QueuedConnection);
 }
 
-void SettingsView::showAlert(const std::string& title, const std::string& message, const std::string& button) {
+bool SettingsView::showPendingAlert() {
+    const QPointer<SettingsView> self = this;
+    const auto alert = std::exchange(pendingAlert_, std::nullopt);
+    if (alert && controller_ != nullptr) {
+        showAlert(*alert);
+        if (self && controller_ != nullptr) outputsTableView_->reloadData();
+    }
+    return self && controller_ != nullptr;
+}
+
+void SettingsView::showAlert(const Alert& alert) {
     const RunningAction running(*this);
     const MainThread::ModeScope mode(NSModalPanelRunLoopMode);
     const QPointer<QMessageBox> box = new QMessageBox(this);
     box->setIcon(QMessageBox::Warning);
     box->setTextFormat(Qt::PlainText);
-    box->setWindowTitle(QString::fromStdString(title));
-    box->setText(QString::fromStdString(title));
-    box->setInformativeText(QString::fromStdString(message));
-    box->addButton(QString::fromStdString(button), QMessageBox::AcceptRole);
+    box->setWindowTitle(QString::fromStdString(alert.title));
+    box->setText(QString::fromStdString(alert.title));
+    box->setInformativeText(QString::fromStdString(alert.message));
+    box->addButton(QString::fromStdString(alert.button), QMessageBox::AcceptRole);
     box->exec();
     delete box;  // null when the view was destroyed meanwhile
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QWidget>
+#include <optional>
 #include <string>
 
 #include "settings/SettingsControls.h"
@@ -43,7 +44,15 @@ class SettingsView final : public QWidget, public AlertPanel {
     void detach();
     void act(void (SwitchSettingsViewController::*action)());
     void addOrRemove();
-    void showAlert(const std::string& title, const std::string& message, const std::string& button);
+    struct Alert {
+        std::string title;
+        std::string message;
+        std::string button;
+    };
+    void showAlert(const Alert& alert);
+    // Complains of the edit that was refused last, if that has not been done, then reloads the table. The view, and
+    // what it belongs to, may be gone behind it: false then.
+    bool showPendingAlert();
     void serverWasPicked(const std::string& title);
     void updateNotice();
 
@@ -54,6 +63,7 @@ class SettingsView final : public QWidget, public AlertPanel {
     MenuPopUp* outputsPopUpButtonMenu_ = nullptr;
     MenuPopUp* inputsPopUpButtonMenu_ = nullptr;
     QLabel* notice_ = nullptr;
+    std::optional<Alert> pendingAlert_;
     int runningActions_ = 0;
 };
 

@@ -60,6 +60,8 @@ TEST_F(SettingsWindowHarm, thePluginGoesWhileItsViewIsInUse) {
         [&] { onAlert = release, click(add); },
         [&] { onAlert = release, typeLabel(0, "b", Qt::Key_Return); },
         [&] { onAlert = destroy, click(add); },
+        [&] { onAlert = release, beginLabel(0, "b"), click(add); },
+        [&] { onAlert = destroy, beginLabel(0, "b"), click(add); },
         [&] { onAlert = [&] { release(), destroy(); }, typeLabel(0, "b", Qt::Key_Return); },
         [&] { onNotice = destroy, click(add); },
         [&] { onNotice = release, clickCell(0, label), click(remove); },

@@ -71,6 +71,7 @@ TEST_F(SettingsWindow, renamesButNotToALabelThatIsTaken) {
     type("Zwei", Qt::Key_Return, "Zwei");
     type("Drei", Qt::Key_Tab, "Drei");
     type("Vier", Qt::Key_Escape, "Drei");
+    onAlert = [this] { EXPECT_EQ(cell(1, label), "One"); };  // the old one comes back behind the alert
     type("One", Qt::Key_Return, "Drei", {kSameLabel});
     // Confirmed on purpose, its own label is taken, too; left without a change, it is not.
     type("", Qt::Key_Return, "Drei", {kSameLabel});
@@ -82,6 +83,12 @@ TEST_F(SettingsWindow, renamesButNotToALabelThatIsTaken) {
     click(add);
     EXPECT_EQ(outputs()[0].label, "Eins");
     EXPECT_EQ(outputs().size(), 3U);
+    // One that is refused is complained of before the button acts.
+    beginLabel(0, "Drei");
+    onAlert = [this] { EXPECT_EQ(outputs().size(), 3U); };
+    click(add);
+    EXPECT_EQ(takeAlerts(), Strings{kSameLabel});
+    EXPECT_EQ(outputs().size(), 4U);
 }
 
 TEST_F(SettingsWindow, renumbersAndRoutesFromMenusThatCanBeTypedInto) {
@@ -100,6 +107,7 @@ TEST_F(SettingsWindow, renumbersAndRoutesFromMenusThatCanBeTypedInto) {
     choose(output, "put 1000", Qt::Key_Return, 999, 1);
     choose(defaultInput, "7", Qt::Key_Return, 999, 6);  // the seventh, not the one with a 7 in its label
     choose(output, "1000", Qt::Key_Return, 999, 6, {kSameNumber});
+    onAlert = [this] { EXPECT_EQ(cell(0, output), "0002 Output 2"); };
     choose(output, "2", Qt::Key_Return, 999, 6, {kSameNumber});
     choose(output, "3", Qt::Key_Escape, 999, 6);
     // Numbers beyond the menus stay.
