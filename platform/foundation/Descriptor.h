@@ -1,6 +1,7 @@
 // A file descriptor that is closed with its owner.
 #pragma once
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <utility>
@@ -29,5 +30,15 @@ class Descriptor {
   private:
     int number_;
 };
+
+// The first thing that a program does: started with a standard descriptor closed, it would otherwise get its next file
+// or socket there, and print into it. What is printed to one that was closed still fails.
+inline void occupyStandardDescriptors() {
+    int number = 0;
+    do
+        number = ::open("/dev/null", O_RDONLY);
+    while (number >= 0 && number <= STDERR_FILENO);
+    if (number >= 0) ::close(number);
+}
 
 }  // namespace velmora

@@ -33,6 +33,7 @@ class [[nodiscard]] Result {
     Value& operator*() & { return std::get<0>(outcome_); }
     Value&& operator*() && { return std::get<0>(std::move(outcome_)); }
     const Value* operator->() const { return &**this; }
+    Value* operator->() { return &**this; }
     // Why there is none.
     const Failure& failure() const { return std::get<1>(outcome_); }
 
