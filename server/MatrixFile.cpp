@@ -15,7 +15,9 @@ namespace {
 
 // No file of a matrix is as long as this, whatever its labels: two lists of labels, each byte of them escaped, and one
 // of routes, each item on a line of its own.
-constexpr std::size_t longestFile = 3 * VirtualMatrix::maximumSize * (2 * VirtualMatrix::maximumLabelBytes + 16);
+constexpr std::size_t longestLine = 16;  // without a label
+constexpr std::size_t longestLabelLine = 2 * VirtualMatrix::maximumLabelBytes + longestLine;
+constexpr std::size_t longestFile = VirtualMatrix::maximumSize * (2 * longestLabelLine + longestLine);
 
 std::optional<std::string> readLabels(const QString& key, const QJsonValue& value, std::vector<std::string>& labels) {
     if (!value.isArray()) return stringWithFormat("\"%@\" is not a list of labels", key.toStdString());

@@ -72,7 +72,7 @@ class Program final : public SwitchServerDelegate {
     bool takeState();
     bool takeLabels();
     bool listen();
-    bool keepState();
+    bool canKeepState(const Result<void>& tried);
 
     std::vector<std::string> addressesToListenOn() const;
     void announce();
@@ -93,11 +93,7 @@ bool Program::takeState() {
         complain("cannot write the state file " + options_.stateFile + ": " + reason +
                  ". It is tried again until that works.");
     });
-    if (const auto locked = keeper_->lock(); !locked) {
-        complain("cannot have the state file " + options_.stateFile + " for itself: " + locked.failure().reason +
-                 ". Name another with --state, or end the server that keeps it.");
-        return false;
-    }
+    if (!canKeepState(keeper_->lock())) return false;
     if (const auto loaded = keeper_->load(); !loaded) {
         complain("cannot use the state file " + options_.stateFile + ": " + loaded.failure().reason +
                  ". Mend or remove it, or see --state, --inputs and --outputs in --help.");
@@ -150,12 +146,11 @@ bool Program::listen() {
     return true;
 }
 
-bool Program::keepState() {
-    const auto started = keeper_->start();
-    if (!started)
-        complain("cannot write the state file " + options_.stateFile + ": " + started.failure().reason +
-                 ". Mend that, or name another with --state.");
-    return static_cast<bool>(started);
+bool Program::canKeepState(const Result<void>& tried) {
+    if (!tried)
+        complain("cannot keep the state in " + options_.stateFile + ": " + tried.failure().reason +
+                 ". Mend that, or name another file with --state.");
+    return static_cast<bool>(tried);
 }
 
 void Program::complainOfUnreachedInterfaces() {
@@ -187,7 +182,7 @@ int Program::run() {
     if (!options_.labelsFile.empty() && !takeLabels()) return exitWrongUsage;
     if (!listen()) return exitFailed;
     // Written only now: a start that fails for another reason leaves no file of another size behind.
-    if (keeper_ && !keepState()) return exitFailed;
+    if (keeper_ && !canKeepState(keeper_->start())) return exitFailed;
     output_.add("listening on " + server_.endpoint());
     if (options_.announce) announce();
     QCoreApplication::exec();
@@ -196,8 +191,7 @@ int Program::run() {
     if (!keeper_) return 0;
     const auto kept = keeper_->stop();
     if (!kept)
-        complain("the last changes are not in the state file " + options_.stateFile + ": " + kept.failure().reason +
-                 ". It holds those before.");
+        complain("the state file " + options_.stateFile + " may lack the last changes: " + kept.failure().reason + ".");
     return kept ? 0 : exitFailed;
 }
 
