@@ -87,7 +87,7 @@ void SettingsView::load(SwitchSettingsViewController& controller, const std::str
     constexpr std::size_t kInterfaceByteLimit = 1024 * 1024;
     const Result<std::string> contents = readFile(*path, kInterfaceByteLimit);
     QBuffer file;
-    if (contents) file.setData(contents->data(), static_cast<qsizetype>(contents->size()));
+    if (contents) file.setData(QByteArray::fromStdString(*contents));
     file.open(QIODevice::ReadOnly);
     InterfaceLoader loader;
     std::unique_ptr<QWidget> root(contents ? loader.load(&file) : nullptr);
