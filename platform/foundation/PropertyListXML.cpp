@@ -3,10 +3,8 @@
 #include <plist/plist.h>
 
 #include <QString>
-#include <cerrno>
 #include <clocale>
 #include <cstring>
-#include <system_error>
 
 #include "platform/foundation/FileContents.h"
 #include "platform/foundation/PropertyListScreen.h"
@@ -45,10 +43,6 @@ class PlainNumbers {
 bool fail(std::string* error, const std::string& reason) {
     if (error != nullptr) *error = reason;
     return false;
-}
-
-std::string systemReason(int number) {
-    return std::generic_category().message(number);
 }
 
 // The screen has bounded the depth.
@@ -211,13 +205,13 @@ std::optional<std::string> XMLWithPropertyList(const PropertyList& value, std::s
 }
 
 std::optional<PropertyList> propertyListWithContentsOfFile(const std::filesystem::path& file, std::string* error) {
-    std::string contents;
-    if (!readFile(file, kPropertyListByteLimit, contents)) {
-        fail(error, stringWithFormat("%@ cannot be read: %@", file.string(), systemReason(errno)));
+    const Result<std::string> contents = readFile(file, kPropertyListByteLimit);
+    if (!contents) {
+        fail(error, stringWithFormat("%@ cannot be read: %@", file.string(), contents.failure().reason));
         return std::nullopt;
     }
     std::string reason;
-    auto value = propertyListWithXML(contents, &reason);
+    auto value = propertyListWithXML(*contents, &reason);
     if (!value) fail(error, stringWithFormat("%@ is no usable property list: %@", file.string(), reason));
     return value;
 }
@@ -226,8 +220,9 @@ bool writePropertyListToFile(const PropertyList& value, const std::filesystem::p
     std::string reason;
     const auto xml = XMLWithPropertyList(value, &reason);
     if (!xml) return fail(error, stringWithFormat("%@ cannot be written: %@", file.string(), reason));
-    if (!replaceFile(file, *xml))
-        return fail(error, stringWithFormat("%@ cannot be written: %@", file.string(), systemReason(errno)));
+    const Result<void> replaced = replaceFile(file, *xml);
+    if (!replaced)
+        return fail(error, stringWithFormat("%@ cannot be written: %@", file.string(), replaced.failure().reason));
     return true;
 }
 
