@@ -1,13 +1,20 @@
 // Discovery without a daemon, on `lo`: what browsers and services are told when servers come, move, vanish and go.
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <filesystem>
 #include <tuple>
 
-#include "platform/network/discovery/PacketScreen.h"
+#include "platform/mdns/PacketScreen.h"
 #include "tests/discovery-platform/RawAnnouncer.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Holdings.h"
+#include "tests/support/LogLines.h"
 #include "tests/support/ServiceWatch.h"
 #include "transport/SwitchTelnetController.h"
 
@@ -89,13 +96,14 @@ TEST_F(Discovery, ServerThatCameBackOnAnotherPortIsFoundAgainAndConnectedToThere
     // From here on the main loop is at a standstill until the server has moved.
     const auto service = watcher.services.at("Router");
     EXPECT_EQ(matrixSizeOf(service), "1x8");
-    before.sendSignal(SIGKILL);  // no goodbye
+    before.sendSignal(SIGKILL);  // the goodbye is said for it
     ServerProcess after("Router", "2");
-    ASSERT_TRUE(watcher.waitForEvents(4));
-    EXPECT_EQ(watcher.events, (Strings{"found Router", "resolved Router", "found Router", "resolved Router"}));
+    ASSERT_TRUE(watcher.waitForEvents(5));
+    EXPECT_EQ(watcher.events,
+              (Strings{"found Router", "resolved Router", "removed Router", "found Router", "resolved Router"}));
     EXPECT_EQ(matrixSizeOf(service), "2x8");
     EXPECT_EQ(after.exitCodeAfterSignal(), 0);
-    ASSERT_TRUE(watcher.waitForEvents(5));
+    ASSERT_TRUE(watcher.waitForEvents(6));
     EXPECT_EQ(watcher.events.back(), "removed Router");
     // A service that has gone may be there still: its last known place is tried.
     ChildProcess hidden({VELMORA_SWITCH_SERVER, "--no-announce", "--port", after.port});
@@ -175,6 +183,71 @@ TEST_F(Discovery, PacketsWithAnAliasOrCutOffAreScreenedOut) {
         EXPECT_FALSE(passes(std::string_view(good).substr(0, size))) << size;
     EXPECT_FALSE(passes(announcer.pointer({"a"}, {"b"}).alias({"a"}, {"b"}).take()));
     EXPECT_FALSE(passes(announcer.pointer({std::string(64, 'x')}, {"b"}).take()));
+
+    // A look that finds nothing, as behind a wrong checksum, lets nothing be read: a packet may come right then.
+    static AvahiWatchCallback event;
+    static void* watch;
+    AvahiPoll inner{};
+    inner.watch_new = [](const AvahiPoll*, int, AvahiWatchEvent, AvahiWatchCallback callback, void* userdata) {
+        event = callback;
+        return static_cast<AvahiWatch*>(watch = userdata);
+    };
+    inner.watch_free = [](AvahiWatch*) {};
+    PacketScreen screen(&inner);
+    std::array<int, 2> ends{};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+    const Socket reader(ends[0]), sender(ends[1]);
+    int reads = 0;
+    const auto library = [](AvahiWatch*, int descriptor, AvahiWatchEvent, void* count) {
+        std::array<char, 100> packet;
+        *static_cast<int*>(count) += recv(descriptor, packet.data(), packet.size(), MSG_DONTWAIT) < 0 ? 100 : 1;
+    };
+    AvahiWatch* const screened = screen.poll()->watch_new(screen.poll(), ends[0], AVAHI_WATCH_IN, library, &reads);
+    const std::string alias = announcer.alias({"a"}, {"a"}).take();
+    for (const std::string& packet : {std::string(), std::string(9001, 'x'), alias, good, std::string(1, 'x')}) {
+        event(nullptr, ends[0], AVAHI_WATCH_IN, watch);
+        EXPECT_EQ(send(ends[1], packet.data(), packet.size(), 0), std::ssize(packet));
+        event(nullptr, ends[0], AVAHI_WATCH_IN, watch);
+    }
+    EXPECT_EQ(reads, 1);
+    screen.poll()->watch_free(screened);
+}
+
+// Whatever becomes of the program that listens to the network, in the host nothing is to be seen of it but a log line.
+TEST_F(Discovery, ProgramThatDiesOrHangsIsReplacedAndIsNoChildOfTheHost) {
+    static std::atomic<int> childSignals;
+    const auto before = std::signal(SIGCHLD, [](int) { ++childSignals; });
+    const auto signalProgram = [](int signal) {
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code gone;
+            if (read_symlink(entry, gone).native().find("pidfd") == std::string::npos) continue;
+            syscall(SYS_pidfd_send_signal, std::stoi(entry.path().filename()), signal, nullptr, 0);
+        }
+    };
+    LogLines log;
+    ServiceWatch watcher;
+    std::vector<std::unique_ptr<NSNetService>> services;
+    const auto announces = [&](const char* name) {
+        services.push_back(std::make_unique<NSNetService>("", kType, name, 4711));
+        services.back()->publish();
+        return runMainLoopUntil([&] { return watcher.events.back() == std::string("resolved ") + name; });
+    };
+    watcher.events.push_back("");
+    ASSERT_TRUE(announces("First"));
+    for (const auto& [signal, name, line] :
+         {std::tuple(SIGABRT, "Second", "velmora-mdns has ended unexpectedly, it is started again"),
+          std::tuple(SIGSTOP, "Third", "velmora-mdns does not answer, it is started again")}) {
+        EXPECT_EQ(waitpid(-1, nullptr, 0), -1);  // would block for a child
+        EXPECT_EQ(errno, ECHILD);
+        signalProgram(signal);
+        ASSERT_TRUE(runMainLoopUntil([&] { return log.count(line) == 1; }));
+        ASSERT_TRUE(announces(name));
+    }
+    EXPECT_EQ(std::count_if(watcher.events.begin(), watcher.events.end(),
+                            [](const std::string& event) { return event.starts_with("removed"); }),
+              0);
+    std::signal(SIGCHLD, before);
+    EXPECT_EQ(childSignals, 0);
 }
 
 TEST_F(Discovery, PublishesUnderAFreeNameAndSaysWhyNot) {

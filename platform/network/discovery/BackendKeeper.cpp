@@ -1,5 +1,6 @@
 #include "platform/network/discovery/BackendKeeper.h"
 
+#include <algorithm>
 #include <atomic>
 #include <utility>
 
@@ -21,39 +22,61 @@ void BackendKeeper::removeUser(BackendUser& user) {
 void BackendKeeper::settle() {
     if (!unsettled_) return;
     unsettled_ = false;
-    const auto changed = [this] {
-        unsettled_ = true;
-        loop_.performAfter(0.0, [] {});  // so that this is looked at even when it happens in here
-    };
-
     if (daemon_ && daemon_->hasFailed()) {
         if (active_ == daemon_.get()) takeDown();
         daemon_.reset();
     }
-    if (!daemon_) daemon_ = DaemonBackend::create(loop_.poll(), interfaces_, changed);
+    if (!daemon_) daemon_ = DaemonBackend::create(loop_.poll(), interfaces_, [this] { changed(); });
     if (!daemon_) retryLater();
 
     if (daemon_ && daemon_->isAnswering()) {
         if (active_ == daemon_.get()) return;
         if (active_ != nullptr) takeDown();
         own_.reset();
+        restarting_ = false;
         bringUp(*daemon_);
         if (!interfaces_.empty()) lookAtInterfaces();
     } else {
-        const bool ownFails = own_ && own_->hasFailed();
-        if (ownFails) lastError_ = own_->lastError();
-        if (own_ && !ownFails && (own_->publishes() || !publishing_)) return;
-        if (active_ != nullptr) takeDown();
-        own_.reset();
-        // One that fails as soon as it is made must not keep us busy.
-        if (!ownFails) own_ = InProcessBackend::create(loop_.poll(), interfaces_, publishing_, changed, lastError_);
-        if (own_) {
-            bringUp(*own_);
-        } else {
-            retryLater();
-        }
+        settleOwn();
     }
     noteSituation();
+}
+
+void BackendKeeper::changed() {
+    unsettled_ = true;
+    loop_.performAfter(0.0, [] {});  // so that this is looked at even when it happens within settle()
+}
+
+void BackendKeeper::settleOwn() {
+    if (own_ && own_->hasFailed()) ownHasFailed();
+    if (ownPauses_ || (own_ && (own_->publishes() || !publishing_))) return;
+    if (active_ != nullptr) takeDown();
+    own_.reset();
+    restarting_ = false;
+    own_ = ProgramBackend::create(
+        loop_, interfaces_, publishing_, [this] { changed(); }, lastError_);
+    if (own_) {
+        ownEarnsTrust_ = secondsFromNow(kGoodServiceTime);
+        bringUp(*own_);
+    } else {
+        retryLater();
+    }
+}
+
+void BackendKeeper::ownHasFailed() {
+    lastError_ = own_->lastError();
+    restarting_ = own_->hasStarted();
+    // One that never served is the situation's matter.
+    if (restarting_) NSLog("%@, it is started again", lastError_);
+    if (std::chrono::steady_clock::now() > ownEarnsTrust_) restartTime_ = kFirstRestartTime;
+    if (active_ != nullptr) takeDown();
+    own_.reset();
+    ownPauses_ = true;
+    nextOwn_.set(secondsFromNow(restartTime_), [this] {
+        ownPauses_ = false;
+        unsettled_ = true;
+    });
+    restartTime_ = std::min(2 * restartTime_, kRetryTime);
 }
 
 void BackendKeeper::takeDown() {
@@ -143,15 +166,17 @@ void BackendKeeper::limitToInterfaces(std::vector<std::string> interfaces) {
     unsettled_ = true;
 }
 
-// A line when the situation has changed, whatever starts and ends of discovery lie between.
+// A line when the situation has changed, whatever starts and ends of discovery lie between. That the program is started
+// again has its own.
 void BackendKeeper::noteSituation() const {
-    enum Situation { unknown, daemon, inProcess, nothing };
+    enum Situation { unknown, daemon, program, nothing };
     static std::atomic<Situation> known{unknown};
-    const Situation now = active_ == nullptr ? nothing : active_ == daemon_.get() ? daemon : inProcess;
+    if (active_ == nullptr ? restarting_ : active_ == own_.get() && !own_->hasStarted()) return;
+    const Situation now = active_ == nullptr ? nothing : active_ == daemon_.get() ? daemon : program;
     const Situation before = known.exchange(now);
     if (now == before) return;
     if (now == nothing) NSLog("Services cannot be discovered now, trying again: %@", lastError_);
-    if (now == inProcess) NSLog("No Avahi daemon answers, services are discovered without one");
+    if (now == program) NSLog("No Avahi daemon answers, services are discovered without one");
     if (now == daemon && before != unknown) NSLog("The Avahi daemon answers, services are discovered through it");
 }
 

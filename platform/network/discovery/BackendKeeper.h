@@ -1,4 +1,4 @@
-// Keeps discovery supplied with a backend: the Avahi daemon while it answers, our own multicast DNS while it does not.
+// Keeps discovery supplied with a backend: the Avahi daemon while it answers, our own program while it does not.
 #pragma once
 
 #include <memory>
@@ -8,7 +8,7 @@
 
 #include "platform/network/discovery/DaemonBackend.h"
 #include "platform/network/discovery/DiscoveryLoop.h"
-#include "platform/network/discovery/InProcessBackend.h"
+#include "platform/network/discovery/ProgramBackend.h"
 
 namespace velmora {
 
@@ -17,6 +17,10 @@ namespace velmora {
 inline constexpr double kGraceTime = 10.0;
 // After so long (seconds) what did not work is tried again.
 inline constexpr double kRetryTime = 5.0;
+// A program of ours that has failed is started again after so long (seconds), and each time after twice as long, up to
+// kRetryTime, unless it had served for a while.
+inline constexpr double kFirstRestartTime = 0.25;
+inline constexpr double kGoodServiceTime = 30.0;
 
 // Something that asks or tells the network through the backend of the moment.
 class BackendUser {
@@ -38,7 +42,11 @@ class BackendUser {
 class BackendKeeper {
   public:
     BackendKeeper(DiscoveryLoop& loop, std::vector<std::string> interfaces)
-        : loop_(loop), interfaces_(std::move(interfaces)), nextInterfaceLook_(loop), nextAsking_(loop) {}
+        : loop_(loop),
+          interfaces_(std::move(interfaces)),
+          nextInterfaceLook_(loop),
+          nextAsking_(loop),
+          nextOwn_(loop) {}
     BackendKeeper(const BackendKeeper&) = delete;
     BackendKeeper& operator=(const BackendKeeper&) = delete;
     // There must be no users any more.
@@ -55,12 +63,17 @@ class BackendKeeper {
     // Null when neither way works at the moment; settle() keeps trying.
     DiscoveryBackend* backend() const { return active_; }
     const std::string& lastError() const { return lastError_; }
+    // There is no backend, but only because the one that served is about to be started again.
+    bool isRestarting() const { return restarting_; }
 
     // From now on a backend must be able to announce services.
     void requirePublishing();
     void limitToInterfaces(std::vector<std::string> interfaces);
 
   private:
+    void changed();
+    void settleOwn();
+    void ownHasFailed();
     void takeDown();
     void bringUp(DiscoveryBackend& backend);
     void startGraceTime();
@@ -77,11 +90,16 @@ class BackendKeeper {
     unsigned graceTimes_ = 0;
     std::string lastError_;
     std::unique_ptr<DaemonBackend> daemon_;
-    std::unique_ptr<InProcessBackend> own_;
+    std::unique_ptr<ProgramBackend> own_;
     DiscoveryBackend* active_ = nullptr;  // one of the two
+    double restartTime_ = kFirstRestartTime;
+    Date ownEarnsTrust_;      // when the present program will have served for a while
+    bool ownPauses_ = false;  // until nextOwn_
+    bool restarting_ = false;
     std::set<BackendUser*> users_;
     DiscoveryLoop::Timer nextInterfaceLook_;  // while the daemon serves and there is a limit
     DiscoveryLoop::Timer nextAsking_;
+    DiscoveryLoop::Timer nextOwn_;
     std::set<BackendUser*> refused_;
     bool refusalNoted_ = false;
 };

@@ -3,7 +3,6 @@
 #include <avahi-client/lookup.h>
 #include <avahi-client/publish.h>
 #include <avahi-common/error.h>
-#include <dlfcn.h>
 #include <net/if.h>
 
 #include <algorithm>
@@ -20,15 +19,6 @@ constexpr double kPause = 1.0;
 
 using Interfaces = std::set<AvahiIfIndex>;
 
-// Both of Avahi's libraries export a function of this name, and a plain call reaches the other one's (see
-// InProcessBackend.cpp).
-void freeEntryGroup(AvahiEntryGroup* group) {
-    using Function = int (*)(AvahiEntryGroup*);
-    static const auto function =
-        reinterpret_cast<Function>(dlsym(dlopen("libavahi-client.so.3", RTLD_NOW), "avahi_entry_group_free"));
-    if (function != nullptr) function(group);
-}
-
 class Query final : public RecordQuery {
   public:
     explicit Query(RecordHandler handler) : handler_(std::move(handler)) {}
@@ -43,18 +33,13 @@ class Query final : public RecordQuery {
 
   private:
     static void heard(AvahiRecordBrowser*, AvahiIfIndex interface, AvahiProtocol protocol, AvahiBrowserEvent event,
-                      const char* name, std::uint16_t recordClass, std::uint16_t type, const void* data,
-                      std::size_t size, AvahiLookupResultFlags, void* self) {
+                      const char*, std::uint16_t, std::uint16_t type, const void* data, std::size_t size,
+                      AvahiLookupResultFlags, void* self) {
         const auto* query = static_cast<Query*>(self);
         if (event != AVAHI_BROWSER_NEW && event != AVAHI_BROWSER_REMOVE) return;
-        if (name == nullptr || type != query->type_) return;
-        AvahiRecord* record = avahi_record_new_full(name, recordClass, type, AVAHI_DEFAULT_TTL);
-        if (record == nullptr) return;
-        if (avahi_rdata_parse(record, data, size) >= 0) {
-            const auto seen = networkRecord(interface, protocol, *record);
-            if (seen) query->handler_(*seen, event == AVAHI_BROWSER_NEW);
-        }
-        avahi_record_unref(record);
+        if (data == nullptr || type != query->type_) return;
+        const auto seen = networkRecord(interface, protocol, type, {static_cast<const std::uint8_t*>(data), size});
+        if (seen) query->handler_(*seen, event == AVAHI_BROWSER_NEW);
     }
 
     // What was asked before is taken back when this cannot be.
@@ -89,7 +74,7 @@ class Group final : public EntryGroup {
           handler_(std::move(handler)),
           group_(avahi_entry_group_new(client, stateChanged, this)) {}
     ~Group() override {
-        if (group_ != nullptr) freeEntryGroup(group_);
+        if (group_ != nullptr) avahi_entry_group_free(group_);
     }
     bool isMade() const { return group_ != nullptr; }
 

@@ -1,4 +1,4 @@
-// The multicast DNS that discovery stands on: what both of Avahi's ways in, its daemon and its library, offer.
+// The multicast DNS that discovery stands on: what the Avahi daemon and our own program both offer.
 #pragma once
 
 #include <avahi-common/defs.h>

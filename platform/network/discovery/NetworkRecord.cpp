@@ -1,10 +1,18 @@
 #include "platform/network/discovery/NetworkRecord.h"
 
+#include <avahi-common/domain.h>
+
 #include <algorithm>
+#include <array>
 
 namespace velmora {
 
 namespace {
+
+using Bytes = std::span<const std::uint8_t>;
+
+constexpr std::size_t kMaximumNameBytes = 255;
+constexpr std::size_t kMaximumLabelBytes = 63;
 
 bool isUnicast(const std::string& address) {
     const bool unspecified = std::all_of(address.begin(), address.end(), [](char byte) { return byte == 0; });
@@ -14,34 +22,50 @@ bool isUnicast(const std::string& address) {
     return !unspecified && !multicast;
 }
 
+// Labels up to an empty one, with which the data must end. None, too, for the name without labels, which nobody has.
+std::optional<std::string> nameIn(Bytes data) {
+    if (data.size() > kMaximumNameBytes) return std::nullopt;
+    std::string name;
+    while (!data.empty() && data[0] != 0) {
+        const std::size_t length = data[0];
+        // What is longer is a reference to another part of a packet, and there is no packet here.
+        if (length > kMaximumLabelBytes || data.size() <= length) return std::nullopt;
+        // Of one byte escaping makes four at most.
+        std::array<char, 4 * kMaximumLabelBytes + 1> escaped;
+        char* end = escaped.data();
+        std::size_t room = escaped.size();
+        if (avahi_escape_label(reinterpret_cast<const char*>(data.data()) + 1, length, &end, &room) == nullptr)
+            return std::nullopt;
+        if (!name.empty()) name += '.';
+        name += escaped.data();
+        data = data.subspan(1 + length);
+    }
+    if (data.size() != 1 || name.empty()) return std::nullopt;
+    return name;
+}
+
 }  // namespace
 
-std::optional<NetworkRecord> networkRecord(int interface, int protocol, const AvahiRecord& record) {
+std::optional<NetworkRecord> networkRecord(int interface, int protocol, std::uint16_t type, Bytes data) {
     NetworkRecord result{interface, protocol, {}, 0, {}};
-    const auto& data = record.data;
-    switch (record.key->type) {
-        case AVAHI_DNS_TYPE_PTR:
-            result.target = data.ptr.name;
-            break;
-        case AVAHI_DNS_TYPE_SRV:
-            if (data.srv.port == 0) return std::nullopt;
-            result.target = data.srv.name;
-            result.port = data.srv.port;
-            break;
-        case AVAHI_DNS_TYPE_A: {
-            const auto* bytes = reinterpret_cast<const char*>(&data.a.address.address);
-            result.address.assign(bytes, bytes + sizeof data.a.address.address);
-            break;
-        }
-        case AVAHI_DNS_TYPE_AAAA:
-            result.address.assign(std::begin(data.aaaa.address.address), std::end(data.aaaa.address.address));
-            break;
-        default:
-            return std::nullopt;
+    if (type == AVAHI_DNS_TYPE_A || type == AVAHI_DNS_TYPE_AAAA) {
+        if (data.size() != (type == AVAHI_DNS_TYPE_A ? 4 : 16)) return std::nullopt;
+        result.address.assign(data.begin(), data.end());
+        if (!isUnicast(result.address)) return std::nullopt;
+        return result;
     }
-    if (result.address.empty() ? result.target.empty() || result.target == "." : !isUnicast(result.address)) {
+    if (type == AVAHI_DNS_TYPE_SRV) {
+        // Priority, weight, port.
+        if (data.size() < 6) return std::nullopt;
+        result.port = static_cast<std::uint16_t>(data[4] << 8 | data[5]);
+        if (result.port == 0) return std::nullopt;
+        data = data.subspan(6);
+    } else if (type != AVAHI_DNS_TYPE_PTR) {
         return std::nullopt;
     }
+    const auto name = nameIn(data);
+    if (!name) return std::nullopt;
+    result.target = *name;
     return result;
 }
 

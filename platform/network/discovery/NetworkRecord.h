@@ -1,12 +1,12 @@
-// One DNS record as it was seen on one interface, and how it comes out of Avahi.
+// One DNS record as it was seen on one interface, and how it is read.
 #pragma once
 
 #include <avahi-common/defs.h>
-#include <avahi-core/rr.h>
 
 #include <compare>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 
 namespace velmora {
@@ -22,8 +22,9 @@ struct NetworkRecord {
     friend auto operator<=>(const NetworkRecord&, const NetworkRecord&) = default;
 };
 
-// None for a record of another type than these, and for one that leads nowhere: without a target, a port, or a unicast
-// address.
-std::optional<NetworkRecord> networkRecord(int interface, int protocol, const AvahiRecord& record);
+// Reads the data of a record of type PTR, SRV, A or AAAA, names without compression. None for another type, for data
+// that are none, and for a record that leads nowhere: without a target, a port, or a unicast address. Any thread.
+std::optional<NetworkRecord> networkRecord(int interface, int protocol, std::uint16_t type,
+                                           std::span<const std::uint8_t> data);
 
 }  // namespace velmora

@@ -59,7 +59,7 @@ void ServicePublication::update() {
     DiscoveryBackend* backend = keeper_.backend();
     if (backend == nullptr) {
         // Once announced, it waits for better times.
-        if (announcedName_.empty()) fail(keeper_.lastError());
+        if (announcedName_.empty() && !keeper_.isRestarting()) fail(keeper_.lastError());
         return;
     }
     if (!backend->isReadyToPublish()) {

@@ -1,4 +1,4 @@
-#include "platform/network/discovery/PacketScreen.h"
+#include "platform/mdns/PacketScreen.h"
 
 #include <avahi-common/defs.h>
 #include <sys/socket.h>
@@ -42,11 +42,11 @@ class Reader {
     std::span<const std::uint8_t> rest_;
 };
 
-bool isInternetSocket(int descriptor) {
+// The kernel alone speaks through it, of interfaces and addresses.
+bool isNetlinkSocket(int descriptor) {
     int domain = 0;
     socklen_t length = sizeof domain;
-    return getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &length) == 0 &&
-           (domain == AF_INET || domain == AF_INET6);
+    return getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &length) == 0 && domain == AF_NETLINK;
 }
 
 }  // namespace
@@ -81,7 +81,7 @@ PacketScreen::PacketScreen(const AvahiPoll* inner) : inner_(inner), screened_(*i
 AvahiWatch* PacketScreen::makeWatch(const AvahiPoll* api, int descriptor, AvahiWatchEvent event,
                                     AvahiWatchCallback callback, void* userdata) {
     auto* screen = static_cast<PacketScreen*>(api->userdata);
-    auto* watch = new Watch{*screen, isInternetSocket(descriptor), callback, userdata};
+    auto* watch = new Watch{*screen, !isNetlinkSocket(descriptor), callback, userdata};
     watch->inner = screen->inner_->watch_new(screen->inner_, descriptor, event, eventHappened, watch);
     if (watch->inner != nullptr) return reinterpret_cast<AvahiWatch*>(watch);
     delete watch;
@@ -96,15 +96,19 @@ AvahiTimeout* PacketScreen::makeTimeout(const AvahiPoll* api, const timeval* tim
 
 void PacketScreen::eventHappened(AvahiWatch*, int descriptor, AvahiWatchEvent event, void* watch) {
     auto* happened = static_cast<Watch*>(watch);
-    if (happened->screened && happened->screen.dropsNextPacket(descriptor)) return;
+    if (happened->screened && !happened->screen.nextPacketPasses(descriptor)) return;
     happened->callback(reinterpret_cast<AvahiWatch*>(happened), descriptor, event, happened->userdata);
 }
 
-bool PacketScreen::dropsNextPacket(int descriptor) {
-    const ssize_t size = recv(descriptor, packet_.data(), packet_.size(), MSG_PEEK | MSG_DONTWAIT);
-    if (size < 0 || passes(std::span(packet_).first(static_cast<std::size_t>(size)))) return false;
+bool PacketScreen::nextPacketPasses(int descriptor) {
+    // The true length, however long the packet is.
+    const ssize_t size = recv(descriptor, packet_.data(), packet_.size(), MSG_PEEK | MSG_DONTWAIT | MSG_TRUNC);
+    // Nothing to look at, nothing to read; an error has been taken from the socket by asking.
+    if (size < 0) return false;
+    const auto length = static_cast<std::size_t>(size);
+    if (length <= packet_.size() && passes(std::span(packet_).first(length))) return true;
     recv(descriptor, packet_.data(), packet_.size(), MSG_DONTWAIT);
-    return true;
+    return false;
 }
 
 bool PacketScreen::passes(std::span<const std::uint8_t> packet) {

@@ -11,7 +11,19 @@ namespace velmora {
 
 // An alias (CNAME) that leads back to itself, by whatever way, makes the library call itself until the stack is used
 // up, and whoever is on the same network can send one. Discovery needs no aliases, so packets with an alias are
-// dropped, as are those that are cut off or garbled.
+// dropped, as are those that are cut off, garbled, or longer than multicast DNS allows (the library asserts that none
+// is).
+//
+// Only a packet that has been looked at reaches the library: where a look finds none, nothing is read. No order of
+// packets gets by, because
+// - the library reads a socket only when a watch of this poll tells it to, and one packet each time; every socket that
+// it
+//   opens, for whatever family or interface, has its watch made here, and only the kernel's netlink goes unlooked;
+// - what the look has found is the next to be read: the kernel checks a packet's checksum before it shows it, drops
+// wrong
+//   ones before it, and puts new ones behind it; nothing else reads the socket. So the size that the library asks for
+//   first (FIONREAD) is that packet's, too;
+// - a packet without bytes, or too long to be looked at whole, is taken from the socket here.
 class PacketScreen {
   public:
     // What is read through `poll()` is screened; the events themselves are those of `inner`, which must live longer.
@@ -32,11 +44,13 @@ class PacketScreen {
     static AvahiTimeout* makeTimeout(const AvahiPoll* api, const timeval* time, AvahiTimeoutCallback callback,
                                      void* userdata);
     static void eventHappened(AvahiWatch* innerWatch, int descriptor, AvahiWatchEvent event, void* watch);
-    bool dropsNextPacket(int descriptor);
+    // Whether there is a packet, and it may pass. One that may not is gone then.
+    bool nextPacketPasses(int descriptor);
 
     const AvahiPoll* const inner_;
     AvahiPoll screened_;
-    std::array<std::uint8_t, 64 * 1024> packet_;
+    // As long as a packet of multicast DNS may be at most, headers included.
+    std::array<std::uint8_t, 9000> packet_;
 };
 
 }  // namespace velmora

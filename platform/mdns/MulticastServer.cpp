@@ -1,0 +1,201 @@
+#include "platform/mdns/MulticastServer.h"
+
+#include <avahi-common/alternative.h>
+#include <avahi-common/error.h>
+#include <avahi-common/malloc.h>
+#include <avahi-core/log.h>
+#include <avahi-core/lookup.h>
+#include <avahi-core/publish.h>
+#include <avahi-core/rr.h>
+
+#include <array>
+#include <string>
+
+#include "platform/mdns/Confinement.h"
+
+namespace velmora {
+
+namespace {
+
+// Records that are kept for each interface: a few for every service that the host would list (see DiscoveryEngine.h).
+constexpr unsigned kCacheEntries = 16 * 1024;
+// The longest data that is of use: a service's location with a name of 255 bytes.
+constexpr std::size_t kMaximumData = 512;
+
+}  // namespace
+
+class MulticastServer::Question {
+  public:
+    Question(HostConnection& host, std::uint64_t id, std::uint16_t type) : host_(host), id_(id), type_(type) {}
+    Question(const Question&) = delete;
+    Question& operator=(const Question&) = delete;
+    ~Question() {
+        if (browser_ != nullptr) avahi_s_record_browser_free(browser_);
+    }
+
+    bool start(AvahiServer* server, const std::string& name) {
+        AvahiKey* key = avahi_key_new(name.c_str(), AVAHI_DNS_CLASS_IN, type_);
+        if (key == nullptr) return false;
+        browser_ = avahi_s_record_browser_new(server, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, key,
+                                              AVAHI_LOOKUP_USE_MULTICAST, heard, this);
+        avahi_key_unref(key);
+        return browser_ != nullptr;
+    }
+
+  private:
+    static void heard(AvahiSRecordBrowser*, AvahiIfIndex interface, AvahiProtocol protocol, AvahiBrowserEvent event,
+                      AvahiRecord* record, AvahiLookupResultFlags, void* self) {
+        const auto* question = static_cast<Question*>(self);
+        if (event != AVAHI_BROWSER_NEW && event != AVAHI_BROWSER_REMOVE) return;
+        if (record == nullptr || record->key->type != question->type_) return;
+        std::array<char, kMaximumData> data;
+        const std::size_t size = avahi_rdata_serialize(record, data.data(), data.size());
+        if (size == 0 || size > data.size()) return;
+        question->host_.send(
+            {MdnsFrame::Kind::record, question->id_, {event, interface, protocol}, {{data.data(), size}}});
+    }
+
+    HostConnection& host_;
+    const std::uint64_t id_;
+    const std::uint16_t type_;
+    AvahiSRecordBrowser* browser_ = nullptr;
+};
+
+class MulticastServer::Group {
+  public:
+    Group(AvahiServer* server, HostConnection& host, std::uint64_t id)
+        : server_(server), host_(host), id_(id), group_(avahi_s_entry_group_new(server, stateChanged, this)) {}
+    Group(const Group&) = delete;
+    Group& operator=(const Group&) = delete;
+    ~Group() {
+        if (group_ != nullptr) avahi_s_entry_group_free(group_);
+    }
+
+    void announce(std::uint16_t port, const std::string& name, const std::string& type, const std::string& domain) {
+        if (group_ == nullptr) return tell(AVAHI_ENTRY_GROUP_FAILURE);
+        avahi_s_entry_group_reset(group_);
+        int error = avahi_server_add_service(server_, group_, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, AvahiPublishFlags{},
+                                             name.c_str(), type.c_str(), domain.c_str(), nullptr, port, nullptr);
+        if (error >= 0) error = avahi_s_entry_group_commit(group_);
+        // With another service of the same machine it collides at once.
+        if (error < 0) tell(error == AVAHI_ERR_COLLISION ? AVAHI_ENTRY_GROUP_COLLISION : AVAHI_ENTRY_GROUP_FAILURE);
+    }
+
+  private:
+    static void stateChanged(AvahiServer*, AvahiSEntryGroup*, AvahiEntryGroupState state, void* self) {
+        static_cast<Group*>(self)->tell(state);
+    }
+    void tell(AvahiEntryGroupState state) { host_.send({MdnsFrame::Kind::groupState, id_, {state, 0, 0}, {}}); }
+
+    AvahiServer* const server_;
+    HostConnection& host_;
+    const std::uint64_t id_;
+    AvahiSEntryGroup* const group_;
+};
+
+MulticastServer::MulticastServer(AvahiSimplePoll* poll)
+    : poll_(poll),
+      screen_(avahi_simple_poll_get(poll)),
+      host_(avahi_simple_poll_get(poll), [this](const MdnsFrame& frame) { heard(frame); }) {
+    // What fails is told to the host; the rest that the library writes is what the network makes it write, packet by
+    // packet.
+    avahi_set_log_function([](AvahiLogLevel, const char*) {});
+}
+
+MulticastServer::~MulticastServer() {
+    expectProgressWithin(2);
+    questions_.clear();
+    groups_.clear();
+    if (server_ != nullptr) avahi_server_free(server_);
+    expectProgressWithin(0);
+}
+
+bool MulticastServer::run() {
+    while (!ended_ && !host_.hasEnded()) {
+        if (avahi_simple_poll_prepare(poll_, -1) != 0) return false;
+        expectProgressWithin(0);
+        if (avahi_simple_poll_run(poll_) < 0) return false;
+        expectProgressWithin(kPatience);
+        if (avahi_simple_poll_dispatch(poll_) != 0) return false;
+        // Each dispatch serves the first socket that has something, and the network can always have something.
+        host_.read();
+    }
+    return true;
+}
+
+void MulticastServer::heard(const MdnsFrame& frame) {
+    if (ended_ || (server_ == nullptr) != (frame.kind == MdnsFrame::Kind::start)) return;
+    switch (frame.kind) {
+        case MdnsFrame::Kind::start:
+            return start(frame);
+        case MdnsFrame::Kind::ask: {
+            auto question = std::make_unique<Question>(host_, frame.id, static_cast<std::uint16_t>(frame.numbers[0]));
+            Question& asked = *questions_.insert_or_assign(frame.id, std::move(question)).first->second;
+            if (frame.texts.size() != 1 || !asked.start(server_, frame.texts[0])) giveUp(avahi_server_errno(server_));
+            return;
+        }
+        case MdnsFrame::Kind::endAsk:
+            questions_.erase(frame.id);
+            return;
+        case MdnsFrame::Kind::announce: {
+            auto& group = groups_[frame.id];
+            if (group == nullptr) group = std::make_unique<Group>(server_, host_, frame.id);
+            if (frame.texts.size() != 3) return giveUp(AVAHI_ERR_INVALID_ARGUMENT);
+            return group->announce(static_cast<std::uint16_t>(frame.numbers[0]), frame.texts[0], frame.texts[1],
+                                   frame.texts[2]);
+        }
+        case MdnsFrame::Kind::withdraw:
+            groups_.erase(frame.id);
+            return;
+        case MdnsFrame::Kind::ping:
+            return host_.send({.kind = MdnsFrame::Kind::pong, .texts = {}});
+        default:
+            return;
+    }
+}
+
+void MulticastServer::start(const MdnsFrame& frame) {
+    if (frame.numbers[0] != kMdnsFrameVersion) return giveUp(AVAHI_ERR_VERSION_MISMATCH);
+    const bool publishing = frame.numbers[1] != 0;
+    AvahiServerConfig config;
+    avahi_server_config_init(&config);
+    for (const std::string& name : frame.texts) {
+        config.allow_interfaces = avahi_string_list_add(config.allow_interfaces, name.c_str());
+    }
+    config.disable_publishing = publishing ? 0 : 1;
+    config.publish_addresses = publishing ? 1 : 0;
+    config.publish_hinfo = 0;
+    config.publish_workstation = 0;
+    config.publish_domain = 0;
+    config.enable_wide_area = 0;
+    config.n_cache_entries_max = kCacheEntries;
+
+    int error = 0;
+    server_ = avahi_server_new(
+        screen_.poll(), &config,
+        [](AvahiServer* server, AvahiServerState state, void* self) {
+            static_cast<MulticastServer*>(self)->stateChanged(server, state);
+        },
+        this, &error);
+    avahi_server_config_free(&config);
+    if (server_ == nullptr) giveUp(error);
+}
+
+void MulticastServer::stateChanged(AvahiServer* server, AvahiServerState state) {
+    if (state == AVAHI_SERVER_FAILURE) return giveUp(avahi_server_errno(server));
+    if (state == AVAHI_SERVER_COLLISION) {
+        // Another machine has our host name; the state comes back to running under the next one.
+        char* name = avahi_alternative_host_name(avahi_server_get_host_name(server));
+        const bool renamed = name != nullptr && avahi_server_set_host_name(server, name) >= 0;
+        avahi_free(name);
+        if (!renamed) return giveUp(avahi_server_errno(server));
+    }
+    host_.send({MdnsFrame::Kind::serverState, 0, {state, AVAHI_OK, 0}, {}});
+}
+
+void MulticastServer::giveUp(int error) {
+    ended_ = true;
+    host_.send({MdnsFrame::Kind::serverState, 0, {AVAHI_SERVER_FAILURE, error, 0}, {}});
+}
+
+}  // namespace velmora

@@ -1,0 +1,49 @@
+// Avahi's core at the service of the host.
+#pragma once
+
+#include <avahi-common/simple-watch.h>
+#include <avahi-core/core.h>
+
+#include <cstdint>
+#include <memory>
+#include <unordered_map>
+
+#include "platform/mdns/HostConnection.h"
+#include "platform/mdns/PacketScreen.h"
+
+namespace velmora {
+
+// A turn of the loop that takes longer (seconds) is taken for one that never ends, and ends the program.
+inline constexpr unsigned kPatience = 10;
+
+// One thread.
+class MulticastServer {
+  public:
+    explicit MulticastServer(AvahiSimplePoll* poll);
+    MulticastServer(const MulticastServer&) = delete;
+    MulticastServer& operator=(const MulticastServer&) = delete;
+    // Says goodbye for what has been announced.
+    ~MulticastServer();
+
+    // Serves until the host has gone, or Avahi gives up. False when the loop fails.
+    bool run();
+
+  private:
+    class Question;
+    class Group;
+
+    void heard(const MdnsFrame& frame);
+    void start(const MdnsFrame& frame);
+    void stateChanged(AvahiServer* server, AvahiServerState state);
+    void giveUp(int error);
+
+    AvahiSimplePoll* const poll_;
+    PacketScreen screen_;
+    HostConnection host_;
+    bool ended_ = false;
+    AvahiServer* server_ = nullptr;
+    std::unordered_map<std::uint64_t, std::unique_ptr<Question>> questions_;
+    std::unordered_map<std::uint64_t, std::unique_ptr<Group>> groups_;
+};
+
+}  // namespace velmora
