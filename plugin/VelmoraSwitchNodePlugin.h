@@ -13,7 +13,9 @@
 #include "platform/foundation/NSObject.h"
 #include "platform/threads/AtomicReference.h"
 #include "plugin/AttributeRecord.h"
+#include "plugin/PluginStatus.h"
 #include "plugin/VelmoraNodePluginProtocol.h"
+#include "plugin/VelmoraNodePluginStatusProtocol.h"
 #include "settings/SwitchSettingsViewController.h"
 
 namespace velmora {
@@ -22,6 +24,7 @@ namespace velmora {
 // may release it at any moment, also inside its callback: the operation that is running then finishes first.
 class VelmoraSwitchNodePlugin final : public NSObject,
                                       public VelmoraNodePluginProtocol,
+                                      public VelmoraNodePluginStatusProtocol,
                                       private VelmoraSwitchControllerDelegate,
                                       private SwitchSettingsViewControllerDelegate {
   public:
@@ -48,6 +51,14 @@ class VelmoraSwitchNodePlugin final : public NSObject,
     std::int32_t setValueForAttributeWithName(const std::string& value, const std::string& name) override;
     QWidget* settingsView() override;
 
+    // The status protocol.
+    std::uint32_t statusProtocolVersion() const override { return kVelmoraNodePluginStatusProtocolVersion; }
+    NodePluginConnectionStatus connectionStatus() const override { return status_.connection(); }
+    NodePluginOutcome lastOutcome() const override;
+    void setStatusObserver(VelmoraNodePluginStatusProtocol_Observer* observer) override {
+        status_.setObserver(observer);
+    }
+
     // Replaced as a whole; any thread.
     std::shared_ptr<const AttributeDictionary> attributes() const { return attributes_.load(); }
     void setAttributes(std::shared_ptr<const AttributeDictionary> attributes) {
@@ -71,6 +82,7 @@ class VelmoraSwitchNodePlugin final : public NSObject,
     void newMatrixSwitcherWithNameDidBecomeAvailable(const std::string& name) override;
     void matrixSwitcherWithNameDidDisappear(const std::string& name) override;
     void matrixDimensionsChangedTo(MatrixSwitcher& switcher, NSSize size) override;
+    void connectionStatusChanged() override;
 
     bool isStarted() const { return started_; }
     std::shared_ptr<const AttributeDictionary> buildAttributes();
@@ -79,6 +91,10 @@ class VelmoraSwitchNodePlugin final : public NSObject,
     template <typename Text>
     std::optional<std::string> textOfAttribute(const std::string& name, Text text, const char* whenStopped) const;
     void selectSwitcher(const std::optional<std::string>& name);
+    // A read or set of the attribute is refused for the reason in the line, which goes to the log.
+    void refuse(const std::string& name, const std::string& line);
+    // The same for a number that is out of range, as every number is before the matrix is known.
+    void refuseNumber(const std::string& name, const std::string& line);
 
     const std::string _pluginName;
     const std::shared_ptr<NSBundle> _bundle;
@@ -96,6 +112,7 @@ class VelmoraSwitchNodePlugin final : public NSObject,
     // intended.
     std::vector<std::shared_ptr<VelmoraSwitchController>> replacedControllers_;
     std::shared_ptr<SwitchSettingsViewController> _settingsViewController;
+    PluginStatus status_;
 };
 
 }  // namespace velmora

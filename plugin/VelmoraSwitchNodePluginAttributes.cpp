@@ -19,6 +19,7 @@ constexpr std::string_view kReadPrefix = "Velmora Switch Output";
 constexpr std::string_view kSetPrefix = "Velmora Switch Output ";
 constexpr std::size_t kValueDigits = 4;
 
+constexpr std::string_view kLineEnding = " (Velmora Switch Plugin)";
 constexpr const char* kNoServer = "No server selected (Velmora Switch Plugin)";
 constexpr const char* kOutputOutOfRange = "Output %li is out of range (Velmora Switch Plugin)";
 constexpr const char* kInputOutOfRange = "Input %li is out of range (Velmora Switch Plugin)";
@@ -52,7 +53,7 @@ const std::string* keptText(AttributeDictionary& attributes, const StringList& p
 }  // namespace
 
 void VelmoraSwitchNodePlugin::updateAttributes() {
-    const auto keepAlive = shared_from_this();
+    const PluginStatus::Operation operation(status_);
     setAttributes(buildAttributes());
     MainThread::performAndWait([this] {
         if (delegate_ != nullptr) delegate_->attributesChangedForPluginName(pluginName());
@@ -164,47 +165,70 @@ StringList VelmoraSwitchNodePlugin::possibleValuesOfAttributeWithName(const std:
 }
 
 std::string VelmoraSwitchNodePlugin::currentValueOfAttributeWithName(const std::string& name) {
-    if (!isStarted()) return "";
+    if (!isStarted()) {
+        status_.noteNoConnection(name);
+        return "";
+    }
     if (!name.starts_with(kReadPrefix)) {
-        NSLog(kNotImplemented, name);
+        refuse(name, stringWithFormat(kNotImplemented, name));
         return "";
     }
     const std::int64_t output = integerValue(std::string_view(name).substr(kReadPrefix.size()));
     const auto switcher = selectedDevice();
     if (switcher == nullptr) {
         NSLog(kNoServer);
+        status_.noteNoConnection(name);
         return "";
     }
     // There is no lower bound; the switcher is asked for whatever comes out. Intended.
     if (output > switcher->numberOfOutputs()) {
-        NSLog(kOutputOutOfRange, output);
+        refuseNumber(name, stringWithFormat(kOutputOutOfRange, output));
         return "";
     }
     // The word "Input" stands where the label would, on purpose: the number is all that is read back.
     const std::int64_t input = fromOne(switcher->selectedInputForOutput(fromZero(output)));
+    status_.noteExchange(name, switcher->lastOutcome());
     return stringWithFormat(kLiveValueFormat, input, input);
 }
 
 std::int32_t VelmoraSwitchNodePlugin::setValueForAttributeWithName(const std::string& value, const std::string& name) {
-    if (!isStarted()) return -1;
+    if (!isStarted()) {
+        status_.noteNoConnection(name);
+        return -1;
+    }
     if (!name.starts_with(kSetPrefix)) {
-        NSLog(kNotImplemented, name);
+        refuse(name, stringWithFormat(kNotImplemented, name));
         return -1;
     }
     const std::int64_t output = integerValue(std::string_view(name).substr(kSetPrefix.size()));
     const auto switcher = selectedDevice();
     if (switcher == nullptr) {
         NSLog(kNoServer);
+        status_.noteNoConnection(name);
         return -1;
     }
     const std::int64_t input = integerValue(std::string_view(value).substr(0, kValueDigits));
     // The output is not compared with the number of outputs, and a negative input passes. Both are intended.
     if (input == 0 || input > switcher->numberOfInputs()) {
-        NSLog(kInputOutOfRange, input);
+        refuseNumber(name, stringWithFormat(kInputOutOfRange, input));
         return -1;
     }
     switcher->switchOutputToInput(fromZero(output), fromZero(input));
+    status_.noteExchange(name, switcher->lastOutcome());
     return 0;
+}
+
+void VelmoraSwitchNodePlugin::refuse(const std::string& name, const std::string& line) {
+    NSLog("%@", line);
+    std::string_view reason = line;
+    if (reason.ends_with(kLineEnding)) reason.remove_suffix(kLineEnding.size());
+    if (reason.ends_with('.')) reason.remove_suffix(1);
+    status_.noteRefusal(name, stringByEscapingControlCharacters(reason));
+}
+
+void VelmoraSwitchNodePlugin::refuseNumber(const std::string& name, const std::string& line) {
+    refuse(name, line);
+    if (connectionStatus().state != NodePluginConnectionState::connected) status_.noteNoConnection(name);
 }
 
 }  // namespace velmora

@@ -24,6 +24,20 @@ struct Host : VelmoraNodePluginProtocol_Delegate {
     }
 };
 
+using State = NodePluginConnectionState;
+using Answer = NodePluginAnswer;
+
+struct StatusObserver : VelmoraNodePluginStatusProtocol_Observer {
+    int notices = 0;
+    std::function<void()> onNotice;
+    void statusChangedForPluginName(const std::string& name) override {
+        EXPECT_EQ(name, "Velmora Switch");
+        EXPECT_TRUE(MainThread::isCurrent());
+        ++notices;
+        if (onNotice) onNotice();
+    }
+};
+
 class Plugin : public testing::Test {
   protected:
     void SetUp() override { plugin->setDelegate(&host); }
@@ -47,7 +61,12 @@ class Plugin : public testing::Test {
         return runMainLoopUntil([&] { return isComplete(outputs); });
     }
 
+    bool reaches(State state) {
+        return runMainLoopUntil([&] { return plugin->connectionStatus().state == state; });
+    }
+
     Host host;
+    StatusObserver observer;
     std::shared_ptr<VelmoraSwitchNodePlugin> plugin = std::make_shared<VelmoraSwitchNodePlugin>(nullptr);
 };
 
@@ -234,6 +253,63 @@ TEST_F(Plugin, twoPluginsShareTheProcessAndADoubleStartDoesNoHarm) {
     EXPECT_EQ(studio.matrix.routedInput(1), 2);
     second->stop();
     EXPECT_EQ(plugin->currentValueOfAttributeWithName("Velmora Switch Output 1"), "0002 Input 2");
+}
+
+TEST_F(Plugin, tellsWhetherAReplyAnswers) {
+    const std::string one = "Velmora Switch Output 1";
+    const std::tuple<std::string, Answer, const char*> reads[] = {
+        {"1 3\r\n", Answer::answered, ""},
+        {"1 4\n", Answer::answered, ""},
+        {"1  3\r\n", Answer::unusableReply, "no output and input: \"1  3\""},
+        {"1 3 \r\n", Answer::unusableReply, "\"1 3 \""},
+        {"+1 3\r\n", Answer::unusableReply, "\"+1 3\""},
+        {"1 3\r\n1 3\r\n", Answer::unusableReply, "\"1 3\\r\\n1 3\""},
+        {"1 99999999999999999999\r\n", Answer::unusableReply, "no output and input"},
+        {"2 3\r\n", Answer::unusableReply, "another output: \"2 3\""},
+        {"1 5\r\n", Answer::unusableReply, "an input that there is not"},
+        {"1 0\r\n", Answer::unusableReply, "an input that there is not"},
+        {"\r\n", Answer::unusableReply, "empty"},
+        {"\xFF\r\n", Answer::unusableReply, "not UTF-8"},
+        {"1 3", Answer::unusableReply, "lacks its line end"},
+        {"ERROR\r\n", Answer::refused, "\"ERROR\""},
+    };
+    const std::tuple<std::string, Answer> sets[] = {
+        {"whatever\r\n", Answer::answered}, {"ERROR 3\r\n", Answer::refused}, {"\r\n", Answer::unusableReply}};
+    PeerScript script;
+    script.exchange("MATRIXSIZE", "4x2");
+    for (const auto& [reply, answer, reason] : reads)
+        script.exchange("REFRESH", "ERROR").expect("GET 1\n\r").send(reply);
+    for (const auto& [reply, answer] : sets)
+        script.expect("SET 1 1\n\r").send(reply);
+    ScriptedPeer peer(script.exchange("REFRESH", "OK").expect("GET 1\n\r").send("1 3").close());
+    const PublishedService service("Replies", peer.port());
+    start("Replies", {});
+    ASSERT_TRUE(reaches(State::connected));
+    const auto outcome = [this] { return plugin->lastOutcome(); };
+    EXPECT_EQ(outcome().answer, Answer::none);
+    for (const auto& [reply, answer, reason] : reads) {
+        plugin->currentValueOfAttributeWithName(one);
+        EXPECT_EQ(outcome().answer, answer) << reply;
+        EXPECT_NE(outcome().reason.find(reason), std::string::npos) << outcome().reason;
+        EXPECT_EQ(outcome().reason.empty(), answer == Answer::answered);
+        EXPECT_EQ(outcome().attributeName, one);
+    }
+    for (const auto& [reply, answer] : sets) {
+        EXPECT_EQ(plugin->setValueForAttributeWithName("0001", one), 0);
+        EXPECT_EQ(outcome().answer, answer) << reply;
+    }
+    EXPECT_EQ(plugin->setValueForAttributeWithName("0005", one), -1);
+    EXPECT_EQ(outcome().answer, Answer::refused);
+    EXPECT_EQ(outcome().reason, "Input 5 is out of range");
+    plugin->setStatusObserver(&observer);
+    EXPECT_EQ(plugin->currentValueOfAttributeWithName(one), "0003 Input 3");
+    EXPECT_NE(outcome().answer, Answer::answered);
+    ASSERT_TRUE(runMainLoopUntil([&] { return observer.notices > 0; }));
+    EXPECT_EQ(outcome().answer, Answer::connectionEnded);
+    EXPECT_EQ(plugin->connectionStatus().state, State::ended);
+    plugin->currentValueOfAttributeWithName(one);
+    EXPECT_EQ(outcome().answer, Answer::noConnection);
+    EXPECT_EQ(outcome().reason, "The server ended the connection");
 }
 
 TEST_F(Plugin, mayBeStoppedAndReleasedInsideItsOwnCallback) {
