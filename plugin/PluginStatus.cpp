@@ -145,7 +145,8 @@ void PluginStatus::refresh() {
     if (observer_ == nullptr || operations_ > 0 || telling_ || !isNews()) return;
     telling_ = true;
     MainThread::performLater([this, owner = owner_.weak_from_this()] {
-        if (const auto keepAlive = owner.lock()) tell();
+        const auto keepAlive = owner.lock();
+        if (keepAlive != nullptr) tell();
     });
 }
 
@@ -158,6 +159,8 @@ void PluginStatus::tell() {
     if (operations_ > 0) return;  // an event loop inside an operation; its end looks again
     connection_ = connection();
     if (observer_ == nullptr || !isNews()) return;
+    // What changes while the host is being told is told behind that.
+    const Operation operation(*this);
     toldConnection_ = connection_;
     if (exchange_ != nullptr) toldAnswer_ = exchange_->answer;
     observer_->statusChangedForPluginName(pluginName_);

@@ -87,14 +87,14 @@ class VelmoraSwitchNodePlugin final : public NSObject,
     bool isStarted() const { return started_; }
     std::shared_ptr<const AttributeDictionary> buildAttributes();
     AttributeRecord makeRecord(TCPMatrixSwitcher& switcher, std::int64_t output, const DictionaryReference& entry,
-                               AttributeDictionary& attributes, StringList& lastPossibleValues);
+                               AttributeDictionary& attributes, const StringList& possibleValues);
     template <typename Text>
     std::optional<std::string> textOfAttribute(const std::string& name, Text text, const char* whenStopped) const;
     void selectSwitcher(const std::optional<std::string>& name);
-    // A read or set of the attribute is refused for the reason in the line, which goes to the log.
-    void refuse(const std::string& name, const std::string& line);
-    // The same for a number that is out of range, as every number is before the matrix is known.
-    void refuseNumber(const std::string& name, const std::string& line);
+    // A read or set of the attribute is refused, in the log and in the outcome: of a name that is none, or for a number
+    // that is out of range, as every number is before the matrix is known.
+    void refuseName(const std::string& name);
+    void refuseNumber(const std::string& name, const char* format, std::int64_t number);
 
     const std::string _pluginName;
     const std::shared_ptr<NSBundle> _bundle;
