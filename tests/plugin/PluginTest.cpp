@@ -373,8 +373,8 @@ TEST_F(Plugin, tellsWhereItsConnectionStandsAndNeverInsideAnOperation) {
          {std::pair("no\tsize", "The server's reply to MATRIXSIZE is no size: \"no\\tsize\""),
           {"0x8", "The server's matrix has 0 inputs and 8 outputs"}}) {
         ScriptedPeer peer(PeerScript().exchange("MATRIXSIZE", size).expectClose());
-        service = std::make_unique<PublishedService>(reason, peer.port());
         plugin->setDefaultSettings(settingsWith(reason, {}));
+        service = std::make_unique<PublishedService>(reason, peer.port());
         EXPECT_TRUE(runMainLoopUntil([&] { return is(State::connecting, reason, reason); }));
         plugin->stop();
         EXPECT_TRUE(is(State::noServerSelected, "", "The plugin is not started"));
