@@ -23,6 +23,11 @@ class ServerInfo final : public NSObject {
     bool isPresent() const { return _isPresent; }
     void setIsPresent(bool isPresent) { _isPresent = isPresent; }
 
+    // How far the search for its address is; one that has failed may still succeed.
+    enum class Resolution { underWay, failed, done };
+    Resolution resolution() const { return resolution_; }
+    void setResolution(Resolution resolution) { resolution_ = resolution; }
+
     // The key by which switchers find the record; none in a fresh one.
     const std::optional<std::string>& serverName() const { return _serverName; }
     void setServerName(std::optional<std::string> serverName) { _serverName = std::move(serverName); }
@@ -48,6 +53,7 @@ class ServerInfo final : public NSObject {
     std::shared_ptr<NSNetService> _netService;
     bool _isPresent = true;
     bool _fromPreferences = false;
+    Resolution resolution_ = Resolution::underWay;
     std::vector<std::shared_ptr<NSObject>> _clientsArray;
 };
 

@@ -85,16 +85,28 @@ void VelmoraSwitchController::netServiceBrowserDidFindServiceMoreComing(NSNetSer
     server->setServerAddress("");
     server->setFromPreferences(false);
     _serversArray.push_back(server);
+    tellOfConnectionStatus();
 }
 
 void VelmoraSwitchController::netServiceDidResolveAddress(NSNetService& service) {
     const auto keepAlive = shared_from_this();
     const auto keepService = service.shared_from_this();
+    setResolution(service, ServerInfo::Resolution::done);
     // A service whose record was dropped meanwhile has no place for its address: the callback ends here, and the
     // service stays held.
     if (!storeAddresses(service)) return;
     if (delegate_ != nullptr) delegate_->newMatrixSwitcherWithNameDidBecomeAvailable(service.name());
     endHoldOfService(service);
+}
+
+void VelmoraSwitchController::netServiceDidNotResolve(NSNetService& service) {
+    setResolution(service, ServerInfo::Resolution::failed);
+    tellOfConnectionStatus();
+}
+
+void VelmoraSwitchController::setResolution(const NSNetService& service, ServerInfo::Resolution resolution) {
+    const std::int32_t index = indexOfServerForNetService(service);
+    if (index >= 0) _serversArray[static_cast<std::size_t>(index)]->setResolution(resolution);
 }
 
 bool VelmoraSwitchController::storeAddresses(const NSNetService& service) {
@@ -128,7 +140,10 @@ void VelmoraSwitchController::netServiceBrowserDidRemoveServiceMoreComing(NSNetS
     }
     // The name is that of the record that stands here now, the next one's when this one was dropped; without one nobody
     // is told. Intended.
-    if (place >= _serversArray.size()) return;
+    if (place >= _serversArray.size()) {
+        tellOfConnectionStatus();
+        return;
+    }
     if (delegate_ != nullptr)
         delegate_->matrixSwitcherWithNameDidDisappear(_serversArray[place]->serverName().value_or(""));
 }
@@ -136,6 +151,15 @@ void VelmoraSwitchController::netServiceBrowserDidRemoveServiceMoreComing(NSNetS
 void VelmoraSwitchController::matrixDimensionsChangedTo(MatrixSwitcher& switcher, NSSize size) {
     const auto keepAlive = shared_from_this();
     if (delegate_ != nullptr) delegate_->matrixDimensionsChangedTo(switcher, size);
+}
+
+void VelmoraSwitchController::connectionStatusChanged(TCPMatrixSwitcher&) {
+    tellOfConnectionStatus();
+}
+
+void VelmoraSwitchController::tellOfConnectionStatus() {
+    const auto keepAlive = shared_from_this();
+    if (delegate_ != nullptr) delegate_->connectionStatusChanged();
 }
 
 bool VelmoraSwitchController::selectMatrixSwitcherWithName(const std::optional<std::string>& name) {

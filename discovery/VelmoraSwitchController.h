@@ -23,6 +23,9 @@ class VelmoraSwitchControllerDelegate {
     // A server has gone. The name is that of the record at its place afterwards, which may be another's.
     virtual void matrixSwitcherWithNameDidDisappear(const std::string& name) = 0;
     virtual void matrixDimensionsChangedTo(MatrixSwitcher& switcher, NSSize size) = 0;
+    // What is known of a server, or of the connection to the selected one, has changed in a way that none of the above
+    // tells.
+    virtual void connectionStatusChanged() {}
 };
 
 // In seconds.
@@ -72,11 +75,16 @@ class VelmoraSwitchController final : public NSObject,
                                                      const std::shared_ptr<NSNetService>& service,
                                                      bool moreComing) override;
     void netServiceDidResolveAddress(NSNetService& service) override;
+    // The record stays as it is, without an address, and the service stays held.
+    void netServiceDidNotResolve(NSNetService& service) override;
 
   private:
     void matrixDimensionsChangedTo(MatrixSwitcher& switcher, NSSize size) override;
+    void connectionStatusChanged(TCPMatrixSwitcher& switcher) override;
 
     void closeSelectedSwitcher();
+    void setResolution(const NSNetService& service, ServerInfo::Resolution resolution);
+    void tellOfConnectionStatus();
     // Whether every address was stored; false when one has no record to go to.
     bool storeAddresses(const NSNetService& service);
     void endHoldOfService(const NSNetService& service);

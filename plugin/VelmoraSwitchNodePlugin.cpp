@@ -40,7 +40,9 @@ VelmoraSwitchNodePlugin::VelmoraSwitchNodePlugin(std::shared_ptr<NSBundle> bundl
       _bundle(std::move(bundle)),
       limits_(limits),
       attributes_(std::make_shared<const AttributeDictionary>()),
-      configuredOutputs_(makeArray()) {}
+      configuredOutputs_(makeArray()),
+      status_(*this, _pluginName,
+              [this] { return connectionStatusOf(_switchController.get(), _defaultSwitcherName.value_or("")); }) {}
 
 VelmoraSwitchNodePlugin::~VelmoraSwitchNodePlugin() {
     delegate_ = nullptr;
@@ -52,6 +54,7 @@ VelmoraSwitchNodePlugin::~VelmoraSwitchNodePlugin() {
 }
 
 std::int32_t VelmoraSwitchNodePlugin::startAndSetCurrentValuesToDefaults(bool setCurrentValuesToDefaults) {
+    const PluginStatus::Operation operation(status_);
     _setValuesToDefaults = setCurrentValuesToDefaults;
     VelmoraSwitchControllerDelegate* const controllerDelegate = this;
     auto controller = std::make_shared<VelmoraSwitchController>(controllerDelegate, limits_);
@@ -62,6 +65,7 @@ std::int32_t VelmoraSwitchNodePlugin::startAndSetCurrentValuesToDefaults(bool se
 }
 
 void VelmoraSwitchNodePlugin::stop() {
+    const PluginStatus::Operation operation(status_);
     started_ = false;
     const auto controller = std::exchange(_switchController, nullptr);
     if (controller != nullptr) controller->setDelegate(nullptr);
@@ -72,6 +76,7 @@ std::optional<std::string> VelmoraSwitchNodePlugin::pluginVersionString() const 
 }
 
 QWidget* VelmoraSwitchNodePlugin::settingsView() {
+    const PluginStatus::Operation operation(status_);
     if (_settingsViewController == nullptr) {
         _settingsViewController = std::make_shared<SwitchSettingsViewController>("Settings", _bundle);
         _settingsViewController->setDelegate(this);
@@ -100,7 +105,7 @@ DictionaryReference VelmoraSwitchNodePlugin::defaultSettings() {
 }
 
 void VelmoraSwitchNodePlugin::setDefaultSettings(const DictionaryReference& settings) {
-    const auto keepAlive = shared_from_this();
+    const PluginStatus::Operation operation(status_);
     _defaultSwitcherName = textForKey(settings, kSelectedDeviceName);
     if (settings != nullptr && !settings->empty()) {
         selectSwitcher(_defaultSwitcherName);
@@ -113,7 +118,7 @@ void VelmoraSwitchNodePlugin::setDefaultSettings(const DictionaryReference& sett
 }
 
 void VelmoraSwitchNodePlugin::defaultSettingsHaveChanged() {
-    const auto keepAlive = shared_from_this();
+    const PluginStatus::Operation operation(status_);
     if (_settingsViewController == nullptr) return;
     _defaultSwitcherName = textForKey(_settingsViewController->settings(), kSelectedDeviceName);
     selectSwitcher(_defaultSwitcherName);
@@ -129,25 +134,37 @@ std::shared_ptr<TCPMatrixSwitcher> VelmoraSwitchNodePlugin::selectedDevice() {
 }
 
 void VelmoraSwitchNodePlugin::newMatrixSwitcherWithNameDidBecomeAvailable(const std::string& name) {
-    const auto keepAlive = shared_from_this();
+    const PluginStatus::Operation operation(status_);
     if (_defaultSwitcherName == name) selectSwitcher(name);
     updateAttributes();
     updateSettingsView();
 }
 
 void VelmoraSwitchNodePlugin::matrixSwitcherWithNameDidDisappear(const std::string&) {
-    const auto keepAlive = shared_from_this();
+    const PluginStatus::Operation operation(status_);
     // The selection stays as it is; that is intended.
     updateAttributes();
     updateSettingsView();
 }
 
 void VelmoraSwitchNodePlugin::matrixDimensionsChangedTo(MatrixSwitcher&, NSSize) {
-    const auto keepAlive = shared_from_this();
+    const PluginStatus::Operation operation(status_);
     // The flag is never cleared: every connection routes the defaults again. Intended.
     if (_setValuesToDefaults) setCurrentValuesToDefaults();
     updateAttributes();
     updateSettingsView();
+}
+
+void VelmoraSwitchNodePlugin::connectionStatusChanged() {
+    status_.refresh();
+}
+
+NodePluginOutcome VelmoraSwitchNodePlugin::lastOutcome() const {
+    // The end of the connection may have come since, and say that a reply was cut.
+    const auto controller = _switchController;
+    if (const auto switcher = controller != nullptr ? controller->selectedMatrixSwitcher() : nullptr)
+        switcher->lastOutcome();
+    return status_.outcome();
 }
 
 }  // namespace velmora

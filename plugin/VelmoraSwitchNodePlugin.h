@@ -13,7 +13,9 @@
 #include "platform/foundation/NSObject.h"
 #include "platform/threads/AtomicReference.h"
 #include "plugin/AttributeRecord.h"
+#include "plugin/PluginStatus.h"
 #include "plugin/VelmoraNodePluginProtocol.h"
+#include "plugin/VelmoraNodePluginStatusProtocol.h"
 #include "settings/SwitchSettingsViewController.h"
 
 namespace velmora {
@@ -22,6 +24,7 @@ namespace velmora {
 // may release it at any moment, also inside its callback: the operation that is running then finishes first.
 class VelmoraSwitchNodePlugin final : public NSObject,
                                       public VelmoraNodePluginProtocol,
+                                      public VelmoraNodePluginStatusProtocol,
                                       private VelmoraSwitchControllerDelegate,
                                       private SwitchSettingsViewControllerDelegate {
   public:
@@ -48,6 +51,14 @@ class VelmoraSwitchNodePlugin final : public NSObject,
     std::int32_t setValueForAttributeWithName(const std::string& value, const std::string& name) override;
     QWidget* settingsView() override;
 
+    // The status protocol.
+    std::uint32_t statusProtocolVersion() const override { return kVelmoraNodePluginStatusProtocolVersion; }
+    NodePluginConnectionStatus connectionStatus() const override { return status_.connection(); }
+    NodePluginOutcome lastOutcome() const override;
+    void setStatusObserver(VelmoraNodePluginStatusProtocol_Observer* observer) override {
+        status_.setObserver(observer);
+    }
+
     // Replaced as a whole; any thread.
     std::shared_ptr<const AttributeDictionary> attributes() const { return attributes_.load(); }
     void setAttributes(std::shared_ptr<const AttributeDictionary> attributes) {
@@ -71,14 +82,19 @@ class VelmoraSwitchNodePlugin final : public NSObject,
     void newMatrixSwitcherWithNameDidBecomeAvailable(const std::string& name) override;
     void matrixSwitcherWithNameDidDisappear(const std::string& name) override;
     void matrixDimensionsChangedTo(MatrixSwitcher& switcher, NSSize size) override;
+    void connectionStatusChanged() override;
 
     bool isStarted() const { return started_; }
     std::shared_ptr<const AttributeDictionary> buildAttributes();
     AttributeRecord makeRecord(TCPMatrixSwitcher& switcher, std::int64_t output, const DictionaryReference& entry,
-                               AttributeDictionary& attributes, StringList& lastPossibleValues);
+                               AttributeDictionary& attributes, const StringList& possibleValues);
     template <typename Text>
     std::optional<std::string> textOfAttribute(const std::string& name, Text text, const char* whenStopped) const;
     void selectSwitcher(const std::optional<std::string>& name);
+    // A read or set of the attribute is refused, in the log and in the outcome: of a name that is none, or for a number
+    // that is out of range, as every number is before the matrix is known.
+    void refuseName(const std::string& name);
+    void refuseNumber(const std::string& name, const char* format, std::int64_t number);
 
     const std::string _pluginName;
     const std::shared_ptr<NSBundle> _bundle;
@@ -96,6 +112,7 @@ class VelmoraSwitchNodePlugin final : public NSObject,
     // intended.
     std::vector<std::shared_ptr<VelmoraSwitchController>> replacedControllers_;
     std::shared_ptr<SwitchSettingsViewController> _settingsViewController;
+    PluginStatus status_;
 };
 
 }  // namespace velmora

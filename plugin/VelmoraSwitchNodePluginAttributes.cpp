@@ -5,6 +5,7 @@
 #include "platform/foundation/NSLog.h"
 #include "platform/foundation/Text.h"
 #include "platform/threads/MainThread.h"
+#include "plugin/SharedList.h"
 #include "plugin/VelmoraSwitchNodePlugin.h"
 
 namespace velmora {
@@ -20,8 +21,8 @@ constexpr std::string_view kSetPrefix = "Velmora Switch Output ";
 constexpr std::size_t kValueDigits = 4;
 
 constexpr const char* kNoServer = "No server selected (Velmora Switch Plugin)";
-constexpr const char* kOutputOutOfRange = "Output %li is out of range (Velmora Switch Plugin)";
-constexpr const char* kInputOutOfRange = "Input %li is out of range (Velmora Switch Plugin)";
+constexpr const char* kOutputOutOfRange = "Output %li is out of range";
+constexpr const char* kInputOutOfRange = "Input %li is out of range";
 constexpr const char* kNotImplemented = "Attribute '%@' is not implemented in the Velmora Switch Plugin.";
 
 // From 0 to 1 and back, wrapping, so that a number out of any range is no undefined behaviour.
@@ -39,6 +40,15 @@ std::string valueText(TCPMatrixSwitcher& switcher, std::int64_t input) {
     return text;
 }
 
+// Those of one output, with a question for each input.
+StringList possibleValues(TCPMatrixSwitcher& switcher, std::vector<StringList> models) {
+    SharedList values(std::move(models));
+    for (std::int64_t input = 0; input < switcher.numberOfInputs(); ++input) {
+        values.add(valueText(switcher, input));
+    }
+    return values.list();
+}
+
 // The input's possible value where that is the text, otherwise a text of the dictionary's own.
 const std::string* keptText(AttributeDictionary& attributes, const StringList& possibleValues, std::int64_t input,
                             std::string text) {
@@ -52,7 +62,7 @@ const std::string* keptText(AttributeDictionary& attributes, const StringList& p
 }  // namespace
 
 void VelmoraSwitchNodePlugin::updateAttributes() {
-    const auto keepAlive = shared_from_this();
+    const PluginStatus::Operation operation(status_);
     setAttributes(buildAttributes());
     MainThread::performAndWait([this] {
         if (delegate_ != nullptr) delegate_->attributesChangedForPluginName(pluginName());
@@ -61,6 +71,7 @@ void VelmoraSwitchNodePlugin::updateAttributes() {
 
 std::shared_ptr<const AttributeDictionary> VelmoraSwitchNodePlugin::buildAttributes() {
     auto attributes = std::make_shared<AttributeDictionary>();
+    const auto before = this->attributes();
     const auto switcher = selectedDevice();
     const auto outputs = configuredOutputs();
     if (switcher == nullptr || outputs->empty()) return attributes;
@@ -70,8 +81,11 @@ std::shared_ptr<const AttributeDictionary> VelmoraSwitchNodePlugin::buildAttribu
     for (std::size_t i = 0; i < outputs->size(); ++i) {
         const DictionaryReference entry = (*outputs)[i].dictionary();
         const std::int64_t output = integerForKey(entry, "outputNumber");
-        records.insert_or_assign(stringWithFormat(kNameFormat, fromOne(output)),
-                                 makeRecord(*switcher, output, entry, *attributes, lastPossibleValues));
+        const std::string name = stringWithFormat(kNameFormat, fromOne(output));
+        const AttributeRecord* const old = before->find(name);
+        const StringList oldValues = old != nullptr ? old->attributePossibleValues : nullptr;
+        lastPossibleValues = possibleValues(*switcher, {lastPossibleValues, oldValues});
+        records.insert_or_assign(name, makeRecord(*switcher, output, entry, *attributes, lastPossibleValues));
     }
     std::vector<std::string> names;
     names.reserve(records.size());
@@ -84,21 +98,13 @@ std::shared_ptr<const AttributeDictionary> VelmoraSwitchNodePlugin::buildAttribu
     return attributes;
 }
 
-// The switcher is asked in this order: each input's label, the routed input, the default input's label, the routed
-// input's label.
+// The switcher is asked in this order: each input's label (before), the routed input, the default input's label, the
+// routed input's label.
 AttributeRecord VelmoraSwitchNodePlugin::makeRecord(TCPMatrixSwitcher& switcher, std::int64_t output,
                                                     const DictionaryReference& entry, AttributeDictionary& attributes,
-                                                    StringList& lastPossibleValues) {
+                                                    const StringList& possibleValues) {
     AttributeRecord record;
-    std::vector<std::string> possibleValues;
-    possibleValues.reserve(static_cast<std::size_t>(switcher.numberOfInputs()));
-    for (std::int64_t input = 0; input < switcher.numberOfInputs(); ++input) {
-        possibleValues.push_back(valueText(switcher, input));
-    }
-    if (lastPossibleValues == nullptr || *lastPossibleValues != possibleValues) {
-        lastPossibleValues = makeStringList(std::move(possibleValues));
-    }
-    record.attributePossibleValues = lastPossibleValues;
+    record.attributePossibleValues = possibleValues;
     const std::int64_t current = switcher.selectedInputForOutput(output);
     const std::int64_t byDefault = integerForKey(entry, "defaultInputNumber");
     record.attributeDefaultValue =
@@ -164,47 +170,72 @@ StringList VelmoraSwitchNodePlugin::possibleValuesOfAttributeWithName(const std:
 }
 
 std::string VelmoraSwitchNodePlugin::currentValueOfAttributeWithName(const std::string& name) {
-    if (!isStarted()) return "";
+    if (!isStarted()) {
+        status_.noteNoConnection(name);
+        return "";
+    }
     if (!name.starts_with(kReadPrefix)) {
-        NSLog(kNotImplemented, name);
+        refuseName(name);
         return "";
     }
     const std::int64_t output = integerValue(std::string_view(name).substr(kReadPrefix.size()));
     const auto switcher = selectedDevice();
     if (switcher == nullptr) {
         NSLog(kNoServer);
+        status_.noteNoConnection(name);
         return "";
     }
     // There is no lower bound; the switcher is asked for whatever comes out. Intended.
     if (output > switcher->numberOfOutputs()) {
-        NSLog(kOutputOutOfRange, output);
+        refuseNumber(name, kOutputOutOfRange, output);
         return "";
     }
     // The word "Input" stands where the label would, on purpose: the number is all that is read back.
     const std::int64_t input = fromOne(switcher->selectedInputForOutput(fromZero(output)));
+    status_.noteExchange(name, switcher->lastOutcome());
     return stringWithFormat(kLiveValueFormat, input, input);
 }
 
 std::int32_t VelmoraSwitchNodePlugin::setValueForAttributeWithName(const std::string& value, const std::string& name) {
-    if (!isStarted()) return -1;
+    if (!isStarted()) {
+        status_.noteNoConnection(name);
+        return -1;
+    }
     if (!name.starts_with(kSetPrefix)) {
-        NSLog(kNotImplemented, name);
+        refuseName(name);
         return -1;
     }
     const std::int64_t output = integerValue(std::string_view(name).substr(kSetPrefix.size()));
     const auto switcher = selectedDevice();
     if (switcher == nullptr) {
         NSLog(kNoServer);
+        status_.noteNoConnection(name);
         return -1;
     }
     const std::int64_t input = integerValue(std::string_view(value).substr(0, kValueDigits));
     // The output is not compared with the number of outputs, and a negative input passes. Both are intended.
     if (input == 0 || input > switcher->numberOfInputs()) {
-        NSLog(kInputOutOfRange, input);
+        refuseNumber(name, kInputOutOfRange, input);
         return -1;
     }
     switcher->switchOutputToInput(fromZero(output), fromZero(input));
+    status_.noteExchange(name, switcher->lastOutcome());
     return 0;
+}
+
+void VelmoraSwitchNodePlugin::refuseName(const std::string& name) {
+    NSLog(kNotImplemented, name);
+    status_.noteRefusal(name, "There is no attribute " + quotedText(name));
+}
+
+void VelmoraSwitchNodePlugin::refuseNumber(const std::string& name, const char* format, std::int64_t number) {
+    const std::string reason = stringWithFormat(format, number);
+    NSLog("%@ (Velmora Switch Plugin)", reason);
+    if (connectionStatus().state == NodePluginConnectionState::connected) {
+        status_.noteRefusal(name, reason);
+    } else {
+        status_.noteNoConnection(name);
+    }
 }
 
 }  // namespace velmora

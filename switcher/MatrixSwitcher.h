@@ -56,7 +56,7 @@ class MatrixSwitcher : public NSObject {
 
     // Not owned.
     MatrixSwitcherDelegate* delegate() const { return delegate_; }
-    void setDelegate(MatrixSwitcherDelegate* delegate) { delegate_ = delegate; }
+    virtual void setDelegate(MatrixSwitcherDelegate* delegate) { delegate_ = delegate; }
 
   protected:
     bool _isOpen = false;

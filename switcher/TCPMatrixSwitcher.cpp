@@ -22,6 +22,13 @@ std::int64_t indexOfWireNumber(std::int64_t number) {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(number) - 1U);
 }
 
+constexpr double kCutReplySeconds = 1.0;
+
+bool hasLineEnd(const SwitchTelnetCommand& command) {
+    const ResponseData data = command.responseData();
+    return data->ends_with('\n') || data->ends_with('\r');
+}
+
 bool isMatrixSize(std::int32_t number) {
     return number >= 0 && number <= kMatrixSizeLimit;
 }
@@ -40,8 +47,8 @@ TCPMatrixSwitcher::~TCPMatrixSwitcher() {
     telnetController_->closeStreams();
 }
 
-void TCPMatrixSwitcher::setDelegate(TCPMatrixSwitcherDelegate* delegate) {
-    registry_ = delegate;
+void TCPMatrixSwitcher::setDelegate(MatrixSwitcherDelegate* delegate) {
+    registry_ = dynamic_cast<TCPMatrixSwitcherDelegate*>(delegate);
     MatrixSwitcher::setDelegate(delegate);
 }
 
@@ -55,6 +62,8 @@ bool TCPMatrixSwitcher::openPort(const std::string& name) {
         _status = statusClosed;
     }
     if (server == nullptr || server->netService() == nullptr) return _isOpen;
+    sizeProblem_.clear();
+    repliesEndLines_ = false;
     telnetController_->startConnectionWithNetService(server->netService());
     _status = statusRequested;
     setCurrentServer(server);
@@ -64,6 +73,7 @@ bool TCPMatrixSwitcher::openPort(const std::string& name) {
 }
 
 void TCPMatrixSwitcher::closePort() {
+    settleOutcome();
     telnetController_->closeStreams();
     setCurrentServer(nullptr);
     _status = statusClosed;
@@ -76,13 +86,21 @@ void TCPMatrixSwitcher::setCurrentServer(std::shared_ptr<ServerInfo> server) {
 void TCPMatrixSwitcher::nodeConnectionDidOpen(SwitchTelnetController&) {
     const auto keepAlive = shared_from_this();  // the delegate may let go of the switcher
     const NSSize size = getMatrixDimensions();
-    if (size.width <= 0.0 || size.height <= 0.0) return;
+    if (size.width <= 0.0 || size.height <= 0.0) {
+        if (sizeProblem_.empty())
+            sizeProblem_ = stringWithFormat("The server's matrix has %li inputs and %li outputs", _numberOfInputs,
+                                            _numberOfOutputs);
+        if (registry_ != nullptr) registry_->connectionStatusChanged(*this);
+        return;
+    }
     _status = statusConnected;
-    if (registry_ != nullptr) registry_->matrixDimensionsChangedTo(*this, size);
+    if (delegate() != nullptr) delegate()->matrixDimensionsChangedTo(*this, size);
 }
 
 void TCPMatrixSwitcher::nodeConnectionDidClose(SwitchTelnetController&) {
     _status = statusClosed;
+    settleOutcome();
+    if (registry_ != nullptr) registry_->connectionStatusChanged(*this);
 }
 
 void TCPMatrixSwitcher::nodeConnectionDidNotOpen(SwitchTelnetController&) {}
@@ -92,21 +110,81 @@ std::shared_ptr<SwitchTelnetCommand> TCPMatrixSwitcher::processCommand(std::stri
     command->setCommand(std::move(text));
     command->setClient(this);
     command->setRequiresXMLResponse(false);
+    settleOutcome();
+    cutUntil_.reset();
     telnetController_->processCommandSynchronously(command);
+    if (command->hasResponse() && hasLineEnd(*command)) repliesEndLines_ = true;
     return command;
+}
+
+SwitcherConnection TCPMatrixSwitcher::connectionStatus() const {
+    using State = SwitcherConnection::State;
+    if (!_isOpen) return {};
+    auto end = telnetController_->connectionEnd();
+    switch (end.cause) {
+        case TelnetConnectionEnd::Cause::none:
+            if (_status == statusConnected) return {State::connected, "", true, {}};
+            return {State::connecting, sizeProblem_, false, {}};
+        case TelnetConnectionEnd::Cause::owner:
+            return {};
+        case TelnetConnectionEnd::Cause::peer:
+            return {State::ended, std::move(end.reason), end.wasMade, end.moment};
+        case TelnetConnectionEnd::Cause::failure:
+        case TelnetConnectionEnd::Cause::timeOut:
+            break;
+    }
+    return {State::failed, std::move(end.reason), end.wasMade, end.moment};
+}
+
+std::shared_ptr<const CommandOutcome> TCPMatrixSwitcher::lastOutcome() {
+    settleOutcome();
+    return lastOutcome_;
+}
+
+void TCPMatrixSwitcher::noteOutcome(const SwitchTelnetCommand& command, bool anythingWasSent, CommandOutcome ofReply) {
+    if (!command.hasResponse()) ofReply = outcomeWithoutReply(anythingWasSent);
+    lastOutcome_ = std::make_shared<CommandOutcome>(std::move(ofReply));
+    if (!command.hasResponse() || lastOutcome_->answer == CommandAnswer::refused) return;
+    if (hasLineEnd(command)) return;
+    if (repliesEndLines_ && lastOutcome_->answer == CommandAnswer::answered)
+        *lastOutcome_ = {CommandAnswer::unusableReply,
+                         "The server's reply lacks its line end and may be a part of one"};
+    cutUntil_ = secondsFromNow(kCutReplySeconds);
+    settleOutcome();
+}
+
+CommandOutcome TCPMatrixSwitcher::outcomeWithoutReply(bool anythingWasSent) const {
+    auto end = telnetController_->connectionEnd();
+    if (!anythingWasSent) return {CommandAnswer::noConnection, std::move(end.reason)};
+    if (end.cause == TelnetConnectionEnd::Cause::timeOut) return {CommandAnswer::noAnswerInTime, std::move(end.reason)};
+    // Where the end is not known yet, it is the very moment of it.
+    return {CommandAnswer::connectionEnded,
+            end.reason.empty() ? "The server ended the connection" : std::move(end.reason)};
+}
+
+void TCPMatrixSwitcher::settleOutcome() {
+    if (!cutUntil_) return;
+    const auto end = telnetController_->connectionEnd();
+    if (end.cause != TelnetConnectionEnd::Cause::peer && end.cause != TelnetConnectionEnd::Cause::failure) return;
+    if (end.date <= *cutUntil_)
+        *lastOutcome_ = {CommandAnswer::connectionEnded, end.reason + "; the reply before may be a part of one"};
+    cutUntil_.reset();
 }
 
 NSSize TCPMatrixSwitcher::getMatrixDimensions() {
     if (!telnetController_->isConnected()) return {};
     const auto command = processCommand("MATRIXSIZE");
     if (command->hasResponse()) {
-        const auto pieces = componentsSeparatedByString(command->responseString().value_or(""), "x");
+        const auto reply = command->responseString();
+        sizeProblem_ = "The server's reply to MATRIXSIZE is no size: " + (reply ? quotedText(*reply) : "not UTF-8");
+        const auto pieces = componentsSeparatedByString(reply.value_or(""), "x");
         if (pieces.size() == 2) {
             const std::int32_t inputs = intValue(pieces[0]);
             const std::int32_t outputs = intValue(pieces[1]);
             if (isMatrixSize(inputs) && isMatrixSize(outputs)) {
                 _numberOfInputs = inputs;
                 _numberOfOutputs = outputs;
+                sizeProblem_.clear();
             }
         }
     }
@@ -114,16 +192,23 @@ NSSize TCPMatrixSwitcher::getMatrixDimensions() {
 }
 
 std::int64_t TCPMatrixSwitcher::selectedInputForOutput(std::int64_t output) {
-    processCommand("REFRESH");
+    const auto refresh = processCommand("REFRESH");
     const auto command = processCommand(stringWithFormat("GET %li", wireNumber(output)));
+    if (refresh->hasResponse()) {
+        noteOutcome(*command, true,
+                    outcomeOfRouteReply(command->responseString(), wireNumber(output), _numberOfInputs));
+    } else {
+        noteOutcome(*refresh, refresh->wasSent(), {});
+    }
     const auto pieces = componentsSeparatedByString(command->responseString().value_or(""), " ");
     if (pieces.size() != 2) return 0;  // intended: no usable answer reads as the first input
     return indexOfWireNumber(integerValue(pieces[1]));
 }
 
 bool TCPMatrixSwitcher::switchOutputToInput(std::int64_t output, std::int64_t input) {
-    processCommand(stringWithFormat("SET %i %i", wireNumber(static_cast<std::int32_t>(output)),
-                                    wireNumber(static_cast<std::int32_t>(input))));
+    const auto command = processCommand(stringWithFormat("SET %i %i", wireNumber(static_cast<std::int32_t>(output)),
+                                                         wireNumber(static_cast<std::int32_t>(input))));
+    noteOutcome(*command, command->wasSent(), outcomeOfSetReply(command->responseString()));
     return false;
 }
 
@@ -143,6 +228,8 @@ std::optional<std::string> TCPMatrixSwitcher::labelAtIndex(const char* format, s
 }
 
 void TCPMatrixSwitcher::sendTelnetCommand(const std::shared_ptr<SwitchTelnetCommand>& command) {
+    settleOutcome();
+    cutUntil_.reset();
     telnetController_->addNewCommand(command);
 }
 

@@ -2,18 +2,21 @@
 // synchronously.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "switcher/CommandOutcome.h"
 #include "switcher/MatrixSwitcher.h"
 #include "transport/SwitchTelnetController.h"
 
 namespace velmora {
 
 class ServerInfo;
+class TCPMatrixSwitcher;
 
 // The registry of servers that the switcher looks its server up in.
 class TCPMatrixSwitcherDelegate : public MatrixSwitcherDelegate {
@@ -21,6 +24,24 @@ class TCPMatrixSwitcherDelegate : public MatrixSwitcherDelegate {
     // The index of the first server of that name in serversArray; -1 when there is none.
     virtual std::int32_t indexOfServerForName(const std::string& name) const = 0;
     virtual const std::vector<std::shared_ptr<ServerInfo>>& serversArray() const = 0;
+    // The switcher's connectionStatus, or its last outcome, has changed. Not told of what the caller of an operation
+    // sees behind it.
+    virtual void connectionStatusChanged(TCPMatrixSwitcher& switcher) { (void)switcher; }
+};
+
+// Where a switcher's connection stands.
+struct SwitcherConnection {
+    enum class State {
+        none,        // no port was opened, or no server was known under its name
+        connecting,  // until the server has accepted the connection and told a size that is not empty
+        connected,
+        ended,   // by the server
+        failed,  // it could not be made, broke, or was given up because no answer came in time
+    };
+    State state = State::none;
+    std::string reason;                         // in plain words, without a full stop; "" where the state says all
+    bool wasMade = false;                       // whether the server has accepted it
+    std::chrono::system_clock::time_point end;  // when it ended or failed
 };
 
 // Numbers of inputs or outputs beyond these are no matrix size.
@@ -34,9 +55,8 @@ class TCPMatrixSwitcher final : public MatrixSwitcher, private SwitchTelnetContr
     explicit TCPMatrixSwitcher(TelnetTimeLimits limits = {});
     ~TCPMatrixSwitcher() override;
 
-    // Not owned.
-    void setDelegate(TCPMatrixSwitcherDelegate* delegate);
-    TCPMatrixSwitcherDelegate* delegate() const { return registry_; }
+    // Not owned. One that is no TCPMatrixSwitcherDelegate is told the dimensions, and no server is found through it.
+    void setDelegate(MatrixSwitcherDelegate* delegate) override;
 
     // Begins to connect to the named server and returns at once: true when it did or ever had. The outcome shows as
     // isConnected and, once the dimensions are known, as the delegate's matrixDimensionsChangedTo.
@@ -57,7 +77,14 @@ class TCPMatrixSwitcher final : public MatrixSwitcher, private SwitchTelnetContr
     std::optional<std::string> inputLabelAtIndex(std::int32_t index);
     std::optional<std::string> outputLabelAtIndex(std::int32_t index);
 
-    // Queues a command of the caller's without waiting for its reply.
+    SwitcherConnection connectionStatus() const;
+    // Of the last selectedInputForOutput or switchOutputToInput; null before. A reply without a line end may be a part
+    // of one. It counts as unusable where an earlier one on the connection had a line end; and when the connection ends
+    // within a second, with nothing sent meanwhile, the outcome that was handed out here becomes connectionEnded.
+    std::shared_ptr<const CommandOutcome> lastOutcome();
+
+    // Queues a command of the caller's without waiting for its reply. Nothing in the product calls it: a second one
+    // before the reply to the first blocks the caller until then.
     void sendTelnetCommand(const std::shared_ptr<SwitchTelnetCommand>& command);
     // Does nothing.
     void sendCommandStatus(const std::string& command, std::int32_t status);
@@ -66,7 +93,6 @@ class TCPMatrixSwitcher final : public MatrixSwitcher, private SwitchTelnetContr
     const std::shared_ptr<ServerInfo>& currentServer() const { return _currentServer; }
 
   private:
-    // Where the connection stands. Written only; nothing reads it but a debugger.
     enum Status : std::int32_t { statusClosed = 0, statusConnected = 1, statusRequested = 3 };
 
     void nodeConnectionDidOpen(SwitchTelnetController& controller) override;
@@ -75,11 +101,20 @@ class TCPMatrixSwitcher final : public MatrixSwitcher, private SwitchTelnetContr
 
     std::shared_ptr<SwitchTelnetCommand> processCommand(std::string text);
     std::optional<std::string> labelAtIndex(const char* format, std::int32_t index);
+    // Keeps what came of a question, the last command of which this is: as given when it has a reply.
+    void noteOutcome(const SwitchTelnetCommand& command, bool anythingWasSent, CommandOutcome ofReply);
+    CommandOutcome outcomeWithoutReply(bool anythingWasSent) const;
+    void settleOutcome();
 
     const std::shared_ptr<SwitchTelnetController> telnetController_;
     Status _status = statusClosed;
     std::shared_ptr<ServerInfo> _currentServer;
     TCPMatrixSwitcherDelegate* registry_ = nullptr;
+    std::string sizeProblem_;       // why the connection's size is not known
+    bool repliesEndLines_ = false;  // a reply on this connection has ended in a line end
+    std::shared_ptr<CommandOutcome> lastOutcome_;
+    // Until when an end of the connection says that the last reply was a part of one.
+    std::optional<Date> cutUntil_;
 };
 
 }  // namespace velmora

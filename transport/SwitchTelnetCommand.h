@@ -67,6 +67,10 @@ class SwitchTelnetCommand final : public NSObject {
     bool hasResponse() const { return hasResponse_; }
     void setHasResponse(bool hasResponse) { hasResponse_ = hasResponse; }
 
+    // Whether its line was handed to a connection.
+    bool wasSent() const { return wasSent_; }
+    void setWasSent(bool wasSent) { wasSent_ = wasSent; }
+
   private:
     mutable Mutex mutex_;
     std::string uniqueID_ GUARDED_BY(mutex_);
@@ -80,6 +84,7 @@ class SwitchTelnetCommand final : public NSObject {
     std::atomic<bool> requiresXMLResponse_{false};
     std::atomic<bool> error_{false};
     std::atomic<bool> hasResponse_{false};
+    std::atomic<bool> wasSent_{false};
 };
 
 }  // namespace velmora

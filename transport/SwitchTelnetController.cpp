@@ -34,6 +34,16 @@ bool SwitchTelnetController::communicationsThreadIsRunning() const {
     return communicationsThreadIsRunning_;
 }
 
+TelnetConnectionEnd SwitchTelnetController::connectionEnd() const {
+    MutexLock lock(stateMutex_);
+    return end_;
+}
+
+void SwitchTelnetController::setConnectionEnd(TelnetConnectionEnd::Cause cause, std::string reason) {
+    end_ = {cause, std::move(reason), isConnected(), std::chrono::steady_clock::now(),
+            std::chrono::system_clock::now()};
+}
+
 std::optional<std::string> SwitchTelnetController::nodeAddress() const {
     MutexLock lock(stateMutex_);
     return nodeAddress_;
@@ -79,7 +89,9 @@ void SwitchTelnetController::startConnectionWithNetService(const std::shared_ptr
 // Marks the thread as running before it is made, so that of two starts at once only one goes on.
 bool SwitchTelnetController::claimThread() {
     MutexLock lock(stateMutex_);
-    return !std::exchange(communicationsThreadIsRunning_, true);
+    if (std::exchange(communicationsThreadIsRunning_, true)) return false;
+    end_ = {};
+    return true;
 }
 
 void SwitchTelnetController::refuseStart() {
@@ -92,6 +104,7 @@ void SwitchTelnetController::startConnection(const std::optional<NSStreamPair>& 
         {
             MutexLock lock(stateMutex_);
             communicationsThreadIsRunning_ = false;
+            setConnectionEnd(TelnetConnectionEnd::Cause::failure, "There is nowhere to connect to");
         }
         refuseStart();
         return;
@@ -114,6 +127,7 @@ void SwitchTelnetController::startConnection(const std::optional<NSStreamPair>& 
         communicationsThread_ = nullptr;
         isTryingToConnect_ = false;
         communicationsThreadIsRunning_ = false;
+        setConnectionEnd(TelnetConnectionEnd::Cause::failure, "No thread could be started for the connection");
     }
     refuseStart();
 }
@@ -166,11 +180,11 @@ void SwitchTelnetController::streamHandleEvent(const std::shared_ptr<NSStream>& 
             firstSpaceAvailable(stream);
             break;
         case NSStreamEventErrorOccurred:
-            errorOccurred();
+            errorOccurred(stream->failureReason());
             break;
         case NSStreamEventEndEncountered:
             NSLog("NSStreamEventEndEncountered");
-            closeStreams();
+            closeStreams(TelnetConnectionEnd::Cause::peer, "The server ended the connection");
             break;
         case NSStreamEventOpenCompleted:
             break;
@@ -191,12 +205,12 @@ void SwitchTelnetController::firstSpaceAvailable(const std::shared_ptr<NSStream>
     setIsConnected(true);
 }
 
-void SwitchTelnetController::errorOccurred() {
+void SwitchTelnetController::errorOccurred(const std::string& reason) {
     if (!isConnected() && isTryingToConnect()) {
         setIsTryingToConnect(false);
         tellDelegate(&SwitchTelnetControllerDelegate::nodeConnectionDidNotOpen);
     }
-    closeStreams();
+    closeStreams(TelnetConnectionEnd::Cause::failure, reason);
 }
 
 void SwitchTelnetController::tellDelegate(void (SwitchTelnetControllerDelegate::*callback)(SwitchTelnetController&)) {
@@ -206,6 +220,10 @@ void SwitchTelnetController::tellDelegate(void (SwitchTelnetControllerDelegate::
 }
 
 void SwitchTelnetController::closeStreams() {
+    closeStreams(TelnetConnectionEnd::Cause::owner, "");
+}
+
+void SwitchTelnetController::closeStreams(TelnetConnectionEnd::Cause cause, std::string reason) {
     std::shared_ptr<NSInputStream> input;
     std::shared_ptr<NSOutputStream> output;
     std::shared_ptr<NSRunLoop> loop;
@@ -225,6 +243,10 @@ void SwitchTelnetController::closeStreams() {
         // The mark that the command failed ("ERROR", error, hasResponse) is meant for the slot that has just been
         // emptied and so reaches no command. That is intended: the client finds its command unanswered.
         currentTelnetCommand_ = nullptr;
+        setConnectionEnd(cause, std::move(reason));
+        // Here, so that it is false behind every close, also one that meets another thread's.
+        setIsConnected(false);
+        isTryingToConnect_ = false;
     }
     releaseWaitingClients(thread);
     for (const char* mode : kStreamModes) {
@@ -241,8 +263,6 @@ void SwitchTelnetController::closeStreams() {
         outputStream_ = nullptr;
         // With the thread go its run loop and the descriptors of that; a closed controller may be kept for long.
         communicationsThread_ = nullptr;
-        setIsConnected(false);
-        isTryingToConnect_ = false;
         outputStreamReady_ = false;
         closing_ = false;
     }

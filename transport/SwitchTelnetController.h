@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -41,6 +42,22 @@ struct TelnetTimeLimits {
     double handOff = 0.25;       // for the communications thread to release a waiting client
 };
 
+// How a connection, made or being made, came to its end.
+struct TelnetConnectionEnd {
+    enum class Cause {
+        none,     // it has not ended
+        owner,    // closeStreams was called
+        peer,     // in order
+        failure,  // it could not be made, or broke
+        timeOut,  // it was given up because a reply's time limit had passed
+    };
+    Cause cause = Cause::none;
+    std::string reason;                            // in plain words; "" for the owner's
+    bool wasMade = false;                          // whether it was a connection by then
+    Date date;                                     // when it ended ...
+    std::chrono::system_clock::time_point moment;  // ... and the same by the calendar
+};
+
 // A reply that grows beyond this many bytes closes the connection.
 inline constexpr std::size_t kResponseByteLimit = 16 * 1024 * 1024;
 
@@ -72,6 +89,8 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     bool isTryingToConnect() const { return isTryingToConnect_; }
     void setIsTryingToConnect(bool isTryingToConnect) { isTryingToConnect_ = isTryingToConnect; }
     bool communicationsThreadIsRunning() const;
+    // Of the last connection that was started; known before a client that waited for a reply is released.
+    TelnetConnectionEnd connectionEnd() const;
 
     // An address slot that nothing uses.
     std::optional<std::string> nodeAddress() const;
@@ -113,7 +132,9 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     void streamHandleEvent(const std::shared_ptr<NSStream>& stream, NSStreamEvent event) override;
     void bytesAvailable(NSInputStream& stream);
     void firstSpaceAvailable(const std::shared_ptr<NSStream>& stream);
-    void errorOccurred();
+    void errorOccurred(const std::string& reason);
+    void closeStreams(TelnetConnectionEnd::Cause cause, std::string reason);
+    void setConnectionEnd(TelnetConnectionEnd::Cause cause, std::string reason) REQUIRES(stateMutex_);
 
     bool claimThread();
     void refuseStart();
@@ -151,6 +172,7 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     bool outputStreamReady_ GUARDED_BY(stateMutex_) = false;
     // One thread is closing the streams; the fields still hold them.
     bool closing_ GUARDED_BY(stateMutex_) = false;
+    TelnetConnectionEnd end_ GUARDED_BY(stateMutex_);
     std::optional<std::string> nodeAddress_ GUARDED_BY(stateMutex_);
 
     std::atomic<bool> isConnected_{false};

@@ -2,6 +2,7 @@
 // SwitchTelnetController.cpp.
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <utility>
 
 #include "platform/foundation/NSLog.h"
@@ -38,6 +39,11 @@ bool endsLikeXML(const std::string& data) {
         return true;
     }
     return hasText(std::string_view(data).substr(data.size() - kXMLTailSize), kXMLTermination);
+}
+
+std::string secondsText(double seconds) {
+    std::array<char, 32> digits;
+    return std::string(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), seconds).ptr) + " s";
 }
 
 }  // namespace
@@ -101,7 +107,8 @@ void SwitchTelnetController::processCommandSynchronously(const std::shared_ptr<S
         thread = communicationsThread_;
     }
     // One wait for both, that the command is queued and that the signal is given back, so that the client is woken
-    // once. The signal is free at once when the reply has come already, or when the command was not queued.
+    // once. The signal is free at once when the reply has come already, or when the command was not queued. The
+    // reply's time counts from here, the hand-over, which is a part of what the client waits for.
     const Date deadline = secondsFromNow(limits_.reply);
     const auto errand = std::make_shared<NSLock::Errand>();
     if (!thread->runLoop()->perform(
@@ -114,7 +121,11 @@ void SwitchTelnetController::processCommandSynchronously(const std::shared_ptr<S
     }
     if (lockObtained) releaseWaitingClients(thread);
     NSLog("NSStreamEventEndEncountered because of a timeout");
-    closeStreams();
+    const auto time = secondsText(limits_.reply);
+    closeStreams(TelnetConnectionEnd::Cause::timeOut,
+                 command->wasSent()
+                     ? stringWithFormat("The server did not answer %@ within %@", quotedText(command->command()), time)
+                     : stringWithFormat("The connection was not made within %@", time));
 }
 
 void SwitchTelnetController::addNewCommand(const std::shared_ptr<SwitchTelnetCommand>& command) {
@@ -166,6 +177,7 @@ void SwitchTelnetController::sendNextCommand() {
         MutexLock lock(stateMutex_);
         if (closing_ || currentTelnetCommand_ != nullptr || telnetCommands_.empty()) return;
         currentTelnetCommand_ = takeNextCommand();
+        currentTelnetCommand_->setWasSent(true);
         line = stringWithFormat(kLineFormat, currentTelnetCommand_->command());
         output = outputStream_;
         loop = runLoop_;
@@ -213,7 +225,8 @@ void SwitchTelnetController::bytesAvailable(NSInputStream& stream) {
     if (command->requiresXMLResponse() && !(beginsLikeXML(*data) && endsLikeXML(*data))) {
         if (data->size() > kResponseByteLimit) {
             NSLog("Reply of more than %li bytes", kResponseByteLimit);
-            closeStreams();
+            closeStreams(TelnetConnectionEnd::Cause::failure,
+                         stringWithFormat("The server's reply has more than %li bytes", kResponseByteLimit));
         }
         return;
     }

@@ -280,4 +280,15 @@ StringList makeStringList(std::vector<std::string> texts) {
     return std::make_shared<const std::vector<std::string>>(std::move(texts));
 }
 
+std::string quotedText(std::string_view text) {
+    constexpr std::size_t kLongest = 80;
+    std::size_t end = text.size();
+    if (end > kLongest) {
+        end = kLongest;
+        while (end > kLongest - 4 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U)
+            --end;  // no part of a character
+    }
+    return '"' + stringByEscapingControlCharacters(text.substr(0, end)) + (end < text.size() ? "...\"" : "\"");
+}
+
 }  // namespace velmora

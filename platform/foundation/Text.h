@@ -80,4 +80,8 @@ std::string stringByTrimmingControlCharacters(std::string_view text);
 // "\xNN" or "\u{NNNN}", bytes that are not UTF-8 become "\xNN". Backslashes stay as they are.
 std::string stringByEscapingControlCharacters(std::string_view text);
 
+// The text between quotation marks, escaped as above; of a long one its beginning and "...": for a sentence that speaks
+// of what somebody else wrote.
+std::string quotedText(std::string_view text);
+
 }  // namespace velmora

@@ -38,6 +38,10 @@ void NSStream::close() {
     connection_->close(half_);
 }
 
+std::string NSStream::failureReason() const {
+    return connection_->failureReason();
+}
+
 NSInputStream::NSInputStream(std::shared_ptr<TCPConnection> connection)
     : NSStream(std::move(connection), Half::input) {}
 

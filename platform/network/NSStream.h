@@ -58,6 +58,9 @@ class NSStream : public NSObject {
     // No event follows. The peer sees the end of the stream.
     void close();
 
+    // Why an error event was given, in the system's words. Any thread, from that event on.
+    std::string failureReason() const;
+
   protected:
     enum class Half { input, output };
     NSStream(std::shared_ptr<TCPConnection> connection, Half half);

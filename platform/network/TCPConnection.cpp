@@ -267,12 +267,15 @@ void TCPConnection::offerBytes(Unread unread) {
     if (runLoop != nullptr) runLoop->perform([] {});
 }
 
-// What the streams' delegate is told is an error; why, only this line tells.
 void TCPConnection::fail() {
     if (isPhase(Phase::over)) return;
-    const int error = error_;
-    NSLog("Connection failed: %@", error != 0 ? std::system_category().message(error) : "No address was found");
+    NSLog("Connection failed: %@", failureReason());
     finish(NSStreamEventErrorOccurred);
+}
+
+std::string TCPConnection::failureReason() const {
+    const int error = error_;
+    return error != 0 ? std::system_category().message(error) : "No address was found";
 }
 
 void TCPConnection::finish(NSStreamEvent event) {
@@ -323,6 +326,7 @@ bool TCPConnection::hasSpaceAvailable() {
 
 std::int64_t TCPConnection::write(std::span<const std::uint8_t> bytes) {
     const auto all = static_cast<std::int64_t>(bytes.size());
+    if (all == 0) return 0;  // there would always be space for them, and never a byte sent
     while (true) {
         pollfd space{-1, POLLOUT, 0};
         std::shared_ptr<NSRunLoop> runLoop;

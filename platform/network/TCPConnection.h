@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "platform/network/NSStream.h"
@@ -38,6 +39,7 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
     std::int64_t read(std::span<std::uint8_t> buffer);
     std::int64_t write(std::span<const std::uint8_t> bytes);
     bool hasSpaceAvailable();
+    std::string failureReason() const;
 
     void descriptorReady(std::uint32_t events) override;
     void loopHasRunWork() override;

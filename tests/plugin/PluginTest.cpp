@@ -24,6 +24,20 @@ struct Host : VelmoraNodePluginProtocol_Delegate {
     }
 };
 
+using State = NodePluginConnectionState;
+using Answer = NodePluginAnswer;
+
+struct StatusObserver : VelmoraNodePluginStatusProtocol_Observer {
+    int notices = 0;
+    std::function<void()> onNotice;
+    void statusChangedForPluginName(const std::string& name) override {
+        EXPECT_EQ(name, "Velmora Switch");
+        EXPECT_TRUE(MainThread::isCurrent());
+        ++notices;
+        if (onNotice) onNotice();
+    }
+};
+
 class Plugin : public testing::Test {
   protected:
     void SetUp() override { plugin->setDelegate(&host); }
@@ -47,7 +61,12 @@ class Plugin : public testing::Test {
         return runMainLoopUntil([&] { return isComplete(outputs); });
     }
 
+    bool reaches(State state) {
+        return runMainLoopUntil([&] { return plugin->connectionStatus().state == state; });
+    }
+
     Host host;
+    StatusObserver observer;
     std::shared_ptr<VelmoraSwitchNodePlugin> plugin = std::make_shared<VelmoraSwitchNodePlugin>(nullptr);
 };
 
@@ -234,6 +253,151 @@ TEST_F(Plugin, twoPluginsShareTheProcessAndADoubleStartDoesNoHarm) {
     EXPECT_EQ(studio.matrix.routedInput(1), 2);
     second->stop();
     EXPECT_EQ(plugin->currentValueOfAttributeWithName("Velmora Switch Output 1"), "0002 Input 2");
+}
+
+TEST_F(Plugin, tellsWhetherAReplyAnswers) {
+    const std::string one = "Velmora Switch Output 1";
+    const std::tuple<std::string, Answer, const char*> reads[] = {
+        {"1 3\r\n", Answer::answered, ""},
+        {"1 4\n", Answer::answered, ""},
+        {"1  3\r\n", Answer::unusableReply, "no output and input: \"1  3\""},
+        {"1 3 \r\n", Answer::unusableReply, "\"1 3 \""},
+        {"+1 3\r\n", Answer::unusableReply, "\"+1 3\""},
+        {"1 3\r\n1 3\r\n", Answer::unusableReply, "\"1 3\\r\\n1 3\""},
+        {"1 99999999999999999999\r\n", Answer::unusableReply, "no output and input"},
+        {"2 3\r\n", Answer::unusableReply, "another output: \"2 3\""},
+        {"1 5\r\n", Answer::unusableReply, "an input that there is not"},
+        {"1 0\r\n", Answer::unusableReply, "an input that there is not"},
+        {"\r\n", Answer::unusableReply, "empty"},
+        {"\xFF\r\n", Answer::unusableReply, "not UTF-8"},
+        {"1 3", Answer::unusableReply, "lacks its line end"},
+        {"ERROR\r\n", Answer::refused, "\"ERROR\""},
+    };
+    const std::tuple<std::string, Answer> sets[] = {
+        {"whatever\r\n", Answer::answered}, {"ERROR 3\r\n", Answer::refused}, {"\r\n", Answer::unusableReply}};
+    PeerScript script;
+    script.exchange("MATRIXSIZE", "4x2");
+    for (const auto& [reply, answer, reason] : reads)
+        script.exchange("REFRESH", "ERROR").expect("GET 1\n\r").send(reply);
+    for (const auto& [reply, answer] : sets)
+        script.expect("SET 1 1\n\r").send(reply);
+    ScriptedPeer peer(script.exchange("REFRESH", "OK").expect("GET 1\n\r").send("1 3").close());
+    const PublishedService service("Replies", peer.port());
+    start("Replies", {});
+    ASSERT_TRUE(reaches(State::connected));
+    const auto outcome = [this] { return plugin->lastOutcome(); };
+    EXPECT_EQ(outcome().answer, Answer::none);
+    for (const auto& [reply, answer, reason] : reads) {
+        plugin->currentValueOfAttributeWithName(one);
+        EXPECT_EQ(outcome().answer, answer) << reply;
+        EXPECT_NE(outcome().reason.find(reason), std::string::npos) << outcome().reason;
+        EXPECT_EQ(outcome().reason.empty(), answer == Answer::answered);
+        EXPECT_EQ(outcome().attributeName, one);
+    }
+    for (const auto& [reply, answer] : sets) {
+        EXPECT_EQ(plugin->setValueForAttributeWithName("0001", one), 0);
+        EXPECT_EQ(outcome().answer, answer) << reply;
+    }
+    EXPECT_EQ(plugin->setValueForAttributeWithName("0005", one), -1);
+    EXPECT_EQ(outcome().answer, Answer::refused);
+    EXPECT_EQ(outcome().reason, "Input 5 is out of range");
+    plugin->setStatusObserver(&observer);
+    EXPECT_EQ(plugin->currentValueOfAttributeWithName(one), "0003 Input 3");
+    EXPECT_NE(outcome().answer, Answer::answered);
+    ASSERT_TRUE(runMainLoopUntil([&] { return observer.notices > 0; }));
+    EXPECT_EQ(outcome().answer, Answer::connectionEnded);
+    EXPECT_EQ(plugin->connectionStatus().state, State::ended);
+    plugin->currentValueOfAttributeWithName(one);
+    EXPECT_EQ(outcome().answer, Answer::noConnection);
+    EXPECT_EQ(outcome().reason, "The server ended the connection");
+}
+
+TEST_F(Plugin, tellsOfAReplyCutByTheEndWhereNoneHasALineEnd) {
+    PeerScript script;
+    script.expect("MATRIXSIZE\n\r").send("4x2");
+    script.expect("REFRESH\n\r").send("OK").expect("GET 1\n\r").send("1 3").waitForSignal().close();
+    ScriptedPeer peer(script);
+    const PublishedService service("Cut", peer.port());
+    start("Cut", {});
+    ASSERT_TRUE(reaches(State::connected));
+    plugin->setStatusObserver(&observer);
+    plugin->currentValueOfAttributeWithName("Velmora Switch Output 1");
+    EXPECT_EQ(plugin->lastOutcome().answer, Answer::answered);
+    peer.signal();
+    ASSERT_TRUE(runMainLoopUntil([&] { return observer.notices > 0; }));
+    EXPECT_EQ(plugin->lastOutcome().answer, Answer::connectionEnded);
+}
+
+TEST_F(Plugin, tellsWhereItsConnectionStandsAndNeverInsideAnOperation) {
+    const auto is = [this](State state, const std::string& server, const std::string& reason = "") {
+        const auto status = plugin->connectionStatus();
+        return status.state == state && status.serverName == server && status.reason == reason;
+    };
+    EXPECT_TRUE(is(State::noServerSelected, "", "The plugin is not started"));
+    plugin->setStatusObserver(&observer);
+    start("Standing", {});
+    EXPECT_EQ(plugin->currentValueOfAttributeWithName("Velmora Switch Output 1"), "");
+    EXPECT_EQ(plugin->lastOutcome().answer, Answer::noConnection);
+    EXPECT_EQ(observer.notices, 0);
+    ASSERT_TRUE(runMainLoopUntil([&] { return observer.notices == 1; }));
+    EXPECT_TRUE(is(State::notFound, "Standing"));
+    VirtualSwitch studio("Standing", 4, 4);
+    ASSERT_TRUE(reaches(State::connected));
+    ASSERT_TRUE(runMainLoopUntil([&] { return observer.notices > 1; }));
+    const auto connected = plugin->connectionStatus().since;
+
+    int within = 0;
+    host.onNotice = [&] {
+        const int before = observer.notices;
+        studio.server = nullptr;
+        EXPECT_TRUE(reaches(State::ended));
+        runMainLoopOnce();
+        runMainLoopOnce();
+        within = observer.notices - before;
+    };
+    plugin->updateAttributes();
+    EXPECT_EQ(within, 0);
+    const int notices = observer.notices;
+    ASSERT_TRUE(runMainLoopUntil([&] { return observer.notices > notices; }));
+    EXPECT_TRUE(is(State::ended, "Standing", "The server ended the connection"));
+    EXPECT_GE(plugin->connectionStatus().since, connected);
+    host.onNotice = nullptr;
+
+    RefusingPort refusing;
+    auto service = std::make_unique<PublishedService>("Refusing", refusing.port());
+    plugin->setDefaultSettings(settingsWith("Refusing", {}));
+    EXPECT_TRUE(runMainLoopUntil([&] { return is(State::failed, "Refusing", "Connection refused"); }));
+    service = nullptr;
+    EXPECT_TRUE(runMainLoopUntil([&] { return is(State::notFound, "Refusing"); }));
+    for (const auto& [size, reason] :
+         {std::pair("no\tsize", "The server's reply to MATRIXSIZE is no size: \"no\\tsize\""),
+          {"0x8", "The server's matrix has 0 inputs and 8 outputs"}}) {
+        ScriptedPeer peer(PeerScript().exchange("MATRIXSIZE", size).expectClose());
+        plugin->setDefaultSettings(settingsWith(reason, {}));
+        service = std::make_unique<PublishedService>(reason, peer.port());
+        EXPECT_TRUE(runMainLoopUntil([&] { return is(State::connecting, reason, reason); }));
+        plugin->stop();
+        EXPECT_TRUE(is(State::noServerSelected, "", "The plugin is not started"));
+        plugin->startAndSetCurrentValuesToDefaults(false);
+    }
+    plugin->setDefaultSettings(settingsWith("", {}));
+    EXPECT_EQ(plugin->connectionStatus().state, State::noServerSelected);
+    observer.onNotice = [&] { plugin = nullptr; };
+    EXPECT_TRUE(runMainLoopUntil([&] { return plugin == nullptr; }));
+}
+
+TEST(ConnectionStatus, ofAServerWithoutAConnectionIsThatOfItsRecord) {
+    const auto controller = std::make_shared<VelmoraSwitchController>(nullptr);
+    const auto service = std::make_shared<NSNetService>("local.", "_matrixswitcher._tcp.", "a");
+    NSNetServiceBrowser browser;
+    const auto state = [&] { return connectionStatusOf(controller.get(), "a").state; };
+    EXPECT_EQ(state(), State::notFound);
+    controller->netServiceBrowserDidFindServiceMoreComing(browser, service, false);
+    EXPECT_EQ(state(), State::connecting);
+    controller->netServiceDidNotResolve(*service);
+    EXPECT_EQ(state(), State::failed);
+    controller->netServiceBrowserDidRemoveServiceMoreComing(browser, service, false);
+    EXPECT_EQ(state(), State::notFound);
 }
 
 TEST_F(Plugin, mayBeStoppedAndReleasedInsideItsOwnCallback) {

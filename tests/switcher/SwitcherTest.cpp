@@ -60,7 +60,7 @@ TEST(TCPMatrixSwitcher, speaksTheServersVocabulary) {
     Registry registry;
     registry.add("Vocabulary");
     const auto switcher = std::make_shared<TCPMatrixSwitcher>();
-    switcher->setDelegate(&registry);
+    static_cast<MatrixSwitcher&>(*switcher).setDelegate(&registry);
     ASSERT_TRUE(switcher->openPort("Vocabulary"));
     ASSERT_TRUE(runMainLoopUntil([&] { return !registry.sizes.empty(); }));
     EXPECT_EQ(registry.sizes.front(), (NSSize{16, 8}));

@@ -1,0 +1,33 @@
+// What came of one question to a switch server, as far as the reply itself can tell.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace velmora {
+
+enum class CommandAnswer {
+    answered,         // by a reply that says what it should
+    unusableReply,    // a reply that says something else
+    connectionEnded,  // before the reply, or with a part of it
+    noAnswerInTime,   // the connection was given up
+    noConnection,     // nothing was sent
+    refused,          // the server answered that it will not
+};
+
+struct CommandOutcome {
+    CommandAnswer answer = CommandAnswer::noConnection;
+    std::string reason;  // in plain words, without a full stop; "" when it was answered
+};
+
+// A reply that begins with this is a refusal.
+inline constexpr std::string_view kRefusal = "ERROR";
+
+// Of the reply to "GET output" (from 1, on the wire): answered by exactly that number, one blank, and the number of an
+// input, which is no more than `inputs` where that is known (not 0). No text stands for bytes that are not UTF-8.
+CommandOutcome outcomeOfRouteReply(const std::optional<std::string>& reply, std::int64_t output, std::int64_t inputs);
+// Of the reply to a SET: what a server says when it has routed is not settled, so every text but a refusal will do.
+CommandOutcome outcomeOfSetReply(const std::optional<std::string>& reply);
+
+}  // namespace velmora
