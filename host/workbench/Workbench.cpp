@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "host/Console.h"
+#include "host/Patience.h"
 #include "host/PluginState.h"
 #include "host/Waiting.h"
 #include "host/workbench/WorkbenchWindow.h"
@@ -31,10 +32,7 @@ bool mayBeReplaced(const std::filesystem::path& path) {
 
 ExitCode takeScreenshot(WorkbenchWindow& window, PluginHost& host, const Options& options, QSaveFile& picture) {
     const bool isComplete = waitUntil(
-        [&] {
-            return attributesAreThere(host.plugin()) && window.session().situation().kind != Situation::Kind::lost &&
-                   !window.session().isReading() && window.windowHandle()->isExposed();
-        },
+        [&] { return attributesAreThere(host) && !window.session().isReading() && window.windowHandle()->isExposed(); },
         options.wait);
     if (!window.grab().save(&picture, "PNG") || !picture.commit())
         return complainOfPicture(options, picture.errorString().toStdString());
@@ -62,6 +60,7 @@ ExitCode runWorkbench(PluginHost& host, SettingsFile& settingsFile, const Option
         return code;
     }
     const Interruption interruption([&] { window.close(); });
+    const Patience patience(interruption);
     QApplication::exec();
     window.document().discardChanges();  // what is not saved by now is not to be
     return ExitCode::done;

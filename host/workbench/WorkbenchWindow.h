@@ -39,7 +39,6 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     void sessionHasChanged() override;
     void serverWillBeAwaited() override;
     void serverWasAwaited() override;
-    void serverIsBeingSelected() override;
     SettingsDocument::Unsaved whatAboutUnsavedSettings() override;
     bool mayOverwriteChangedFile(const std::filesystem::path& path) override;
     std::optional<std::filesystem::path> fileToLoad() override;
@@ -73,6 +72,7 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     QLabel* situation_ = nullptr;
     QLabel* outcome_ = nullptr;
     QLabel* notice_ = nullptr;
+    QLabel* doubts_ = nullptr;
     QPlainTextEdit* log_ = nullptr;
     QBoxLayout* buttonRows_ = nullptr;
     QSplitter* sides_ = nullptr;
