@@ -57,7 +57,7 @@ Situation toldSituation(VelmoraNodePluginProtocol& plugin, const NodePluginConne
         case NodePluginConnectionState::noServerSelected:
             return {Kind::unnamed, "The settings name no switch server." + foundServers(plugin)};
         case NodePluginConnectionState::notFound:
-            return {Kind::absent, "Looking for " + server + "." + foundServers(plugin)};
+            return {Kind::absent, "Looking for the switch server " + server + "." + foundServers(plugin)};
         case NodePluginConnectionState::connecting:
             return {Kind::connecting,
                     "Connecting to " + server + ". The window may stand still until it has answered."};

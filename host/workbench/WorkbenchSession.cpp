@@ -53,7 +53,7 @@ bool WorkbenchSession::start(bool setCurrentValuesToDefaults) {
     if (setCurrentValuesToDefaults) {
         setOutcome(QString("Started with defaults: ") + kWhatDefaultsDo + '.');
     } else {
-        setOutcome("Started; routes are left as they are.");
+        setOutcome("Started without defaults.");
     }
     if (!good) setOutcome("The plugin did not start; its log says why.");
     attributes_.reload(host_.plugin());  // some plugins have them at once

@@ -188,6 +188,7 @@ void WorkbenchWindow::sessionHasChanged() {
     const Situation::Kind kind = session_.situation().kind;
     if (kind == Situation::Kind::lost) attributesTable_->closeValues();
     showSituation();
+    showDoubts();
     // At once: the plugin may wait for the server before the event loop paints.
     if (kind == Situation::Kind::connecting) situation_->repaint();
 }
@@ -232,6 +233,10 @@ void WorkbenchWindow::showDocument() {
     const QString file = document_.path() ? displayText(document_.path()->filename().string()) : "Untitled settings";
     setWindowTitle(QString(file).replace("[*]", "[*][*]") + "[*] \u2013 Velmora Workbench");
     setWindowModified(document_.isUnsaved());
+    showDoubts();
+}
+
+void WorkbenchWindow::showDoubts() {
     const QString doubts = document_.doubts();
     doubts_->setVisible(!doubts.isEmpty());
     doubts_->setText(doubts);

@@ -63,6 +63,7 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     void showSituation();
     // The plugin does not tell of edits in its settings view, so the window looks now and then.
     void showDocument();
+    void showDoubts();
 
     LogFeed logFeed_;
     WorkbenchSession session_;
