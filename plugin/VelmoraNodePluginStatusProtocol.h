@@ -7,6 +7,12 @@
 //
 // Threads: everything here is for the main thread, and the observer is called on it. Nothing here asks the switch
 // server or waits, and no operation throws.
+//
+// What cannot be known: replies do not name the command that they answer, so a reply that was left over from before
+// counts as an answer when it happens to read like one. And a reply that the connection's end has cut is known by its
+// missing line end only where other replies of the server have one, as they all do in practice; on other connections it
+// counts as answered until the end is seen, and then, within a second and with nothing asked meanwhile, becomes
+// connectionEnded, of which the observer is told.
 #pragma once
 
 #include <chrono>
@@ -24,23 +30,25 @@ enum class NodePluginConnectionState : std::int32_t {
     connecting,  // it was found; it has not accepted the connection, or not told the size of its matrix, yet
     connected,
     ended,   // the server has ended the connection
-    failed,  // the connection could not be made, broke, or was given up because no answer came in time
+    failed,  // no address was found, or the connection could not be made, broke, or was given up for want of an answer
 };
 
 struct NodePluginConnectionStatus {
     NodePluginConnectionState state = NodePluginConnectionState::noServerSelected;
     std::string serverName;  // as it is announced; "" for none
-    std::string reason;      // in plain words for a person, without a full stop; "" where the state says all
+    // In plain words for a person, one line with a capital letter and without a full stop, bounded, and with what the
+    // server wrote in quotation marks and escaped; "" where the state says all.
+    std::string reason;
     std::chrono::system_clock::time_point since;  // when the state began
 };
 
 enum class NodePluginAnswer : std::int32_t {
     none,             // nothing was read or set since the plugin was made
     answered,         // by a reply that says what it should; of a set, that the server did not refuse it
-    unusableReply,    // a reply that says something else: no number, another output's number, no text
+    unusableReply,    // a reply that says something else: no number, another output's number, no text, no line end
     connectionEnded,  // before the reply, or with it: what came may be a part of one
     noAnswerInTime,   // the connection was given up
-    noConnection,     // nothing was sent
+    noConnection,     // nothing was sent, because there is no connection or the size of the matrix is not known yet
     refused,          // by the plugin, which sent nothing, or by the server, which answered that it will not
 };
 
@@ -56,7 +64,8 @@ class VelmoraNodePluginStatusProtocol_Observer {
   public:
     virtual ~VelmoraNodePluginStatusProtocol_Observer() = default;
     // The connection's status has changed, or an end of the connection has changed the last outcome. Comes through the
-    // event loop, never inside an operation of the plugin; changes that follow each other closely are told once.
+    // event loop, never inside an operation of the plugin or inside itself, whatever event loop runs in those; changes
+    // that follow each other closely are told once. The host may release the plugin here.
     virtual void statusChangedForPluginName(const std::string& pluginName) = 0;
 };
 
@@ -67,6 +76,7 @@ class VelmoraNodePluginStatusProtocol {
     // kVelmoraNodePluginStatusProtocolVersion of the header that the plugin was built with.
     virtual std::uint32_t statusProtocolVersion() const = 0;
 
+    // As of this moment: an end of the connection shows here before the observer is told of it.
     virtual NodePluginConnectionStatus connectionStatus() const = 0;
     // Of the last currentValueOfAttributeWithName or setValueForAttributeWithName that a host called.
     virtual NodePluginOutcome lastOutcome() const = 0;

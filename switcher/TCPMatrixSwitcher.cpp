@@ -141,9 +141,9 @@ std::shared_ptr<const CommandOutcome> TCPMatrixSwitcher::lastOutcome() {
     return lastOutcome_;
 }
 
-void TCPMatrixSwitcher::noteOutcome(const SwitchTelnetCommand& command, CommandOutcome ofReply) {
-    lastOutcome_ =
-        std::make_shared<CommandOutcome>(command.hasResponse() ? std::move(ofReply) : outcomeWithoutReply(command));
+void TCPMatrixSwitcher::noteOutcome(const SwitchTelnetCommand& command, bool anythingWasSent, CommandOutcome ofReply) {
+    if (!command.hasResponse()) ofReply = outcomeWithoutReply(anythingWasSent);
+    lastOutcome_ = std::make_shared<CommandOutcome>(std::move(ofReply));
     if (!command.hasResponse() || lastOutcome_->answer == CommandAnswer::refused) return;
     if (hasLineEnd(command)) return;
     if (repliesEndLines_ && lastOutcome_->answer == CommandAnswer::answered)
@@ -153,9 +153,9 @@ void TCPMatrixSwitcher::noteOutcome(const SwitchTelnetCommand& command, CommandO
     settleOutcome();
 }
 
-CommandOutcome TCPMatrixSwitcher::outcomeWithoutReply(const SwitchTelnetCommand& command) const {
+CommandOutcome TCPMatrixSwitcher::outcomeWithoutReply(bool anythingWasSent) const {
     auto end = telnetController_->connectionEnd();
-    if (!command.wasSent()) return {CommandAnswer::noConnection, std::move(end.reason)};
+    if (!anythingWasSent) return {CommandAnswer::noConnection, std::move(end.reason)};
     if (end.cause == TelnetConnectionEnd::Cause::timeOut) return {CommandAnswer::noAnswerInTime, std::move(end.reason)};
     // Where the end is not known yet, it is the very moment of it.
     return {CommandAnswer::connectionEnded,
@@ -195,9 +195,10 @@ std::int64_t TCPMatrixSwitcher::selectedInputForOutput(std::int64_t output) {
     const auto refresh = processCommand("REFRESH");
     const auto command = processCommand(stringWithFormat("GET %li", wireNumber(output)));
     if (refresh->hasResponse()) {
-        noteOutcome(*command, outcomeOfRouteReply(command->responseString(), wireNumber(output), _numberOfInputs));
+        noteOutcome(*command, true,
+                    outcomeOfRouteReply(command->responseString(), wireNumber(output), _numberOfInputs));
     } else {
-        noteOutcome(*refresh, {});
+        noteOutcome(*refresh, refresh->wasSent(), {});
     }
     const auto pieces = componentsSeparatedByString(command->responseString().value_or(""), " ");
     if (pieces.size() != 2) return 0;  // intended: no usable answer reads as the first input
@@ -207,7 +208,7 @@ std::int64_t TCPMatrixSwitcher::selectedInputForOutput(std::int64_t output) {
 bool TCPMatrixSwitcher::switchOutputToInput(std::int64_t output, std::int64_t input) {
     const auto command = processCommand(stringWithFormat("SET %i %i", wireNumber(static_cast<std::int32_t>(output)),
                                                          wireNumber(static_cast<std::int32_t>(input))));
-    noteOutcome(*command, outcomeOfSetReply(command->responseString()));
+    noteOutcome(*command, command->wasSent(), outcomeOfSetReply(command->responseString()));
     return false;
 }
 

@@ -101,9 +101,9 @@ class TCPMatrixSwitcher final : public MatrixSwitcher, private SwitchTelnetContr
 
     std::shared_ptr<SwitchTelnetCommand> processCommand(std::string text);
     std::optional<std::string> labelAtIndex(const char* format, std::int32_t index);
-    // Keeps what came of the command: as given when there is a reply.
-    void noteOutcome(const SwitchTelnetCommand& command, CommandOutcome ofReply);
-    CommandOutcome outcomeWithoutReply(const SwitchTelnetCommand& command) const;
+    // Keeps what came of a question, the last command of which this is: as given when it has a reply.
+    void noteOutcome(const SwitchTelnetCommand& command, bool anythingWasSent, CommandOutcome ofReply);
+    CommandOutcome outcomeWithoutReply(bool anythingWasSent) const;
     void settleOutcome();
 
     const std::shared_ptr<SwitchTelnetController> telnetController_;
