@@ -48,7 +48,8 @@ void checkNumber(Doubts& doubts, const std::string& name, const DictionaryRefere
     } else if (!value->isInteger()) {
         doubts.add(name + ": " + inQuotes(key) + " is no integer" + taken);
     } else if (number < 0 || number > std::numeric_limits<std::int32_t>::max()) {
-        doubts.add(name + ": " + inQuotes(key) + " is " + std::to_string(number) + "; numbers count from 0");
+        doubts.add(name + ": " + inQuotes(key) + " is " + std::to_string(number) +
+                   ", which is no number of an output or input");
     }
 }
 
