@@ -1,10 +1,10 @@
 // The commands of the terminal: each asks the plugin through the host protocol and prints the answer.
 #pragma once
 
+#include <QJsonObject>
+#include <optional>
 #include <string>
-#include <vector>
 
-#include "host/ConnectionWatch.h"
 #include "host/ExitCode.h"
 #include "host/Options.h"
 #include "host/PluginHost.h"
@@ -30,21 +30,29 @@ class Commands {
     ExitCode watch();
 
     bool start();
-    // Whether there is nothing more to wait for: the attributes are complete, or the settings name none. Says what was
-    // missing when not.
+    // Whether there is nothing more to wait for: the attributes are there, or none will come. Says what was missing
+    // when not.
     bool waitForAttributes();
-    void complainOfMissingAttributes(const std::string& server) const;
+    void complainOfMissingAttributes() const;
     // The same, and whether the plugin has an attribute of that name.
     ExitCode waitForAttribute(const std::string& name);
-    // Of an attribute; none, said why, when the plugin refuses to read it or nobody answered.
-    std::optional<std::string> currentValue(const std::string& name) const;
-    // What it means that the switcher did not say or do what it was asked.
+    void warnOfDefaultsBeyondMatrix();
+
+    struct Current {
+        std::optional<std::string> value;  // none when nobody gave it
+        std::optional<bool> isAnswered;    // none where the plugin does not tell
+    };
+    // Asks the device; says why when there is no value.
+    Current currentValue(const std::string& name);
+    void printCurrent(QJsonObject document, const Current& current) const;
+    // What it means that the device did not say or do what it was asked.
     ExitCode withoutAnswer() const;
     void printChangeNotice() const;
 
     PluginHost& host_;
     const Options& options_;
-    ConnectionWatch connection_;
+    bool ranOutOfTime_ = false;
+    std::optional<std::size_t> inputs_;  // of the matrix that was looked at last
 };
 
 }  // namespace velmora

@@ -13,7 +13,7 @@ bool good = true;
 }  // namespace
 
 void printLine(std::string_view line) {
-    printText(std::string(line) + '\n');
+    printText(stringByEscapingControlCharacters(line) + '\n');
 }
 
 void printText(std::string_view text) {
@@ -26,11 +26,11 @@ bool outputIsGood() {
 }
 
 void complain(std::string_view message) {
-    std::fprintf(stderr, "velmora-host: %.*s\n", static_cast<int>(message.size()), message.data());
+    std::fprintf(stderr, "velmora-host: %s\n", stringByEscapingControlCharacters(message).c_str());
 }
 
 std::string inQuotes(std::string_view text) {
-    return '"' + stringByEscapingControlCharacters(text) + '"';
+    return '"' + std::string(text) + '"';
 }
 
 }  // namespace velmora

@@ -1,4 +1,5 @@
-// The program's two outputs: results on standard output, everything else on standard error. Main thread only.
+// The program's two outputs: results on standard output, everything else on standard error. Main thread, but for
+// complain and inQuotes, which any thread may call.
 #pragma once
 
 #include <string>
@@ -6,18 +7,17 @@
 
 namespace velmora {
 
-// One line of a result, handed on at once. What came from outside is escaped by the caller where the line is for a
-// person.
+// One line of a result for a person, handed on at once; what a terminal would obey is made visible.
 void printLine(std::string_view line);
-// A whole text that brings its own line ends.
+// A whole text as it is, with its own line ends: what in it came from outside is in the text's own notation by now.
 void printText(std::string_view text);
 // Whether everything printed so far has left the program; false for good once it did not (a full disk, a closed pipe).
 bool outputIsGood();
 
-// One message to the user, after the program's name.
+// One message to the user on one line, after the program's name; what a terminal would obey is made visible.
 void complain(std::string_view message);
 
-// The text between quotation marks, control characters made visible: names come from the network.
+// The text between quotation marks, otherwise as it is: whoever shows the message makes it safe to show.
 std::string inQuotes(std::string_view text);
 
 }  // namespace velmora

@@ -5,11 +5,11 @@ namespace velmora {
 
 enum class ExitCode : int {
     done = 0,
-    // The plugin refused, or has no such attribute.
+    // The plugin refused or has no such attribute, or its device did not answer as it should or did not follow.
     refused = 1,
     // Wrong usage, a file that cannot be read or written, a bundle that cannot be loaded.
     unusable = 2,
-    // The switch server or its attributes did not come within the time given.
+    // The switch server, its attributes or its answer did not come in time.
     timedOut = 3,
 };
 

@@ -1,11 +1,27 @@
 #include "host/Json.h"
 
+#include <QChar>
 #include <QJsonArray>
 #include <QJsonObject>
 
 #include "host/Console.h"
+#include "platform/foundation/Text.h"
 
 namespace velmora {
+
+namespace {
+
+// In the notation of JSON, which counts in units of UTF-16. Line ends stand between values only.
+std::string jsonNotation(char32_t character) {
+    if (character == '\n') return "\n";
+    std::string escaped;
+    for (const QChar unit : QChar::fromUcs4(character)) {
+        escaped += "\\u" + hexadecimalDigits(unit.unicode(), 4);
+    }
+    return escaped;
+}
+
+}  // namespace
 
 QJsonValue jsonValue(const std::optional<std::string>& text) {
     return text ? QJsonValue(QString::fromStdString(*text)) : QJsonValue();
@@ -41,7 +57,8 @@ QJsonValue jsonOfPropertyList(const PropertyList& value) {
 }
 
 void printJson(const QJsonObject& document, QJsonDocument::JsonFormat format) {
-    std::string text = QJsonDocument(document).toJson(format).toStdString();
+    std::string text =
+        stringByReplacingControlCharacters(QJsonDocument(document).toJson(format).toStdString(), jsonNotation);
     if (!text.ends_with('\n')) text += '\n';
     printText(text);
 }

@@ -17,7 +17,7 @@ QJsonValue jsonValue(const std::optional<std::string>& text);
 QJsonValue jsonValue(const std::vector<std::string>& texts);
 QJsonValue jsonOfPropertyList(const PropertyList& value);
 
-// Prints the document: over several lines, or compact on one.
+// Prints the document: over several lines, or compact on one. What a terminal would obey stands in it as \uNNNN.
 void printJson(const QJsonObject& document, QJsonDocument::JsonFormat format = QJsonDocument::Indented);
 
 }  // namespace velmora

@@ -21,7 +21,13 @@ bool PluginHost::load(const std::filesystem::path& bundle, std::string* error) {
         *error = "the principal class of " + bundle.string() + " is no node plugin";
         return false;
     }
+    status_ = std::dynamic_pointer_cast<VelmoraNodePluginStatusProtocol>(object);
+    if (status_ != nullptr && status_->statusProtocolVersion() != kVelmoraNodePluginStatusProtocolVersion) {
+        status_ = nullptr;
+        NSLog("The plugin tells its status in a version that is not known (Velmora Host)");
+    }
     plugin_->setDelegate(this);
+    if (status_ != nullptr) status_->setStatusObserver(this);
     plugin_->setDefaultSettings(settingsFile_.settings());
     settingsFile_.setPluginSettings(plugin_->defaultSettings());
     return true;
@@ -34,6 +40,8 @@ bool PluginHost::unload(std::string* error) {
         good = saveSettings(error);
         stop();
         plugin_->setDelegate(nullptr);
+        if (status_ != nullptr) status_->setStatusObserver(nullptr);
+        status_ = nullptr;
         plugin_ = nullptr;
     }
     if (bundle_ != nullptr && bundle_->isLoaded()) good = bundle_->unload(good ? error : nullptr) && good;
@@ -42,6 +50,7 @@ bool PluginHost::unload(std::string* error) {
 }
 
 bool PluginHost::start(bool setCurrentValuesToDefaults) {
+    startedWithDefaults_ = setCurrentValuesToDefaults;
     started_ = true;  // even when it fails, so that the plugin is stopped before it is released
     return plugin_->startAndSetCurrentValuesToDefaults(setCurrentValuesToDefaults) == 0;
 }
@@ -56,8 +65,20 @@ bool PluginHost::saveSettings(std::string* error) {
     return settingsFile_.writeIfChanged(plugin_->defaultSettings(), error);
 }
 
+std::optional<NodePluginConnectionStatus> PluginHost::connectionStatus() const {
+    return status_ != nullptr ? std::optional(status_->connectionStatus()) : std::nullopt;
+}
+
+std::optional<NodePluginOutcome> PluginHost::lastOutcome() const {
+    return status_ != nullptr ? std::optional(status_->lastOutcome()) : std::nullopt;
+}
+
 void PluginHost::attributesChangedForPluginName(const std::string&) {
     if (attributesObserver_) attributesObserver_();
+}
+
+void PluginHost::statusChangedForPluginName(const std::string&) {
+    if (statusObserver_) statusObserver_();
 }
 
 }  // namespace velmora

@@ -5,16 +5,19 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "host/SettingsFile.h"
 #include "platform/foundation/NSBundle.h"
 #include "plugin/VelmoraNodePluginProtocol.h"
+#include "plugin/VelmoraNodePluginStatusProtocol.h"
 
 namespace velmora {
 
 // Main thread only. Needs an application object, with or without windows.
-class PluginHost final : private VelmoraNodePluginProtocol_Delegate {
+class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private VelmoraNodePluginStatusProtocol_Observer {
   public:
     // The file is not owned and outlives the host.
     explicit PluginHost(SettingsFile& settingsFile);
@@ -33,26 +36,40 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate {
     // Only while loaded.
     VelmoraNodePluginProtocol& plugin() const { return *plugin_; }
 
+    // Where the plugin's connection stands, and what came of the last value that was read or set; none where the plugin
+    // does not tell, or tells it in a version that this host does not know.
+    std::optional<NodePluginConnectionStatus> connectionStatus() const;
+    std::optional<NodePluginOutcome> lastOutcome() const;
+
     // False when the plugin does not want to start.
     bool start(bool setCurrentValuesToDefaults);
     void stop();
     bool isStarted() const { return started_; }
+    bool isStartedWithDefaults() const { return started_ && startedWithDefaults_; }
 
     // Called at each change notice, inside the plugin's operation: it may look attributes up and must not ask for more.
     // Null for none.
     void setAttributesObserver(std::function<void()> observer) { attributesObserver_ = std::move(observer); }
+
+    // Called when one of the two above may have changed: through the event loop, never inside the plugin's operations.
+    // Null for none.
+    void setStatusObserver(std::function<void()> observer) { statusObserver_ = std::move(observer); }
 
     // Writes the settings to their file when the plugin has changed them. False and an `error` when that failed.
     bool saveSettings(std::string* error);
 
   private:
     void attributesChangedForPluginName(const std::string& pluginName) override;
+    void statusChangedForPluginName(const std::string& pluginName) override;
 
     SettingsFile& settingsFile_;
     std::shared_ptr<NSBundle> bundle_;
     std::shared_ptr<VelmoraNodePluginProtocol> plugin_;
+    std::shared_ptr<VelmoraNodePluginStatusProtocol> status_;  // the same object; null when it is not to be used
     bool started_ = false;
+    bool startedWithDefaults_ = false;
     std::function<void()> attributesObserver_;
+    std::function<void()> statusObserver_;
 };
 
 }  // namespace velmora

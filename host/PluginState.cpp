@@ -6,10 +6,7 @@ namespace velmora {
 
 namespace {
 
-// What the plugin reads of a value.
-constexpr std::size_t kValueDigits = 4;
-// What it puts where a label is missing.
-constexpr std::string_view kNoLabel = " (null)";
+constexpr const char* kTypeOfSeveralValues = "MultipleValues";
 
 // Null when there is none.
 ArrayReference listInSettings(VelmoraNodePluginProtocol& plugin, std::string_view key) {
@@ -18,30 +15,47 @@ ArrayReference listInSettings(VelmoraNodePluginProtocol& plugin, std::string_vie
     return value != nullptr ? value->array() : nullptr;
 }
 
+bool hasValues(const VelmoraNodePluginProtocol& plugin, const std::string& name) {
+    const StringList values = plugin.possibleValuesOfAttributeWithName(name);
+    return values != nullptr && !values->empty();
+}
+
 }  // namespace
 
-StringList possibleValues(const VelmoraNodePluginProtocol& plugin, const std::string& name) {
-    const StringList values = plugin.possibleValuesOfAttributeWithName(name);
-    return values != nullptr ? values : makeStringList();
+Values possibleValues(const VelmoraNodePluginProtocol& plugin, const std::string& name) {
+    return Values(plugin.possibleValuesOfAttributeWithName(name));
 }
 
 bool attributesAreComplete(const VelmoraNodePluginProtocol& plugin) {
     const StringList names = plugin.attributeNames();
-    return !names->empty() && std::none_of(names->begin(), names->end(), [&](const std::string& name) {
-        return possibleValues(plugin, name)->empty();
+    return !names->empty() && std::all_of(names->begin(), names->end(), [&](const std::string& name) {
+        return plugin.typeOfAttributeWithName(name) != kTypeOfSeveralValues || hasValues(plugin, name);
     });
 }
 
-bool noValueHasLabel(const VelmoraNodePluginProtocol& plugin) {
-    const StringList names = plugin.attributeNames();
-    if (names->empty()) return false;
-    const StringList values = possibleValues(plugin, names->front());
-    return !values->empty() && std::all_of(values->begin(), values->end(),
-                                           [](const std::string& value) { return value.ends_with(kNoLabel); });
+bool attributesAreThere(const PluginHost& host) {
+    VelmoraNodePluginProtocol& plugin = host.plugin();
+    const auto server = selectedServer(plugin);
+    if (server == "") return true;
+    const auto status = host.connectionStatus();
+    if (status && status->state != NodePluginConnectionState::connected) return false;
+    if (!server || hasConfiguredOutputs(plugin)) return attributesAreComplete(plugin);
+    return status || isServerAvailable(plugin, *server);
 }
 
-std::string selectedServer(VelmoraNodePluginProtocol& plugin) {
-    return textForKey(plugin.defaultSettings(), "selectedDeviceName").value_or("");
+bool connectionIsLost(const PluginHost& host) {
+    const auto status = host.connectionStatus();
+    const bool isOver = status && (status->state == NodePluginConnectionState::ended ||
+                                   status->state == NodePluginConnectionState::failed);
+    return isOver && attributesAreComplete(host.plugin());
+}
+
+std::optional<std::string> selectedServer(VelmoraNodePluginProtocol& plugin) {
+    return textForKey(plugin.defaultSettings(), "selectedDeviceName");
+}
+
+bool knowsServers(VelmoraNodePluginProtocol& plugin) {
+    return listInSettings(plugin, "availableDevices") != nullptr;
 }
 
 std::vector<std::string> availableServers(VelmoraNodePluginProtocol& plugin) {
@@ -64,18 +78,10 @@ bool hasConfiguredOutputs(VelmoraNodePluginProtocol& plugin) {
     return outputs != nullptr && !outputs->empty();
 }
 
-bool attributesAreThere(VelmoraNodePluginProtocol& plugin) {
-    const std::string server = selectedServer(plugin);
-    if (server.empty()) return true;
-    return hasConfiguredOutputs(plugin) ? attributesAreComplete(plugin) : isServerAvailable(plugin, server);
-}
-
-std::int64_t inputNumber(const std::string& value) {
-    return integerValue(value);
-}
-
-bool canBeSet(const std::string& value) {
-    return integerValue(std::string_view(value).substr(0, kValueDigits)) == inputNumber(value);
+std::optional<std::size_t> numberOfInputs(const VelmoraNodePluginProtocol& plugin) {
+    const StringList names = plugin.attributeNames();
+    const StringList values = names->empty() ? nullptr : plugin.possibleValuesOfAttributeWithName(names->front());
+    return values != nullptr && !values->empty() ? std::optional(values->size()) : std::nullopt;
 }
 
 }  // namespace velmora

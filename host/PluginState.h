@@ -1,32 +1,35 @@
-// What a host can tell of the plugin from its look-ups and its settings, without asking the switch server. Main thread.
+// What a host can tell of the plugin from its look-ups, its settings and, where it offers one, its status. Asks no
+// device. Main thread.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "plugin/VelmoraNodePluginProtocol.h"
+#include "host/PluginHost.h"
+#include "host/Values.h"
 
 namespace velmora {
 
-// Never null; empty when there are none to be had.
-StringList possibleValues(const VelmoraNodePluginProtocol& plugin, const std::string& name);
-// Whether there are attributes and each has possible values. The attributes are built a first time while the connection
-// is being opened; there is nothing in those yet that could be chosen.
+Values possibleValues(const VelmoraNodePluginProtocol& plugin, const std::string& name);
+// Whether there are attributes, and something to choose from for each that says that it has several values. A plugin
+// may build its attributes a first time before its device has told it what there is to be chosen.
 bool attributesAreComplete(const VelmoraNodePluginProtocol& plugin);
-// Whether the attributes were built without the switcher's answers: a lost connection leaves every value without its
-// label.
-bool noValueHasLabel(const VelmoraNodePluginProtocol& plugin);
-// "" when the settings name none.
-std::string selectedServer(VelmoraNodePluginProtocol& plugin);
+// Whether there is nothing more to wait for: the plugin is connected or, where it does not tell, its attributes are
+// complete; where its settings configure no outputs, the server is found; or they name no server.
+bool attributesAreThere(const PluginHost& host);
+// Whether a connection that the attributes were built by is no more, as far as the plugin tells: nothing comes of it
+// any longer.
+bool connectionIsLost(const PluginHost& host);
+
+// What the settings say of switch servers. None for a plugin whose settings know nothing of them; "" when they name
+// none.
+std::optional<std::string> selectedServer(VelmoraNodePluginProtocol& plugin);
+bool knowsServers(VelmoraNodePluginProtocol& plugin);
 std::vector<std::string> availableServers(VelmoraNodePluginProtocol& plugin);
 bool isServerAvailable(VelmoraNodePluginProtocol& plugin, const std::string& server);
 bool hasConfiguredOutputs(VelmoraNodePluginProtocol& plugin);
-// Whether there is nothing more to wait for: the attributes are complete or, where no outputs are configured, the
-// server is found, or the settings name none.
-bool attributesAreThere(VelmoraNodePluginProtocol& plugin);
-// The number of the input at the beginning of a value.
-std::int64_t inputNumber(const std::string& value);
-// Whether the plugin would take a value for that number: it reads the first four characters, and nothing else.
-bool canBeSet(const std::string& value);
+// The inputs of the matrix; none until the attributes tell.
+std::optional<std::size_t> numberOfInputs(const VelmoraNodePluginProtocol& plugin);
 
 }  // namespace velmora

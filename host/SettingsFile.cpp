@@ -57,6 +57,7 @@ bool SettingsFile::read(std::string* error) {
     std::error_code fault;
     const auto status = std::filesystem::status(*path_, fault);
     if (status.type() == std::filesystem::file_type::not_found) {
+        isMissing_ = true;
         mayWrite_ = true;
         return true;
     }
@@ -76,6 +77,8 @@ bool SettingsFile::read(std::string* error) {
 
 void SettingsFile::setPluginSettings(const DictionaryReference& settings) {
     known_ = documentWithoutAvailableDevices(settings, nullptr);
+    foreign_ = *settings_;
+    std::erase_if(foreign_, [&](const auto& entry) { return valueForKey(settings, entry.first) != nullptr; });
 }
 
 bool SettingsFile::isChanged(const DictionaryReference& settings) const {
@@ -88,9 +91,12 @@ bool SettingsFile::writeIfChanged(const DictionaryReference& settings, std::stri
 }
 
 bool SettingsFile::write(const DictionaryReference& settings, std::string* error) {
-    if (!writePropertyListToFile(settings, *path_, error)) return false;
-    contents_ = XMLWithPropertyList(settings);
-    setPluginSettings(settings);
+    const DictionaryReference kept = shallowCopy(settings);
+    kept->insert(foreign_.begin(), foreign_.end());
+    if (!writePropertyListToFile(kept, *path_, error)) return false;
+    contents_ = XMLWithPropertyList(kept);
+    isMissing_ = false;
+    known_ = documentWithoutAvailableDevices(settings, nullptr);
     return true;
 }
 

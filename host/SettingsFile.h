@@ -20,9 +20,14 @@ class SettingsFile {
     // that names the file when it cannot be read or does not hold settings; nothing is written to it from then on.
     bool read(std::string* error);
     const DictionaryReference& settings() const { return settings_; }
+    // Whether there was no file when it was to be read.
+    bool isMissing() const { return isMissing_; }
 
-    // What the plugin makes of the settings that it has just been given: from here on its changes count.
+    // What the plugin makes of the settings that it has just been given: from here on its changes count. Keys of the
+    // file that it does not give back are not its own and stay in the file.
     void setPluginSettings(const DictionaryReference& settings);
+    // The file's entries that are not the plugin's.
+    const PropertyListDictionary& foreignEntries() const { return foreign_; }
     // Whether the plugin's settings differ from those that it was given or that were last written. The servers that are
     // seen at the moment ("availableDevices") do not count as a difference: they change without anyone's doing and are
     // never read back.
@@ -38,7 +43,9 @@ class SettingsFile {
   private:
     std::optional<std::filesystem::path> path_;
     bool mayWrite_ = false;
+    bool isMissing_ = false;
     DictionaryReference settings_;
+    PropertyListDictionary foreign_;
     // A document rather than the dictionary itself, whose lists are the plugin's own and change under our hands.
     std::optional<std::string> known_;
     // As it was on the disk; none when there was no file.

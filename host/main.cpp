@@ -11,6 +11,7 @@
 #include "host/Console.h"
 #include "host/Options.h"
 #include "host/PluginHost.h"
+#include "host/SettingsCheck.h"
 #include "host/SettingsFile.h"
 #include "host/workbench/Workbench.h"
 #include "platform/foundation/NSLog.h"
@@ -40,6 +41,13 @@ std::optional<std::filesystem::path> bundleFolder(const Options& options) {
     return std::nullopt;
 }
 
+// The workbench shows them in its window.
+void complainOfSettings(const PluginHost& host, const SettingsFile& file) {
+    for (const std::string& doubt : doubtsAboutSettings(host.plugin().defaultSettings(), file.foreignEntries())) {
+        complain(doubt);
+    }
+}
+
 ExitCode run(const Options& options) {
     NSLogMirrorToStandardError(options.verbose);
     if (!interfacesExist(options.interfaces)) return ExitCode::unusable;
@@ -53,12 +61,16 @@ ExitCode run(const Options& options) {
     }
     const auto bundle = bundleFolder(options);
     if (!bundle) return ExitCode::unusable;
+    if (settingsFile.isMissing())
+        complain("there is no settings file " + inQuotes(settingsFile.path()->string()) +
+                 "; the plugin starts without settings");
     PluginHost host(settingsFile);
     if (!host.load(*bundle, &error)) {
         complain("the bundle " + inQuotes(bundle->string()) + " cannot be loaded: " + error +
                  "; --bundle DIR names another");
         return ExitCode::unusable;
     }
+    if (options.command != CommandName::workbench) complainOfSettings(host, settingsFile);
     ExitCode code = options.command == CommandName::workbench ? runWorkbench(host, settingsFile, options)
                                                               : Commands(host, options).run();
     if (!host.unload(&error)) {

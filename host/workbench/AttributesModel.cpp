@@ -16,6 +16,7 @@ namespace {
 constexpr std::array<const char*, AttributesModel::columnTotal> kTitles = {"Name", "Display Name", "Default",
                                                                            "Current Value"};
 constexpr const char* kUnread = "not read";
+constexpr const char* kUnknown = "not known";
 
 }  // namespace
 
@@ -24,9 +25,11 @@ void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin) {
     const StringList names = plugin.attributeNames();  // the plugin need not keep it
     for (const std::string& name : *names) {
         const auto same = std::find_if(rows_.begin(), rows_.end(), [&](const Row& row) { return row.name == name; });
+        const Values values = possibleValues(plugin, name);
         rows.push_back({name, plugin.displayNameOfAttributeWithName(name).value_or(""),
-                        plugin.defaultValueOfAttributeWithName(name).value_or(""), possibleValues(plugin, name),
-                        same != rows_.end() ? same->currentValue : std::nullopt});
+                        plugin.defaultValueOfAttributeWithName(name).value_or(""), values, Values(values.settable()),
+                        same != rows_.end() ? same->currentValue : std::nullopt,
+                        same == rows_.end() || same->isUnread});
     }
     const bool isSameTable = std::equal(rows.begin(), rows.end(), rows_.begin(), rows_.end(),
                                         [](const Row& left, const Row& right) { return left.name == right.name; });
@@ -40,17 +43,22 @@ void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin) {
 }
 
 void AttributesModel::setCurrentValue(const std::string& name, const std::string& value) {
-    storeCurrentValue(name, value);
+    storeCurrentValue(name, value, false);
 }
 
-void AttributesModel::forgetCurrentValue(const std::string& name) {
-    storeCurrentValue(name, std::nullopt);
+void AttributesModel::setCurrentValueUnknown(const std::string& name) {
+    storeCurrentValue(name, std::nullopt, false);
 }
 
-void AttributesModel::storeCurrentValue(const std::string& name, std::optional<std::string> value) {
+void AttributesModel::setCurrentValueUnread(const std::string& name) {
+    storeCurrentValue(name, std::nullopt, true);
+}
+
+void AttributesModel::storeCurrentValue(const std::string& name, std::optional<std::string> value, bool isUnread) {
     const auto row = std::find_if(rows_.begin(), rows_.end(), [&](const Row& one) { return one.name == name; });
-    if (row == rows_.end() || row->currentValue == value) return;
+    if (row == rows_.end() || (row->currentValue == value && row->isUnread == isUnread)) return;
     row->currentValue = std::move(value);
+    row->isUnread = isUnread;
     const QModelIndex cell = index(static_cast<int>(row - rows_.begin()), currentColumn);
     emit dataChanged(cell, cell);
 }
@@ -65,18 +73,15 @@ std::vector<std::string> AttributesModel::names() const {
 
 bool AttributesModel::isPossible(const std::string& name, const std::string& value) const {
     return std::any_of(rows_.begin(), rows_.end(), [&](const Row& row) {
-        return row.name == name &&
-               std::find(row.possibleValues->begin(), row.possibleValues->end(), value) != row.possibleValues->end();
+        const std::vector<std::string>& values = row.settableValues.texts();
+        return row.name == name && std::find(values.begin(), values.end(), value) != values.end();
     });
 }
 
 int AttributesModel::indexOfCurrentValueAtRow(int row) const {
-    const auto& [name, displayName, defaultValue, values, current] = rowAt(row);
-    if (!current || current->empty()) return -1;
-    const std::int64_t number = inputNumber(*current);
-    const auto found = std::find_if(values->begin(), values->end(),
-                                    [&](const std::string& value) { return inputNumber(value) == number; });
-    return found != values->end() ? static_cast<int>(found - values->begin()) : -1;
+    const auto& current = rowAt(row).currentValue;
+    const auto index = current ? rowAt(row).settableValues.indexOf(*current) : std::nullopt;
+    return index ? static_cast<int>(*index) : -1;
 }
 
 int AttributesModel::rowCount(const QModelIndex& parent) const {
@@ -101,13 +106,15 @@ std::string AttributesModel::text(const QModelIndex& index) const {
         case defaultColumn:
             return row.defaultValue;
         default:
-            return row.currentValue.value_or(kUnread);
+            return row.currentValue.value_or(row.isUnread ? kUnread : kUnknown);
     }
 }
 
 std::string AttributesModel::shown(const QModelIndex& index) const {
-    const int value = index.column() == currentColumn ? indexOfCurrentValueAtRow(index.row()) : -1;
-    return value >= 0 ? (*possibleValuesAtRow(index.row()))[static_cast<std::size_t>(value)] : text(index);
+    const Row& row = rowAt(index.row());
+    const bool isValue = index.column() == currentColumn && row.currentValue;
+    const auto value = isValue ? row.possibleValues.indexOf(*row.currentValue) : std::nullopt;
+    return value ? row.possibleValues.texts()[*value] : text(index);
 }
 
 QVariant AttributesModel::data(const QModelIndex& index, int role) const {
@@ -138,7 +145,7 @@ QVariant AttributesModel::headerData(int section, Qt::Orientation orientation, i
 Qt::ItemFlags AttributesModel::flags(const QModelIndex& index) const {
     if (!isCell(index)) return Qt::NoItemFlags;
     const Qt::ItemFlags shown = Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemNeverHasChildren;
-    const bool isPopUp = index.column() == currentColumn && !possibleValuesAtRow(index.row())->empty();
+    const bool isPopUp = index.column() == currentColumn && !settableValuesAtRow(index.row()).texts().empty();
     return isPopUp ? shown | Qt::ItemIsEditable : shown;
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "host/Values.h"
 #include "plugin/VelmoraNodePluginProtocol.h"
 
 namespace velmora {
@@ -17,22 +18,24 @@ class AttributesModel final : public QAbstractTableModel {
 
     // Takes over what the plugin's look-ups say now. Attributes that are still there keep their current values.
     void reload(const VelmoraNodePluginProtocol& plugin);
-    // "" for a value that the plugin could not give.
     void setCurrentValue(const std::string& name, const std::string& value);
-    void forgetCurrentValue(const std::string& name);
+    // It was asked for, and nobody answered as he should, or what was answered holds no longer.
+    void setCurrentValueUnknown(const std::string& name);
+    // It is not asked for.
+    void setCurrentValueUnread(const std::string& name);
 
     std::vector<std::string> names() const;
     bool isPossible(const std::string& name, const std::string& value) const;
     const std::string& nameAtRow(int row) const { return rowAt(row).name; }
-    // Never null.
-    const StringList& possibleValuesAtRow(int row) const { return rowAt(row).possibleValues; }
-    // The index of the possible value that has the number of the current one; -1 when there is none.
+    // What can be chosen there.
+    const Values& settableValuesAtRow(int row) const { return rowAt(row).settableValues; }
+    // The index of the current value among these; -1 when it is none of them.
     int indexOfCurrentValueAtRow(int row) const;
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
     // Display and tool tip: text without markup or control characters. The current value is shown as the possible value
-    // with its number.
+    // that it stands for.
     QVariant data(const QModelIndex& index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
     // A current value that can be chosen is editable.
@@ -43,12 +46,14 @@ class AttributesModel final : public QAbstractTableModel {
         std::string name;
         std::string displayName;
         std::string defaultValue;
-        StringList possibleValues;
-        std::optional<std::string> currentValue;  // none until it is read
+        Values possibleValues;
+        Values settableValues;
+        std::optional<std::string> currentValue;
+        bool isUnread = true;  // why there is no current value: nobody has asked for it
     };
     const Row& rowAt(int row) const { return rows_[static_cast<std::size_t>(row)]; }
     bool isCell(const QModelIndex& index) const;
-    void storeCurrentValue(const std::string& name, std::optional<std::string> value);
+    void storeCurrentValue(const std::string& name, std::optional<std::string> value, bool isUnread);
     // As the plugin gave it, and as it is shown.
     std::string text(const QModelIndex& index) const;
     std::string shown(const QModelIndex& index) const;

@@ -5,7 +5,6 @@
 #include <QStyledItemDelegate>
 #include <utility>
 
-#include "host/PluginState.h"
 #include "host/workbench/AttributesModel.h"
 #include "platform/widgets/ChoicePopUp.h"
 #include "platform/widgets/DisplayText.h"
@@ -18,11 +17,9 @@ namespace {
 // With less room, in characters, names give way to values.
 constexpr int kWideTable = 80;
 
-// The values whose numbers the plugin can read. They count up, so the others come last.
-QStringList settableValues(const StringList& values) {
+QStringList titlesOf(const Values& values) {
     QStringList titles;
-    for (const std::string& value : *values) {
-        if (!canBeSet(value)) break;
+    for (const std::string& value : values.texts()) {
         titles << displayText(value);
     }
     return titles;
@@ -71,8 +68,7 @@ void AttributesTable::closeValues() {
 
 void AttributesTable::closeOutdatedValues() {
     if (!values_->isVisible()) return;
-    const StringList& now = attributes_.possibleValuesAtRow(openedRow_);
-    if (now != opened_ && *now != *opened_) closeValues();
+    if (attributes_.settableValuesAtRow(openedRow_) != opened_) closeValues();
 }
 
 bool AttributesTable::edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) {
@@ -86,12 +82,12 @@ void AttributesTable::openValues(const QModelIndex& cell) {
     if (!(cell.flags() & Qt::ItemIsEditable)) return;
     scrollTo(cell);
     openedRow_ = cell.row();
-    opened_ = attributes_.possibleValuesAtRow(openedRow_);
+    opened_ = attributes_.settableValuesAtRow(openedRow_);
     const QRect rect = visualRect(cell);
-    values_->popUp({viewport()->mapToGlobal(rect.topLeft()), rect.size()}, settableValues(opened_),
+    values_->popUp({viewport()->mapToGlobal(rect.topLeft()), rect.size()}, titlesOf(opened_),
                    attributes_.indexOfCurrentValueAtRow(openedRow_),
                    [this, name = attributes_.nameAtRow(openedRow_), values = opened_](std::size_t chosen) {
-                       set_(name, (*values)[chosen]);
+                       set_(name, values.texts()[chosen]);
                    });
 }
 

@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-#include "platform/foundation/Text.h"
+#include "host/Values.h"
 
 namespace velmora {
 
@@ -35,7 +35,7 @@ class AttributesTable final : public QTableView {
     const Set set_;
     ChoicePopUp* const values_;
     // What was possible, and where, when the values were opened.
-    StringList opened_;
+    Values opened_;
     int openedRow_ = 0;
 };
 

@@ -1,12 +1,40 @@
 #include "host/workbench/SettingsDocument.h"
 
+#include <QStringList>
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
+#include "host/Console.h"
+#include "host/SettingsCheck.h"
+#include "platform/widgets/DisplayText.h"
+
 namespace velmora {
+
+namespace {
+
+constexpr std::size_t kShownDoubts = 3;
+
+}  // namespace
 
 SettingsDocument::SettingsDocument(SettingsFile& file, WorkbenchSession& session, Person& person)
     : file_(file), session_(session), person_(person) {}
+
+QString SettingsDocument::doubts() const {
+    const DictionaryReference settings = session_.settings();
+    std::vector<std::string> all = doubtsAboutSettings(settings, file_.foreignEntries());
+    const auto inputs = session_.numberOfInputs();
+    const auto beyond = inputs ? doubtsAboutDefaults(settings, *inputs) : std::vector<std::string>();
+    all.insert(all.end(), beyond.begin(), beyond.end());
+    if (file_.isMissing()) all.push_back("there is no settings file " + inQuotes(path()->string()) + " yet");
+    if (all.empty()) return {};
+    QStringList lines{"Please check the settings:"};
+    for (std::size_t i = 0; i < std::min(all.size(), kShownDoubts); ++i) {
+        lines << displayText(all[i]);
+    }
+    if (all.size() > kShownDoubts) lines << QString("and %1 more").arg(all.size() - kShownDoubts);
+    return lines.join("\n\u2022 ");
+}
 
 bool SettingsDocument::load() {
     if (!mayLetGo()) return false;
@@ -43,7 +71,9 @@ bool SettingsDocument::saveAs() {
     if (!path) return false;
     SettingsFile saved(*path);
     std::string error;
-    if (!saved.read(&error) || !saved.write(session_.settings(), &error)) {
+    const bool isRead = saved.read(&error);
+    saved.setPluginSettings(session_.settings());
+    if (!isRead || !saved.write(session_.settings(), &error)) {
         person_.hearOfFailure(error);
         return false;
     }

@@ -2,6 +2,7 @@
 // word.
 #pragma once
 
+#include <QString>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -32,6 +33,8 @@ class SettingsDocument {
     SettingsDocument(SettingsFile& file, WorkbenchSession& session, Person& person);
 
     const std::optional<std::filesystem::path>& path() const { return file_.path(); }
+    // What in the settings is probably not meant, a line for each of the first few; "" for nothing.
+    QString doubts() const;
     bool isUnsaved() const { return file_.isChanged(session_.settings()); }
 
     // Hands the settings of a file to the plugin. False when that was not to be, or could not be read; then all is as

@@ -1,5 +1,6 @@
 #include "host/workbench/Situation.h"
 
+#include <QDateTime>
 #include <QStringList>
 #include <algorithm>
 
@@ -10,16 +11,19 @@ namespace velmora {
 
 namespace {
 
+using Kind = Situation::Kind;
+
 constexpr std::size_t kNamedServers = 4;
 
 QString foundServers(VelmoraNodePluginProtocol& plugin) {
+    if (!knowsServers(plugin)) return {};
     const auto names = availableServers(plugin);
-    if (names.empty()) return "No switch server has been found.";
+    if (names.empty()) return " No switch server has been found.";
     QStringList shown;
     for (std::size_t i = 0; i < std::min(names.size(), kNamedServers); ++i) {
         shown << quotedName(names[i]);
     }
-    QString text = "Found: " + shown.join(", ");
+    QString text = " Found: " + shown.join(", ");
     if (names.size() > kNamedServers) text += QString(" and %1 more").arg(names.size() - kNamedServers);
     return text + ".";
 }
@@ -28,33 +32,56 @@ QString counted(std::size_t count, const char* what) {
     return QString("%1 %2%3").arg(count).arg(what, count == 1 ? "" : "s");
 }
 
+QString attributesText(VelmoraNodePluginProtocol& plugin) {
+    const StringList names = plugin.attributeNames();
+    if (names->empty() && selectedServer(plugin) && !hasConfiguredOutputs(plugin))
+        return "no outputs are configured, so there are no attributes";
+    QString text = counted(names->size(), "attribute");
+    const auto inputs = numberOfInputs(plugin);
+    if (inputs && selectedServer(plugin)) text += ", " + counted(*inputs, "input");
+    return text;
+}
+
+QString lossText(const QString& server, const NodePluginConnectionStatus& status) {
+    const bool isFailure = status.state == NodePluginConnectionState::failed;
+    const auto since = std::chrono::duration_cast<std::chrono::milliseconds>(status.since.time_since_epoch());
+    return "The connection to " + server + (isFailure ? " failed at " : " ended at ") +
+           QDateTime::fromMSecsSinceEpoch(since.count()).toString("HH:mm:ss") +
+           (status.reason.empty() ? QString() : ": " + displayText(status.reason)) +
+           ". The plugin connects again when the server announces itself anew; Reconnect tries at once.";
+}
+
+Situation toldSituation(VelmoraNodePluginProtocol& plugin, const NodePluginConnectionStatus& status) {
+    const QString server = status.serverName.empty() ? "the device" : quotedName(status.serverName);
+    switch (status.state) {
+        case NodePluginConnectionState::noServerSelected:
+            return {Kind::unnamed, "The settings name no switch server." + foundServers(plugin)};
+        case NodePluginConnectionState::notFound:
+            return {Kind::absent, "Looking for the switch server " + server + "." + foundServers(plugin)};
+        case NodePluginConnectionState::connecting:
+            return {Kind::connecting,
+                    "Connecting to " + server + ". The window may stand still until it has answered."};
+        case NodePluginConnectionState::connected:
+            return {Kind::connected, "Connected to " + server + ": " + attributesText(plugin) + "."};
+        case NodePluginConnectionState::ended:
+        case NodePluginConnectionState::failed:
+            break;
+    }
+    return {Kind::lost, lossText(server, status)};
+}
+
 }  // namespace
 
-Situation situationOf(VelmoraNodePluginProtocol& plugin, const ConnectionSigns& signs) {
-    using Kind = Situation::Kind;
-    if (!signs.isStarted) return {Kind::stopped, "The plugin is stopped."};
-    const std::string name = selectedServer(plugin);
-    const QString server = name.empty() ? "the server found first" : quotedName(name);
-    if (signs.end || (signs.hasBuiltAttributes && noValueHasLabel(plugin))) {
-        const QString reason = displayText(signs.end.value_or(""));
-        return {Kind::lost, "The connection to " + server + (reason.isEmpty() ? " is lost" : " failed: " + reason) +
-                                ". The plugin connects again when the server announces itself anew; "
-                                "Reconnect tries at once."};
-    }
-    if (signs.hasBuiltAttributes && attributesAreComplete(plugin)) {
-        const StringList names = plugin.attributeNames();
-        return {Kind::connected, "Connected to " + server + ": " + counted(names->size(), "attribute") + ", " +
-                                     counted(possibleValues(plugin, names->front())->size(), "input") + "."};
-    }
-    if (name.empty()) return {Kind::unnamed, "The settings name no switch server. " + foundServers(plugin)};
-    if (!isServerAvailable(plugin, name))
-        return {Kind::absent, "Looking for the switch server " + server + ". " + foundServers(plugin)};
-    if (!hasConfiguredOutputs(plugin)) {
-        return {Kind::unconfigured,
-                "The switch server " + server + " was found. No outputs are configured, so there are no attributes."};
-    }
-    return {Kind::connecting, "The switch server " + server +
-                                  " was found; waiting for its matrix. The window may stand still for ten seconds."};
+Situation situationOf(const PluginHost& host) {
+    if (!host.isStarted()) return {Kind::stopped, "The plugin is stopped."};
+    const auto status = host.connectionStatus();
+    Situation situation =
+        status ? toldSituation(host.plugin(), *status)
+               : Situation{Kind::running, "The plugin is started: " + attributesText(host.plugin()) +
+                                              ". It does not tell of its connection." + foundServers(host.plugin())};
+    if (host.isStartedWithDefaults())
+        situation.text += " Started with defaults: each connection routes all outputs to them.";
+    return situation;
 }
 
 }  // namespace velmora

@@ -6,6 +6,7 @@
 #include <QWindow>
 
 #include "host/Console.h"
+#include "host/Patience.h"
 #include "host/PluginState.h"
 #include "host/Waiting.h"
 #include "host/workbench/WorkbenchWindow.h"
@@ -23,10 +24,7 @@ ExitCode complainOfPicture(const Options& options, const std::string& reason) {
 
 ExitCode takeScreenshot(WorkbenchWindow& window, PluginHost& host, const Options& options) {
     const bool isComplete = waitUntil(
-        [&] {
-            return attributesAreThere(host.plugin()) && window.session().situation().kind != Situation::Kind::lost &&
-                   !window.session().isReading() && window.windowHandle()->isExposed();
-        },
+        [&] { return attributesAreThere(host) && !window.session().isReading() && window.windowHandle()->isExposed(); },
         options.wait);
     QByteArray picture;
     QBuffer buffer(&picture);
@@ -56,6 +54,7 @@ ExitCode runWorkbench(PluginHost& host, SettingsFile& settingsFile, const Option
         return code;
     }
     const Interruption interruption([&] { window.close(); });
+    const Patience patience(interruption);
     QApplication::exec();
     window.document().discardChanges();  // what is not saved by now is not to be
     return ExitCode::done;

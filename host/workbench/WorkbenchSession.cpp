@@ -3,8 +3,9 @@
 #include <QElapsedTimer>
 #include <utility>
 
+#include "host/Attempt.h"
+#include "host/DefaultRoutes.h"
 #include "host/PluginState.h"
-#include "host/Reason.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -34,24 +35,29 @@ class WorkbenchSession::Waiting {
     WorkbenchSession& session_;
 };
 
-WorkbenchSession::WorkbenchSession(PluginHost& host, Observer& observer)
-    : host_(host), observer_(observer), connection_([&observer] { observer.serverIsBeingSelected(); }) {
+WorkbenchSession::WorkbenchSession(PluginHost& host, Observer& observer) : host_(host), observer_(observer) {
     reading_.setSingleShot(true);
     QObject::connect(&reading_, &QTimer::timeout, &reading_, [this] { readMore(); });
     host_.setAttributesObserver([this] { attributesHaveChanged(); });
+    host_.setStatusObserver([this] { statusHasChanged(); });
 }
 
 WorkbenchSession::~WorkbenchSession() {
+    host_.setStatusObserver(nullptr);
     host_.setAttributesObserver(nullptr);
 }
 
 bool WorkbenchSession::start(bool setCurrentValuesToDefaults) {
     if (isStarted()) stop();
-    hasBuiltAttributes_ = false;
     const bool good = host_.start(setCurrentValuesToDefaults);
-    setOutcome(!good                        ? "The plugin did not start; its log says why."
-               : setCurrentValuesToDefaults ? "Started with defaults: each connection routes the default inputs."
-                                            : "Started; routes are left as they are.");
+    if (setCurrentValuesToDefaults) {
+        setOutcome(QString("Started with defaults: ") + kWhatDefaultsDo + '.');
+    } else {
+        setOutcome("Started without defaults.");
+    }
+    if (!good) setOutcome("The plugin did not start; its log says why.");
+    attributes_.reload(host_.plugin());  // some plugins have them at once
+    beginReading(kUnaskedReading, kNoticesTogether);
     return good;
 }
 
@@ -61,7 +67,6 @@ void WorkbenchSession::stop() {
         const Waiting waiting(*this);
         host_.stop();
     }
-    connection_.forgetEnd();
     attributes_.reload(host_.plugin());
     setOutcome("Stopped.");
 }
@@ -79,12 +84,13 @@ void WorkbenchSession::refresh() {
     beginReading(kAskedReading, {});
 }
 
-void WorkbenchSession::checkConnection() {
-    if (connection_.hasEnded()) endReading();
+bool WorkbenchSession::canAsk() const {
+    const auto status = host_.connectionStatus();
+    return isStarted() && (!status || status->state == NodePluginConnectionState::connected);
 }
 
-Situation WorkbenchSession::situation() const {
-    return situationOf(host_.plugin(), {isStarted(), hasBuiltAttributes_, connection_.end()});
+std::optional<std::size_t> WorkbenchSession::numberOfInputs() const {
+    return canAsk() ? velmora::numberOfInputs(host_.plugin()) : std::nullopt;
 }
 
 void WorkbenchSession::setOutcome(const QString& outcome) {
@@ -95,7 +101,6 @@ void WorkbenchSession::setOutcome(const QString& outcome) {
 // Inside the plugin's operation, so only look-ups are made here.
 void WorkbenchSession::attributesHaveChanged() {
     attributes_.reload(host_.plugin());
-    hasBuiltAttributes_ = true;
     const auto count = attributes_.rowCount();
     lastNotice_ = QString("Change notice %1 at %2: %3 attribute%4")
                       .arg(++notices_)
@@ -106,33 +111,44 @@ void WorkbenchSession::attributesHaveChanged() {
     observer_.sessionHasChanged();
 }
 
+void WorkbenchSession::statusHasChanged() {
+    const auto outcome = host_.lastOutcome();
+    // What looked like an answer was none: the connection ended with it.
+    if (outcome && outcome->answer == NodePluginAnswer::connectionEnded)
+        attributes_.setCurrentValueUnknown(outcome->attributeName);
+    if (!canAsk()) endReading();
+    observer_.sessionHasChanged();
+}
+
 void WorkbenchSession::setLater(const std::string& name, const std::string& value) {
     QTimer::singleShot(kPopUpGone, &reading_, [this, name, value] { set(name, value); });
 }
 
 void WorkbenchSession::set(const std::string& name, const std::string& value) {
     const QString what = quotedName(name) + " to " + quotedName(value);
-    if (connection_.hasEnded() || !attributes_.isPossible(name, value)) {
-        setOutcome(
-            "Did not set " + what + ": " +
-            (connection_.hasEnded() ? "there is no connection." : "that is no longer one of the possible values."));
+    if (!canAsk() || !attributes_.isPossible(name, value)) {
+        setOutcome("Did not set " + what + ": " +
+                   (!canAsk() ? "there is no connection." : "that is no longer one of the possible values."));
         return;
     }
+    const Values values = possibleValues(host_.plugin(), name);
     std::optional<std::string> now;
+    QString refusal;
     {
         const Waiting waiting(*this);
-        const Reason reason;
+        const Attempt attempt(host_);
         if (host_.plugin().setValueForAttributeWithName(value, name) != 0) {
-            setOutcome("The plugin refused to set " + what + ": " + displayText(reason.text()));
+            setOutcome("The plugin refused to set " + what + ": " + displayText(attempt.reason()));
             return;
         }
+        if (attempt.isAnswered() == false) refusal = " (" + displayText(attempt.reason()) + ")";
         now = read(name);
     }
     // That the plugin has handed the value on does not mean that the switcher has it.
-    if (!now || now->empty()) {
-        setOutcome("Setting " + what + " was handed on, but cannot be read back.");
-    } else if (inputNumber(*now) != inputNumber(value)) {
-        setOutcome("Setting " + what + " was handed on, but the switcher has " + quotedName(*now) + ".");
+    if (!now) {
+        setOutcome("Setting " + what + " was handed on, but cannot be read back" + refusal + ".");
+    } else if (!values.areSame(*now, value)) {
+        setOutcome("Setting " + what + " was handed on, but the device has " + quotedName(*now) + refusal + ".");
     } else {
         setOutcome("Set " + what + ".");
     }
@@ -147,7 +163,7 @@ void WorkbenchSession::beginReading(std::chrono::milliseconds limit, std::chrono
 }
 
 void WorkbenchSession::readMore() {
-    if (situation().kind != Situation::Kind::connected) {
+    if (!canAsk()) {
         endReading();
         return;
     }
@@ -156,20 +172,21 @@ void WorkbenchSession::readMore() {
     {
         const Waiting waiting(*this);
         while (!unread_.empty() && elapsed.elapsed() < kReadingAtATime.count()) {
-            if (!read(unread_.front())) break;
+            read(unread_.front());
+            if (!canAsk()) break;
             unread_.pop_front();
         }
     }
     readingTime_ += std::chrono::milliseconds(elapsed.elapsed());
-    if (unread_.empty()) {
-        observer_.sessionHasChanged();
-    } else if (connection_.hasEnded()) {
+    if (!canAsk()) {
         endReading();
+    } else if (unread_.empty()) {
+        observer_.sessionHasChanged();
     } else if (readingTime_ > readingLimit_) {
         const auto left = unread_.size();
         endReading();
         setOutcome(
-            QString("The server answers slowly: %1 of the current values were not read. Refresh Values reads them.")
+            QString("The device answers slowly: %1 of the current values were not read. Refresh Values reads them.")
                 .arg(left));
     } else {
         reading_.start(0);
@@ -177,19 +194,27 @@ void WorkbenchSession::readMore() {
 }
 
 std::optional<std::string> WorkbenchSession::read(const std::string& name) {
+    const Attempt attempt(host_);
     const std::string value = host_.plugin().currentValueOfAttributeWithName(name);
-    if (connection_.hasEnded()) return std::nullopt;
+    if (value.empty() || attempt.isAnswered() == false) {
+        attributes_.setCurrentValueUnknown(name);
+        return std::nullopt;
+    }
     attributes_.setCurrentValue(name, value);
     return value;
 }
 
-// What was not read is no longer known.
+// Without a connection nothing is known any longer.
 void WorkbenchSession::endReading() {
     reading_.stop();
-    const bool isConnected = situation().kind == Situation::Kind::connected;
-    for (const std::string& name :
-         isConnected ? std::vector<std::string>(unread_.begin(), unread_.end()) : attributes_.names()) {
-        attributes_.forgetCurrentValue(name);
+    if (canAsk()) {
+        for (const std::string& name : unread_) {
+            attributes_.setCurrentValueUnread(name);
+        }
+    } else {
+        for (const std::string& name : attributes_.names()) {
+            attributes_.setCurrentValueUnknown(name);
+        }
     }
     unread_.clear();
     observer_.sessionHasChanged();

@@ -9,7 +9,6 @@
 #include <optional>
 #include <string>
 
-#include "host/ConnectionWatch.h"
 #include "host/PluginHost.h"
 #include "host/workbench/AttributesModel.h"
 #include "host/workbench/Situation.h"
@@ -17,7 +16,7 @@
 namespace velmora {
 
 // Main thread. Values are read, from the event loop, after each change notice, after one was set, and on refresh; not
-// while the connection is down, when the plugin would answer with the first input.
+// while the plugin says that there is no connection.
 class WorkbenchSession {
   public:
     class Observer {
@@ -29,9 +28,6 @@ class WorkbenchSession {
         // what is to be seen meanwhile must be painted at once.
         virtual void serverWillBeAwaited() = 0;
         virtual void serverWasAwaited() = 0;
-        // Comes when the plugin turns to a server, for whom it may wait at once; a change notice follows. In the midst
-        // of a log line: nothing may be logged.
-        virtual void serverIsBeingSelected() = 0;
     };
 
     // Neither is owned; both outlive the session. The host has loaded the plugin.
@@ -48,16 +44,18 @@ class WorkbenchSession {
     void reconnect() { handOver(settings()); }
     // Asks for all current values, until one reading has blocked the main thread for too long altogether.
     void refresh();
-    // Forgets the current values when the connection has ended; for when the log has grown.
-    void checkConnection();
     // In a moment: a pop-up from which it is called shall be gone from the screen before the server is waited for. What
     // is no longer possible then is not set.
     void setLater(const std::string& name, const std::string& value);
 
     DictionaryReference settings() const { return host_.plugin().defaultSettings(); }
+    // Of the matrix, as long as there is a connection.
+    std::optional<std::size_t> numberOfInputs() const;
     bool isStarted() const { return host_.isStarted(); }
     bool isReading() const { return !unread_.empty(); }
-    Situation situation() const;
+    // Whether a value would be answered for by somebody, as far as the plugin tells.
+    bool canAsk() const;
+    Situation situation() const { return situationOf(host_); }
     AttributesModel& attributes() { return attributes_; }
     // In words; "" before the first one.
     QString lastNotice() const { return lastNotice_; }
@@ -69,10 +67,11 @@ class WorkbenchSession {
     class Waiting;
 
     void attributesHaveChanged();
+    void statusHasChanged();
     void set(const std::string& name, const std::string& value);
     void beginReading(std::chrono::milliseconds limit, std::chrono::milliseconds delay);
     void readMore();
-    // None when the connection has ended: the plugin's answer is none then.
+    // None when nobody gave it.
     std::optional<std::string> read(const std::string& name);
     void endReading();
 
@@ -86,8 +85,6 @@ class WorkbenchSession {
     QString lastNotice_;
     QString outcome_;
     int notices_ = 0;
-    bool hasBuiltAttributes_ = false;  // since the start
-    ConnectionWatch connection_;
 };
 
 }  // namespace velmora

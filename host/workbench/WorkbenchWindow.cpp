@@ -16,6 +16,7 @@
 #include <QVBoxLayout>
 
 #include "host/Console.h"
+#include "host/DefaultRoutes.h"
 #include "host/workbench/AttributesTable.h"
 #include "platform/widgets/DisplayText.h"
 
@@ -28,7 +29,7 @@ constexpr QSize kUsualSize(1120, 720);
 constexpr int kNarrow = 900;
 constexpr int kLogLines = 2000;
 constexpr std::chrono::milliseconds kDocumentWatch{500};
-constexpr const char* kWaiting = "Waiting for the server\u2026";
+constexpr const char* kWaiting = "Waiting for the device\u2026";
 constexpr const char* kFileKinds = "Property lists (*.plist);;All files (*)";
 
 QLabel* newLabel(const char* name) {
@@ -71,20 +72,22 @@ WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
       situation_(newLabel("situationLabel")),
       outcome_(newLabel("outcomeLabel")),
       notice_(newLabel("noticeLabel")),
+      doubts_(newLabel("doubtsLabel")),
       log_(new QPlainTextEdit),
       sides_(new QSplitter) {
     auto* const pluginRow = new QHBoxLayout;
     addButton(*pluginRow, startButton_, "startButton", "Star&t", "Start the plugin; routes are left as they are",
               &WorkbenchWindow::start);
     addButton(*pluginRow, startWithDefaultsButton_, "startWithDefaultsButton", "Start with &Defaults",
-              "Start the plugin; each time the server connects, every output is routed to its default input",
-              &WorkbenchWindow::startWithDefaults);
+              (std::string("Start the plugin; ") + kWhatDefaultsDo).c_str(), &WorkbenchWindow::startWithDefaults);
     addButton(*pluginRow, stopButton_, "stopButton", "Sto&p", "Stop the plugin", &WorkbenchWindow::stop);
-    addButton(*pluginRow, reconnectButton_, "reconnectButton", "Reco&nnect",
-              "Hand the plugin its settings once more, so that it connects anew", &WorkbenchWindow::reconnect);
+    addButton(
+        *pluginRow, reconnectButton_, "reconnectButton", "Reco&nnect",
+        "Hand the plugin its settings once more, so that it connects anew; started with defaults, it then routes them",
+        &WorkbenchWindow::reconnect);
     auto* const settingsRow = new QHBoxLayout;
     addButton(*settingsRow, refreshButton_, "refreshButton", "Re&fresh Values",
-              "Ask the server for all current values (F5)", &WorkbenchWindow::refresh);
+              "Ask the device for all current values (F5)", &WorkbenchWindow::refresh);
     addButton(*settingsRow, loadButton_, "loadButton", "L&oad Settings\u2026",
               "Hand the plugin the settings of a file (Ctrl+O)", &WorkbenchWindow::load);
     addButton(*settingsRow, saveButton_, "saveButton", "Sa&ve Settings",
@@ -116,6 +119,7 @@ WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
     rows->addWidget(situation_);
     rows->addWidget(outcome_);
     rows->addWidget(notice_);
+    rows->addWidget(doubts_);
     rows->addWidget(halves, 1);
 
     connect(&documentWatch_, &QTimer::timeout, this, &WorkbenchWindow::showDocument);
@@ -181,8 +185,12 @@ void WorkbenchWindow::sessionHasChanged() {
     outcome_->setText(session_.outcome());
     const QString notice = session_.lastNotice();
     notice_->setText(notice.isEmpty() ? "No change notice yet" : notice);
-    if (session_.situation().kind == Situation::Kind::lost) attributesTable_->closeValues();
+    const Situation::Kind kind = session_.situation().kind;
+    if (kind == Situation::Kind::lost) attributesTable_->closeValues();
     showSituation();
+    showDoubts();
+    // At once: the plugin may wait for the server before the event loop paints.
+    if (kind == Situation::Kind::connecting) situation_->repaint();
 }
 
 void WorkbenchWindow::showSituation() {
@@ -202,16 +210,10 @@ void WorkbenchWindow::serverWasAwaited() {
     showSituation();
 }
 
-void WorkbenchWindow::serverIsBeingSelected() {
-    situation_->setText(kWaiting);
-    situation_->repaint();
-}
-
 void WorkbenchWindow::showLog(const std::deque<LogFeed::Line>& lines) {
     for (const LogFeed::Line& line : lines) {
         log_->appendPlainText(line.time.toString("HH:mm:ss ") + displayText(line.text));
     }
-    session_.checkConnection();  // a line may have said that it has ended
 }
 
 void WorkbenchWindow::resizeEvent(QResizeEvent* event) {
@@ -231,6 +233,13 @@ void WorkbenchWindow::showDocument() {
     const QString file = document_.path() ? displayText(document_.path()->filename().string()) : "Untitled settings";
     setWindowTitle(QString(file).replace("[*]", "[*][*]") + "[*] \u2013 Velmora Workbench");
     setWindowModified(document_.isUnsaved());
+    showDoubts();
+}
+
+void WorkbenchWindow::showDoubts() {
+    const QString doubts = document_.doubts();
+    doubts_->setVisible(!doubts.isEmpty());
+    doubts_->setText(doubts);
 }
 
 // What is being typed counts. What the plugin's view has to say to it, it says now, while there is a window.

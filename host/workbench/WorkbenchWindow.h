@@ -39,7 +39,6 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     void sessionHasChanged() override;
     void serverWillBeAwaited() override;
     void serverWasAwaited() override;
-    void serverIsBeingSelected() override;
     SettingsDocument::Unsaved whatAboutUnsavedSettings() override;
     bool mayOverwriteChangedFile(const std::filesystem::path& path) override;
     std::optional<std::filesystem::path> fileToLoad() override;
@@ -64,6 +63,7 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     void showSituation();
     // The plugin does not tell of edits in its settings view, so the window looks now and then.
     void showDocument();
+    void showDoubts();
 
     LogFeed logFeed_;
     WorkbenchSession session_;
@@ -73,6 +73,7 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     QLabel* situation_ = nullptr;
     QLabel* outcome_ = nullptr;
     QLabel* notice_ = nullptr;
+    QLabel* doubts_ = nullptr;
     QPlainTextEdit* log_ = nullptr;
     QBoxLayout* buttonRows_ = nullptr;
     QSplitter* sides_ = nullptr;

@@ -60,17 +60,30 @@ bool isControl(char32_t character) {
     return category == QChar::Other_Control || category == QChar::Other_Format;
 }
 
-char32_t folded(const Step& step) {
-    return step.valid() ? QChar::toCaseFolded(step.character) : step.character;
+// What a terminal obeys, or takes for the end of a line, instead of showing it.
+bool isUnsafeToShow(char32_t character) {
+    return isControl(character) || character == QChar::LineSeparator || character == QChar::ParagraphSeparator;
 }
 
-// The digits in upper-case hexadecimal, at least `width` of them.
-std::string hexadecimal(char32_t number, std::size_t width) {
-    std::string digits;
-    for (; number != 0 || digits.size() < width; number /= 16) {
-        digits.insert(digits.begin(), "0123456789ABCDEF"[number % 16]);
+// Each step that is unsafe to show as what `notation` makes of it.
+template <typename Notation>
+std::string byReplacingUnsafe(std::string_view text, Notation notation) {
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t position = 0; position < text.size();) {
+        const Step step = stepAt(text, position);
+        if (step.valid() && !isUnsafeToShow(step.character)) {
+            result.append(text, position, step.length);
+        } else {
+            result += notation(step, static_cast<unsigned char>(text[position]));
+        }
+        position += step.length;
     }
-    return digits;
+    return result;
+}
+
+char32_t folded(const Step& step) {
+    return step.valid() ? QChar::toCaseFolded(step.character) : step.character;
 }
 
 std::string paddedWithZeros(std::int64_t number, std::size_t width) {
@@ -248,32 +261,29 @@ std::string stringByTrimmingControlCharacters(std::string_view text) {
     return std::string(text);
 }
 
-std::string stringByEscapingControlCharacters(std::string_view text) {
-    std::string result;
-    result.reserve(text.size());
-    for (std::size_t position = 0; position < text.size();) {
-        const Step step = stepAt(text, position);
-        const char32_t character = step.character;
-        const bool breaksLine = character == QChar::LineSeparator || character == QChar::ParagraphSeparator;
-        if (!step.valid()) {
-            result += "\\x" + hexadecimal(static_cast<unsigned char>(text[position]), 2);
-        } else if (!isControl(character) && !breaksLine) {
-            result.append(text, position, step.length);
-        } else if (character == '\n') {
-            result += "\\n";
-        } else if (character == '\t') {
-            result += "\\t";
-        } else if (character == '\r') {
-            result += "\\r";
-        } else if (character < 0x80) {
-            result += "\\x" + hexadecimal(character, 2);
-        } else {
-            // Not "\x", which stands for a byte there.
-            result += "\\u{" + hexadecimal(character, 4) + "}";
-        }
-        position += step.length;
+std::string hexadecimalDigits(char32_t number, std::size_t width) {
+    std::string digits;
+    for (; number != 0 || digits.size() < width; number /= 16) {
+        digits.insert(digits.begin(), "0123456789ABCDEF"[number % 16]);
     }
-    return result;
+    return digits;
+}
+
+std::string stringByEscapingControlCharacters(std::string_view text) {
+    return byReplacingUnsafe(text, [](const Step& step, unsigned char byte) -> std::string {
+        if (byte == '\n') return "\\n";
+        if (byte == '\t') return "\\t";
+        if (byte == '\r') return "\\r";
+        if (!step.valid() || byte < 0x80) return "\\x" + hexadecimalDigits(byte, 2);
+        return "\\u{" + hexadecimalDigits(step.character, 4) + "}";  // not "\x", which stands for a byte there
+    });
+}
+
+std::string stringByReplacingControlCharacters(std::string_view text,
+                                               const std::function<std::string(char32_t)>& notation) {
+    return byReplacingUnsafe(text, [&](const Step& step, unsigned char) {
+        return notation(step.valid() ? step.character : char32_t{QChar::ReplacementCharacter});
+    });
 }
 
 StringList makeStringList(std::vector<std::string> texts) {

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -79,6 +81,12 @@ std::string stringByTrimmingControlCharacters(std::string_view text);
 // "\n", "\t", "\r",
 // "\xNN" or "\u{NNNN}", bytes that are not UTF-8 become "\xNN". Backslashes stay as they are.
 std::string stringByEscapingControlCharacters(std::string_view text);
+// The same characters, each in the notation of a document that has one of its own; bytes that are not UTF-8 are handed
+// over as U+FFFD.
+std::string stringByReplacingControlCharacters(std::string_view text,
+                                               const std::function<std::string(char32_t character)>& notation);
+// The character's number in hexadecimal digits, capitals, at least `width` of them.
+std::string hexadecimalDigits(char32_t number, std::size_t width);
 
 // The text between quotation marks, escaped as above; of a long one its beginning and "...": for a sentence that speaks
 // of what somebody else wrote.

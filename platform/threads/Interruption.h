@@ -24,6 +24,10 @@ class Interruption {
     // Restores what the signals did before.
     ~Interruption();
 
+    // Readable from a signal until the handler is called; for whoever must know that the event loop does not come to
+    // it.
+    int descriptor() const { return descriptor_; }
+
   private:
     std::unique_ptr<QSocketNotifier> notifier_;
     std::array<struct sigaction, 3> earlier_;

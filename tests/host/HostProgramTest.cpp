@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 
 #include "platform/foundation/PropertyListXML.h"
+#include "platform/foundation/Text.h"
 #include "tests/host/Program.h"
 #include "tests/plugin/Settings.h"
 #include "tests/support/MainLoop.h"
@@ -139,7 +140,8 @@ TEST_F(HostProgram, ChangedSettingsAreWrittenBackOnceAndThePluginIsReleasedInOrd
     const QString file = path("kept.plist");
     const QStringList arguments = {"--bundle", WILFUL_BUNDLE, "--settings", file, "--wait", "0", "servers"};
     const Result first = runHost(arguments);
-    EXPECT_TRUE(first.errors.startsWith("started\n") && first.errors.endsWith("stopped\nreleased\n"))
+    EXPECT_TRUE(first.errors.contains("there is no settings file \"" + file.toUtf8() + '"') &&
+                first.errors.contains("\nstarted\n") && first.errors.endsWith("stopped\nreleased\n"))
         << first.errors.constData();
     const auto kept = propertyListWithContentsOfFile(file.toStdString());
     ASSERT_TRUE(kept);
@@ -150,6 +152,10 @@ TEST_F(HostProgram, ChangedSettingsAreWrittenBackOnceAndThePluginIsReleasedInOrd
     write("kept.plist", byHand);
     runHost(arguments);
     EXPECT_EQ(contentsOf(file), byHand) << "the servers that are seen are no change";
+
+    write("kept.plist", "<plist version='1.0'><dict><key>Remark</key><string>Not yours</string></dict></plist>");
+    runHost(arguments);
+    EXPECT_EQ(textForKey(propertyListWithContentsOfFile(file.toStdString())->dictionary(), "Remark"), "Not yours");
 
     const Result lost =
         runHost({"--bundle", WILFUL_BUNDLE, "--settings", path("no/folder.plist"), "--wait", "0", "servers"});
@@ -176,10 +182,10 @@ TEST_F(HostWithServer, ListsServersAndAttributes) {
     EXPECT_EQ(json.code, 0) << json.errors.constData();
     const char* const expected = R"({"plugin": "Velmora Switch", "version": "%1", "attributes": [
         {"name": "Velmora Switch Output 1", "displayName": "Monitor 0", "direction": "Output", "type": "MultipleValues",
-         "default": "0001 Input 1", "current": "0001 Input 1",
+         "default": "0001 Input 1", "current": "0001 Input 1", "answered": true,
          "possible": ["0001 Input 1", "0002 Input 2", "0003 Input 3"]},
         {"name": "Velmora Switch Output 2", "displayName": "Monitor 1", "direction": "Output", "type": "MultipleValues",
-         "default": "0003 Input 3", "current": "0002 Input 2",
+         "default": "0003 Input 3", "current": "0002 Input 2", "answered": true,
          "possible": ["0001 Input 1", "0002 Input 2", "0003 Input 3"]}]})";
     EXPECT_EQ(QJsonDocument::fromJson(json.output),
               QJsonDocument::fromJson(QString(expected).arg(PROJECT_VERSION).toUtf8()));
@@ -201,9 +207,20 @@ TEST_F(HostWithServer, GetsSetsAndShowsTheReasonOfARefusal) {
         {{"get", "Velmora Switch Output 2"}, 0, "0002 Input 2\n", ""},
         {{"set", "Velmora Switch Output 2", "0003 Input 3"}, 0, "0003 Input 3\n", ""},
         {{"get", "Velmora Switch Output 2"}, 0, "0003 Input 3\n", ""},
-        {{"set", "Velmora Switch Output 2", "0004"}, 1, "", "Input 4 is out of range (Velmora Switch Plugin)"},
-        {{"get", "Velmora Switch Output 9"}, 1, "", "Output 9 is out of range (Velmora Switch Plugin)"},
+        {{"set", "Velmora Switch Output 2", "0004"}, 1, "", "Input 4 is out of range;"},
+        {{"get", "Velmora Switch Output 9"}, 1, "", "Output 9 is out of range\n"},
         {{"set", "Velmora Switch Output 9", "1"}, 1, "", "Output 9 is out of range"},
+        {{"set", "Velmora Switch Output 2", "00012"}, 1, "", "did not set"},
+        {{"set", "Velmora Switch Output 2", "2"}, 0, "0002 Input 2\n", ""},
+        {{"--json", "get", "Velmora Switch Output 9"},
+         1,
+         R"({
+    "answered": false,
+    "current": null,
+    "name": "Velmora Switch Output 9"
+}
+)",
+         "out of range"},
         {{"get", "Gain"}, 1, "", "no attribute \"Gain\"; it has: \"Velmora Switch Output 1\", "},
     };
     for (const auto& [command, code, output, errors] : cases) {
@@ -215,29 +232,122 @@ TEST_F(HostWithServer, GetsSetsAndShowsTheReasonOfARefusal) {
     }
 }
 
-TEST_F(HostWithServer, TakesNoSilenceForAnAnswer) {
-    const QString name = name_ + " II";
-    const std::vector<std::tuple<const char*, QStringList, const char*>> cases = {
-        {"close-before@SET", {"set", "Velmora Switch Output 2", "1"}, "the connection has ended"},
-        {"close-before@INPUTLABEL#5",
-         {"possible", "Velmora Switch Output 2"},
-         "before the server had named all inputs"},
+TEST_F(HostWithServer, TakesForAnAnswerOnlyWhatIsOne) {
+    const QStringList get = {"get", "Velmora Switch Output 2"};
+    const QStringList set = {"set", "Velmora Switch Output 2", "1"};
+    const std::vector<std::tuple<const char*, QStringList, int, const char*>> cases = {
+        {"close-before@SET", set, 1, "The server ended the connection"},
+        {"close-during@GET#3", {"--defaults", "get", "Velmora Switch Output 2"}, 1, "may be a part of one"},
+        {"wrong@GET", get, 1, "names no output and input"},
+        {"wrong@GET", {"attributes"}, 1, "names no output and input"},
+        {"not-utf8@GET", get, 1, "not UTF-8"},
+        {"empty@GET", set, 1, "is empty"},
+        {"silence@GET#3", get, 3, "within 10 s"},
+        {"close-before@INPUTLABEL#5", {"possible", "Velmora Switch Output 2"}, 1, "before all values were named"},
     };
-    for (const auto& [fault, command, words] : cases) {
-        Program server(VELMORA_SWITCH_SERVER, {"--name", name, "--fault", fault});
+    for (const auto& [fault, command, code, words] : cases) {
+        const QString name = name_ + ' ' + fault;
+        Program server(VELMORA_SWITCH_SERVER, {"--name", name, "--inputs", "1300", "--fault", fault});
         ASSERT_NE(server.outputLineWith("announced as"), "");
-        const Result result = runHost(QStringList{"--settings", writeSettings(name, {{"Two", 1, 0}})} + command);
-        EXPECT_EQ(result.code, 1) << fault;
-        EXPECT_EQ(result.output, "") << fault;
-        EXPECT_TRUE(result.errors.contains(words)) << result.errors.constData();
+        // Half of the reply "2 1234" is one, too.
+        const Result result =
+            runHost(QStringList{"--json", "--settings", writeSettings(name, {{"Two", 1, 1233}})} + command);
+        SCOPED_TRACE(fault + result.errors.toStdString() + result.output.toStdString());
+        EXPECT_EQ(result.code, code);
+        EXPECT_TRUE(result.errors.contains(words));
+        QJsonObject json = QJsonDocument::fromJson(result.output).object();
+        if (json.contains("attributes")) json = json.value("attributes").toArray().first().toObject();
+        EXPECT_EQ(json.value("answered"), false);
+        EXPECT_TRUE(json.value(command.first() == "possible" ? "possible" : "current").isNull());
+    }
+}
+
+TEST_F(HostProgram, KnowsNoPlugin) {
+    const auto run = [](const char* relays, const QStringList& command) {
+        qputenv("RELAYS", relays);
+        const Result result = runHost(QStringList{"--bundle", WILFUL_BUNDLE, "--wait", "20"} + command);
+        qunsetenv("RELAYS");
+        EXPECT_FALSE(result.errors.contains("switch server") && command.last() != "servers")
+            << result.errors.constData();
+        return result;
+    };
+    EXPECT_EQ(run("late", {"attributes"}).output,
+              "NAME     DISPLAY NAME  DIRECTION  TYPE            DEFAULT  CURRENT  POSSIBLE\n"
+              "Level                             Double                   0.5      0\n"
+              "Relay 1                           MultipleValues           Off      2\n"
+              "Relay 2                           MultipleValues           On       2\n");
+    EXPECT_EQ(run("late", {"get", "Level"}).output, "0.5\n");
+    EXPECT_EQ(run("", {"set", "Relay 1", "On"}).code, 0);
+    const Result stuck = run("stuck", {"--json", "set", "Relay 1", "On"});
+    EXPECT_EQ(stuck.code, 1);
+    EXPECT_EQ(QJsonDocument::fromJson(stuck.output).object(),
+              (QJsonObject{{"name", "Relay 1"}, {"value", "On"}, {"current", "Off"}}));
+    EXPECT_EQ(run("", {"servers"}).code, 1);
+    const Result possible = run("numbered", {"possible", "Relay 1"});
+    EXPECT_EQ(possible.output, "0001 Off\n");
+    EXPECT_TRUE(possible.errors.contains("values left out: 1"));
+    EXPECT_TRUE(run("numbered", {"set", "Relay 1", "10001 On"}).errors.contains("did not set"));
+    EXPECT_EQ(run("numbered", {"set", "Relay 1", "1"}).output, "0001 Off\n");
+}
+
+TEST_F(HostProgram, DoubtsSettingsThatAreProbablyNotMeant) {
+    const char* const form =
+        "<plist version='1.0'><dict><key>selectedDevicename</key><string/>"
+        "<key>configuredOutputs</key><array><dict><key>label</key><string>A</string>%1</dict>"
+        "<dict><key>label</key><string>A</string><key>outputNumber</key><integer>1</integer>"
+        "<key>defaultInputNumber</key><integer>1</integer></dict></array></dict></plist>";
+    const std::vector<std::pair<const char*, std::vector<const char*>>> cases = {
+        {"<key>output_number</key><integer>4</integer>",
+         {"key \"selectedDevicename\"", "entry 1 of \"configuredOutputs\" (\"A\") has the key \"output_number\"",
+          "has no \"outputNumber\"; the plugin takes it for 0", "has no \"defaultInputNumber\"",
+          "entry 2 of \"configuredOutputs\" (\"A\") has the same \"label\" as entry 1"}},
+        {"<key>outputNumber</key><integer>-1</integer><key>defaultInputNumber</key><integer>-2</integer>",
+         {"\"outputNumber\" is -1", "\"defaultInputNumber\" is -2"}},
+        {"<key>outputNumber</key><string>1</string>", {"is no integer", "has the same output as entry 1"}},
+    };
+    for (const auto& [keys, doubts] : cases) {
+        const QString file = write("doubtful.plist", QString(form).arg(keys).toUtf8());
+        const Result result = runHost({"--settings", file, "settings"});
+        EXPECT_EQ(result.code, 0);
+        for (const char* const doubt : doubts)
+            EXPECT_TRUE(result.errors.contains(doubt)) << doubt << '\n' << result.errors.constData();
+    }
+}
+
+TEST_F(HostProgram, PrintsNothingThatATerminalObeys) {
+    const std::string label = "A\x7F\u009B\u202E\u2028\U000E0041\x1B";
+    const auto isClean = [](const QByteArray& text) {
+        const QString shown = QString::fromUtf8(text).remove('\n');
+        return stringByEscapingControlCharacters(shown.toStdString()) == shown.toStdString();
+    };
+    const auto labelIn = [](const DictionaryReference& settings) {
+        return textForKey(valueForKey(settings, "configuredOutputs")->array()->front().dictionary(), "label");
+    };
+    const QString file = writeSettings("Nowhere", {{label, 0, 0}});
+    const auto read = propertyListWithContentsOfFile(file.toStdString());
+    const Result document = runHost({"--settings", file, "settings"});
+    EXPECT_TRUE(isClean(QByteArray(document.output).replace('\t', ""))) << document.output.constData();
+    EXPECT_EQ(labelIn(propertyListWithXML(document.output.toStdString())->dictionary()),
+              label.substr(0, label.size() - 1) + "\uFFFD");
+    const Result json = runHost({"--settings", file, "--json", "settings"});
+    EXPECT_TRUE(isClean(json.output) && json.output.contains("\\uDB40\\uDC41")) << json.output.constData();
+    EXPECT_EQ(QJsonDocument::fromJson(json.output)["configuredOutputs"][0]["label"].toString().toStdString(),
+              labelIn(read->dictionary()));
+    for (const QStringList& command : {QStringList{"settings", "--settings", write("\x1B.plist", "<")},
+                                       {"settings", "--bundle", "\x1B"},
+                                       {"\x1B"}}) {
+        const Result result = runHost(command);
+        EXPECT_EQ(result.code, 2);
+        EXPECT_TRUE(isClean(result.errors) && result.errors.contains("\\x1B")) << result.errors.constData();
     }
 }
 
 TEST_F(HostWithServer, WatchesUntilInterrupted) {
-    const QStringList arguments = {"--interface", "lo", "--settings", writeSettings(name_, {{"", 0, 0}, {"", 1, 1}}),
+    const QStringList arguments = {"--interface", "lo", "--settings", writeSettings(name_, {{"", 0, 0}, {"1", 1, 7}}),
                                    "watch"};
     Program text(VELMORA_HOST, arguments);
     EXPECT_NE(text.outputLineWith("Velmora Switch: 2 attributes"), "");
+    EXPECT_NE(text.errorLine().find("\"defaultInputNumber\" 7 is beyond the matrix, which has 3"), std::string::npos);
     EXPECT_EQ(text.exitCodeAfterSignal(SIGINT), 0);
 
     Program json(VELMORA_HOST, arguments + QStringList{"--json"});
@@ -245,6 +355,18 @@ TEST_F(HostWithServer, WatchesUntilInterrupted) {
     EXPECT_EQ(notice.value("plugin"), "Velmora Switch");
     EXPECT_EQ(notice.value("attributes"), (QJsonArray{"Velmora Switch Output 1", "Velmora Switch Output 2"}));
     EXPECT_EQ(json.exitCodeAfterSignal(SIGTERM), 0);
+
+    // Blocked by a server that is slow, it tells how to end at once.
+    const QString slow = name_ + " slow";
+    Program server(VELMORA_SWITCH_SERVER, {"--name", slow, "--verbose", "--fault", "delay=5000@INPUTLABEL"});
+    ASSERT_NE(server.outputLineWith("announced as"), "");
+    Program blocked(VELMORA_HOST,
+                    {"--interface", "lo", "--settings", writeSettings(slow, {{"", 0, 0}}), "--defaults", "watch"});
+    EXPECT_NE(blocked.errorLine().find("over the operator's routes"), std::string::npos);
+    ASSERT_NE(server.outputLineWith("INPUTLABEL"), "");
+    blocked.sendSignal(SIGINT);
+    EXPECT_NE(blocked.errorLine().find("once more (Ctrl-C) ends it now"), std::string::npos);
+    EXPECT_EQ(blocked.exitCodeAfterSignal(SIGINT), -1);
 }
 
 TEST_F(HostWithServer, TimesOutWithWhatWasMissing) {

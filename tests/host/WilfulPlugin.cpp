@@ -1,16 +1,22 @@
-// A plugin that picks a server of its own accord when it is started, and says what the host does with it.
+// Plugins that are not ours. One picks a server of its own accord when it is started, and says what the host does with
+// it. The other, which the environment variable RELAYS asks for, has nothing to do with servers: two relays and a
+// level.
+#include <QTimer>
 #include <cstdio>
+#include <cstdlib>
+#include <map>
 #include <memory>
 
 #include "platform/foundation/NSBundle.h"
 #include "plugin/VelmoraNodePluginProtocol.h"
+#include "plugin/VelmoraNodePluginStatusProtocol.h"
 
 namespace {
 
 using namespace velmora;
 using OptionalText = std::optional<std::string>;
 
-class WilfulPlugin final : public NSObject, public VelmoraNodePluginProtocol {
+class WilfulPlugin : public NSObject, public VelmoraNodePluginProtocol {
   public:
     ~WilfulPlugin() override { std::fputs("released\n", stderr); }
 
@@ -44,13 +50,61 @@ class WilfulPlugin final : public NSObject, public VelmoraNodePluginProtocol {
     std::int32_t setValueForAttributeWithName(const std::string&, const std::string&) override { return -1; }
     QWidget* settingsView() override { return nullptr; }
 
-  private:
+  protected:
     VelmoraNodePluginProtocol_Delegate* delegate_ = nullptr;
+
+  private:
     DictionaryReference settings_ = std::make_shared<PropertyListDictionary>();
     std::int32_t calls_ = 0;
 };
 
+// RELAYS says how they are: "late" ones are there a while after the start, "stuck" ones ignore what is set, "numbered"
+// ones have a number before each value. Their status is of a time to come: what a host does not know, it does not call.
+class RelayPlugin final : public WilfulPlugin, public VelmoraNodePluginStatusProtocol {
+  public:
+    std::int32_t startAndSetCurrentValuesToDefaults(bool) override {
+        QTimer::singleShot(is("late") ? 300 : 0, &context_, [this] {
+            values_ = {{"Level", "0.5"}, {"Relay 1", "Off"}, {"Relay 2", "On"}};
+            delegate_->attributesChangedForPluginName(pluginName());
+        });
+        return 0;
+    }
+    void stop() override { values_.clear(); }
+    void setDefaultSettings(const DictionaryReference&) override {}
+    DictionaryReference defaultSettings() override { return makeDictionary(); }
+    StringList attributeNames() const override {
+        std::vector<std::string> names;
+        for (const auto& [name, value] : values_)
+            names.push_back(name);
+        return makeStringList(names);
+    }
+    OptionalText typeOfAttributeWithName(const std::string& name) const override {
+        return name == "Level" ? "Double" : "MultipleValues";
+    }
+    std::string currentValueOfAttributeWithName(const std::string& name) override { return values_[name]; }
+    StringList possibleValuesOfAttributeWithName(const std::string& name) const override {
+        if (name == "Level") return nullptr;
+        return is("numbered") ? makeStringList({"0001 Off", "10001 On"}) : makeStringList({"Off", "On"});
+    }
+    std::int32_t setValueForAttributeWithName(const std::string& value, const std::string& name) override {
+        if (!is("stuck")) values_[name] = value;
+        return 0;
+    }
+
+    std::uint32_t statusProtocolVersion() const override { return kVelmoraNodePluginStatusProtocolVersion + 1; }
+    NodePluginConnectionStatus connectionStatus() const override { std::abort(); }
+    NodePluginOutcome lastOutcome() const override { std::abort(); }
+    void setStatusObserver(VelmoraNodePluginStatusProtocol_Observer*) override { std::abort(); }
+
+  private:
+    static bool is(const char* what) { return qgetenv("RELAYS").contains(what); }
+
+    std::map<std::string, std::string> values_;
+    QObject context_;
+};
+
 NSObject* makePrincipalObject(const std::shared_ptr<NSBundle>&) {
+    if (std::getenv("RELAYS") != nullptr) return new RelayPlugin;
     return new WilfulPlugin;
 }
 

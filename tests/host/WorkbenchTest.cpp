@@ -14,7 +14,7 @@
 #include <QTemporaryDir>
 #include <QtTest/QTest>
 
-#include "host/PluginState.h"
+#include "host/Values.h"
 #include "host/workbench/WorkbenchWindow.h"
 #include "platform/foundation/PropertyListXML.h"
 #include "tests/host/Program.h"
@@ -149,7 +149,7 @@ TEST_F(Workbench, SaysWhereTheConnectionStandsAndWhatItWaitsFor) {
     EXPECT_EQ(text("situationLabel"), connected);
     switcher.server = nullptr;  // it stays announced, as after a crash
     ASSERT_TRUE(comesTo(Kind::lost)) << text("situationLabel");
-    EXPECT_TRUE(currentComesTo(1, "not read")) << "the plugin would say that it is the first input";
+    EXPECT_TRUE(currentComesTo(1, "not known")) << "the plugin would say that it is the first input";
     struct Painted final : QObject {
         bool eventFilter(QObject* label, QEvent* event) override {
             if (event->type() == QEvent::Paint) texts << static_cast<QLabel*>(label)->text();
@@ -165,7 +165,7 @@ TEST_F(Workbench, SaysWhereTheConnectionStandsAndWhatItWaitsFor) {
     const auto painting = [&](const std::string& text) { return painted.texts.indexOf(QString::fromStdString(text)); };
     EXPECT_TRUE(runMainLoopUntil([&] { return painting(connected) >= 0; }))
         << "what is shown is painted a little later";
-    const auto waiting = painting("Waiting for the server\u2026");
+    const auto waiting = painting("Connecting to \"" + name + "\". The window may stand still until it has answered.");
     EXPECT_TRUE(waiting >= 0 && waiting < painting(connected)) << painted.texts.join('\n').toStdString();
 
     click("stopButton");
@@ -174,10 +174,11 @@ TEST_F(Workbench, SaysWhereTheConnectionStandsAndWhatItWaitsFor) {
     click("startWithDefaultsButton");
     EXPECT_TRUE(comesTo(Kind::connected)) << text("situationLabel");
     EXPECT_EQ(switcher.matrix.routedInput(2), 3);
+    EXPECT_TRUE(text("situationLabel").ends_with("Started with defaults: each connection routes all outputs to them."));
 
     painted.texts.clear();
     click("reconnectButton");
-    EXPECT_TRUE(painted.texts.contains("Waiting for the server\u2026"));
+    EXPECT_TRUE(painted.texts.contains("Waiting for the device\u2026"));
     EXPECT_TRUE(comesTo(Kind::connected));
 }
 
@@ -189,25 +190,32 @@ TEST_F(Workbench, CallsNoConnectionAliveThatFailsUnderACommand) {
     window->session().handOver(settingsWith(name + " II", {{"Monitor", 0, 0}}));
     ASSERT_TRUE(switcher.matrix.route(1, 9));
     for (const auto& [verb, button, words] :
-         {std::tuple{"reset@GET", "refreshButton", " failed: Connection reset by peer."},
-          {"close-before@INPUTLABEL#20", "reconnectButton", " is lost."}}) {
+         {std::tuple{"reset@GET", "refreshButton", ": Connection reset by peer."},
+          {"close-before@INPUTLABEL#20", "reconnectButton", ": The server ended the connection."},
+          {"close-during@GET", "refreshButton", ": The server ended the connection."}}) {
         SCOPED_TRACE(verb);
         ASSERT_TRUE(comesTo(Kind::connected)) << text("situationLabel");
         EXPECT_TRUE(currentComesTo(0, "0009 Input 9"));
-        Fault fault;
-        ASSERT_EQ(parseFault(verb, fault), std::nullopt);
-        faults.set({fault});
+        faults.set({fault(verb)});
         click(button);
         ASSERT_TRUE(comesTo(Kind::lost)) << text("situationLabel");
-        EXPECT_TRUE(currentComesTo(0, "not read"));
+        EXPECT_TRUE(currentComesTo(0, "not known"));
         EXPECT_NE(text("situationLabel").find(words), std::string::npos) << text("situationLabel");
         faults.set({});
         click("reconnectButton");
     }
+    ASSERT_TRUE(comesTo(Kind::connected) && currentComesTo(0, "0009 Input 9"));
+    faults.set({fault("wrong@GET")});
+    click("refreshButton");
+    EXPECT_TRUE(currentComesTo(0, "not known") && comesTo(Kind::connected)) << "it stands, yet says nothing of use";
 }
 
 TEST_F(Workbench, OffersAndSetsOnlyWhatIsPossibleNow) {
-    EXPECT_TRUE(canBeSet("9999 A") && !canBeSet("10400 A") && inputNumber("10400 A") != inputNumber("1040 A"));
+    const Values wide(makeStringList({"0001 A", "1040 A", "9999 A", "10400 A"}));
+    EXPECT_TRUE(wide.canBeSet("9999 A") && !wide.canBeSet("10400 A") && !wide.areSame("10400 A", "1040 A"));
+    EXPECT_TRUE(wide.areSame("1040 Input 1040", "1040 A") && wide.settable()->size() == 3);
+    const Values formats(makeStringList({"1080 p50", "1080 p60", "10000"}));
+    EXPECT_TRUE(formats.canBeSet("10000") && !formats.areSame("1080 p50", "1080 p60"));
     const QWidget* const values = typeValue("11", Qt::Key_Down);
     // Whatever server comes, the plugin asks for all labels.
     const std::string notice = text("noticeLabel");
@@ -232,6 +240,10 @@ TEST_F(Workbench, TakesWhatIsBeingTyped) {
     window->findChild<QPushButton*>("saveButton")->click();  // as its shortcut does: the field keeps the focus
     EXPECT_EQ(label("settings.plist"), "Typed");
     EXPECT_NE(text("outcomeLabel").find("settings.plist"), std::string::npos);
+    EXPECT_EQ(text("doubtsLabel"), "");
+    firstOutput()->insert_or_assign("defaultInputNumber", 1152);
+    EXPECT_TRUE(runMainLoopUntil(
+        [&] { return text("doubtsLabel").ends_with("is beyond the matrix, which has 1152 inputs, counted from 0"); }));
     typeLabel("Half");
     write("settings.plist", name, {{"Theirs", 1, 0}});
     EXPECT_TRUE(closes(QMessageBox::Discard));
@@ -273,6 +285,28 @@ TEST_F(Workbench, LosesNoSettingsWithoutAWord) {
     window = nullptr;
     EXPECT_TRUE(host.unload(&error)) << error;
     EXPECT_EQ(label("other.plist") + label("settings.plist"), "OtherMine");
+}
+
+TEST_F(Workbench, ShowsAPluginThatIsNotOurs) {
+    window = nullptr;
+    EXPECT_TRUE(host.unload(&error)) << error;
+    qputenv("RELAYS", "late");
+    PluginHost relays(file);
+    EXPECT_TRUE(relays.load(WILFUL_BUNDLE, &error)) << error;
+    qunsetenv("RELAYS");
+    {
+        WorkbenchWindow foreign(relays, file);
+        const AttributesModel& model = foreign.session().attributes();
+        ASSERT_TRUE(foreign.session().start(false));
+        const auto shown = [&](int row) { return model.index(row, AttributesModel::currentColumn).data().toString(); };
+        EXPECT_TRUE(runMainLoopUntil([&] { return model.rowCount() == 3 && shown(0) == "0.5"; }));
+        EXPECT_EQ(shown(2), "On");
+        const QString situation = foreign.session().situation().text;
+        EXPECT_TRUE(situation.contains("3 attributes") && !situation.contains("server")) << situation.toStdString();
+        foreign.session().setLater("Relay 1", "On");
+        EXPECT_TRUE(runMainLoopUntil([&] { return shown(1) == "On"; }));
+    }
+    EXPECT_TRUE(relays.unload(&error)) << error;
 }
 
 TEST_F(Workbench, WritesAPictureAndEndsAsTheHostDoes) {

@@ -1,0 +1,57 @@
+#include "host/Patience.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdint>
+
+#include "host/Console.h"
+#include "platform/threads/Interruption.h"
+
+namespace velmora {
+
+namespace {
+
+// A main thread that is not blocked comes to a signal within it (milliseconds).
+constexpr int kAtOnce = 200;
+
+// Until the signal has come, or is still there after the time; false when the thread is to end.
+bool waitFor(int end, int signal, short what, int time) {
+    std::array<pollfd, 2> watched = {{{end, POLLIN, 0}, {signal, what, 0}}};
+    poll(watched.data(), watched.size(), time);
+    return watched[0].revents == 0;
+}
+
+bool isReadable(int descriptor) {
+    pollfd watched = {descriptor, POLLIN, 0};
+    return poll(&watched, 1, 0) == 1;
+}
+
+void watch(int end, int signal) {
+    while (waitFor(end, signal, POLLIN, -1)) {
+        if (!isReadable(signal)) continue;
+        if (!waitFor(end, signal, 0, kAtOnce)) return;
+        if (!isReadable(signal)) continue;
+        complain(
+            "interrupted; waiting for the plugin, which is at work and may wait for its device. The program ends when "
+            "the plugin is done; once more (Ctrl-C) ends it now, without stopping the plugin in order");
+        return;  // the second time ends the process
+    }
+}
+
+}  // namespace
+
+Patience::Patience(const Interruption& interruption)
+    : end_(eventfd(0, EFD_CLOEXEC)),
+      thread_([end = end_, signal = interruption.descriptor()] { watch(end, signal); }) {}
+
+Patience::~Patience() {
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const auto written = write(end_, &one, sizeof one);
+    thread_.join();
+    close(end_);
+}
+
+}  // namespace velmora

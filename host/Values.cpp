@@ -1,0 +1,82 @@
+#include "host/Values.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+constexpr std::size_t kNumberDigits = 4;
+
+// What a plugin reads of a value that it is given.
+std::string_view numberField(std::string_view text) {
+    return text.substr(0, kNumberDigits);
+}
+
+// The number that a value begins with; none when it does not begin with four digits.
+std::optional<std::int64_t> numberOf(std::string_view text) {
+    const bool hasNumber =
+        text.size() >= kNumberDigits && numberField(text).find_first_not_of("0123456789") == std::string_view::npos;
+    return hasNumber ? std::optional(integerValue(text)) : std::nullopt;
+}
+
+bool countUp(const std::vector<std::string>& texts) {
+    std::int64_t last = -1;
+    return !texts.empty() && std::all_of(texts.begin(), texts.end(), [&](const std::string& text) {
+        const auto number = numberOf(text);
+        return number && std::exchange(last, *number) < *number;
+    });
+}
+
+}  // namespace
+
+Values::Values(StringList texts)
+    : texts_(texts != nullptr ? std::move(texts) : makeStringList()), areNumbered_(countUp(*texts_)) {}
+
+std::optional<std::size_t> Values::indexOfNumber(std::int64_t number) const {
+    const auto found =
+        std::lower_bound(texts_->begin(), texts_->end(), number,
+                         [](const std::string& text, std::int64_t wanted) { return integerValue(text) < wanted; });
+    if (found == texts_->end() || integerValue(*found) != number) return std::nullopt;
+    return static_cast<std::size_t>(found - texts_->begin());
+}
+
+std::optional<std::size_t> Values::indexOf(const std::string& text) const {
+    if (areNumbered_) {
+        const auto number = numberOf(text);
+        return number ? indexOfNumber(*number) : std::nullopt;
+    }
+    const auto found = std::find(texts_->begin(), texts_->end(), text);
+    if (found == texts_->end()) return std::nullopt;
+    return static_cast<std::size_t>(found - texts_->begin());
+}
+
+bool Values::areSame(const std::string& left, const std::string& right) const {
+    if (left == right) return true;
+    const auto index = indexOf(left);
+    return index && index == indexOf(right);
+}
+
+bool Values::canBeSet(const std::string& text) const {
+    return !areNumbered_ || integerValue(numberField(text)) == integerValue(text);
+}
+
+std::string Values::meantBy(const std::string& text) const {
+    const std::int64_t number = integerValue(text);
+    const bool isNumber = number != 0 || text.starts_with('0');  // what is no number reads as 0
+    const auto index = areNumbered_ && isNumber ? indexOfNumber(number) : std::nullopt;
+    return index ? (*texts_)[*index] : text;
+}
+
+StringList Values::settable() const {
+    const auto isSettable = [this](const std::string& text) { return canBeSet(text); };
+    if (std::all_of(texts_->begin(), texts_->end(), isSettable)) return texts_;
+    std::vector<std::string> settable;
+    std::copy_if(texts_->begin(), texts_->end(), std::back_inserter(settable), isSettable);
+    return makeStringList(std::move(settable));
+}
+
+}  // namespace velmora

@@ -1,0 +1,53 @@
+// The values that a plugin offers for one attribute, and which of them a text stands for. Values are the plugin's
+// texts. Some plugins put a number of four digits or more before each, by which they know it again whatever text
+// follows: "0003 Camera 3" and "0003 Input 3" are one value. They read the first four characters of what they are
+// given.
+//
+// Any thread; the lists are immutable.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/foundation/Text.h"
+
+namespace velmora {
+
+class Values {
+  public:
+    // Null stands for no values.
+    explicit Values(StringList texts = nullptr);
+
+    const std::vector<std::string>& texts() const { return *texts_; }
+
+    // The place of the value that a text of the plugin's stands for: the equal one, or the one with its number; none
+    // when it stands for none of them.
+    std::optional<std::size_t> indexOf(const std::string& text) const;
+    // Whether two texts of the plugin's stand for the same value, one that is offered or not.
+    bool areSame(const std::string& left, const std::string& right) const;
+
+    // Whether the plugin would take the text, which a person may have typed, for what it says: of 10001 it would read
+    // 1000, and of 00021 it would read 2.
+    bool canBeSet(const std::string& text) const;
+    // The offered value that a person means by a text that can be set: "3" is enough where values have numbers. The
+    // text itself where none is meant.
+    std::string meantBy(const std::string& text) const;
+    // Those that can be set.
+    StringList settable() const;
+
+    friend bool operator==(const Values& left, const Values& right) {
+        return left.texts_ == right.texts_ || *left.texts_ == *right.texts_;
+    }
+
+  private:
+    std::optional<std::size_t> indexOfNumber(std::int64_t number) const;
+
+    StringList texts_;
+    // Each begins with its number, and no number is there twice: they count up.
+    bool areNumbered_ = false;
+};
+
+}  // namespace velmora
