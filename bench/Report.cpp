@@ -1,6 +1,5 @@
 #include "bench/Report.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonValue>
@@ -10,6 +9,7 @@
 #include <utility>
 
 #include "bench/Wrong.h"
+#include "platform/foundation/FileContents.h"
 
 namespace velmora::bench {
 
@@ -110,10 +110,9 @@ void Report::write(const std::string& path, const QJsonObject& machine) const {
                                 {"againstRounds", json(row.againstRounds)},
                                 {"note", json(row.note)}});
     }
-    QFile file(QString::fromStdString(path));
     const QByteArray bytes = QJsonDocument(QJsonObject{{"machine", machine}, {"rows", rows}}).toJson();
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
-        throw Wrong("cannot write " + path);
+    const Result<void> written = replaceFile(path, {bytes.constData(), static_cast<std::size_t>(bytes.size())});
+    if (!written) throw Wrong("cannot write " + path + ": " + written.failure().reason);
 }
 
 }  // namespace velmora::bench

@@ -1,12 +1,11 @@
 #include "host/SettingsFile.h"
 
-#include <algorithm>
-#include <fstream>
 #include <memory>
 #include <system_error>
 #include <utility>
 
 #include "host/Console.h"
+#include "platform/foundation/FileContents.h"
 #include "platform/foundation/PropertyListXML.h"
 
 namespace velmora {
@@ -38,18 +37,11 @@ std::optional<std::string> documentWithoutAvailableDevices(const DictionaryRefer
     return XMLWithPropertyList(kept, error);
 }
 
-// As far as it may hold settings; none when there is no file, or none that can be read. What is no file, such as a
-// pipe, is left to its one reader.
+// None when there is no file, or none that can be read.
 std::optional<std::string> contentsOfFile(const std::filesystem::path& path) {
-    std::error_code fault;
-    if (!std::filesystem::is_regular_file(path, fault)) return std::nullopt;
-    const auto size = std::filesystem::file_size(path, fault);
-    std::ifstream file(path, std::ios::binary);
-    if (fault || !file) return std::nullopt;
-    std::string contents(std::min<std::uintmax_t>(size, kPropertyListByteLimit + 1), '\0');
-    file.read(contents.data(), static_cast<std::streamsize>(contents.size()));
-    contents.resize(static_cast<std::size_t>(file.gcount()));
-    return contents;
+    Result<std::string> contents = readFile(path, kPropertyListByteLimit);
+    if (!contents) return std::nullopt;
+    return *std::move(contents);
 }
 
 }  // namespace

@@ -1,27 +1,21 @@
 #include "server/MatrixFile.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <QByteArray>
-#include <QFile>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSaveFile>
-#include <cerrno>
-#include <system_error>
-#include <utility>
+#include <optional>
 
+#include "platform/foundation/FileContents.h"
 #include "platform/foundation/Text.h"
 
 namespace velmora {
 
 namespace {
 
-// No file of a matrix is as long as this, whatever its labels.
-constexpr qint64 longestFile = 2 * VirtualMatrix::maximumSize * (VirtualMatrix::maximumLabelBytes + 16);
+// No file of a matrix is as long as this, whatever its labels: two lists of labels, each byte of them escaped, and one
+// of routes, each item on a line of its own.
+constexpr std::size_t longestFile = 3 * VirtualMatrix::maximumSize * (2 * VirtualMatrix::maximumLabelBytes + 16);
 
 std::optional<std::string> readLabels(const QString& key, const QJsonValue& value, std::vector<std::string>& labels) {
     if (!value.isArray()) return stringWithFormat("\"%@\" is not a list of labels", key.toStdString());
@@ -46,19 +40,6 @@ std::optional<std::string> readRoutes(const QJsonValue& value, std::vector<int>&
     return std::nullopt;
 }
 
-// A file that was renamed is in its folder for good only when the folder is on the disk. A folder that may not be read,
-// or whose file system knows no such thing, is left to the system.
-std::optional<std::string> synchroniseFolderOf(const QString& path) {
-    // The file may have been reached through a link.
-    const std::string folder = QFileInfo(path).canonicalPath().toStdString();
-    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    int error = descriptor >= 0 && ::fsync(descriptor) == 0 ? 0 : errno;
-    if (error == EACCES || error == EINVAL) error = 0;
-    if (descriptor >= 0) ::close(descriptor);
-    if (error == 0) return std::nullopt;
-    return "its folder: " + std::system_category().message(error);
-}
-
 QJsonArray labelList(const std::vector<std::string>& labels) {
     QJsonArray list;
     for (const std::string& label : labels)
@@ -68,18 +49,17 @@ QJsonArray labelList(const std::vector<std::string>& labels) {
 
 }  // namespace
 
-std::optional<std::string> readMatrixFile(const std::string& path, MatrixContents& contents) {
-    QFile file(QString::fromStdString(path));
-    if (!file.open(QIODevice::ReadOnly)) return file.errorString().toStdString();
-    const QByteArray bytes = file.read(longestFile);
-    if (file.error() != QFileDevice::NoError) return file.errorString().toStdString();
-    if (bytes.size() == longestFile) return "it is too long";
+Result<MatrixContents> readMatrixFile(const std::string& path) {
+    const Result<std::string> file = readFile(path, longestFile);
+    if (!file) return file.failure();
 
     QJsonParseError failure;
-    const QJsonDocument document = QJsonDocument::fromJson(bytes, &failure);
+    const QJsonDocument document =
+        QJsonDocument::fromJson(QByteArray::fromRawData(file->data(), static_cast<qsizetype>(file->size())), &failure);
     if (failure.error != QJsonParseError::NoError)
-        return stringWithFormat("it is damaged at byte %i: %@", failure.offset, failure.errorString().toStdString());
-    if (!document.isObject()) return "it is not a JSON object";
+        return Failure{
+            stringWithFormat("it is damaged at byte %i: %@", failure.offset, failure.errorString().toStdString())};
+    if (!document.isObject()) return Failure{"it is not a JSON object"};
 
     MatrixContents read;
     const QJsonObject object = document.object();
@@ -95,13 +75,12 @@ std::optional<std::string> readMatrixFile(const std::string& path, MatrixContent
             reason = stringWithFormat("it holds \"%@\"; only \"inputs\", \"outputs\" and \"routes\" are known",
                                       item.key().toStdString());
         }
-        if (reason) return reason;
+        if (reason) return Failure{*reason};
     }
-    contents = std::move(read);
-    return std::nullopt;
+    return read;
 }
 
-std::optional<std::string> writeMatrixFile(const std::string& path, const MatrixContents& contents) {
+Result<void> writeMatrixFile(const std::string& path, const MatrixContents& contents) {
     QJsonArray routes;
     for (const int input : contents.routes)
         routes.append(input);
@@ -109,11 +88,7 @@ std::optional<std::string> writeMatrixFile(const std::string& path, const Matrix
                                                        {"outputs", labelList(contents.outputLabels)},
                                                        {"routes", routes}})
                                  .toJson();
-    // Written beside the file, synchronised to the disk and then renamed to it.
-    QSaveFile file(QString::fromStdString(path));
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        return file.errorString().toStdString();
-    return synchroniseFolderOf(file.fileName());
+    return replaceFile(path, {bytes.constData(), static_cast<std::size_t>(bytes.size())});
 }
 
 }  // namespace velmora

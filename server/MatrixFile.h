@@ -3,19 +3,18 @@
 // the matrix.
 #pragma once
 
-#include <optional>
 #include <string>
 
+#include "platform/foundation/Result.h"
 #include "server/VirtualMatrix.h"
 
 namespace velmora {
 
-// None when the contents were read; otherwise the reason in words, without the file's name, and the contents stay as
-// they are. Any thread.
-std::optional<std::string> readMatrixFile(const std::string& path, MatrixContents& contents);
+// The reasons do not name the file. Any thread.
+Result<MatrixContents> readMatrixFile(const std::string& path);
 
 // Whoever reads the file sees the old or the new contents and never a part of either, whatever happens while it is
-// written. None when it was written, otherwise the reason in words. Any thread, one at a time for one file.
-std::optional<std::string> writeMatrixFile(const std::string& path, const MatrixContents& contents);
+// written.
+Result<void> writeMatrixFile(const std::string& path, const MatrixContents& contents);
 
 }  // namespace velmora

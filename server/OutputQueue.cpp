@@ -33,11 +33,12 @@ OutputQueue::~OutputQueue() {
 }
 
 void OutputQueue::add(std::string_view line) {
+    const std::string shown = stringByEscapingControlCharacters(line);
     MutexLock lock(mutex_);
-    if (leftOut_ > 0 || queued_.size() + line.size() >= room) {
+    if (leftOut_ > 0 || queued_.size() + shown.size() >= room) {
         ++leftOut_;
     } else {
-        queued_.append(line).append("\n");
+        queued_.append(shown).append("\n");
     }
     wake_.notify_one();
 }

@@ -1,5 +1,5 @@
-// Lines on their way to a descriptor whose reader may be slow or may have stopped: whoever has something to say does
-// not wait for it.
+// What the program prints: lines on their way to a descriptor whose reader may be slow or may have stopped: whoever has
+// something to say does not wait for it.
 #pragma once
 
 #include <cstddef>
@@ -21,7 +21,8 @@ class OutputQueue {
     // What is left still goes out, as long as the reader takes it.
     ~OutputQueue();
 
-    // Without its end. A line for which there is no room is left out; their number is told when there is room again.
+    // Without its end, and with its control characters made visible. A line for which there is no room is left out;
+    // their number is told when there is room again.
     void add(std::string_view line) EXCLUDES(mutex_);
 
   private:

@@ -25,9 +25,9 @@ Requests are lines, each answered by one line:
   OUTPUTLABEL OUTPUT, REFRESH
 Numbers are counted from 1. Anything else is answered with ERROR.
 
-It runs until it gets SIGINT (Ctrl-C) or SIGTERM. Exit codes: 0 ended in order,
-1 the network or the disk did not let it work, 2 wrong command line or unusable
-file.
+It runs until it gets SIGINT (Ctrl-C), SIGTERM or SIGHUP (its terminal is closed;
+not when started with nohup). Exit codes: 0 ended in order, 1 the network or the
+disk did not let it work, 2 wrong command line or unusable file.
 
 Faults, for trying clients, as --fault takes them:
 )";
@@ -52,12 +52,15 @@ constexpr Texts outputsOption{"outputs", "Number of outputs, 1 to 65536.", "N", 
 constexpr Texts portOption{"port", "TCP port to listen on, up to 65535; 0 takes any free one.", "N", "0"};
 constexpr Texts addressOption{
     "address",
-    "IPv4 or IPv6 address to listen on. The default is reached from this machine only; 0.0.0.0 or :: is "
-    "reached from everywhere, then announce it with --interface too.",
-    "ADDR", "127.0.0.1"};
+    "IPv4 or IPv6 address to listen on. Without it the addresses that each --interface has at the start (IPv4, or IPv6 "
+    "where it has no other), or 127.0.0.1, which is reached from this machine only. 0.0.0.0 or :: is reached from "
+    "everywhere, also when addresses change; then announce it with --interface too.",
+    "ADDR", ""};
 constexpr Texts interfaceOption{
-    "interface", "Network interface to announce the server on, for example eth0. May be given several times.", "NAME",
-    "lo"};
+    "interface",
+    "Network interface to announce the server on, and to listen on unless --address says otherwise, for example eth0. "
+    "May be given several times.",
+    "NAME", "lo"};
 constexpr Texts noAnnounceOption{"no-announce",
                                  "Do not announce the server; clients have to know its address and port.", "", ""};
 constexpr Texts labelsOption{
@@ -69,7 +72,8 @@ constexpr Texts labelsOption{
 constexpr Texts stateOption{
     "state",
     "Keep routes and labels in this JSON file across restarts. It is made if it is missing, and written anew, "
-    "never in part, soon after each change. A damaged file is refused and left as it is.",
+    "never in part, soon after each change; what cannot be written is tried again. A damaged file is refused and left "
+    "as it is, and so is one that another server keeps.",
     "FILE", ""};
 constexpr Texts verboseOption{"verbose",
                               "Print each line that comes in (<) and goes out (>), with the client's address.", "", ""};
@@ -121,6 +125,7 @@ class Values {
     }
 
     std::string address() const {
+        if (!isSet(addressOption)) return {};
         const std::string address = text(addressOption);
         unsigned char bytes[sizeof(in6_addr)];
         if (inet_pton(AF_INET, address.c_str(), bytes) != 1 && inet_pton(AF_INET6, address.c_str(), bytes) != 1)
@@ -178,6 +183,7 @@ ServerOptions readOptions(const Values& values) {
     options.address = values.address();
     options.announce = !values.isSet(noAnnounceOption);
     if (options.announce) options.interfaces = values.interfaces();
+    options.interfacesAreChosen = options.announce && values.isSet(interfaceOption);
     options.labelsFile = values.file(labelsOption);
     options.stateFile = values.file(stateOption);
     options.verbose = values.isSet(verboseOption);
@@ -202,7 +208,10 @@ ParsedServerOptions parseServerOptions(const QStringList& arguments) {
             throw WrongUsage{stringWithFormat("\"%@\" is not an option.", others.first().toStdString())};
         return {readOptions(Values(parser)), {}, 0};
     } catch (const WrongUsage& wrong) {
-        return {std::nullopt, stringWithFormat("%@: %@\nSee %@ --help.\n", program, wrong.message, program), 2};
+        return {std::nullopt,
+                stringWithFormat("%@: %@\nSee %@ --help.\n", program, stringByEscapingControlCharacters(wrong.message),
+                                 program),
+                2};
     }
 }
 

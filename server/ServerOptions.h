@@ -16,8 +16,9 @@ struct ServerOptions {
     int inputs = 0;
     int outputs = 0;
     std::uint16_t port = 0;
-    std::string address;
-    std::vector<std::string> interfaces;
+    std::string address;                  // empty: none was given
+    std::vector<std::string> interfaces;  // to announce on; empty where nothing is announced
+    bool interfacesAreChosen = false;     // not the default
     bool announce = true;
     std::string labelsFile;  // empty: none
     std::string stateFile;   // empty: none

@@ -4,17 +4,23 @@
 #include <unistd.h>
 
 #include <QCoreApplication>
+#include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <memory>
+#include <exception>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
+#include "platform/foundation/Result.h"
 #include "platform/foundation/Text.h"
 #include "platform/network/NSNetServiceBrowser.h"
 #include "platform/threads/Interruption.h"
 #include "server/Announcement.h"
+#include "server/InterfaceAddresses.h"
 #include "server/MatrixFile.h"
 #include "server/OutputQueue.h"
 #include "server/ServerOptions.h"
@@ -28,20 +34,30 @@ namespace {
 constexpr int exitFailed = 1;
 constexpr int exitWrongUsage = 2;
 
-// One line at once, whichever thread complains.
-void complain(const std::string& what) {
-    std::fputs(("velmora-switch-server: " + stringByEscapingControlCharacters(what) + "\n").c_str(), stderr);
+std::string joined(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names)
+        text += (text.empty() ? "" : ", ") + name;
+    return text;
 }
 
-class Reporter final : public SwitchServerDelegate {
+// What runs between the command line and the end.
+class Program final : public SwitchServerDelegate {
   public:
-    Reporter(OutputQueue& output, bool verbose) : output_(output), verbose_(verbose) {}
+    explicit Program(const ServerOptions& options)
+        : options_(options),
+          matrix_(options.inputs, options.outputs),
+          faults_(options.faults),
+          server_(matrix_, this, options.faults.empty() ? nullptr : &faults_) {}
+
+    // The exit code.
+    int run();
 
     void serverDidReceiveLine(std::string_view client, std::string_view line) override {
-        printLine(client, " < ", line);
+        if (options_.verbose) output_.add(std::string(client).append(" < ").append(line));
     }
     void serverDidAnswerLine(std::string_view client, std::string_view reply) override {
-        printLine(client, " > ", reply);
+        if (options_.verbose) output_.add(std::string(client).append(" > ").append(reply));
     }
     void serverCannotAccept(const std::string& reason) override {
         complain("no room for more clients (" + reason +
@@ -49,89 +65,165 @@ class Reporter final : public SwitchServerDelegate {
     }
 
   private:
-    void printLine(std::string_view client, std::string_view direction, std::string_view line) const {
-        if (verbose_) output_.add(std::string(client).append(direction) + stringByEscapingControlCharacters(line));
-    }
+    // Any thread; nobody waits for a terminal that has been stopped.
+    void complain(const std::string& what) { complaints_.add("velmora-switch-server: " + what); }
 
-    OutputQueue& output_;
-    const bool verbose_;
+    // Each is false when the program cannot go on, and has said why.
+    bool takeState();
+    bool takeLabels();
+    bool listen();
+    bool keepState();
+
+    std::vector<std::string> addressesToListenOn() const;
+    void announce();
+    void complainOfUnreachedInterfaces();
+
+    const ServerOptions& options_;
+    OutputQueue output_{STDOUT_FILENO};
+    OutputQueue complaints_{STDERR_FILENO};
+    VirtualMatrix matrix_;
+    std::optional<StateKeeper> keeper_;
+    FaultPlan faults_;
+    SwitchServer server_;
+    std::optional<Announcement> announcement_;
 };
 
-// False when the file cannot be used; says why.
-bool takeLabels(VirtualMatrix& matrix, const std::string& path) {
-    MatrixContents contents;
-    std::optional<std::string> reason = readMatrixFile(path, contents);
-    contents.routes.clear();  // a state file serves as well, for its labels
-    if (!reason) reason = matrix.apply(std::move(contents));
+bool Program::takeState() {
+    keeper_.emplace(matrix_, options_.stateFile, [this](const std::string& reason) {
+        complain("cannot write the state file " + options_.stateFile + ": " + reason +
+                 ". It is tried again until that works.");
+    });
+    if (const auto locked = keeper_->lock(); !locked) {
+        complain("cannot have the state file " + options_.stateFile + " for itself: " + locked.failure().reason +
+                 ". Name another with --state, or end the server that keeps it.");
+        return false;
+    }
+    if (const auto loaded = keeper_->load(); !loaded) {
+        complain("cannot use the state file " + options_.stateFile + ": " + loaded.failure().reason +
+                 ". Mend or remove it, or see --state, --inputs and --outputs in --help.");
+        return false;
+    }
+    return true;
+}
+
+bool Program::takeLabels() {
+    auto contents = readMatrixFile(options_.labelsFile);
+    std::optional<std::string> reason;
+    if (contents) {
+        contents->routes.clear();  // a state file serves as well, for its labels
+        reason = matrix_.apply(*std::move(contents));
+    } else {
+        reason = contents.failure().reason;
+    }
     if (reason)
-        complain("cannot use the labels file " + path + ": " + *reason +
+        complain("cannot use the labels file " + options_.labelsFile + ": " + *reason +
                  ". Mend it, or see --labels, --inputs and --outputs in --help.");
     return !reason;
 }
 
-int complainOfState(const ServerOptions& options, const std::string& reason) {
-    complain("cannot use the state file " + options.stateFile + ": " + reason +
-             ". Mend or remove it, or see --state, --inputs and --outputs in --help.");
-    return exitWrongUsage;
+// Where the announcement leads, unless the user knows better.
+std::vector<std::string> Program::addressesToListenOn() const {
+    if (!options_.address.empty()) return {options_.address};
+    if (!options_.interfacesAreChosen) return {"127.0.0.1"};
+    std::vector<std::string> addresses;
+    for (const std::string& interface : options_.interfaces) {
+        for (std::string& address : firstAddressesOfInterface(interface)) {
+            if (std::ranges::find(addresses, address) == addresses.end()) addresses.push_back(std::move(address));
+        }
+    }
+    return addresses;
+}
+
+bool Program::listen() {
+    const std::vector<std::string> addresses = addressesToListenOn();
+    if (addresses.empty()) {
+        complain("cannot listen on --interface " + joined(options_.interfaces) +
+                 ": it has no address. Set it up, or give --address (0.0.0.0 or :: for all that come and go).");
+        return false;
+    }
+    if (const auto reason = server_.start(addresses, options_.port)) {
+        complain(
+            stringWithFormat("cannot listen on %@ port %i: %@. Choose another --port (0 is any free one) or --address.",
+                             joined(addresses), options_.port, *reason));
+        return false;
+    }
+    return true;
+}
+
+bool Program::keepState() {
+    const auto started = keeper_->start();
+    if (!started)
+        complain("cannot write the state file " + options_.stateFile + ": " + started.failure().reason +
+                 ". Mend that, or name another with --state.");
+    return static_cast<bool>(started);
+}
+
+void Program::complainOfUnreachedInterfaces() {
+    if (options_.address.empty()) return;
+    for (const std::string& interface : options_.interfaces) {
+        if (isReachedThroughInterface(options_.address, interface)) continue;
+        const std::string there = joined(addressesOfInterface(interface));
+        complain(
+            stringWithFormat("announced on %@, which %@ is no address of: who finds it there tries %@ and does "
+                             "not reach it. Give another --interface, or leave out --address.",
+                             interface, options_.address, there.empty() ? "nothing" : there));
+    }
+}
+
+void Program::announce() {
+    complainOfUnreachedInterfaces();
+    limitNetServicesToInterfaces(options_.interfaces);
+    announcement_.emplace(
+        options_.name, server_.port(),
+        [this](const std::string& name) { output_.add("announced as \"" + name + "\""); },
+        [this](const std::string& reason) {
+            complain("not announced: " + reason + ". Clients that know its address still reach " + server_.endpoint() +
+                     ".");
+        });
+}
+
+int Program::run() {
+    if (!options_.stateFile.empty() && !takeState()) return exitWrongUsage;
+    if (!options_.labelsFile.empty() && !takeLabels()) return exitWrongUsage;
+    if (!listen()) return exitFailed;
+    // Written only now: a start that fails for another reason leaves no file of another size behind.
+    if (keeper_ && !keepState()) return exitFailed;
+    output_.add("listening on " + server_.endpoint());
+    if (options_.announce) announce();
+    QCoreApplication::exec();
+    announcement_.reset();
+    server_.stop();
+    if (!keeper_) return 0;
+    const auto kept = keeper_->stop();
+    if (!kept)
+        complain("the last changes are not in the state file " + options_.stateFile + ": " + kept.failure().reason +
+                 ". It holds those before.");
+    return kept ? 0 : exitFailed;
+}
+
+// The exit code: what could not be printed is no success.
+int print(const std::string& text, bool isError, int exitCode) {
+    std::FILE* const file = isError ? stderr : stdout;
+    if (std::fputs(text.c_str(), file) >= 0 && std::fflush(file) == 0) return exitCode;
+    const std::string reason = failureOfSystem(errno).reason;
+    if (!isError) std::fprintf(stderr, "velmora-switch-server: cannot print this: %s\n", reason.c_str());
+    return isError ? exitCode : exitFailed;
 }
 
 }  // namespace
 
 int runSwitchServer(const QStringList& arguments) {
     const ParsedServerOptions parsed = parseServerOptions(arguments);
-    if (!parsed.options) {
-        std::fputs(parsed.message.c_str(), parsed.exitCode == 0 ? stdout : stderr);
-        return parsed.exitCode;
-    }
-    const ServerOptions& options = *parsed.options;
+    if (!parsed.options) return print(parsed.message, parsed.exitCode != 0, parsed.exitCode);
     const Interruption interruption([] { QCoreApplication::quit(); }, Interruption::Second::callsAgain);
     std::signal(SIGPIPE, SIG_IGN);  // a reader of our output that leaves does not end the server
+    std::signal(SIGXFSZ, SIG_IGN);  // nor does a file that may not grow; whoever writes it is told
     raiseDescriptorLimit();
-
-    VirtualMatrix matrix(options.inputs, options.outputs);
-    std::optional<StateKeeper> keeper;
-    if (!options.stateFile.empty()) {
-        keeper.emplace(matrix, options.stateFile, [&options](const std::string& reason) {
-            complain("cannot write the state file " + options.stateFile + ": " + reason +
-                     ". It is tried again with the next change.");
-        });
-        if (const auto reason = keeper->load()) return complainOfState(options, *reason);
+    try {
+        return Program(*parsed.options).run();
+    } catch (const std::exception& failure) {  // no memory, no threads
+        return print(stringWithFormat("velmora-switch-server: cannot go on: %@\n", failure.what()), true, exitFailed);
     }
-    if (!options.labelsFile.empty() && !takeLabels(matrix, options.labelsFile)) return exitWrongUsage;
-
-    OutputQueue output(STDOUT_FILENO);
-    Reporter reporter(output, options.verbose);
-    FaultPlan faults(options.faults);
-    SwitchServer server(matrix, &reporter, options.faults.empty() ? nullptr : &faults);
-    if (const auto reason = server.start(options.address, options.port)) {
-        complain(
-            stringWithFormat("cannot listen on %@ port %i: %@. Choose another --port (0 is any free one) or --address.",
-                             options.address, options.port, *reason));
-        return exitFailed;
-    }
-    // Written only now: a start that fails for another reason leaves no file of another size behind.
-    if (keeper) {
-        if (const auto reason = keeper->start()) return complainOfState(options, *reason);
-    }
-    output.add("listening on " + server.endpoint());
-
-    std::optional<Announcement> announcement;
-    if (options.announce) {
-        limitNetServicesToInterfaces(options.interfaces);
-        announcement.emplace(
-            options.name, server.port(),
-            [&output](const std::string& name) {
-                output.add("announced as \"" + stringByEscapingControlCharacters(name) + "\"");
-            },
-            [&server](const std::string& reason) {
-                complain("not announced: " + reason + ". Clients that know its address still reach " +
-                         server.endpoint() + ".");
-            });
-    }
-    QCoreApplication::exec();
-    announcement.reset();
-    server.stop();
-    return keeper && !keeper->stop() ? exitFailed : 0;
 }
 
 void raiseDescriptorLimit() {

@@ -1,7 +1,8 @@
 #include "server/StateKeeper.h"
 
-#include <QFileInfo>
 #include <chrono>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "server/MatrixFile.h"
@@ -12,6 +13,8 @@ namespace {
 
 // The least time between two writes: changes that come faster share one.
 constexpr auto writePause = std::chrono::milliseconds(100);
+// And after one that failed.
+constexpr auto retryPause = std::chrono::seconds(1);
 
 }  // namespace
 
@@ -21,24 +24,33 @@ StateKeeper::StateKeeper(VirtualMatrix& matrix, std::string path, Trouble troubl
 }
 
 StateKeeper::~StateKeeper() {
-    stop();
+    static_cast<void>(stop());  // whoever wants to know what came of it has asked before
     matrix_.setChangeObserver(nullptr);
 }
 
-std::optional<std::string> StateKeeper::load() {
-    if (!QFileInfo::exists(QString::fromStdString(path_))) return std::nullopt;
-    MatrixContents contents;
-    if (auto reason = readMatrixFile(path_, contents)) return reason;
-    return matrix_.apply(std::move(contents));
+Result<void> StateKeeper::lock() {
+    Result<FileLock> lock = FileLock::take(path_);
+    if (!lock) return lock.failure();
+    lock_.emplace(*std::move(lock));
+    return {};
 }
 
-std::optional<std::string> StateKeeper::start() {
-    if (auto reason = writeMatrixFile(path_, matrix_.contents())) return reason;
+Result<void> StateKeeper::load() {
+    std::error_code unknown;
+    if (std::filesystem::symlink_status(path_, unknown).type() == std::filesystem::file_type::not_found) return {};
+    Result<MatrixContents> contents = readMatrixFile(path_);
+    if (!contents) return contents.failure();
+    if (auto reason = matrix_.apply(*std::move(contents))) return Failure{*reason};
+    return {};
+}
+
+Result<void> StateKeeper::start() {
+    if (auto written = writeMatrixFile(path_, matrix_.contents()); !written) return written;
     thread_ = std::thread([this] { keep(); });
-    return std::nullopt;
+    return {};
 }
 
-bool StateKeeper::stop() {
+Result<void> StateKeeper::stop() {
     if (thread_.joinable()) {
         {
             MutexLock lock(mutex_);
@@ -47,7 +59,7 @@ bool StateKeeper::stop() {
         }
         thread_.join();
     }
-    return !failed_;
+    return written_;
 }
 
 void StateKeeper::matrixChanged() {
@@ -63,12 +75,17 @@ void StateKeeper::keep() {
             wake_.wait(lock);
         if (!changed_) return;
         changed_ = false;
+        const bool isLast = stopping_;
         lock.unlock();
-        const auto reason = writeMatrixFile(path_, matrix_.contents());
-        if (reason && !failed_) trouble_(*reason);
-        failed_ = reason.has_value();
+        const bool wasWritten = static_cast<bool>(written_);
+        written_ = writeMatrixFile(path_, matrix_.contents());
+        if (!written_ && wasWritten && !isLast) trouble_(written_.failure().reason);
         lock.lock();
-        const auto next = std::chrono::steady_clock::now() + writePause;
+        if (!written_) {
+            if (isLast) return;
+            changed_ = true;
+        }
+        const auto next = std::chrono::steady_clock::now() + (written_ ? writePause : retryPause);
         while (!stopping_ && wake_.wait_until(lock, next) == std::cv_status::no_timeout) {
         }
     }

@@ -7,6 +7,8 @@
 #include <string>
 #include <thread>
 
+#include "platform/foundation/FileLock.h"
+#include "platform/foundation/Result.h"
 #include "platform/threads/ThreadAnnotations.h"
 #include "server/VirtualMatrix.h"
 
@@ -15,7 +17,8 @@ namespace velmora {
 // Becomes the matrix's change observer. Made before and destroyed after everyone who changes the matrix, by one thread.
 class StateKeeper {
   public:
-    // Called on the keeper's thread when the file could not be written, once until it could be again.
+    // Called on the keeper's thread when the file could not be written, once until it could be again. It is tried again
+    // until it can be.
     using Trouble = std::function<void(const std::string& reason)>;
 
     // The matrix is not owned.
@@ -24,14 +27,16 @@ class StateKeeper {
     StateKeeper& operator=(const StateKeeper&) = delete;
     ~StateKeeper();
 
-    // Takes the file's contents over into the matrix, where there is such a file. The file is only read. None when that
-    // worked; otherwise the reason in words.
-    std::optional<std::string> load();
+    // Has the file for this keeper alone, as long as it lives; a failure when another server keeps its matrix there.
+    // Comes first.
+    Result<void> lock();
+    // Takes the file's contents over into the matrix, where there is such a file. The file is only read.
+    Result<void> load();
     // Writes the file once, so that a place that cannot be written is found at the start, and keeps it from then on.
-    // None when it was written; otherwise the reason in words, and the file is as it was.
-    std::optional<std::string> start();
-    // Ends the keeping, with the last change written; false when it could not be.
-    bool stop();
+    // When it cannot be written, it is as it was.
+    Result<void> start();
+    // Ends the keeping, with the last change written; a failure when that could not be.
+    Result<void> stop();
 
   private:
     void matrixChanged();
@@ -44,7 +49,8 @@ class StateKeeper {
     Condition wake_;
     bool changed_ GUARDED_BY(mutex_) = false;
     bool stopping_ GUARDED_BY(mutex_) = false;
-    bool failed_ = false;  // keeper's thread, and of no thread before and after
+    Result<void> written_;  // at the last try; keeper's thread, and of no thread before and after
+    std::optional<FileLock> lock_;
     std::thread thread_;
 };
 

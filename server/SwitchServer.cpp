@@ -19,27 +19,22 @@ constexpr auto acceptPause = std::chrono::milliseconds(50);
 
 }  // namespace
 
-// What exists only between start and stop. Connections are held by their pending operations, which end with the
-// io_context.
+// On one address.
 class SwitchServer::Listener {
   public:
-    explicit Listener(SwitchServer& server) : server_(server) {}
+    Listener(SwitchServer& server, asio::io_context& context) : server_(server), acceptor_(context), pause_(context) {}
 
-    void listen(const std::string& address, std::uint16_t port) {
-        const asio::ip::tcp::endpoint endpoint(asio::ip::make_address(address), port);
+    // Where it listens then: a port of 0 has become a free one.
+    asio::ip::tcp::endpoint listen(const asio::ip::tcp::endpoint& endpoint) {
         acceptor_.open(endpoint.protocol());
         // A server that is started again at once gets its port back although old connections linger.
         acceptor_.set_option(asio::ip::tcp::acceptor::reuse_address(true));
         acceptor_.bind(endpoint);
         acceptor_.listen();
         acceptor_.non_blocking(true);
-        server_.port_ = acceptor_.local_endpoint().port();
-        server_.endpoint_ = socketName(acceptor_.local_endpoint());
         acceptNext();
+        return acceptor_.local_endpoint();
     }
-
-    void run() { context_.run(); }
-    void stop() { context_.stop(); }
 
   private:
     void acceptNext() {
@@ -80,10 +75,32 @@ class SwitchServer::Listener {
     }
 
     SwitchServer& server_;
-    asio::io_context context_{1};  // only one thread runs it
-    asio::ip::tcp::acceptor acceptor_{context_};
-    asio::steady_timer pause_{context_};
+    asio::ip::tcp::acceptor acceptor_;
+    asio::steady_timer pause_;
     bool troubleReported_ = false;
+};
+
+// What exists only between start and stop. Connections are held by their pending operations, which end with the
+// io_context.
+class SwitchServer::Listeners {
+  public:
+    Listeners(SwitchServer& server, const std::vector<std::string>& addresses, std::uint16_t port) {
+        server.port_ = port;
+        server.endpoint_.clear();
+        for (const std::string& address : addresses) {
+            auto& listener = *listeners_.emplace_back(std::make_unique<Listener>(server, context_));
+            const auto endpoint = listener.listen({asio::ip::make_address(address), server.port_});
+            server.port_ = endpoint.port();
+            server.endpoint_ += (server.endpoint_.empty() ? "" : ", ") + socketName(endpoint);
+        }
+    }
+
+    void run() { context_.run(); }
+    void stop() { context_.stop(); }
+
+  private:
+    asio::io_context context_{1};  // only one thread runs it
+    std::vector<std::unique_ptr<Listener>> listeners_;
 };
 
 SwitchServer::SwitchServer(VirtualMatrix& matrix, SwitchServerDelegate* delegate, FaultPlan* faults)
@@ -93,27 +110,31 @@ SwitchServer::~SwitchServer() {
     stop();
 }
 
-std::optional<std::string> SwitchServer::start(const std::string& address, std::uint16_t port) {
+std::optional<std::string> SwitchServer::start(const std::vector<std::string>& addresses, std::uint16_t port) {
     stop();
-    try {
-        listener_ = std::make_unique<Listener>(*this);
-        listener_->listen(address, port);
-        thread_ = std::thread([listener = listener_.get()] { listener->run(); });
-    } catch (const asio::system_error& error) {
-        listener_.reset();
-        return error.code().message();
-    } catch (const std::exception& error) {
-        listener_.reset();
-        return error.what();
+    // A port that is free at one address may be taken at the next; then another free one is tried.
+    constexpr int kAttempts = 20;
+    for (int attempt = 1;; ++attempt) {
+        try {
+            listeners_ = std::make_unique<Listeners>(*this, addresses, port);
+            thread_ = std::thread([listeners = listeners_.get()] { listeners->run(); });
+            return std::nullopt;
+        } catch (const asio::system_error& error) {
+            listeners_.reset();
+            if (port == 0 && error.code() == asio::error::address_in_use && attempt < kAttempts) continue;
+            return error.code().message();
+        } catch (const std::exception& error) {
+            listeners_.reset();
+            return error.what();
+        }
     }
-    return std::nullopt;
 }
 
 void SwitchServer::stop() {
-    if (!listener_) return;
-    listener_->stop();
+    if (!listeners_) return;
+    listeners_->stop();
     thread_.join();
-    listener_.reset();
+    listeners_.reset();
 }
 
 }  // namespace velmora

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 #include "server/FaultPlan.h"
 #include "server/SwitchProtocol.h"
@@ -40,13 +41,17 @@ class SwitchServer {
     SwitchServer& operator=(const SwitchServer&) = delete;
     ~SwitchServer();
 
-    // Listens on an IPv4 or IPv6 address, on a free port for port 0, and serves. None when it does, the reason in words
-    // when it cannot.
-    std::optional<std::string> start(const std::string& address, std::uint16_t port);
+    // Listens on IPv4 or IPv6 addresses, at least one, all on the same port (a free one for port 0), and serves. None
+    // when it does, the reason in words when it cannot listen on each of them. A link-local address ends in "%" and its
+    // interface.
+    std::optional<std::string> start(const std::vector<std::string>& addresses, std::uint16_t port);
+    std::optional<std::string> start(const std::string& address, std::uint16_t port) {
+        return start(std::vector{address}, port);
+    }
     // Closes every connection and ends the thread. A stopped server may be started again.
     void stop();
 
-    // Of the last successful start: the port, and address and port as in "127.0.0.1:4000" and "[::1]:4000".
+    // Of the last successful start: the port, and each address with it, as in "127.0.0.1:4000, [::1]:4000".
     std::uint16_t port() const { return port_; }
     const std::string& endpoint() const { return endpoint_; }
     // The number of connections at this moment.
@@ -54,6 +59,7 @@ class SwitchServer {
 
   private:
     class Listener;
+    class Listeners;
 
     const SwitchProtocol protocol_;
     SwitchServerDelegate* const delegate_;
@@ -61,7 +67,7 @@ class SwitchServer {
     std::uint16_t port_ = 0;
     std::string endpoint_;
     std::atomic<std::size_t> clients_ = 0;
-    std::unique_ptr<Listener> listener_;
+    std::unique_ptr<Listeners> listeners_;
     std::thread thread_;
 };
 

@@ -3,7 +3,7 @@
 #include <dlfcn.h>
 
 #include <QApplication>
-#include <QFile>
+#include <QBuffer>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPointer>
@@ -11,6 +11,7 @@
 #include <QUiLoader>
 #include <memory>
 
+#include "platform/foundation/FileContents.h"
 #include "platform/foundation/NSBundle.h"
 #include "platform/foundation/NSLog.h"
 #include "platform/threads/MainThread.h"
@@ -83,14 +84,17 @@ void SettingsView::load(SwitchSettingsViewController& controller, const std::str
         return;
     }
     keepInterfaceLoaderInMemory();
-    QFile file(QString::fromStdString(path->string()));
+    constexpr std::size_t kInterfaceByteLimit = 1024 * 1024;
+    const Result<std::string> contents = readFile(*path, kInterfaceByteLimit);
+    QBuffer file;
+    if (contents) file.setData(contents->data(), static_cast<qsizetype>(contents->size()));
+    file.open(QIODevice::ReadOnly);
     InterfaceLoader loader;
-    std::unique_ptr<QWidget> root(file.open(QIODevice::ReadOnly) ? loader.load(&file) : nullptr);
+    std::unique_ptr<QWidget> root(contents ? loader.load(&file) : nullptr);
     auto* const view = dynamic_cast<SettingsView*>(root.get());
     if (view == nullptr) {
-        const QString reason = file.isOpen() ? loader.errorString() : file.errorString();
         NSLog("No settings view, because %@ cannot be read: %@ (Velmora Switch Plugin)", path->string(),
-              reason.toStdString());
+              contents ? loader.errorString().toStdString() : contents.failure().reason);
     } else if (const char* const missing = view->connectWidgets()) {
         NSLog("No settings view, because %@ has no \"%@\" (Velmora Switch Plugin)", path->string(), missing);
     } else {

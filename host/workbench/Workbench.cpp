@@ -1,16 +1,15 @@
 #include "host/workbench/Workbench.h"
 
 #include <QApplication>
+#include <QBuffer>
 #include <QPixmap>
-#include <QSaveFile>
 #include <QWindow>
-#include <optional>
-#include <system_error>
 
 #include "host/Console.h"
 #include "host/PluginState.h"
 #include "host/Waiting.h"
 #include "host/workbench/WorkbenchWindow.h"
+#include "platform/foundation/FileContents.h"
 #include "platform/threads/Interruption.h"
 
 namespace velmora {
@@ -22,22 +21,19 @@ ExitCode complainOfPicture(const Options& options, const std::string& reason) {
     return ExitCode::unusable;
 }
 
-// What is there and is no regular file, such as a device, is not replaced by one.
-bool mayBeReplaced(const std::filesystem::path& path) {
-    std::error_code fault;
-    const auto type = std::filesystem::status(path, fault).type();
-    return type == std::filesystem::file_type::regular || type == std::filesystem::file_type::not_found;
-}
-
-ExitCode takeScreenshot(WorkbenchWindow& window, PluginHost& host, const Options& options, QSaveFile& picture) {
+ExitCode takeScreenshot(WorkbenchWindow& window, PluginHost& host, const Options& options) {
     const bool isComplete = waitUntil(
         [&] {
             return attributesAreThere(host.plugin()) && window.session().situation().kind != Situation::Kind::lost &&
                    !window.session().isReading() && window.windowHandle()->isExposed();
         },
         options.wait);
-    if (!window.grab().save(&picture, "PNG") || !picture.commit())
-        return complainOfPicture(options, picture.errorString().toStdString());
+    QByteArray picture;
+    QBuffer buffer(&picture);
+    if (!window.grab().save(&buffer, "PNG")) return complainOfPicture(options, "the window cannot be drawn");
+    const Result<void> written =
+        replaceFile(*options.screenshot, {picture.constData(), static_cast<std::size_t>(picture.size())});
+    if (!written) return complainOfPicture(options, written.failure().reason);
     if (isComplete) return ExitCode::done;
     complain("the attributes did not come in time (--wait). " + window.session().situation().text.toStdString());
     return ExitCode::timedOut;
@@ -46,18 +42,16 @@ ExitCode takeScreenshot(WorkbenchWindow& window, PluginHost& host, const Options
 }  // namespace
 
 ExitCode runWorkbench(PluginHost& host, SettingsFile& settingsFile, const Options& options) {
-    std::optional<QSaveFile> picture;  // opened first: what cannot be written is said before the wait
     if (options.screenshot) {
-        if (!mayBeReplaced(*options.screenshot)) return complainOfPicture(options, "it is no regular file");
-        picture.emplace(QString::fromStdString(options.screenshot->string()));
-        if (!picture->open(QIODevice::WriteOnly))
-            return complainOfPicture(options, picture->errorString().toStdString());
+        // What cannot be written is said before the wait.
+        if (const Result<void> may = mayReplaceFile(*options.screenshot); !may)
+            return complainOfPicture(options, may.failure().reason);
     }
     WorkbenchWindow window(host, settingsFile);
     window.show();
-    if (!window.session().start(options.defaults) && picture) return ExitCode::refused;
-    if (picture) {
-        const ExitCode code = takeScreenshot(window, host, options, *picture);
+    if (!window.session().start(options.defaults) && options.screenshot) return ExitCode::refused;
+    if (options.screenshot) {
+        const ExitCode code = takeScreenshot(window, host, options);
         window.document().discardChanges();
         return code;
     }

@@ -1,57 +1,72 @@
 #include "platform/foundation/FileContents.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <system_error>
 #include <utility>
+
+#include "platform/foundation/Descriptor.h"
+#include "platform/foundation/Text.h"
 
 namespace velmora {
 
 namespace {
 
-// A descriptor that is closed at the end of the scope, unless close() was called.
-class Descriptor {
-  public:
-    explicit Descriptor(int number) : number_(number) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (number_ >= 0) ::close(number_);
-    }
-    int number() const { return number_; }
-    // Whether what was written has been taken.
-    bool close() { return ::close(std::exchange(number_, -1)) == 0; }
+constexpr std::size_t kDigits = 8;
 
-  private:
-    int number_;
+Failure noFile(mode_t mode) {
+    const char* const kind = S_ISDIR(mode) ? "folder" : S_ISFIFO(mode) ? "pipe" : S_ISSOCK(mode) ? "socket" : "device";
+    return {stringWithFormat("it is a %@, not a file", kind)};
+}
+
+Failure tooLarge(std::size_t byteLimit) {
+    return {stringWithFormat("it is larger than %li bytes", byteLimit)};
+}
+
+std::filesystem::path folderOf(const std::filesystem::path& file) {
+    return file.has_parent_path() ? file.parent_path() : std::filesystem::path(".");
+}
+
+// The file that is to be replaced, and what is known of it where it is there.
+struct Target {
+    std::filesystem::path path;
+    std::optional<struct stat> old;
 };
+
+Result<Target> targetOf(const std::filesystem::path& file) {
+    std::error_code unresolved;
+    Target target{std::filesystem::canonical(file, unresolved), std::nullopt};
+    if (unresolved) target.path = file;
+    struct stat status {};
+    if (lstat(target.path.c_str(), &status) != 0) return target;
+    // A link that leads nowhere is none of ours to cut.
+    if (unresolved == std::errc::no_such_file_or_directory) return Failure{"it is a link that leads nowhere"};
+    if (unresolved) return failureOfSystem(unresolved.value());
+    if (!S_ISREG(status.st_mode)) return noFile(status.st_mode);
+    // That the folder would allow it does not mean that the file's owner wants it.
+    if (faccessat(AT_FDCWD, target.path.c_str(), W_OK, AT_EACCESS) != 0)
+        return errno == EACCES ? Failure{"it is write-protected"} : failureOfSystem(errno);
+    target.old = status;
+    return target;
+}
 
 bool writeAll(int descriptor, std::string_view contents) {
     while (!contents.empty()) {
         const ssize_t written = write(descriptor, contents.data(), contents.size());
         if (written < 0 && errno == EINTR) continue;
-        if (written < 0) return false;
+        if (written == 0) errno = EIO;
+        if (written <= 0) return false;
         contents.remove_prefix(static_cast<std::size_t>(written));
     }
     return true;
-}
-
-// A file that was not there before, of a name of its own: open to its owner only, or to whom the system lets.
-Descriptor newFileBeside(const std::filesystem::path& file, bool isPrivate, std::string& name) {
-    constexpr int kAttempts = 100;
-    const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : std::filesystem::path(".");
-    int number = -1;
-    for (int attempt = 0; attempt < kAttempts && number < 0; ++attempt) {
-        name = (folder / (".velmora-" + std::to_string(arc4random()))).string();
-        number = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, isPrivate ? 0600 : 0666);
-        if (number < 0 && errno != EEXIST) break;
-    }
-    return Descriptor(number);
 }
 
 bool keepOwnerAndPermissions(int descriptor, const struct stat& old) {
@@ -61,58 +76,132 @@ bool keepOwnerAndPermissions(int descriptor, const struct stat& old) {
     return fchmod(descriptor, old.st_mode & (isKept ? 07777 : 0707)) == 0;
 }
 
-}  // namespace
+// The file that is to take the target's place. It is locked for as long as it has a name of its own, so that others
+// know it from one that was left behind. The functions leave the reason in errno when they return false.
+class NewFile {
+  public:
+    explicit NewFile(const Target& target) : target_(target) {}
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+    ~NewFile() {
+        if (hasName_) unlink(name_.c_str());
+    }
 
-bool readFile(const std::filesystem::path& file, std::size_t byteLimit, std::string& contents) {
-    // Without waiting, should it be a pipe that nobody writes to.
-    const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (descriptor.number() < 0) return false;
-    struct stat status {};
-    if (fstat(descriptor.number(), &status) != 0) return false;
-    if (!S_ISREG(status.st_mode)) {
-        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-        return false;
+    bool create();
+    bool fill(std::string_view contents);
+    bool takePlace();
+
+  private:
+    const Target& target_;
+    std::string name_;
+    bool hasName_ = false;
+    Descriptor descriptor_;
+    Descriptor lock_;  // the same open file: closing the other, which may fail, shall not unlock it
+};
+
+bool NewFile::create() {
+    constexpr int kAttempts = 100;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        std::string digits = std::to_string(arc4random() % 100'000'000);
+        digits.insert(0, kDigits - digits.size(), '0');
+        name_ = companionOf(target_.path, "-" + digits).string();
+        // Instead of a file that is there: open to its owner only, until it has that one's owner and permissions.
+        descriptor_ =
+            Descriptor(open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, target_.old ? 0600 : 0666));
+        if (!descriptor_ && errno != EEXIST) return false;
+        if (!descriptor_) continue;
+        // Somebody who clears away may have come between, and then removes it. A file system without locks has nobody
+        // who clears away.
+        struct stat status {};
+        if (flock(descriptor_.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) continue;
+        if (fstat(descriptor_.number(), &status) == 0 && status.st_nlink == 0) continue;
+        hasName_ = true;
+        lock_ = Descriptor(fcntl(descriptor_.number(), F_DUPFD_CLOEXEC, 0));
+        return static_cast<bool>(lock_);
     }
-    std::size_t size = 0;
-    while (size <= byteLimit) {
-        contents.resize(std::min(size + 64 * 1024, byteLimit + 1));
-        const ssize_t got = read(descriptor.number(), contents.data() + size, contents.size() - size);
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) return false;
-        if (got == 0) break;
-        size += static_cast<std::size_t>(got);
-    }
-    contents.resize(size);
+    errno = EEXIST;
+    return false;
+}
+
+bool NewFile::fill(std::string_view contents) {
+    return writeAll(descriptor_.number(), contents) &&
+           (!target_.old || keepOwnerAndPermissions(descriptor_.number(), *target_.old)) &&
+           fsync(descriptor_.number()) == 0 && descriptor_.close();
+}
+
+bool NewFile::takePlace() {
+    if (rename(name_.c_str(), target_.path.c_str()) != 0) return false;
+    hasName_ = false;
     return true;
 }
 
-bool replaceFile(const std::filesystem::path& file, std::string_view contents) {
-    std::error_code unresolved;
-    std::filesystem::path target = std::filesystem::canonical(file, unresolved);
-    struct stat old {};
-    const bool hasOld = lstat(unresolved ? file.c_str() : target.c_str(), &old) == 0;
-    if (hasOld && (unresolved || !S_ISREG(old.st_mode))) {  // a link that leads nowhere is none of ours to cut
-        errno = unresolved ? unresolved.value() : S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
-        return false;
+// Those new files of this target whose writers are gone.
+void removeLeftovers(const std::filesystem::path& target) {
+    const std::string beginning = companionOf(target, "-").filename().string();
+    std::error_code fault;
+    std::filesystem::directory_iterator entry(folderOf(target), fault);
+    for (; !fault && entry != std::filesystem::directory_iterator(); entry.increment(fault)) {
+        const std::string name = entry->path().filename().string();
+        if (name.size() != beginning.size() + kDigits || !name.starts_with(beginning)) continue;
+        const Descriptor leftover(open(entry->path().c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        if (leftover && flock(leftover.number(), LOCK_EX | LOCK_NB) == 0) unlink(entry->path().c_str());
     }
-    if (unresolved) target = file;
-    std::string newFile;
-    Descriptor descriptor = newFileBeside(target, hasOld, newFile);
-    if (descriptor.number() < 0) return false;
-    const bool done = (!hasOld || keepOwnerAndPermissions(descriptor.number(), old)) &&
-                      writeAll(descriptor.number(), contents) && fsync(descriptor.number()) == 0 &&
-                      descriptor.close() && rename(newFile.c_str(), target.c_str()) == 0;
-    if (!done) {
-        const int reason = errno;
-        unlink(newFile.c_str());
-        errno = reason;
-        return false;
+}
+
+}  // namespace
+
+Result<std::string> readFile(const std::filesystem::path& file, std::size_t byteLimit) {
+    struct stat status {};
+    if (stat(file.c_str(), &status) != 0) return failureOfSystem(errno);
+    if (!S_ISREG(status.st_mode)) return noFile(status.st_mode);
+    const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    // Again: another may be called so by now.
+    if (!descriptor || fstat(descriptor.number(), &status) != 0) return failureOfSystem(errno);
+    if (!S_ISREG(status.st_mode)) return noFile(status.st_mode);
+    if (static_cast<std::uintmax_t>(status.st_size) > byteLimit) return tooLarge(byteLimit);
+    constexpr std::size_t kPiece = 64 * 1024;
+    std::size_t size = 0;
+    // One byte more than there seems to be, which shows the end.
+    std::string contents(static_cast<std::size_t>(status.st_size) + 1, '\0');
+    for (;;) {
+        if (size == contents.size()) contents.resize(size + kPiece);
+        const ssize_t got = read(descriptor.number(), contents.data() + size, contents.size() - size);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return failureOfSystem(errno);
+        if (got == 0) break;
+        size += static_cast<std::size_t>(got);
+        if (size > byteLimit) return tooLarge(byteLimit);
     }
-    // The new name survives a power cut only when the folder is on the disk, too. Not every file system can do that.
-    const Descriptor folder(
-        open(target.has_parent_path() ? target.parent_path().c_str() : ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder.number() >= 0) fsync(folder.number());
-    return true;
+    contents.resize(size);
+    return contents;
+}
+
+Result<void> replaceFile(const std::filesystem::path& file, std::string_view contents) {
+    const Result<Target> target = targetOf(file);
+    if (!target) return target.failure();
+    const Descriptor folder(open(folderOf(target->path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder && errno != EACCES) return failureOfSystem(errno);
+    removeLeftovers(target->path);
+    NewFile newFile(*target);
+    if (!newFile.create() || !newFile.fill(contents) || !newFile.takePlace()) return failureOfSystem(errno);
+    // The new name survives a power cut only when the folder is on the disk, too. One that may not be read, or whose
+    // file system knows no such thing, is left to the system.
+    if (folder && fsync(folder.number()) != 0 && errno != EINVAL && errno != EACCES)
+        return Failure{"its folder cannot be written: " + failureOfSystem(errno).reason};
+    return {};
+}
+
+Result<void> mayReplaceFile(const std::filesystem::path& file) {
+    const Result<Target> target = targetOf(file);
+    if (!target) return target.failure();
+    if (faccessat(AT_FDCWD, folderOf(target->path).c_str(), W_OK | X_OK, AT_EACCESS) != 0)
+        return failureOfSystem(errno);
+    return {};
+}
+
+std::filesystem::path companionOf(const std::filesystem::path& file, std::string_view suffix) {
+    constexpr std::size_t kLongest = 200;  // of the 255 bytes that a name may have
+    return folderOf(file) / (".velmora-" + file.filename().string().substr(0, kLongest)).append(suffix);
 }
 
 }  // namespace velmora

@@ -1,4 +1,4 @@
-// Whole files, read and replaced. Any thread. False leaves the reason in errno.
+// Whole files, read and replaced: the one place that does. Any thread, and any number of processes at once.
 #pragma once
 
 #include <cstddef>
@@ -6,15 +6,28 @@
 #include <string>
 #include <string_view>
 
+#include "platform/foundation/Result.h"
+
 namespace velmora {
 
-// A regular file only. Reads up to one byte more than the limit, so that a larger file is known as such.
-bool readFile(const std::filesystem::path& file, std::size_t byteLimit, std::string& contents);
+// A regular file only; nothing else is opened, because that alone may wait or set something going. Takes the memory of
+// what is there. A file of more bytes than the limit is a failure.
+Result<std::string> readFile(const std::filesystem::path& file, std::size_t byteLimit);
 
-// Atomically: a new file beside it is flushed to the disk, then renamed over it; when that fails, the old file stands
-// unchanged. A symbolic link stays one; the file that it leads to is replaced, and has to be there. What is no regular
-// file is not replaced. The permissions stay, and so do owner and group as far as the system lets this process give
-// files away.
-bool replaceFile(const std::filesystem::path& file, std::string_view contents);
+// Atomically: a new file beside it is flushed to the disk, then renamed over it. When that fails, the old file stands
+// unchanged; only where the folder cannot be flushed, which comes last and is a failure, too, the new one is there,
+// though perhaps not after a power cut.
+// A symbolic link stays one; the file that it leads to is replaced, and has to be there. What is no regular file, or
+// what this process may not write to, is not replaced. The permissions stay, and so do owner and group as far as the
+// system lets this process give files away; other attributes and further hard links do not follow.
+// The new file is called ".velmora-FILE-" and eight digits while it is written. One that was left behind, because its
+// writer was killed, is removed by the next who replaces this file.
+Result<void> replaceFile(const std::filesystem::path& file, std::string_view contents);
+
+// Whether it looks as if replaceFile would work: said before long work, not a promise.
+Result<void> mayReplaceFile(const std::filesystem::path& file);
+
+// The hidden file of that folder that is called ".velmora-FILE" and the suffix; a very long FILE is cut.
+std::filesystem::path companionOf(const std::filesystem::path& file, std::string_view suffix);
 
 }  // namespace velmora

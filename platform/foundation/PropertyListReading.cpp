@@ -234,13 +234,13 @@ std::optional<PropertyList> propertyListWithXML(std::string_view xml, std::strin
 }
 
 std::optional<PropertyList> propertyListWithContentsOfFile(const std::filesystem::path& file, std::string* error) {
-    std::string contents;
-    if (!readFile(file, kPropertyListByteLimit, contents)) {
-        fail(error, stringWithFormat("%@ cannot be read: %@", file.string(), std::generic_category().message(errno)));
+    const Result<std::string> contents = readFile(file, kPropertyListByteLimit);
+    if (!contents) {
+        fail(error, stringWithFormat("%@ cannot be read: %@", file.string(), contents.failure().reason));
         return std::nullopt;
     }
     std::string reason;
-    auto value = propertyListWithXML(contents, &reason);
+    auto value = propertyListWithXML(*contents, &reason);
     if (!value) fail(error, stringWithFormat("%@ is no usable property list: %@", file.string(), reason));
     return value;
 }

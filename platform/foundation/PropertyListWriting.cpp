@@ -2,7 +2,6 @@
 #include <QChar>
 #include <QString>
 #include <charconv>
-#include <system_error>
 
 #include "platform/foundation/FileContents.h"
 #include "platform/foundation/PropertyListCharacters.h"
@@ -147,10 +146,9 @@ bool writePropertyListToFile(const PropertyList& value, const std::filesystem::p
     std::string reason;
     const auto xml = XMLWithPropertyList(value, &reason);
     if (!xml) return fail(error, stringWithFormat("%@ cannot be written: %@", file.string(), reason));
-    if (!replaceFile(file, *xml)) {
-        const std::string system = std::generic_category().message(errno);
-        return fail(error, stringWithFormat("%@ cannot be written: %@", file.string(), system));
-    }
+    const Result<void> replaced = replaceFile(file, *xml);
+    if (!replaced)
+        return fail(error, stringWithFormat("%@ cannot be written: %@", file.string(), replaced.failure().reason));
     return true;
 }
 

@@ -13,7 +13,7 @@ namespace velmora {
 
 namespace {
 
-constexpr std::array kSignals = {SIGINT, SIGTERM};
+constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
 
 // What the signal handler writes to; -1 for nothing.
 std::atomic<int> wakeUp = -1;
@@ -44,7 +44,10 @@ Interruption::Interruption(std::function<void()> handler, Second second)
     if (second == Second::endsProcess) action.sa_flags |= static_cast<int>(SA_RESETHAND);
     sigemptyset(&action.sa_mask);
     for (std::size_t i = 0; i < kSignals.size(); ++i) {
-        sigaction(kSignals[i], &action, &earlier_[i]);
+        sigaction(kSignals[i], nullptr, &earlier_[i]);
+        // Whoever started this with nohup wants it to outlive its terminal.
+        if (kSignals[i] == SIGHUP && earlier_[i].sa_handler == SIG_IGN) continue;
+        sigaction(kSignals[i], &action, nullptr);
     }
 }
 

@@ -1,4 +1,4 @@
-// SIGINT and SIGTERM as an event of the main loop.
+// SIGINT, SIGTERM and SIGHUP as an event of the main loop.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@ class QSocketNotifier;
 namespace velmora {
 
 // Main thread, one at a time. While it lives these signals call the handler from the event loop instead of ending the
-// process, also when the loop starts only later.
+// process, also when the loop starts only later. A SIGHUP that was ignored before stays ignored.
 class Interruption {
   public:
     // What the same signal does a second time: it ends the process, so that a blocked loop can be interrupted, too, or
@@ -27,7 +27,7 @@ class Interruption {
   private:
     int descriptor_;
     std::unique_ptr<QSocketNotifier> notifier_;
-    std::array<struct sigaction, 2> earlier_;
+    std::array<struct sigaction, 3> earlier_;
 };
 
 }  // namespace velmora

@@ -1,11 +1,15 @@
 // The program as a user meets it: command line, first lines, signals, exit codes.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 
+#include <QDir>
 #include <QTemporaryDir>
 #include <deque>
 #include <filesystem>
 #include <fstream>
 
+#include "server/MatrixFile.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ServiceWatch.h"
 #include "tests/support/Sockets.h"
@@ -28,8 +32,12 @@ std::vector<std::string> server(std::vector<std::string> arguments) {
     return arguments;
 }
 
+std::vector<std::string> shell(const char* commands) {
+    return {"/bin/sh", "-c", commands, VELMORA_SWITCH_SERVER};
+}
+
 TEST(Program, IsAnnouncedUntilASignalEndsItInOrder) {
-    for (const int signal : {SIGTERM, SIGINT}) {
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
         const std::string name = "Halle \"" + std::to_string(signal) + "\"\tNord";
         const ServiceWatch seen;
         Program program(server({"--name", name}));
@@ -51,6 +59,8 @@ TEST(Program, RefusesAWrongCommandLineAndSaysWhatToDo) {
     const std::string folder = directory.path().toStdString();
     const std::string damaged = folder + "/damaged.json";
     std::ofstream(damaged) << "{";
+    const std::string pipe = folder + "/pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     const RefusingPort taken;
     const std::tuple<std::vector<std::string>, int, const char*> table[] = {
         {{"--inputs", "0"}, 2, "--inputs takes a number from 1 to 65536, not \"0\""},
@@ -59,6 +69,10 @@ TEST(Program, RefusesAWrongCommandLineAndSaysWhatToDo) {
         {{"--interface", "lo", "--interface", "nosuch0"}, 2, "this machine has lo"},
         {{"--name", std::string(64, 'n')}, 2, "--name takes 1 to 63 bytes"},
         {{"nonsense"}, 2, "\"nonsense\" is not an option"},
+        {{"--\x1B[2J\u009B"}, 2, "'\\x1B[2J\\u{009B}'"},
+        {{"--labels", "\x1B[2J"}, 2, "file \\x1B[2J: No such file"},
+        {{"--labels", pipe}, 2, "it is a pipe, not a file"},
+        {{"--state", pipe}, 2, "it is a pipe, not a file"},
         {{"--state", damaged}, 2, "it is damaged at byte"},
         {{"--labels", folder + "/none"}, 2, "No such file"},
         {{"--state", folder + "/none/state"}, 2, "No such file"},
@@ -80,6 +94,62 @@ TEST(Program, RefusesAWrongCommandLineAndSaysWhatToDo) {
         EXPECT_FALSE(std::filesystem::exists(folder + "/state")) << message;
     }
     EXPECT_EQ(Program(server({"--help"})).exitCode(), 0);
+    EXPECT_EQ(Program(shell("exec \"$0\" --help >/dev/full")).exitCode(), 1);
+}
+
+TEST(Program, StaysWhereHangingUpIsIgnored) {
+    Program program(shell("trap '' HUP; exec \"$0\" --no-announce"));
+    TestClient client(program.port());
+    program.sendSignal(SIGHUP);
+    EXPECT_EQ(client.exchange("GET 1"), "1 1\r\n");
+    EXPECT_EQ(program.exitCodeAfterSignal(), 0);
+}
+
+TEST(Program, ListensWhereTheAnnouncementLeadsAndSaysWhereItDoesNot) {
+    Program(server({"--interface", "lo"})).port();
+    Program elsewhere(server({"--address", "127.0.0.2"}));
+    EXPECT_NE(elsewhere.errorLine().find("announced on lo, which 127.0.0.2 is no address of"), std::string::npos);
+    EXPECT_EQ(elsewhere.outputLine().find("listening on 127.0.0.2:"), 0U);
+    Program everywhere(server({"--address", "::"}));
+    EXPECT_NE(everywhere.outputLineWith("announced"), "");
+    EXPECT_EQ(everywhere.exitCodeAfterSignal(), 0);
+    EXPECT_EQ(everywhere.errors(), "");
+}
+
+TEST(Program, KeepsAStateFileAloneAndWholeWhileTheDiskIsFull) {
+    const QTemporaryDir directory;
+    const std::string state = directory.filePath("state.json").toStdString();
+    const std::string link = directory.filePath("link").toStdString();
+    Program first(server({"--no-announce", "--state", state}));
+    first.port();
+    std::filesystem::create_symlink(state, link);
+    Program second(server({"--no-announce", "--state", link}));
+    EXPECT_EQ(second.exitCode(), 2);
+    EXPECT_NE(second.errors().find("another program has it in use"), std::string::npos);
+    EXPECT_EQ(first.exitCodeAfterSignal(SIGKILL), -1);
+
+    Program program(server({"--no-announce", "--state", state}));
+    TestClient client(program.port());
+    const auto limitFiles = [&program](rlim_t bytes) {
+        const rlimit limit{bytes, RLIM_INFINITY};
+        EXPECT_EQ(prlimit(program.id(), RLIMIT_FSIZE, &limit, nullptr), 0);
+    };
+    const auto isKept = [&state](int input) {
+        const auto kept = readMatrixFile(state);
+        return kept && kept->routes[0] == input;
+    };
+    limitFiles(100);
+    EXPECT_EQ(client.exchange("SET 1 2"), "OK\r\n");
+    EXPECT_NE(program.errorLine().find("state.json: File too large. It is tried again"), std::string::npos);
+    EXPECT_TRUE(isKept(1));
+    limitFiles(RLIM_INFINITY);
+    EXPECT_TRUE(runMainLoopUntil([&] { return isKept(2); }));
+    limitFiles(100);
+    EXPECT_EQ(client.exchange("SET 1 3"), "OK\r\n");
+    EXPECT_EQ(program.exitCodeAfterSignal(SIGHUP), 1);
+    EXPECT_NE(program.errors().find("the last changes are not in the state file"), std::string::npos);
+    EXPECT_TRUE(isKept(2));
+    EXPECT_EQ(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden), (QStringList{"link", "state.json"}));
 }
 
 TEST(Program, ServesAndEndsAlthoughNobodyReadsWhatItPrints) {
@@ -129,7 +199,7 @@ TEST(Program, KeepsItsStateEvenInALargerMatrixAndTakesLabelsFromAFile) {
 }
 
 TEST(Program, ServesNewClientsWhenItsDescriptorsSufficeAgain) {
-    Program program({"/bin/sh", "-c", "ulimit -n 40; exec \"$0\" --no-announce", VELMORA_SWITCH_SERVER});
+    Program program(shell("ulimit -n 40; exec \"$0\" --no-announce"));
     const std::uint16_t port = program.port();
     std::deque<TestClient> clients;
     clients.emplace_back(port);

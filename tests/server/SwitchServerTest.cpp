@@ -95,8 +95,10 @@ TEST_F(SwitchServerTest, StopsWithClientsAndStartsAgainOnItsPort) {
     const RefusingPort taken;
     EXPECT_NE(server_.start("127.0.0.1", taken.port()).value_or(""), "");
     EXPECT_NE(server_.start("nowhere", 0).value_or(""), "");
-    ASSERT_EQ(server_.start("::1", 0), std::nullopt);
-    EXPECT_EQ(server_.endpoint(), "[::1]:" + std::to_string(server_.port()));
+    ASSERT_EQ(server_.start(std::vector<std::string>{"::1", "127.0.0.1"}, 0), std::nullopt);
+    const std::string both = std::to_string(server_.port());
+    EXPECT_EQ(server_.endpoint(), "[::1]:" + both + ", 127.0.0.1:" + both);
+    EXPECT_EQ(client().exchange("GET 1"), "1 1\r\n");
 }
 
 }  // namespace

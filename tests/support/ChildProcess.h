@@ -19,6 +19,7 @@ class ChildProcess {
     // Kills the program where it still runs.
     ~ChildProcess();
 
+    pid_t id() const { return process_; }
     // The next line, without its end; empty when the program has ended or says nothing.
     std::string outputLine() { return output_.line(); }
     // The next one that holds the text; empty where none comes.

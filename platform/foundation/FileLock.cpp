@@ -1,0 +1,59 @@
+#include "platform/foundation/FileLock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include "platform/foundation/FileContents.h"
+
+namespace velmora {
+
+namespace {
+
+// One that somebody else left behind may only be read, which is enough to lock it on most file systems.
+Descriptor openLockFile(const std::string& name) {
+    constexpr int kFlags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+    Descriptor descriptor(open(name.c_str(), O_RDWR | O_CREAT | kFlags, 0644));
+    if (!descriptor && errno == EACCES) descriptor = Descriptor(open(name.c_str(), O_RDONLY | kFlags));
+    return descriptor;
+}
+
+bool hasName(const Descriptor& descriptor, const std::string& name) {
+    struct stat ours {
+    }, named{};
+    return fstat(descriptor.number(), &ours) == 0 && lstat(name.c_str(), &named) == 0 && ours.st_dev == named.st_dev &&
+           ours.st_ino == named.st_ino;
+}
+
+}  // namespace
+
+Result<FileLock> FileLock::take(const std::filesystem::path& file) {
+    constexpr int kAttempts = 100;
+    std::error_code unresolved;
+    const std::filesystem::path resolved = std::filesystem::weakly_canonical(file, unresolved);
+    const std::string name = companionOf(unresolved ? file : resolved, ".lock").string();
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        Descriptor descriptor = openLockFile(name);
+        if (!descriptor) return failureOfSystem(errno);
+        if (flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0)
+            return errno == EWOULDBLOCK ? Failure{"another program has it in use"} : failureOfSystem(errno);
+        if (hasName(descriptor, name)) return FileLock(std::move(descriptor), name);
+        // Its owner before has removed it since it was opened here.
+    }
+    return Failure{"another program has it in use"};
+}
+
+FileLock::FileLock(Descriptor descriptor, std::string name)
+    : descriptor_(std::move(descriptor)), name_(std::move(name)) {}
+
+FileLock::~FileLock() {
+    // While it is still locked, so that nobody else has the name by now.
+    if (descriptor_) unlink(name_.c_str());
+}
+
+}  // namespace velmora

@@ -1,0 +1,31 @@
+// A file that one process at a time has for itself.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "platform/foundation/Descriptor.h"
+#include "platform/foundation/Result.h"
+
+namespace velmora {
+
+// Keeps out only those who ask for the lock, too. It is held on a hidden file beside the file, ".velmora-FILE.lock",
+// because the file itself is another one each time that it is replaced; whoever reaches the file through a link meets
+// the same lock. It ends with its owner, however that ends; what a killed process leaves behind is an empty file that
+// keeps nobody out. Any thread; in one process, too, only one can have it.
+class FileLock {
+  public:
+    // Does not wait: a failure when somebody else has it, or when nothing can be locked there. The file need not exist.
+    static Result<FileLock> take(const std::filesystem::path& file);
+    FileLock(FileLock&&) = default;
+    FileLock& operator=(FileLock&&) = delete;
+    ~FileLock();
+
+  private:
+    FileLock(Descriptor descriptor, std::string name);
+
+    Descriptor descriptor_;
+    std::string name_;
+};
+
+}  // namespace velmora

@@ -1,0 +1,56 @@
+#include "server/InterfaceAddresses.h"
+
+#include <ifaddrs.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <asio/ip/address.hpp>
+#include <memory>
+
+namespace velmora {
+
+namespace {
+
+void appendAddresses(std::string_view interface, int family, socklen_t length, std::vector<std::string>& addresses) {
+    ifaddrs* first = nullptr;
+    if (getifaddrs(&first) != 0) return;
+    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(first, &freeifaddrs);
+    for (const ifaddrs* each = first; each != nullptr; each = each->ifa_next) {
+        // "eth0:1" is a further address of eth0.
+        const std::string_view name(each->ifa_name);
+        if (name.substr(0, name.find(':')) != interface) continue;
+        if (each->ifa_addr == nullptr || each->ifa_addr->sa_family != family) continue;
+        char text[NI_MAXHOST];
+        if (getnameinfo(each->ifa_addr, length, text, sizeof text, nullptr, 0, NI_NUMERICHOST) == 0)
+            addresses.emplace_back(text);
+    }
+}
+
+}  // namespace
+
+std::vector<std::string> addressesOfInterface(std::string_view interface) {
+    std::vector<std::string> addresses;
+    appendAddresses(interface, AF_INET, sizeof(sockaddr_in), addresses);
+    appendAddresses(interface, AF_INET6, sizeof(sockaddr_in6), addresses);
+    return addresses;
+}
+
+std::vector<std::string> firstAddressesOfInterface(std::string_view interface) {
+    std::vector<std::string> addresses;
+    appendAddresses(interface, AF_INET, sizeof(sockaddr_in), addresses);
+    if (addresses.empty()) appendAddresses(interface, AF_INET6, sizeof(sockaddr_in6), addresses);
+    return addresses;
+}
+
+bool isReachedThroughInterface(const std::string& address, std::string_view interface) {
+    const auto listening = asio::ip::make_address(address);
+    // "::" takes IPv4 clients as well.
+    return std::ranges::any_of(addressesOfInterface(interface), [&listening](const std::string& text) {
+        const auto there = asio::ip::make_address(text);
+        return listening == there || (listening.is_unspecified() && (listening.is_v6() || there.is_v4()));
+    });
+}
+
+}  // namespace velmora

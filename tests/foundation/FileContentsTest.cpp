@@ -1,0 +1,116 @@
+#include "platform/foundation/FileContents.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <QTemporaryDir>
+#include <csignal>
+#include <fstream>
+#include <set>
+#include <thread>
+
+#include "platform/foundation/Descriptor.h"
+
+namespace velmora {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct FileContents : testing::Test {
+    std::set<std::string> names() const {
+        std::set<std::string> names;
+        for (const auto& entry : fs::directory_iterator(folder))
+            names.insert(entry.path().filename());
+        return names;
+    }
+
+    const QTemporaryDir temporary;
+    const fs::path folder = temporary.path().toStdString();
+    const fs::path file = folder / "file";
+};
+
+TEST_F(FileContents, TakesTheMemoryOfWhatIsThereAndRefusesWhatIsNoFileOrTooLarge) {
+    ASSERT_TRUE(replaceFile(file, "contents"));
+    const auto read = readFile(file, std::size_t{1} << 40);
+    ASSERT_TRUE(read);
+    EXPECT_EQ(*read, "contents");
+    EXPECT_LT(read->capacity(), 100'000U);
+    EXPECT_TRUE(readFile(file, 8));
+    EXPECT_GT(readFile("/proc/self/status", 100'000)->size(), 100U) << "a file without a size";
+    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+    ASSERT_EQ(truncate(file.c_str(), std::int64_t{1} << 40), 0);
+    const std::tuple<fs::path, const char*, const char*> table[] = {
+        {folder / "pipe", "it is a pipe, not a file", "it is a pipe, not a file"},
+        {folder, "it is a folder, not a file", "it is a folder, not a file"},
+        {"/dev/zero", "it is a device, not a file", "it is a device, not a file"},
+        {file, "it is larger than 1000 bytes", nullptr},
+        {"/proc/self/status", "it is larger than 1000 bytes", nullptr},
+        {folder / "missing" / "file", "No such file or directory", "No such file or directory"},
+    };
+    for (const auto& [path, unread, unwritten] : table) {
+        EXPECT_EQ(readFile(path, 1000).failure().reason, unread) << path;
+        if (unwritten == nullptr) continue;
+        EXPECT_EQ(mayReplaceFile(path).failure().reason, unwritten) << path;
+        EXPECT_EQ(replaceFile(path, "").failure().reason, unwritten) << path;
+    }
+}
+
+TEST_F(FileContents, LeaveTheOldOnesWhereTheyStandWhenTheyCannotBeReplaced) {
+    ASSERT_TRUE(replaceFile(file, "old"));
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit two{2, before.rlim_max};
+    const auto signalBefore = std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &two);
+    const Result<void> tooLarge = replaceFile(file, "new");
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, signalBefore);
+    EXPECT_EQ(tooLarge.failure().reason, "File too large");
+
+    ASSERT_EQ(chmod(file.c_str(), 0444), 0);
+    ASSERT_EQ(chmod(folder.c_str(), 0777), 0);
+    const uid_t user = geteuid();
+    ASSERT_EQ(seteuid(user == 0 ? 1234 : user), 0);  // root may write to everything
+    const Result<void> isProtected = replaceFile(file, "new");
+    ASSERT_EQ(seteuid(user), 0);
+    EXPECT_EQ(isProtected.failure().reason, "it is write-protected");
+
+    EXPECT_EQ(*readFile(file, 10), "old");
+    EXPECT_EQ(names(), std::set<std::string>{"file"});
+}
+
+TEST_F(FileContents, OfAKilledWriterAreRemovedByTheNextOneAndNobodyElses) {
+    const std::set<std::string> others{".velmora-file-1234567", ".velmora-file-1-12345678", ".velmora-file-87654321"};
+    for (const std::string& name : others)
+        std::ofstream(folder / name) << "half";
+    const Descriptor writer(open((folder / ".velmora-file-87654321").c_str(), O_WRONLY | O_CLOEXEC));
+    ASSERT_EQ(flock(writer.number(), LOCK_EX), 0);
+    std::ofstream(folder / ".velmora-file-12345678") << "half";
+    ASSERT_TRUE(replaceFile(file, "whole"));
+    std::set<std::string> expected = others;
+    expected.insert("file");
+    EXPECT_EQ(names(), expected);
+}
+
+TEST_F(FileContents, AreWholeWhenManyWriteThem) {
+    ASSERT_TRUE(replaceFile(file, "x"));
+    const auto write = [this](char letter) {
+        for (int turn = 0; turn < 50; ++turn)
+            EXPECT_TRUE(replaceFile(file, std::string(100'000, letter)));
+    };
+    std::thread first(write, 'a');
+    std::thread second(write, 'b');
+    for (int turn = 0; turn < 100; ++turn) {
+        const auto read = readFile(file, 1'000'000);
+        EXPECT_EQ(read->find_first_not_of(read->at(0)), std::string::npos);
+    }
+    first.join();
+    second.join();
+    EXPECT_EQ(names(), std::set<std::string>{"file"});
+}
+
+}  // namespace
+}  // namespace velmora
