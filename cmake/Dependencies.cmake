@@ -4,7 +4,6 @@ find_package(PkgConfig REQUIRED)
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets UiTools)
 pkg_check_modules(AVAHI REQUIRED IMPORTED_TARGET avahi-client)
 pkg_check_modules(AVAHI_CORE REQUIRED IMPORTED_TARGET avahi-core)  # for velmora-mdns alone
-pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
 if(VELMORA_BUILD_TESTS)
     find_package(Qt6 6.4 REQUIRED COMPONENTS Test)
     find_package(GTest REQUIRED)

@@ -39,13 +39,6 @@ std::string listed(const std::vector<std::string>& names) {
     return text;
 }
 
-// In the notation of XML, which has none for most of the characters below the blank.
-std::string xmlNotation(char32_t character) {
-    if (character == '\n' || character == '\t') return std::string(1, static_cast<char>(character));
-    if (character < ' ' && character != '\r') return "\uFFFD";
-    return "&#x" + hexadecimalDigits(character, 1) + ';';
-}
-
 void addAnswer(QJsonObject& document, const std::optional<bool>& isAnswered) {
     if (isAnswered) document.insert("answered", *isAnswered);
 }
@@ -260,7 +253,7 @@ ExitCode Commands::settings() {
         complain("the plugin's settings cannot be shown: " + error);
         return ExitCode::refused;
     }
-    printText(stringByReplacingControlCharacters(*document, xmlNotation));
+    printText(*document);
     return ExitCode::done;
 }
 

@@ -1,0 +1,248 @@
+// Reading of property lists: a few checks of the bytes, then Qt's reader of XML, then the meaning of the elements.
+#include <QString>
+#include <QXmlStreamReader>
+#include <charconv>
+
+#include "platform/foundation/FileContents.h"
+#include "platform/foundation/PropertyListCharacters.h"
+#include "platform/foundation/PropertyListXML.h"
+#include "platform/foundation/Text.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kBlanks = " \t\r\n";
+
+// Whether a tag holds what property lists never do and what Qt 6.4 is not hardened against: names with a prefix
+// (CVE-2023-37369) and declarations of entities (CVE-2023-38197).
+bool isHostileTag(std::string_view tag) {
+    return tag.starts_with("!") ? tag.find_first_of("[%") != std::string_view::npos || tag.starts_with("!E")
+                                : tag.find(':') != std::string_view::npos;
+}
+
+bool hasHostileTag(std::string_view xml) {
+    const auto past = [xml](std::string_view end, std::size_t from) {
+        const std::size_t found = xml.find(end, from);
+        return found == std::string_view::npos ? xml.size() : found + end.size();
+    };
+    for (std::size_t at = xml.find('<'); at < xml.size(); at = xml.find('<', at)) {
+        const std::string_view rest = xml.substr(at);
+        if (rest.starts_with("<!--")) {
+            at = past("-->", at + 4);
+        } else if (rest.starts_with("<![CDATA[")) {
+            at = past("]]>", at + 9);
+        } else if (rest.starts_with("<?")) {
+            at = past("?>", at + 2);
+        } else {
+            const std::size_t end = std::min(xml.find_first_of("<>", at + 1), xml.size());
+            if (isHostileTag(xml.substr(at + 1, end - at - 1))) return true;
+            at = end;
+        }
+    }
+    return false;
+}
+
+// "" when the bytes may be given to the reader of XML.
+std::string faultOfBytes(std::string_view xml) {
+    if (xml.size() > kPropertyListByteLimit)
+        return stringWithFormat("the document has more than %li bytes", kPropertyListByteLimit);
+    if (xml.starts_with("bplist")) return "the document is a binary property list; only XML is read";
+    if (xml.find('\0') != std::string_view::npos) return "the document contains a zero byte";
+    if (!isValidUTF8(xml)) return "the document is not valid UTF-8";
+    if (hasHostileTag(xml)) return "declarations in the DOCTYPE and names with a colon are not allowed";
+    return "";
+}
+
+std::string_view trimmed(std::string_view text) {
+    const std::size_t begin = text.find_first_not_of(kBlanks);
+    if (begin == std::string_view::npos) return {};
+    return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
+}
+
+// The number that fills the whole text, blanks and a plus sign aside.
+template <typename Number>
+std::optional<Number> wholeNumber(std::string_view text) {
+    text = trimmed(text);
+    if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
+    Number number{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return number;
+}
+
+// Goes through the document once. After the first fault the reader of XML stands still, and whatever is read is empty.
+class Reader {
+  public:
+    explicit Reader(const QString& xml) : xml_(xml) { xml_.setNamespaceProcessing(false); }
+
+    // Of no meaning when there is a fault.
+    PropertyList document();
+    // "" for none.
+    std::string fault() const;
+
+  private:
+    using Token = QXmlStreamReader::TokenType;
+
+    void refuse(const std::string& reason);
+    Token next();
+    bool nextElement();
+    bool opens(QStringView name) const { return xml_.isStartElement() && xml_.name() == name; }
+    // As it may be told.
+    std::string name() const {
+        return stringByEscapingControlCharacters(xml_.name().left(40).toString().toStdString());
+    }
+    PropertyList value(int depth);
+    PropertyList array(int depth);
+    PropertyList dictionary(int depth);
+    std::string text();
+    template <typename Number>
+    PropertyList number(const char* what);
+    PropertyList boolean(bool value);
+
+    QXmlStreamReader xml_;
+    std::size_t values_ = 0;
+};
+
+std::string Reader::fault() const {
+    if (!xml_.hasError()) return "";
+    const std::string reason = stringByEscapingControlCharacters(xml_.errorString().left(200).toStdString());
+    return stringWithFormat("line %li: %@", xml_.lineNumber(), reason);
+}
+
+void Reader::refuse(const std::string& reason) {
+    if (!xml_.hasError()) xml_.raiseError(QString::fromStdString(reason));
+}
+
+Reader::Token Reader::next() {
+    const Token token = xml_.readNext();
+    // What the document may have declared elsewhere; nothing else is fetched to read one.
+    if (token == Token::EntityReference) refuse("a character reference cannot be read");
+    return xml_.tokenType();
+}
+
+// Goes to the next tag; false when that closes the element that is open, or does not come.
+bool Reader::nextElement() {
+    for (;;) {
+        switch (next()) {
+            case Token::StartElement:
+                if (xml_.name() != u"plist" && !xml_.attributes().isEmpty())
+                    refuse(stringWithFormat("<%@> has attributes", name()));
+                return !xml_.hasError();
+            case Token::EndElement:
+            case Token::EndDocument:
+            case Token::Invalid:
+                return false;
+            case Token::Characters:
+                if (!xml_.isWhitespace()) refuse("there is text where an element is expected");
+                break;
+            default:
+                break;
+        }
+    }
+}
+
+PropertyList Reader::document() {
+    if (!nextElement() || !opens(u"plist")) refuse("the document does not begin with <plist>");
+    if (!nextElement()) refuse("the document holds no value");
+    PropertyList root = value(0);
+    if (nextElement()) refuse("there is a second value beside the first");
+    while (!xml_.atEnd()) {
+        next();
+    }
+    return root;
+}
+
+// Of the element that was opened last; it is closed afterwards.
+PropertyList Reader::value(int depth) {
+    if (++values_ > kPropertyListValueLimit)
+        refuse(stringWithFormat("there are more than %li values", kPropertyListValueLimit));
+    if (depth == kPropertyListDepthLimit && (opens(u"array") || opens(u"dict")))
+        refuse(stringWithFormat("values are nested more than %li deep", kPropertyListDepthLimit));
+    if (opens(u"array")) return array(depth + 1);
+    if (opens(u"dict")) return dictionary(depth + 1);
+    if (opens(u"string")) return text();
+    if (opens(u"integer")) return number<std::int64_t>("an integer");
+    if (opens(u"real")) return number<double>("a real number");
+    if (opens(u"true")) return boolean(true);
+    if (opens(u"false")) return boolean(false);
+    refuse(opens(u"key") ? "a key stands outside a dictionary, or has no value"
+                         : stringWithFormat("<%@> is no element that is read here", name()));
+    return "";
+}
+
+PropertyList Reader::array(int depth) {
+    const ArrayReference items = makeArray();
+    while (nextElement()) {
+        items->push_back(value(depth));
+    }
+    return items;
+}
+
+PropertyList Reader::dictionary(int depth) {
+    const DictionaryReference entries = makeDictionary();
+    while (nextElement()) {
+        if (!opens(u"key")) refuse("a value has no key");
+        const std::string key = text();
+        if (!nextElement()) refuse("a key has no value");
+        entries->insert_or_assign(key, value(depth));
+    }
+    return entries;
+}
+
+std::string Reader::text() {
+    QString characters;
+    while (next() != Token::EndElement && !xml_.hasError()) {
+        if (xml_.isCharacters()) characters += xml_.text();
+        if (xml_.isStartElement()) refuse(stringWithFormat("<%@> stands inside a text", name()));
+    }
+    return characters.toStdString();
+}
+
+template <typename Number>
+PropertyList Reader::number(const char* what) {
+    const auto number = wholeNumber<Number>(text());
+    if (!number) refuse(stringWithFormat("%@ cannot be read or is out of range", what));
+    return number.value_or(0);
+}
+
+PropertyList Reader::boolean(bool value) {
+    if (!trimmed(text()).empty()) refuse("a boolean has content");
+    return value;
+}
+
+bool fail(std::string* error, const std::string& reason) {
+    if (error != nullptr) *error = reason;
+    return false;
+}
+
+}  // namespace
+
+std::optional<PropertyList> propertyListWithXML(std::string_view xml, std::string* error) {
+    std::string fault = faultOfBytes(xml);
+    if (fault.empty()) {
+        if (xml.starts_with(kByteOrderMark)) xml.remove_prefix(kByteOrderMark.size());
+        // What declares another encoding is UTF-8 all the same, as property lists are.
+        Reader reader(withCharactersOfXML(xml));
+        PropertyList value = reader.document();
+        fault = reader.fault();
+        if (fault.empty()) return value;
+    }
+    fail(error, fault);
+    return std::nullopt;
+}
+
+std::optional<PropertyList> propertyListWithContentsOfFile(const std::filesystem::path& file, std::string* error) {
+    const Result<std::string> contents = readFile(file, kPropertyListByteLimit);
+    if (!contents) {
+        fail(error, stringWithFormat("%@ cannot be read: %@", file.string(), contents.failure().reason));
+        return std::nullopt;
+    }
+    std::string reason;
+    auto value = propertyListWithXML(*contents, &reason);
+    if (!value) fail(error, stringWithFormat("%@ is no usable property list: %@", file.string(), reason));
+    return value;
+}
+
+}  // namespace velmora
