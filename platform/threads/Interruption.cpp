@@ -48,15 +48,19 @@ Interruption::Interruption(std::function<void()> handler, Second second)
     wakeUp = wakeUpDescriptor();
     struct sigaction action {};
     action.sa_handler = handleSignal;
-    action.sa_flags = SA_RESTART;
-    if (second == Second::endsProcess) action.sa_flags |= static_cast<int>(SA_RESETHAND);
     sigemptyset(&action.sa_mask);
     for (std::size_t i = 0; i < kSignals.size(); ++i) {
+        const bool endsProcess = second == Second::endsProcess && kSignals[i] != SIGHUP;
+        action.sa_flags = SA_RESTART | (endsProcess ? static_cast<int>(SA_RESETHAND) : 0);
         sigaction(kSignals[i], nullptr, &earlier_[i]);
         // Whoever started this with nohup wants it to outlive its terminal.
         if (kSignals[i] == SIGHUP && earlier_[i].sa_handler == SIG_IGN) continue;
         sigaction(kSignals[i], &action, nullptr);
     }
+}
+
+int Interruption::descriptor() const {
+    return wakeUpDescriptor();
 }
 
 Interruption::~Interruption() {

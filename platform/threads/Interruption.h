@@ -15,7 +15,8 @@ namespace velmora {
 class Interruption {
   public:
     // What the same signal does a second time: it ends the process, so that a blocked loop can be interrupted, too, or
-    // it calls the handler again, so that an orderly end that has begun is not cut short.
+    // it calls the handler again, so that an orderly end that has begun is not cut short. SIGHUP never ends the
+    // process: a terminal that is closed often sends two.
     enum class Second { endsProcess, callsAgain };
 
     explicit Interruption(std::function<void()> handler, Second second = Second::endsProcess);
@@ -25,8 +26,8 @@ class Interruption {
     ~Interruption();
 
     // Readable from a signal until the handler is called; for whoever must know that the event loop does not come to
-    // it.
-    int descriptor() const { return descriptor_; }
+    // it. Stays open for ever.
+    int descriptor() const;
 
   private:
     std::unique_ptr<QSocketNotifier> notifier_;
