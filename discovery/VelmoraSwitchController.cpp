@@ -170,6 +170,7 @@ bool VelmoraSwitchController::selectMatrixSwitcherWithName(const std::optional<s
         if (_serversArray.empty()) return false;
         wanted = _serversArray.front()->serverName().value_or("");
     }
+    preferServerWithName(wanted);
     const auto switcher = std::make_shared<TCPMatrixSwitcher>(limits_);
     setSelectedMatrixSwitcher(switcher);
     switcher->setDelegate(this);

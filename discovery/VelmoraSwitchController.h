@@ -63,6 +63,8 @@ class VelmoraSwitchController final : public NSObject,
     // Closes the switcher selected so far and makes one for the named server, known or not; none or "" stands for the
     // first server. Answers what the switcher's openPort does; false, with nothing selected, when no server is known.
     bool selectMatrixSwitcherWithName(const std::optional<std::string>& name);
+    // The server of this name is listed however many others there are; the one that is selected is preferred, too.
+    void preferServerWithName(const std::string& name) { _serviceBrowser->setPreferredName(name); }
     std::optional<std::string> selectedMatrixSwitcherName() const;
     std::shared_ptr<TCPMatrixSwitcher> selectedMatrixSwitcher() const { return selectedMatrixSwitcher_.load(); }
     void setSelectedMatrixSwitcher(std::shared_ptr<TCPMatrixSwitcher> switcher);

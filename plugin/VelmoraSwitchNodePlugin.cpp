@@ -58,6 +58,7 @@ std::int32_t VelmoraSwitchNodePlugin::startAndSetCurrentValuesToDefaults(bool se
     _setValuesToDefaults = setCurrentValuesToDefaults;
     VelmoraSwitchControllerDelegate* const controllerDelegate = this;
     auto controller = std::make_shared<VelmoraSwitchController>(controllerDelegate, limits_);
+    controller->preferServerWithName(_defaultSwitcherName.value_or(""));
     if (_switchController != nullptr) replacedControllers_.push_back(std::move(_switchController));
     _switchController = std::move(controller);
     started_ = true;

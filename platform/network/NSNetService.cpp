@@ -74,6 +74,7 @@ void NSNetService::resolveWithTimeout(double timeout) {
             if (session->service != nullptr) session->service->resolved(outcome.get());
         });
     });
+    ++resolutions_;
     ResolutionRequest request;
     request.owner = session()->owner;
     request.deadline = secondsFromNow(std::clamp(timeout, 0.0, kLongestTimeout));
@@ -87,6 +88,9 @@ void NSNetService::resolveWithTimeout(double timeout) {
 void NSNetService::resolved(const ServiceEndpoint* endpoint) {
     // The delegate may release the service.
     const auto hold = weak_from_this().lock();
+    --resolutions_;
+    // Where it led is of no use any more, and may be one of thousands that a flood has left behind.
+    if (endpoint != nullptr && endpoint->withdrawn != nullptr && *endpoint->withdrawn) endpoint = nullptr;
     if (endpoint != nullptr) {
         addresses_ = endpoint->addresses;
         hostName_ = endpoint->hostName;
@@ -141,6 +145,7 @@ void NSNetService::stop() {
     const auto session = std::exchange(session_, nullptr);
     if (session == nullptr) return;
     session->service = nullptr;
+    resolutions_ = 0;
     DiscoveryThread::performIfRunning([owner = session->owner](DiscoveryEngine& engine) { engine.endRequests(owner); });
     if (!session->published) return;
     const auto withdrawn = std::make_shared<NSLock>();

@@ -24,7 +24,7 @@ class NSNetServiceDelegate {
   public:
     virtual ~NSNetServiceDelegate() = default;
     // All on the main thread, through its event loop. Exactly one of the first two follows each resolution that is not
-    // stopped.
+    // stopped; a service that has been withdrawn by the time the main thread comes to it counts as not resolved.
     virtual void netServiceDidResolveAddress(NSNetService& service) = 0;
     virtual void netServiceDidNotResolve(NSNetService&) {}
     // The service is announced; its name may have been changed to avoid a conflict.
@@ -58,6 +58,8 @@ class NSNetService final : public NSObject {
     // least one address was found and every appearance has answered, or the time-out (seconds) has passed with at least
     // one. At most 64 addresses.
     void resolveWithTimeout(double timeout);
+    // Whether the outcome of a resolution has still to be told.
+    bool isBeingResolved() const { return resolutions_ != 0; }
     // What the last completed resolution found; empty, "" and 0 before. IPv4 before IPv6, within each by interface;
     // port included.
     const std::vector<SocketAddress>& addresses() const { return addresses_; }
@@ -93,6 +95,7 @@ class NSNetService final : public NSObject {
     std::string name_ GUARDED_BY(mutex_);  // changes when it is published under another
     std::shared_ptr<Session> session_;
     NSNetServiceDelegate* delegate_ = nullptr;
+    int resolutions_ = 0;
     std::vector<SocketAddress> addresses_;
     std::string hostName_;
     std::uint16_t port_ = 0;

@@ -1,6 +1,7 @@
 #include "platform/network/NSNetServiceBrowser.h"
 
-#include <deque>
+#include <QTimer>
+#include <chrono>
 #include <map>
 #include <optional>
 #include <set>
@@ -12,29 +13,49 @@
 
 namespace velmora {
 
+namespace {
+
+// A find makes the delegate resolve the service, and what that leads to may keep the main thread busy for long. So many
+// new services at a time are told and not resolved yet; a flood of them waits here, where those that go again cost
+// nothing. One that has not been resolved within so long (seconds) holds nobody up any more.
+constexpr std::size_t kMaximumUnresolved = 8;
+constexpr double kPatience = 2.0;
+constexpr std::chrono::milliseconds kNextTry(10);
+
+}  // namespace
+
 // Takes the news of one search from the discovery thread to the main thread, one piece each turn of the main loop.
-// However long the main thread is busy, no more than one removal and one find wait for each service.
+//
+// However long the main thread is busy, one piece waits for each service: the latest. What it replaces has nothing to
+// say any more. A find that is withdrawn has led nobody anywhere, and a removal before a find only makes room for it.
+// The find itself is told even when the service leads where it did before: a server that has said goodbye and come back
+// has dropped its connections, and being found again is what makes the plugin connect anew.
 class NSNetServiceBrowser::Search final : public BrowseListener, public std::enable_shared_from_this<Search> {
   public:
-    explicit Search(NSNetServiceBrowser& browser) : browser_(&browser) {}
+    Search(NSNetServiceBrowser& browser, std::string preferredName)
+        : browser_(&browser), preferredName_(std::move(preferredName)) {}
 
-    void serviceFound(const ServiceKey& key) override {
+    void serviceFound(const ServiceKey& key) override { note(key, true); }
+    void serviceRemoved(const ServiceKey& key) override { note(key, false); }
+    bool prefers(const ServiceKey& key) const override {
         MutexLock lock(mutex_);
-        if (!waiting_.contains(key)) order_.push_back(key);
-        waiting_[key].found = true;
-        queueDelivery();
+        return isPreferred(key);
     }
 
-    void serviceRemoved(const ServiceKey& key) override {
-        MutexLock lock(mutex_);
-        if (told_.contains(key)) {
-            if (!waiting_.contains(key)) order_.push_back(key);
-            waiting_[key] = {true, false};
-            queueDelivery();
-        } else if (waiting_.erase(key) != 0) {
-            // Came and went unseen.
-            std::erase(order_, key);
+    // Main thread.
+    void setPreferredName(const std::string& name) {
+        {
+            MutexLock lock(mutex_);
+            preferredName_ = name;
+            for (auto& [key, waiting] : waiting_) {
+                if (!isPreferred(key)) continue;
+                auto place = order_.extract(waiting.turn);
+                waiting.turn.first = false;
+                place.key() = waiting.turn;
+                order_.insert(std::move(place));
+            }
         }
+        DiscoveryThread::performIfRunning([](DiscoveryEngine& engine) { engine.preferenceChanged(); });
     }
 
     // Main thread. Nothing is delivered from then on.
@@ -46,45 +67,81 @@ class NSNetServiceBrowser::Search final : public BrowseListener, public std::ena
     }
 
   private:
+    using Turn = std::pair<bool, std::uint64_t>;  // false for those that come first, a number
     struct Waiting {
-        bool removed = false;  // comes before the find
-        bool found = false;
+        Turn turn;
+        bool found;  // otherwise removed
     };
     struct News {
         ServiceKey key;
         bool found;
         bool moreComing;
     };
+    struct Unresolved {
+        std::weak_ptr<NSNetService> service;
+        Date patienceEnd;
+    };
 
-    void queueDelivery() REQUIRES(mutex_) {
-        if (std::exchange(deliveryQueued_, true)) return;
+    bool isPreferred(const ServiceKey& key) const REQUIRES(mutex_) {
+        return !preferredName_.empty() && key.name == preferredName_;
+    }
+
+    void note(const ServiceKey& key, bool found) {
+        MutexLock lock(mutex_);
+        const auto known = waiting_.find(key);
+        if (!found && !told_.contains(key)) {
+            if (known == waiting_.end()) return;
+            order_.erase(known->second.turn);
+            waiting_.erase(known);
+        } else if (known != waiting_.end()) {
+            known->second.found = found;
+        } else {
+            const Turn turn{!isPreferred(key), ++turns_};
+            waiting_.emplace(key, Waiting{turn, found});
+            order_.emplace(turn, key);
+            if (!std::exchange(deliveryQueued_, true)) queueDelivery();
+        }
+    }
+
+    void queueDelivery() {
         MainThread::performLater([self = shared_from_this()] { self->deliver(); });
     }
 
-    std::optional<News> takeNews() {
+    // The first piece of news that may be told now, and sees to the next delivery.
+    std::optional<News> takeNews(bool newOnesToo) {
         MutexLock lock(mutex_);
-        deliveryQueued_ = false;
-        if (order_.empty()) return std::nullopt;
-        const ServiceKey key = order_.front();
-        Waiting& waiting = waiting_[key];
-        const bool found = !std::exchange(waiting.removed, false);
+        deliveryQueued_ = !order_.empty();
+        auto next = order_.begin();
+        while (next != order_.end() && !newOnesToo && !isPreferred(next->second) && !told_.contains(next->second))
+            ++next;
+        if (next == order_.end()) {
+            if (deliveryQueued_) QTimer::singleShot(kNextTry, [self = shared_from_this()] { self->deliver(); });
+            return std::nullopt;
+        }
+        const ServiceKey key = order_.extract(next).mapped();
+        const bool found = waiting_.extract(key).mapped().found;
         if (found) {
             told_.insert(key);
         } else {
             told_.erase(key);
         }
-        if (found || !waiting.found) {
-            waiting_.erase(key);
-            order_.pop_front();
-        }
-        const bool moreComing = !order_.empty();
-        if (moreComing) queueDelivery();
-        return News{key, found, moreComing};
+        deliveryQueued_ = !order_.empty();
+        if (deliveryQueued_) queueDelivery();
+        return News{key, found, deliveryQueued_};
+    }
+
+    bool maySeeNewOnes() {
+        const Date now = std::chrono::steady_clock::now();
+        std::erase_if(unresolved_, [now](const Unresolved& entry) {
+            const auto service = entry.service.lock();
+            return service == nullptr || !service->isBeingResolved() || entry.patienceEnd <= now;
+        });
+        return unresolved_.size() < kMaximumUnresolved;
     }
 
     void deliver() {
         if (browser_ == nullptr) return;
-        const auto news = takeNews();
+        const auto news = takeNews(maySeeNewOnes());
         if (!news) return;
         auto& known = services_[news->key];
         if (known == nullptr) known = std::make_shared<NSNetService>(news->key.domain, news->key.type, news->key.name);
@@ -96,6 +153,7 @@ class NSNetServiceBrowser::Search final : public BrowseListener, public std::ena
         if (delegate == nullptr) return;
         if (news->found) {
             delegate->netServiceBrowserDidFindServiceMoreComing(*browser_, service, news->moreComing);
+            if (service->isBeingResolved()) unresolved_.push_back({service, secondsFromNow(kPatience)});
         } else {
             delegate->netServiceBrowserDidRemoveServiceMoreComing(*browser_, service, news->moreComing);
         }
@@ -104,10 +162,13 @@ class NSNetServiceBrowser::Search final : public BrowseListener, public std::ena
     // Main thread.
     NSNetServiceBrowser* browser_;
     std::map<ServiceKey, std::shared_ptr<NSNetService>> services_;
+    std::vector<Unresolved> unresolved_;
 
-    Mutex mutex_;
+    mutable Mutex mutex_;
+    std::string preferredName_ GUARDED_BY(mutex_);
     std::map<ServiceKey, Waiting> waiting_ GUARDED_BY(mutex_);
-    std::deque<ServiceKey> order_ GUARDED_BY(mutex_);
+    std::map<Turn, ServiceKey> order_ GUARDED_BY(mutex_);
+    std::uint64_t turns_ GUARDED_BY(mutex_) = 0;
     std::set<ServiceKey> told_ GUARDED_BY(mutex_);  // found, and not removed since
     bool deliveryQueued_ GUARDED_BY(mutex_) = false;
 };
@@ -120,7 +181,7 @@ NSNetServiceBrowser::~NSNetServiceBrowser() {
 
 void NSNetServiceBrowser::searchForServicesOfTypeInDomain(const std::string& type, const std::string& domain) {
     stop();
-    search_ = std::make_shared<Search>(*this);
+    search_ = std::make_shared<Search>(*this, preferredName_);
     DiscoveryThread::perform([search = search_, type = withTrailingDot(type), where = normalisedDomain(domain)](
                                  DiscoveryEngine& engine) { engine.browse(type, where, search); });
 }
@@ -129,6 +190,12 @@ void NSNetServiceBrowser::stop() {
     if (search_ == nullptr) return;
     search_->end();
     search_ = nullptr;
+}
+
+void NSNetServiceBrowser::setPreferredName(std::string name) {
+    if (name == preferredName_) return;
+    preferredName_ = std::move(name);
+    if (search_ != nullptr) search_->setPreferredName(preferredName_);
 }
 
 void limitNetServicesToInterfaces(std::vector<std::string> interfaceNames) {

@@ -16,9 +16,11 @@ class NSNetServiceBrowserDelegate {
   public:
     virtual ~NSNetServiceBrowserDelegate() = default;
     // On the main thread, through its event loop. A service that is seen on several interfaces or over IPv4 and IPv6 is
-    // found once, and removed when its last appearance is gone. A service that was resolved and whose host or port
-    // changes without its being withdrawn, or one of whose IPv4 addresses or all of whose addresses have gone, is found
-    // again (without being removed), with an equal service object.
+    // found once, and removed when its last appearance is gone. It is found again, without being removed and with an
+    // equal service object, when it leads elsewhere than was told last: its host or port has changed, or none of its
+    // addresses remains (one more or less is no news); when a resolution had failed and it can be resolved now; and
+    // when it was withdrawn and announced anew before the main thread came to it. One that came and went in that time
+    // is not told at all.
     virtual void netServiceBrowserDidFindServiceMoreComing(NSNetServiceBrowser& browser,
                                                            const std::shared_ptr<NSNetService>& service,
                                                            bool moreComing) = 0;
@@ -27,8 +29,9 @@ class NSNetServiceBrowserDelegate {
                                                              bool moreComing) = 0;
 };
 
-// Main thread only. At most 4,096 services are listed at a time, in the process as a whole; what the network announces
-// beyond is left out.
+// Main thread only. At most 4,096 services are listed at a time, in the process as a whole. Where the network announces
+// more, those that lead nowhere and those that came first are told as removed, and found when there is room again; a
+// preferred service, and one that has been connected to, stays.
 class NSNetServiceBrowser final : public NSObject {
   public:
     NSNetServiceBrowser();
@@ -41,10 +44,13 @@ class NSNetServiceBrowser final : public NSObject {
     // that is present is found anew by each search.
     void searchForServicesOfTypeInDomain(const std::string& type, const std::string& domain);
     void stop();
+    // Services of this name are listed even where there is no room, and told before others. Empty for none.
+    void setPreferredName(std::string name);
 
   private:
     class Search;
     NSNetServiceBrowserDelegate* delegate_ = nullptr;
+    std::string preferredName_;
     std::shared_ptr<Search> search_;
 };
 

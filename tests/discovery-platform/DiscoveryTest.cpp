@@ -6,11 +6,14 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <condition_variable>
 #include <csignal>
 #include <filesystem>
+#include <mutex>
 #include <tuple>
 
 #include "platform/mdns/PacketScreen.h"
+#include "platform/network/discovery/DiscoveryThread.h"
 #include "tests/discovery-platform/RawAnnouncer.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Holdings.h"
@@ -48,6 +51,44 @@ std::string matrixSizeOf(const std::shared_ptr<NSNetService>& service) {
     EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
     return command->responseString().value_or("(null)");
 }
+
+RawAnnouncer::Labels labels(const std::string& name) {
+    return {name, "_matrixswitcher", "_tcp", "local"};
+}
+const RawAnnouncer::Labels kind{"_matrixswitcher", "_tcp", "local"};
+const RawAnnouncer::Labels router = labels("Router");
+
+// Hears at once what the main thread is told in its turn.
+class Listener : public BrowseListener {
+  public:
+    bool hasHeard(const std::string& event) {
+        const std::lock_guard lock(mutex_);
+        return std::count(events_.begin(), events_.end(), event) != 0;
+    }
+    // Takes this event, and those before it, out of what was heard.
+    bool hears(const std::string& event) {
+        std::unique_lock lock(mutex_);
+        auto found = events_.end();
+        const bool heard = came_.wait_for(lock, std::chrono::seconds(10), [&] {
+            return (found = std::find(events_.begin(), events_.end(), event)) != events_.end();
+        });
+        if (heard) events_.erase(events_.begin(), found + 1);
+        return heard;
+    }
+
+  private:
+    void serviceFound(const ServiceKey& key) override { note("found " + key.name); }
+    void serviceRemoved(const ServiceKey& key) override { note("removed " + key.name); }
+    bool prefers(const ServiceKey& key) const override { return key.name == "Preferred"; }
+    void note(const std::string& event) {
+        const std::lock_guard lock(mutex_);
+        events_.push_back(event);
+        came_.notify_all();
+    }
+    std::mutex mutex_;
+    std::condition_variable came_;
+    Strings events_;
+};
 
 class Discovery : public testing::Test {
   protected:
@@ -118,8 +159,6 @@ TEST_F(Discovery, ServiceThatNobodyHasLookedForIsConnectedToWithTheMainThreadBlo
 }
 
 TEST_F(Discovery, OnlyChangesThatConcernAConnectionAreTold) {
-    const RawAnnouncer::Labels kind{"_matrixswitcher", "_tcp", "local"};
-    const RawAnnouncer::Labels router{"Router", "_matrixswitcher", "_tcp", "local"};
     const RawAnnouncer::Labels hostA{"host-a", "local"}, hostB{"host-b", "local"};
     RawAnnouncer announcer;
     ServiceWatch watcher;
@@ -157,19 +196,92 @@ TEST_F(Discovery, OnlyChangesThatConcernAConnectionAreTold) {
     std::erase(watcher.events, "resolved Router");
     EXPECT_EQ(watcher.events, Strings());
 
-    // An IPv4 address that goes may have been in use.
+    // Nor is one of several less.
     announcer.address(hostA, {10, 0, 0, 9}, 0).send();
+    ASSERT_TRUE(runMainLoopUntil([&] {
+        watcher.services.at("Router")->resolveWithTimeout(10.0);
+        return watcher.waitForEvents(watcher.events.size() + 1) && addresses() == Strings{"10.0.0.10:1000"};
+    }));
+    std::erase(watcher.events, "resolved Router");
+    EXPECT_EQ(watcher.events, Strings());
+
+    // Another host is news, also when more has been said before it than is kept: what came last counts.
+    for (std::uint16_t port = 2000; port < 2080; ++port)
+        announcer.location(router, {"nowhere", "local"}, port);
+    announcer.send();
+    announcer.location(router, hostB, 1000).address(hostB, {10, 0, 0, 11}).send();
     ASSERT_TRUE(watcher.waitForEvents(2));
     EXPECT_EQ(watcher.events, foundAgain);
+    EXPECT_EQ(addresses(), Strings{"10.0.0.11:1000"});
     watcher.events.clear();
 
-    // So may another host's.
-    announcer.location(router, hostB, 1000).address(hostB, {10, 0, 0, 9}).send();
+    // So is an address when none of those before remains.
+    announcer.address(hostB, {10, 0, 0, 11}, 0).address(hostB, {10, 0, 0, 12}).send();
     ASSERT_TRUE(watcher.waitForEvents(2));
     EXPECT_EQ(watcher.events, foundAgain);
     announcer.pointer(kind, router, 0).send();
     ASSERT_TRUE(watcher.waitForEvents(3));
     EXPECT_EQ(watcher.events.back(), "removed Router");
+}
+
+TEST_F(Discovery, FullListKeepsWhatIsPreferredTakesWhatIsNewAndHealsWhenThereIsRoom) {
+    DiscoveryLoop loop(-1);
+    DiscoveryEngine engine(loop, {"lo"}, 5);
+    const auto listener = std::make_shared<Listener>();
+    engine.browse("_matrixswitcher._tcp.", "local.", listener);
+    const auto hears = [&](const std::string& event) {
+        const Date end = secondsFromNow(10.0);
+        while (!listener->hasHeard(event) && std::chrono::steady_clock::now() < end) {
+            loop.performAfter(0.05, [] {});  // ends the wait
+            loop.runDueTimers();
+            engine.settle();
+            loop.wait();
+        }
+        return listener->hears(event);
+    };
+    const ServerProcess preferred("Preferred"), oldest("Oldest");
+    EXPECT_TRUE(hears("found Oldest"));
+    RawAnnouncer announcer;
+    for (const char* name : {"1", "2", "3", "4"})
+        announcer.pointer(kind, labels(name));
+    announcer.send();
+    EXPECT_TRUE(hears("removed Oldest"));
+    announcer.pointer(kind, labels("Late")).send();
+    EXPECT_TRUE(hears("removed 1"));
+    EXPECT_TRUE(hears("found Late"));
+    announcer.pointer(kind, labels("2"), 0).pointer(kind, labels("3"), 0).send();
+    EXPECT_TRUE(hears("found Oldest"));  // nobody has announced it again
+    EXPECT_FALSE(listener->hasHeard("removed Preferred"));
+}
+
+TEST_F(Discovery, NewsThatIsOvertakenBeforeTheMainThreadComesToItIsNotTold) {
+    ServiceWatch watcher;
+    const auto listener = std::make_shared<Listener>();
+    DiscoveryThread::perform(
+        [listener](DiscoveryEngine& engine) { engine.browse("_matrixswitcher._tcp.", "local.", listener); });
+    RawAnnouncer announcer;
+    const ServerProcess marker("Marker");
+    ASSERT_TRUE(watcher.waitForEvents(2));
+    announcer.pointer(kind, router).location(router, {"host-a", "local"}, 1000);
+    announcer.address({"host-a", "local"}, {10, 0, 0, 9}).send();
+    ASSERT_TRUE(watcher.waitForEvents(4));
+    watcher.events.clear();
+    // From here on the main loop is at a standstill.
+    EXPECT_TRUE(listener->hears("found Router"));
+    announcer.pointer(kind, router, 0).pointer(kind, labels("Flash")).send();
+    EXPECT_TRUE(listener->hears("removed Router"));
+    announcer.pointer(kind, router).pointer(kind, labels("Flash"), 0).send();
+    EXPECT_TRUE(listener->hears("found Router") && listener->hears("removed Flash"));
+    ASSERT_TRUE(watcher.waitForEvents(2));
+    EXPECT_EQ(watcher.events, (Strings{"found Router", "resolved Router"}));
+    watcher.events.clear();
+    // A resolution that is overtaken by the withdrawal leads nowhere.
+    watcher.services.at("Router")->resolveWithTimeout(10.0);
+    announcer.pointer(kind, router, 0).send();
+    EXPECT_TRUE(listener->hears("removed Router"));
+    DiscoveryThread::perform([listener](DiscoveryEngine& engine) { engine.endBrowse(listener); });
+    ASSERT_TRUE(watcher.waitForEvents(2));
+    EXPECT_EQ(watcher.events, (Strings{"not resolved Router", "removed Router"}));
 }
 
 TEST_F(Discovery, PacketsWithAnAliasOrCutOffAreScreenedOut) {

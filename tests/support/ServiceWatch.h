@@ -28,7 +28,7 @@ class ServiceWatch : public NSNetServiceBrowserDelegate, public NSNetServiceDele
         return texts;
     }
 
-    double timeout = 10.0;  // of the resolutions, in seconds
+    double timeout = 10.0;  // of the resolutions, in seconds; 0: nothing is resolved
     NSNetServiceBrowser browser;
     std::map<std::string, std::shared_ptr<NSNetService>> services;  // those that are there, by name
     std::vector<std::string> events;                                // such as "found NAME"
@@ -44,7 +44,7 @@ class ServiceWatch : public NSNetServiceBrowserDelegate, public NSNetServiceDele
         tell("found", *service);
         services.insert_or_assign(service->name(), service);
         service->setDelegate(this);
-        service->resolveWithTimeout(timeout);
+        if (timeout > 0) service->resolveWithTimeout(timeout);
     }
     void netServiceBrowserDidRemoveServiceMoreComing(NSNetServiceBrowser&, const Service& service, bool) override {
         const auto known = services.extract(service->name());

@@ -15,7 +15,7 @@ void BackendKeeper::addUser(BackendUser& user) {
 
 void BackendKeeper::removeUser(BackendUser& user) {
     users_.erase(&user);
-    refused_.erase(&user);
+    askingAgain_.erase(&user);
     user.backendGoes();
 }
 
@@ -83,7 +83,7 @@ void BackendKeeper::takeDown() {
     active_ = nullptr;
     nextInterfaceLook_.cancel();
     nextAsking_.cancel();
-    refused_.clear();
+    askingAgain_.clear();
     refusalNoted_ = false;
     for (BackendUser* user : users_) {
         user->backendGoes();
@@ -136,20 +136,25 @@ void BackendKeeper::lookAtInterfaces() {
     nextInterfaceLook_.set(secondsFromNow(kRetryTime), [this] { lookAtInterfaces(); });
 }
 
-// Many may be refused at a time: one line tells of all.
 void BackendKeeper::askAgainLater(BackendUser& user) {
-    if (refused_.empty()) nextAsking_.set(secondsFromNow(kRetryTime), [this] { askAgain(); });
-    refused_.insert(&user);
+    if (active_ == nullptr) return;  // everybody asks the next one
+    if (askingAgain_.empty()) nextAsking_.set(secondsFromNow(kRetryTime), [this] { askAgain(); });
+    askingAgain_.insert(&user);
+}
+
+// Many may be refused at a time: one line tells of all.
+void BackendKeeper::wasRefused(BackendUser& user) {
+    askAgainLater(user);
     if (!std::exchange(refusalNoted_, true))
         NSLog("Not every service can be followed now, trying again: %@", active_->lastError());
 }
 
 void BackendKeeper::askAgain() {
     if (active_ == daemon_.get() ? daemon_->hasFailed() : own_->hasFailed()) return;  // about to be taken down
-    for (BackendUser* user : std::exchange(refused_, {})) {
+    for (BackendUser* user : std::exchange(askingAgain_, {})) {
         user->backendCame(*active_);
     }
-    if (refused_.empty()) refusalNoted_ = false;
+    if (askingAgain_.empty()) refusalNoted_ = false;
 }
 
 void BackendKeeper::requirePublishing() {

@@ -55,8 +55,10 @@ class BackendKeeper {
     // A user is attached at once when there is a backend, and detached when it is removed.
     void addUser(BackendUser& user);
     void removeUser(BackendUser& user);
-    // The backend of the moment has refused this user's question: backendCame is called again before long.
+    // backendCame is called again within kRetryTime.
     void askAgainLater(BackendUser& user);
+    // The same, because the backend of the moment has refused this user's question.
+    void wasRefused(BackendUser& user);
 
     // Sees to it that the right backend serves, if any can be had.
     void settle();
@@ -100,7 +102,7 @@ class BackendKeeper {
     DiscoveryLoop::Timer nextInterfaceLook_;  // while the daemon serves and there is a limit
     DiscoveryLoop::Timer nextAsking_;
     DiscoveryLoop::Timer nextOwn_;
-    std::set<BackendUser*> refused_;
+    std::set<BackendUser*> askingAgain_;
     bool refusalNoted_ = false;
 };
 

@@ -47,13 +47,24 @@ DiscoveredService::DiscoveredService(ServiceKey key, DiscoveryLoop& loop, Backen
                                      std::function<void()> touched)
     : key_(std::move(key)), nextLook_(loop), keeper_(keeper), directory_(hosts), touched_(std::move(touched)) {}
 
+DiscoveredService::~DiscoveredService() {
+    if (withdrawn_ != nullptr) *withdrawn_ = true;
+}
+
+void DiscoveredService::appeared(const NetworkRecord& pointer, std::uint64_t arrival) {
+    if (!isPresent()) arrival_ = arrival;
+    pointers_.insert(pointer);
+}
+
 void DiscoveredService::forgetAppearances() {
-    appearances_.clear();
+    pointers_.clear();
     announced_ = false;
+    withdrawn_ = nullptr;
 }
 
 void DiscoveredService::request(ResolutionRequest request) {
     watched_ = true;
+    if (request.toConnect) noteConnection();
     requests_.push_back(std::move(request));
 }
 
@@ -69,14 +80,17 @@ void DiscoveredService::planNextLook(Date now) {
     }
 }
 
-void DiscoveredService::endRequests(std::uint64_t owner) {
-    std::erase_if(requests_, [owner](const ResolutionRequest& request) { return request.owner == owner; });
+bool DiscoveredService::endRequests(std::uint64_t owner) {
+    return std::erase_if(requests_, [owner](const ResolutionRequest& request) { return request.owner == owner; }) != 0;
 }
 
 DiscoveredService::News DiscoveredService::update() {
     if (!isPresent()) {
         reported_.reset();
         timedOut_ = false;
+        if (const auto presence = std::exchange(withdrawn_, nullptr)) *presence = true;
+    } else if (withdrawn_ == nullptr) {
+        withdrawn_ = std::make_shared<std::atomic<bool>>(false);
     }
     updateQuestions();
     endpoint_ = currentEndpoint();
@@ -133,6 +147,7 @@ ServiceEndpoint DiscoveredService::currentEndpoint() const {
         const NetworkRecord* location;
     };
     ServiceEndpoint endpoint;
+    endpoint.withdrawn = withdrawn_;
     if (locations_ == nullptr) return endpoint;
     std::map<Appearance, std::pair<std::uint64_t, const NetworkRecord*>> latest;
     for (const auto& [record, standing] : locations_->records()) {
@@ -188,8 +203,8 @@ DiscoveredService::Answer DiscoveredService::answerOf(const Appearance& appearan
 DiscoveredService::Answer DiscoveredService::answerOfAll() const {
     if (locations_ == nullptr || endpoint_.addresses.empty()) return Answer::none;
     Answer worst = Answer::full;
-    for (const Appearance& appearance : appearances_) {
-        worst = std::min(worst, answerOf(appearance));
+    for (const NetworkRecord& pointer : pointers_) {
+        worst = std::min(worst, answerOf({pointer.interface, pointer.protocol}));
     }
     if (!isPresent()) {
         // No browse says where to expect it.
@@ -222,8 +237,10 @@ void DiscoveredService::answerRequests(Date now) {
     }
 }
 
-// A connection goes to an IPv4 address when there is one, so one that is gone may have been in use. IPv6 addresses come
-// and go on a host that stays where it is (temporary ones do every day): there the service has moved when none is left.
+// Addresses come and go on a host that stays where it is: temporary ones of IPv6 do every day, a second interface loses
+// its cable, a redundant one its partner. Being found again makes the plugin connect anew and, when it was started with
+// defaults, route them over what is on air, so it takes more than that: another host or port, or that none is left of
+// the addresses that there were when they were last told. A connection to the one that went notices by itself.
 bool DiscoveredService::hasMoved() const {
     if (!reported_ || endpoint_.addresses.empty()) return false;
     if (reported_->port != endpoint_.port || caseInsensitiveCompare(reported_->hostName, endpoint_.hostName) != 0)
@@ -232,10 +249,7 @@ bool DiscoveredService::hasMoved() const {
         const auto& now = endpoint_.addresses;
         return std::find(now.begin(), now.end(), address) == now.end();
     };
-    const auto& before = reported_->addresses;
-    return std::all_of(before.begin(), before.end(), isGone) ||
-           std::any_of(before.begin(), before.end(),
-                       [&](const SocketAddress& address) { return address.family() == AF_INET && isGone(address); });
+    return std::all_of(reported_->addresses.begin(), reported_->addresses.end(), isGone);
 }
 
 }  // namespace velmora

@@ -1,6 +1,7 @@
 // One service as this process knows it: where it is seen, where it leads, and who waits to be told.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -24,6 +25,8 @@ inline constexpr double kSettlingTime = 0.5;
 
 // Where a service leads. Host and port are those of the first address; each address carries its own port.
 struct ServiceEndpoint {
+    // Becomes true once the service is withdrawn from the network; null when no browse has seen it. Any thread.
+    std::shared_ptr<const std::atomic<bool>> withdrawn;
     std::string hostName;  // as in "host.local."
     std::uint16_t port = 0;
     std::vector<SocketAddress> addresses;  // IPv4 before IPv6, within each by interface, then numerically
@@ -43,20 +46,29 @@ class DiscoveredService {
   public:
     DiscoveredService(ServiceKey key, DiscoveryLoop& loop, BackendKeeper& keeper, HostDirectory& hosts,
                       std::function<void()> touched);
+    // Open requests are dropped unanswered.
+    ~DiscoveredService();
 
-    // A browse sees the service on an interface over a protocol, or no longer does.
-    void appeared(int interface, int protocol) { appearances_.emplace(interface, protocol); }
-    void disappeared(int interface, int protocol) { appearances_.erase({interface, protocol}); }
+    // A browse has heard a record that points to the service on an interface over a protocol, or no longer does.
+    // `arrival` is higher for what came later, and counts while the service was absent.
+    void appeared(const NetworkRecord& pointer, std::uint64_t arrival);
+    void disappeared(const NetworkRecord& pointer) { pointers_.erase(pointer); }
     // No browse looks for it any more.
     void forgetAppearances();
-    bool isPresent() const { return !appearances_.empty(); }
+    const std::set<NetworkRecord>& pointers() const { return pointers_; }
+    bool isPresent() const { return !pointers_.empty(); }
+    std::uint64_t arrival() const { return arrival_; }
     // Present as far as the browsers have been told.
     bool isAnnounced() const { return announced_; }
 
     // From its first request on a service is watched while it is present. An update() must follow.
     void request(ResolutionRequest request);
-    void endRequests(std::uint64_t owner);
+    // Whether there were any of this owner's.
+    bool endRequests(std::uint64_t owner);
     bool hasRequests() const { return !requests_.empty(); }
+    // Whether its addresses have ever been asked for to connect to it.
+    bool isConnectedTo() const { return connectedTo_; }
+    void noteConnection() { connectedTo_ = true; }
 
     bool usesHost(const std::string& name) const { return hosts_.contains(name); }
     // Whether it was resolved and is present; then `endpoint` is where it leads, without addresses while none is valid.
@@ -86,8 +98,11 @@ class DiscoveredService {
     HostDirectory& directory_;
     const std::function<void()> touched_;
 
-    std::set<Appearance> appearances_;
+    std::set<NetworkRecord> pointers_;
+    std::uint64_t arrival_ = 0;
+    std::shared_ptr<std::atomic<bool>> withdrawn_;  // of this presence
     bool announced_ = false;
+    bool connectedTo_ = false;
     bool watched_ = false;
     bool timedOut_ = false;  // a resolution has, and none has succeeded since
     std::unique_ptr<MonitoredRecords> locations_;

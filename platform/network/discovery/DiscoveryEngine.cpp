@@ -3,6 +3,8 @@
 #include <avahi-common/domain.h>
 
 #include <algorithm>
+#include <tuple>
+#include <utility>
 
 #include "platform/foundation/NSLog.h"
 #include "platform/foundation/Text.h"
@@ -18,8 +20,11 @@ constexpr double kGoodbyeTime = 0.02;
 
 }  // namespace
 
-DiscoveryEngine::DiscoveryEngine(DiscoveryLoop& loop, std::vector<std::string> interfaces)
-    : loop_(loop), keeper_(loop, std::move(interfaces)), hosts_(keeper_, [this](const std::string& name) {
+DiscoveryEngine::DiscoveryEngine(DiscoveryLoop& loop, std::vector<std::string> interfaces, std::size_t maximumServices)
+    : loop_(loop),
+      maximumServices_(maximumServices),
+      keeper_(loop, std::move(interfaces)),
+      hosts_(keeper_, [this](const std::string& name) {
           for (const auto& [key, service] : services_) {
               if (service->usesHost(name)) touch(key);
           }
@@ -29,6 +34,7 @@ DiscoveryEngine::~DiscoveryEngine() = default;
 
 void DiscoveryEngine::settle() {
     keeper_.settle();
+    makeRoom();
     while (!touched_.empty()) {
         updateService(touched_.extract(touched_.begin()).value());
     }
@@ -54,23 +60,75 @@ void DiscoveryEngine::updateService(const ServiceKey& key) {
     }
 }
 
-DiscoveredService* DiscoveryEngine::service(const ServiceKey& key) {
-    const auto known = services_.find(key);
-    if (known != services_.end()) return known->second.get();
-    if (services_.size() >= kMaximumServices) {
-        const auto absent = std::find_if(services_.begin(), services_.end(), [](const auto& entry) {
-            const DiscoveredService& service = *entry.second;
-            return !service.isPresent() && !service.isAnnounced() && !service.hasRequests();
-        });
-        if (absent == services_.end()) {
-            if (!std::exchange(fullNoted_, true))
-                NSLog("More than %li services are announced, the rest is left out", kMaximumServices);
-            return nullptr;
-        }
-        services_.erase(absent);
+DiscoveredService& DiscoveryEngine::service(const ServiceKey& key) {
+    auto& known = services_[key];
+    if (known == nullptr)
+        known = std::make_unique<DiscoveredService>(key, loop_, keeper_, hosts_, [this, key] { touch(key); });
+    return *known;
+}
+
+// What somebody asked for by name and what has been connected to stay; nobody on the network can make it so.
+bool DiscoveryEngine::isWanted(const ServiceKey& key, const DiscoveredService& service) const {
+    if (service.isConnectedTo()) return true;
+    const auto browse = browses_.find({key.type, key.domain});
+    return browse != browses_.end() && std::any_of(browse->second.listeners.begin(), browse->second.listeners.end(),
+                                                   [&](const auto& listener) { return listener->prefers(key); });
+}
+
+// Those give way first that are gone and only remembered, then those that have not been seen to lead anywhere, as a
+// flood of mere names does; among equals those that came first. So a newcomer has its chance to be resolved, and many
+// of them do not drive out what works. It happens here, not when a record is heard, because nothing of a backend may be
+// destroyed from within it.
+void DiscoveryEngine::makeRoom() {
+    if (services_.size() <= maximumServices_) return lookForTheRest();
+    using Worth = std::tuple<bool, bool, bool, std::uint64_t>;
+    std::vector<std::pair<Worth, Services::iterator>> places;
+    places.reserve(services_.size());
+    for (auto entry = services_.begin(); entry != services_.end(); ++entry) {
+        const DiscoveredService& service = *entry->second;
+        places.emplace_back(Worth{isWanted(entry->first, service), service.isPresent() || service.hasRequests(),
+                                  service.isResolved(), service.arrival()},
+                            entry);
     }
-    auto made = std::make_unique<DiscoveredService>(key, loop_, keeper_, hosts_, [this, key] { touch(key); });
-    return services_.emplace(key, std::move(made)).first->second.get();
+    const auto surplus = static_cast<std::ptrdiff_t>(services_.size() - maximumServices_);
+    std::nth_element(places.begin(), places.begin() + surplus, places.end(),
+                     [](const auto& left, const auto& right) { return left.first < right.first; });
+    std::for_each(places.begin(), places.begin() + surplus, [this](const auto& place) { giveUp(place.second); });
+}
+
+void DiscoveryEngine::giveUp(Services::iterator entry) {
+    const ServiceKey key = entry->first;
+    const auto service = std::move(entry->second);
+    services_.erase(entry);
+    const auto browse = browses_.find({key.type, key.domain});
+    if (browse == browses_.end()) return;
+    for (const NetworkRecord& pointer : service->pointers()) {
+        browse->second.pointers->forget(pointer);
+        browse->second.incomplete = true;
+    }
+    if (service->isPresent() && !std::exchange(fullNoted_, true))
+        NSLog("More than %li services are announced, the rest is left out", maximumServices_);
+    if (!service->isAnnounced()) return;
+    for (const auto& listener : browse->second.listeners) {
+        listener->serviceRemoved(key);
+    }
+}
+
+// As long as there are no more than can be listed, what had no room is asked for again.
+void DiscoveryEngine::lookForTheRest() {
+    if (std::none_of(browses_.begin(), browses_.end(), [](const auto& browse) { return browse.second.incomplete; }))
+        return;
+    const auto staying = std::count_if(services_.begin(), services_.end(), [this](const auto& entry) {
+        const auto& [key, service] = entry;
+        return service->isPresent() || service->hasRequests() || isWanted(key, *service);
+    });
+    if (static_cast<std::size_t>(staying) < maximumServices_) preferenceChanged();
+}
+
+void DiscoveryEngine::preferenceChanged() {
+    for (auto& [kind, browse] : browses_) {
+        if (std::exchange(browse.incomplete, false)) browse.pointers->lookAgain();
+    }
 }
 
 void DiscoveryEngine::browse(const std::string& type, const std::string& domain,
@@ -119,31 +177,30 @@ void DiscoveryEngine::heardPointer(const Kind& kind, const NetworkRecord& record
     const ServiceKey key{kind.first, kind.second, name};
     if (key.name.empty() || !isValidUTF8(key.name)) return;
     if (present) {
-        if (DiscoveredService* appeared = service(key)) appeared->appeared(record.interface, record.protocol);
+        const bool isNews = !browses_.at(kind).pointers->isLookingAgain();
+        service(key).appeared(record, isNews ? ++arrivals_ : 0);
     } else if (const auto known = services_.find(key); known != services_.end()) {
-        known->second->disappeared(record.interface, record.protocol);
+        known->second->disappeared(record);
     }
     touch(key);
 }
 
 void DiscoveryEngine::resolve(const ServiceKey& key, ResolutionRequest request) {
-    DiscoveredService* resolved = service(key);
-    if (resolved == nullptr) return request.done(nullptr);
-    resolved->request(std::move(request));
+    service(key).request(std::move(request));
     touch(key);
 }
 
 void DiscoveryEngine::endRequests(std::uint64_t owner) {
     for (const auto& [key, service] : services_) {
-        service->endRequests(owner);
-        touch(key);
+        if (service->endRequests(owner)) touch(key);
     }
 }
 
 void DiscoveryEngine::findAddresses(const ServiceKey& key, std::function<void(std::vector<SocketAddress>)> answer) {
     const auto known = services_.find(key);
     if (known != services_.end()) {
-        const DiscoveredService& service = *known->second;
+        DiscoveredService& service = *known->second;
+        service.noteConnection();
         if (service.isResolved() && !service.endpoint().addresses.empty()) return answer(service.endpoint().addresses);
         // One without requests was seen by a browse, and has gone.
         if (!service.isPresent() && !service.hasRequests()) return answer(service.lastKnownAddresses());

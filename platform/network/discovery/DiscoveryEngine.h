@@ -16,8 +16,8 @@
 
 namespace velmora {
 
-// Services that are known at a time. What is announced beyond that is not listed; absent ones that are remembered make
-// room first.
+// Services that are known at a time. Where there are more, those give way that are the least missed (see
+// DiscoveryEngine::makeRoom); what had to is listed when there is room again.
 inline constexpr std::size_t kMaximumServices = 4096;
 // The time limit (seconds) of a resolution that a connection asks for.
 inline constexpr double kConnectResolutionTimeout = 10.0;
@@ -29,12 +29,15 @@ class BrowseListener {
     // Appeared, or leads elsewhere now.
     virtual void serviceFound(const ServiceKey& key) = 0;
     virtual void serviceRemoved(const ServiceKey& key) = 0;
+    // Whether this service must be listed even where there is no room. May answer differently each time.
+    virtual bool prefers(const ServiceKey& key) const = 0;
 };
 
 // Discovery thread only. Nothing here waits for the network.
 class DiscoveryEngine {
   public:
-    DiscoveryEngine(DiscoveryLoop& loop, std::vector<std::string> interfaces);
+    DiscoveryEngine(DiscoveryLoop& loop, std::vector<std::string> interfaces,
+                    std::size_t maximumServices = kMaximumServices);
     DiscoveryEngine(const DiscoveryEngine&) = delete;
     DiscoveryEngine& operator=(const DiscoveryEngine&) = delete;
     // Requests that are open are dropped unanswered.
@@ -52,6 +55,8 @@ class DiscoveryEngine {
     // The listener is told of the services that are present already, too.
     void browse(const std::string& type, const std::string& domain, std::shared_ptr<BrowseListener> listener);
     void endBrowse(const std::shared_ptr<BrowseListener>& listener);
+    // What a listener prefers is another service now: one that had no room comes back.
+    void preferenceChanged();
 
     void resolve(const ServiceKey& key, ResolutionRequest request);
     // All of one owner's.
@@ -69,19 +74,26 @@ class DiscoveryEngine {
     struct Browse {
         std::unique_ptr<MonitoredRecords> pointers;
         std::vector<std::shared_ptr<BrowseListener>> listeners;
+        bool incomplete = false;  // some had no room
     };
+    using Services = std::map<ServiceKey, std::unique_ptr<DiscoveredService>>;
 
     void heardPointer(const Kind& kind, const NetworkRecord& record, bool present);
-    // Null when there is no more room.
-    DiscoveredService* service(const ServiceKey& key);
+    DiscoveredService& service(const ServiceKey& key);
     void updateService(const ServiceKey& key);
+    bool isWanted(const ServiceKey& key, const DiscoveredService& service) const;
+    void makeRoom();
+    void giveUp(Services::iterator entry);
+    void lookForTheRest();
     void touch(const ServiceKey& key) { touched_.insert(key); }
 
     DiscoveryLoop& loop_;
+    const std::size_t maximumServices_;
     BackendKeeper keeper_;
     HostDirectory hosts_;
     std::map<Kind, Browse> browses_;
-    std::map<ServiceKey, std::unique_ptr<DiscoveredService>> services_;
+    Services services_;
+    std::uint64_t arrivals_ = 0;
     std::set<ServiceKey> touched_;
     std::map<std::uint64_t, std::unique_ptr<ServicePublication>> publications_;
     int goodbyes_ = 0;
