@@ -13,7 +13,8 @@ bool good = true;
 }  // namespace
 
 void printLine(std::string_view line) {
-    printText(stringByEscapingControlCharacters(line) + '\n');
+    const std::string shown = stringByEscapingControlCharacters(line) + '\n';
+    printText(shown);
 }
 
 void printText(std::string_view text) {
