@@ -13,13 +13,12 @@ bool good = true;
 }  // namespace
 
 void printLine(std::string_view line) {
-    const std::string shown = stringByEscapingControlCharacters(line) + '\n';
-    printText(shown);
+    printText(stringByEscapingControlCharacters(line) + '\n');
 }
 
 void printText(std::string_view text) {
-    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-    good = std::fflush(stdout) == 0 && written && good;
+    const std::size_t written = std::fwrite(text.data(), 1, text.size(), stdout);
+    good = std::fflush(stdout) == 0 && written == text.size() && good;
 }
 
 bool outputIsGood() {
