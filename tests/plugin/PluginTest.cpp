@@ -312,6 +312,94 @@ TEST_F(Plugin, tellsWhetherAReplyAnswers) {
     EXPECT_EQ(outcome().reason, "The server ended the connection");
 }
 
+TEST_F(Plugin, tellsOfAReplyCutByTheEndWhereNoneHasALineEnd) {
+    PeerScript script;
+    script.expect("MATRIXSIZE\n\r").send("4x2");
+    script.expect("REFRESH\n\r").send("OK").expect("GET 1\n\r").send("1 3").waitForSignal().close();
+    ScriptedPeer peer(script);
+    const PublishedService service("Cut", peer.port());
+    start("Cut", {});
+    ASSERT_TRUE(reaches(State::connected));
+    plugin->setStatusObserver(&observer);
+    plugin->currentValueOfAttributeWithName("Velmora Switch Output 1");
+    EXPECT_EQ(plugin->lastOutcome().answer, Answer::answered);
+    peer.signal();
+    ASSERT_TRUE(runMainLoopUntil([&] { return observer.notices > 0; }));
+    EXPECT_EQ(plugin->lastOutcome().answer, Answer::connectionEnded);
+}
+
+TEST_F(Plugin, tellsWhereItsConnectionStandsAndNeverInsideAnOperation) {
+    const auto is = [this](State state, const std::string& server, const std::string& reason = "") {
+        const auto status = plugin->connectionStatus();
+        return status.state == state && status.serverName == server && status.reason == reason;
+    };
+    EXPECT_TRUE(is(State::noServerSelected, "", "The plugin is not started"));
+    plugin->setStatusObserver(&observer);
+    start("Standing", {});
+    EXPECT_EQ(plugin->currentValueOfAttributeWithName("Velmora Switch Output 1"), "");
+    EXPECT_EQ(plugin->lastOutcome().answer, Answer::noConnection);
+    EXPECT_EQ(observer.notices, 0);
+    ASSERT_TRUE(runMainLoopUntil([&] { return observer.notices == 1; }));
+    EXPECT_TRUE(is(State::notFound, "Standing"));
+    VirtualSwitch studio("Standing", 4, 4);
+    ASSERT_TRUE(reaches(State::connected));
+    ASSERT_TRUE(runMainLoopUntil([&] { return observer.notices > 1; }));
+    const auto connected = plugin->connectionStatus().since;
+
+    int within = 0;
+    host.onNotice = [&] {
+        const int before = observer.notices;
+        studio.server = nullptr;
+        EXPECT_TRUE(reaches(State::ended));
+        runMainLoopOnce();
+        runMainLoopOnce();
+        within = observer.notices - before;
+    };
+    plugin->updateAttributes();
+    EXPECT_EQ(within, 0);
+    const int notices = observer.notices;
+    ASSERT_TRUE(runMainLoopUntil([&] { return observer.notices > notices; }));
+    EXPECT_TRUE(is(State::ended, "Standing", "The server ended the connection"));
+    EXPECT_GE(plugin->connectionStatus().since, connected);
+    host.onNotice = nullptr;
+
+    RefusingPort refusing;
+    auto service = std::make_unique<PublishedService>("Refusing", refusing.port());
+    plugin->setDefaultSettings(settingsWith("Refusing", {}));
+    EXPECT_TRUE(runMainLoopUntil([&] { return is(State::failed, "Refusing", "Connection refused"); }));
+    service = nullptr;
+    EXPECT_TRUE(runMainLoopUntil([&] { return is(State::notFound, "Refusing"); }));
+    for (const auto& [size, reason] :
+         {std::pair("no\tsize", "The server's reply to MATRIXSIZE is no size: \"no\\tsize\""),
+          {"0x8", "The server's matrix has 0 inputs and 8 outputs"}}) {
+        ScriptedPeer peer(PeerScript().exchange("MATRIXSIZE", size).expectClose());
+        plugin->setDefaultSettings(settingsWith(reason, {}));
+        service = std::make_unique<PublishedService>(reason, peer.port());
+        EXPECT_TRUE(runMainLoopUntil([&] { return is(State::connecting, reason, reason); }));
+        plugin->stop();
+        EXPECT_TRUE(is(State::noServerSelected, "", "The plugin is not started"));
+        plugin->startAndSetCurrentValuesToDefaults(false);
+    }
+    plugin->setDefaultSettings(settingsWith("", {}));
+    EXPECT_EQ(plugin->connectionStatus().state, State::noServerSelected);
+    observer.onNotice = [&] { plugin = nullptr; };
+    EXPECT_TRUE(runMainLoopUntil([&] { return plugin == nullptr; }));
+}
+
+TEST(ConnectionStatus, ofAServerWithoutAConnectionIsThatOfItsRecord) {
+    const auto controller = std::make_shared<VelmoraSwitchController>(nullptr);
+    const auto service = std::make_shared<NSNetService>("local.", "_matrixswitcher._tcp.", "a");
+    NSNetServiceBrowser browser;
+    const auto state = [&] { return connectionStatusOf(controller.get(), "a").state; };
+    EXPECT_EQ(state(), State::notFound);
+    controller->netServiceBrowserDidFindServiceMoreComing(browser, service, false);
+    EXPECT_EQ(state(), State::connecting);
+    controller->netServiceDidNotResolve(*service);
+    EXPECT_EQ(state(), State::failed);
+    controller->netServiceBrowserDidRemoveServiceMoreComing(browser, service, false);
+    EXPECT_EQ(state(), State::notFound);
+}
+
 TEST_F(Plugin, mayBeStoppedAndReleasedInsideItsOwnCallback) {
     VirtualSwitch studio("Fleeting", 2, 2);
     start("Fleeting", {{"One", 0, 0}});

@@ -284,6 +284,8 @@ TEST(Streams, giveEveryAddressItsTurnWhileACommandMayStillWaitAndSilentOnesASeco
     EXPECT_TRUE(comesTo(good));
     const Socket first(mute.accept());  // now there is
     EXPECT_TRUE(comesTo(mute));
+    ASSERT_TRUE(streams.front()->hasSpaceAvailable());
+    EXPECT_EQ(streams.front()->write({}), 0);  // and does not wait until a byte is gone
     for (const auto& stream : streams)
         stream->removeFromRunLoopForMode(loop, NSDefaultRunLoopMode);
 }
