@@ -16,9 +16,9 @@ void printLine(std::string_view line) {
     printText(stringByEscapingControlCharacters(line) + '\n');
 }
 
-void printText(std::string_view text) {
-    const std::size_t written = std::fwrite(text.data(), 1, text.size(), stdout);
-    good = std::fflush(stdout) == 0 && written == text.size() && good;
+void printText(const std::string& text) {
+    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    good = std::fflush(stdout) == 0 && written && good;
 }
 
 bool outputIsGood() {
