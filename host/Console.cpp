@@ -16,7 +16,7 @@ void printLine(std::string_view line) {
     printText(stringByEscapingControlCharacters(line) + '\n');
 }
 
-void printText(std::string_view text) {
+void printText(const std::string& text) {
     const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
     good = std::fflush(stdout) == 0 && written && good;
 }

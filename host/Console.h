@@ -10,7 +10,7 @@ namespace velmora {
 // One line of a result for a person, handed on at once; what a terminal would obey is made visible.
 void printLine(std::string_view line);
 // A whole text as it is, with its own line ends: what in it came from outside is in the text's own notation by now.
-void printText(std::string_view text);
+void printText(const std::string& text);
 // Whether everything printed so far has left the program; false for good once it did not (a full disk, a closed pipe).
 bool outputIsGood();
 
