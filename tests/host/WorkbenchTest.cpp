@@ -200,7 +200,8 @@ TEST_F(Workbench, CallsNoConnectionAliveThatFailsUnderACommand) {
         click(button);
         ASSERT_TRUE(comesTo(Kind::lost)) << text("situationLabel");
         EXPECT_TRUE(currentComesTo(0, "not known"));
-        EXPECT_NE(text("situationLabel").find(words), std::string::npos) << text("situationLabel");
+        EXPECT_TRUE(runMainLoopUntil([&] { return text("situationLabel").find(words) != std::string::npos; }))
+            << text("situationLabel");
         faults.set({});
         click("reconnectButton");
     }
