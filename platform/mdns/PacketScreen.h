@@ -15,15 +15,12 @@ namespace velmora {
 // is).
 //
 // Only a packet that has been looked at reaches the library: where a look finds none, nothing is read. No order of
-// packets gets by, because
-// - the library reads a socket only when a watch of this poll tells it to, and one packet each time; every socket that
-// it
-//   opens, for whatever family or interface, has its watch made here, and only the kernel's netlink goes unlooked;
-// - what the look has found is the next to be read: the kernel checks a packet's checksum before it shows it, drops
-// wrong
-//   ones before it, and puts new ones behind it; nothing else reads the socket. So the size that the library asks for
-//   first (FIONREAD) is that packet's, too;
-// - a packet without bytes, or too long to be looked at whole, is taken from the socket here.
+// packets gets by. The library reads a socket only when a watch of this poll tells it to, one packet each time, and
+// every socket that it opens, for whatever family or interface, has its watch made here; only the kernel's netlink goes
+// unlooked. What the look has found is the next to be read: the kernel checks a packet's checksum before it shows it,
+// drops wrong ones before it and puts new ones behind it, and nothing else reads the socket; so the size that the
+// library asks for first (FIONREAD) is that packet's, too. A packet without bytes, or too long to be looked at whole,
+// is taken from the socket here.
 class PacketScreen {
   public:
     // What is read through `poll()` is screened; the events themselves are those of `inner`, which must live longer.

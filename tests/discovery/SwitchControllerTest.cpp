@@ -3,6 +3,7 @@
 
 #include "discovery/VelmoraSwitchController.h"
 #include "tests/support/LogLines.h"
+#include "tests/support/PublishedService.h"
 
 namespace velmora::test {
 namespace {
@@ -64,6 +65,15 @@ TEST_F(SwitchController, keepsOneRecordForEachServiceAndDropsTheUnused) {
     find(service("a"));
     EXPECT_TRUE(kept->isPresent());
     EXPECT_EQ(plugin.events.back(), "+a");
+    // Resolved when its record was gone: told without an address, not told with one.
+    controller->netServiceDidResolveAddress(*service("gone"));
+    EXPECT_EQ(plugin.events.back(), "+gone");
+    const PublishedService published("With an address", 1, "_other._tcp.");
+    const auto gone = std::make_shared<NSNetService>("local.", "_other._tcp.", "With an address");
+    gone->resolveWithTimeout(10.0);
+    ASSERT_TRUE(runMainLoopUntil([&] { return !gone->addresses().empty(); }));
+    controller->netServiceDidResolveAddress(*gone);
+    EXPECT_EQ(plugin.events.back(), "+gone");
 }
 
 TEST_F(SwitchController, selectsByNameTheFirstForAnEmptyOneAndNothingFromAnEmptyList) {

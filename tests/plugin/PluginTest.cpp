@@ -159,12 +159,13 @@ TEST_F(Plugin, asksTheServerInTheOrderOfTheModelAndRoutesDefaultsOnEachConnectio
 
 TEST_F(Plugin, routesAndRefusesAsTheHostAsks) {
     VirtualSwitch studio("Studio", 4, 2);
-    start("Studio", {{"One", 0, 0}, {"Two", 1, 0}, {"Beyond", 9, 7}});
+    start("Studio", {{"One", 0, 0}, {"Two", 1, 0}, {"Beyond", 9, 7}, {"Two again", 1, 1}});
     ASSERT_TRUE(completes(3));
     EXPECT_EQ(*plugin->attributeNames(),
               (Strings{"Velmora Switch Output 1", "Velmora Switch Output 10", "Velmora Switch Output 2"}));
     EXPECT_EQ(plugin->attributes()->find("Velmora Switch Output 1")->attributePossibleValues,
               plugin->attributes()->find("Velmora Switch Output 2")->attributePossibleValues);
+    EXPECT_EQ(plugin->displayNameOfAttributeWithName("Velmora Switch Output 2"), "Two again");
     const int notices = host.notices;
     // Value, attribute, result, what output 2 then carries, and the line in the log.
     const std::tuple<std::string, std::string, std::int32_t, int, std::string> cases[] = {
@@ -218,7 +219,7 @@ TEST_F(Plugin, selectsByItsSettingsWheneverTheyCome) {
     VirtualSwitch b("Server B", 3, 3);
     plugin->startAndSetCurrentValuesToDefaults(false);
     const auto available = [&] { return valueForKey(plugin->defaultSettings(), "availableDevices")->array()->size(); };
-    ASSERT_TRUE(runMainLoopUntil([&] { return available() == 2; }));
+    ASSERT_TRUE(runMainLoopUntil([&] { return available() == 2 && host.notices >= 2; }));
     EXPECT_EQ(plugin->selectedDevice(), nullptr);
     plugin->setDefaultSettings(settingsWith("Server B", {{"One", 0, 0}}));
     ASSERT_TRUE(completes(1));
@@ -253,6 +254,9 @@ TEST_F(Plugin, twoPluginsShareTheProcessAndADoubleStartDoesNoHarm) {
     EXPECT_EQ(studio.matrix.routedInput(1), 2);
     second->stop();
     EXPECT_EQ(plugin->currentValueOfAttributeWithName("Velmora Switch Output 1"), "0002 Input 2");
+    const std::weak_ptr<TCPMatrixSwitcher> first = plugin->selectedDevice();
+    plugin->startAndSetCurrentValuesToDefaults(false);
+    EXPECT_FALSE(first.expired());
 }
 
 TEST_F(Plugin, tellsWhetherAReplyAnswers) {

@@ -155,6 +155,7 @@ TEST_F(SettingsWindow, sortsTheSettingsThemselvesAndKeepsTheSelectedEntry) {
     VirtualSwitch studio("Studio", 4, 4);
     const Output a{"a", 2, 0}, b{"B", 0, 3}, c{"c", 1, 0};
     open("Studio", {c, a, b});
+    const int before = notices;
     clickCell(0, label);
     const auto clickHeader = [&](Column column) {
         QTest::mouseClick(table->horizontalHeader()->viewport(), Qt::LeftButton, {},
@@ -175,6 +176,7 @@ TEST_F(SettingsWindow, sortsTheSettingsThemselvesAndKeepsTheSelectedEntry) {
     for (const Qt::Key key : {Qt::Key_Down, Qt::Key_Down, Qt::Key_Return})
         QTest::keyClick(menu, key);
     EXPECT_EQ(outputs(), (Outputs{b, c, a}));
+    EXPECT_EQ(notices, before);
     click(remove);
     EXPECT_EQ(outputs(), (Outputs{b, a}));
 }

@@ -158,9 +158,24 @@ TEST_F(Connection, aQueuedCommandSurvivesACloseAndHeadsTheNextConnection) {
     EXPECT_EQ(controller->telnetCommands().size(), 1U);
     EXPECT_TRUE(runMainLoopUntil([&] { return !controller->communicationsThreadIsRunning(); }));
     ScriptedPeer peer(PeerScript().exchange("LATE", "ok").exchange("NEXT", "yes").expectClose());
+    controller->setTelnetCommands({makeCommand("LATE"), makeCommand("LATER")});
     controller->startConnectionWithHostAddressPort("127.0.0.1", peer.port());
     ASSERT_TRUE(isOpenAndIdle());
+    EXPECT_EQ(controller->telnetCommands().size(), 1U);  // a reply sends nothing
+    controller->setTelnetCommands({});
     EXPECT_EQ(process("NEXT")->responseString(), "yes");
+    controller->closeStreams();
+}
+
+TEST_F(Connection, aSecondCommandWaitsForTheReplyToTheFirst) {
+    ScriptedPeer peer(PeerScript().expect("A\n\r").waitForSignal().send("a").exchange("B", "b").expectClose());
+    open(peer.port());
+    controller->addNewCommand(makeCommand("A"));
+    const auto second = makeCommand("B");
+    std::thread adder([&] { controller->addNewCommand(second); });
+    peer.signal();
+    EXPECT_TRUE(runMainLoopUntil([&] { return second->hasResponse(); }));
+    adder.join();
     controller->closeStreams();
 }
 
@@ -234,6 +249,7 @@ TEST(TelnetXML, everyPrefixIsCompleteExactlyWhenTheRuleSays) {
     }
     EXPECT_EQ(log.count("error dataBuffer length < 9: <?xml"), 1);
     EXPECT_EQ(log.count("error dataBuffer length < 12: <?xml versio"), 1);
+    EXPECT_EQ(log.count("error dataBuffer length < 9: <?xml ver"), 1);
     for (const std::string text :
          {"no xml at all</plist>\n", "\xFF?xml version</plist>\n", "<?xml version='1.0'?></plist>"}) {
         controller->currentTelnetCommand()->responseData()->assign(text);
