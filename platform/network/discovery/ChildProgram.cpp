@@ -12,9 +12,9 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <utility>
 
+#include "platform/foundation/Result.h"
 #include "platform/network/discovery/MdnsFrame.h"
 
 // This header of the C library does not say so itself.
@@ -24,6 +24,7 @@ extern "C" {
 
 // The same function under a name that the thread sanitizer does not intercept: it takes every clone for a fork, and
 // would have the helper free locks that are those of this process.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the C library's own name
 extern "C" int __clone(int (*function)(void*), void* stack, int flags, void* argument, ...);
 
 namespace velmora {
@@ -140,7 +141,7 @@ std::optional<ChildProgram> ChildProgram::start(const std::string& path, std::st
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets.data()) == 0) {
         process = Launch(path.c_str(), sockets[1]).perform();
     }
-    if (process < 0) error = path + " cannot be started: " + std::strerror(errno);
+    if (process < 0) error = path + " cannot be started: " + failureOfSystem(errno).reason;
     for (const int socket : sockets) {
         if (socket >= 0 && (process < 0 || socket == sockets[1])) close(socket);
     }
