@@ -18,6 +18,15 @@ std::string reference(char32_t character) {
     return "&#x" + hexadecimalDigits(character, 1) + ";";
 }
 
+// How long the text is at the least with its markup escaped.
+std::size_t escapedLength(std::string_view text) {
+    std::size_t length = 0;
+    for (const char byte : text) {
+        length += byte == '&' ? 5 : byte == '<' || byte == '>' ? 4 : 1;
+    }
+    return length;
+}
+
 std::string characterData(std::string_view text) {
     QString data = withCharactersOfXML(text);
     data.replace('&', "&amp;").replace('<', "&lt;").replace('>', "&gt;");
@@ -41,6 +50,7 @@ class Writer {
     bool writeText(const char* type, std::string_view text, int depth);
     bool writeLine(std::string_view line, int depth);
     bool refuse(const std::string& reason);
+    bool refuseLength();
 
     std::size_t values_ = 0;
 };
@@ -52,14 +62,17 @@ bool Writer::refuse(const std::string& reason) {
 
 bool Writer::writeLine(std::string_view line, int depth) {
     xml.append(static_cast<std::size_t>(depth), '\t').append(line) += '\n';
-    return xml.size() <= kPropertyListByteLimit ||
-           refuse(stringWithFormat("the document would have more than %li bytes", kPropertyListByteLimit));
+    return xml.size() <= kPropertyListByteLimit || refuseLength();
+}
+
+bool Writer::refuseLength() {
+    return refuse(stringWithFormat("the document would have more than %li bytes", kPropertyListByteLimit));
 }
 
 bool Writer::writeText(const char* type, std::string_view text, int depth) {
-    // What is too long as it is need not be escaped first.
-    const std::string data = text.size() > kPropertyListByteLimit ? std::string(text) : characterData(text);
-    return writeLine(stringWithFormat("<%s>%@</%s>", type, data, type), depth);
+    // What is too long need not be escaped first.
+    if (xml.size() + escapedLength(text) > kPropertyListByteLimit) return refuseLength();
+    return writeLine(stringWithFormat("<%s>%@</%s>", type, characterData(text), type), depth);
 }
 
 bool Writer::writeDocument(const PropertyList& value) {
