@@ -189,8 +189,9 @@ ExitCode Commands::set(const std::string& name, const std::string& value) {
     const std::string what = inQuotes(name) + " to " + inQuotes(value);
     const std::string hint = "; \"velmora-host possible\" lists the values that it takes";
     if (!values.canBeSet(value)) {
-        complain("did not set " + what + ": the plugin reads the first four characters of a value, and would take " +
-                 inQuotes(value.substr(0, 4)) + hint);
+        complain("did not set " + what +
+                 ": the plugin reads a number from the first four characters of a value, and would take another" +
+                 hint);
         return ExitCode::refused;
     }
     const std::string meant = values.meantBy(value);
@@ -209,7 +210,11 @@ ExitCode Commands::set(const std::string& name, const std::string& value) {
     // The plugin has handed the value on; whether the device carried it out, only reading it back tells.
     const Current current = currentValue(name);
     printCurrent(document, current);
-    if (current.value && values.areSame(*current.value, meant)) return ExitCode::done;
+    if (current.value && values.areSame(*current.value, meant)) {
+        if (!refusal.empty())
+            complain("the device has the value, but gave no answer of use to its being set" + refusal);
+        return ExitCode::done;
+    }
     complain("the value was handed on" + refusal +
              (current.value ? "; the device has another: " + inQuotes(*current.value)
                             : "; whether the device has it, is not known"));

@@ -5,6 +5,8 @@
 #include <QJsonObject>
 
 #include "host/Console.h"
+#include "platform/foundation/PropertyListXML.h"
+#include "platform/foundation/QtText.h"
 #include "platform/foundation/Text.h"
 
 namespace velmora {
@@ -24,29 +26,33 @@ std::string jsonNotation(char32_t character) {
 }  // namespace
 
 QJsonValue jsonValue(const std::optional<std::string>& text) {
-    return text ? QJsonValue(QString::fromStdString(*text)) : QJsonValue();
+    return text ? QJsonValue(qString(*text)) : QJsonValue();
 }
 
 QJsonValue jsonValue(const std::vector<std::string>& texts) {
     QJsonArray array;
     for (const std::string& text : texts) {
-        array.append(QString::fromStdString(text));
+        array.append(qString(text));
     }
     return array;
 }
 
-QJsonValue jsonOfPropertyList(const PropertyList& value) {
+namespace {
+
+// A plugin's settings may contain themselves; what is nested deeper than a file may be is left out.
+QJsonValue jsonOfPropertyListAt(const PropertyList& value, int depth) {
+    if (depth > kPropertyListDepthLimit) return {};
     if (const auto dictionary = value.dictionary()) {
         QJsonObject object;
         for (const auto& [key, entry] : *dictionary) {
-            object.insert(QString::fromStdString(key), jsonOfPropertyList(entry));
+            object.insert(qString(key), jsonOfPropertyListAt(entry, depth + 1));
         }
         return object;
     }
     if (const auto list = value.array()) {
         QJsonArray array;
         for (const PropertyList& entry : *list) {
-            array.append(jsonOfPropertyList(entry));
+            array.append(jsonOfPropertyListAt(entry, depth + 1));
         }
         return array;
     }
@@ -54,6 +60,12 @@ QJsonValue jsonOfPropertyList(const PropertyList& value) {
     if (const auto boolean = value.boolean()) return *boolean;
     if (const auto real = value.real()) return *real;
     return jsonValue(value.text());
+}
+
+}  // namespace
+
+QJsonValue jsonOfPropertyList(const PropertyList& value) {
+    return jsonOfPropertyListAt(value, 0);
 }
 
 void printJson(const QJsonObject& document, QJsonDocument::JsonFormat format) {

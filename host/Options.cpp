@@ -7,6 +7,8 @@
 #include <cmath>
 
 #include "host/Console.h"
+#include "platform/foundation/QtText.h"
+#include "platform/foundation/Text.h"
 
 namespace velmora {
 
@@ -109,7 +111,8 @@ std::optional<std::chrono::milliseconds> milliseconds(const QString& text) {
 std::variant<Options, EarlyEnd> parseOptions(int argc, const char* const* argv) {
     QStringList words;
     for (int i = 0; i < argc; ++i) {
-        words << QString::fromUtf8(argv[i]);
+        if (!isValidUTF8(argv[i])) return wrongUsage("an argument is not UTF-8: " + inQuotes(argv[i]));
+        words << qString(argv[i]);
     }
     QCommandLineParser parser;
     parser.addOptions({{"settings", "", "FILE"},

@@ -7,7 +7,7 @@
 #include <array>
 #include <cstdint>
 
-#include "host/Console.h"
+#include "platform/foundation/ImmediateOutput.h"
 #include "platform/threads/Interruption.h"
 
 namespace velmora {
@@ -34,20 +34,25 @@ void watch(int end, int signal) {
         if (!isReadable(signal)) continue;
         if (!waitFor(end, signal, 0, kAtOnce)) return;
         if (!isReadable(signal)) continue;
-        complain(
-            "interrupted; waiting for the plugin, which is at work and may wait for its device. The program ends when "
-            "the plugin is done; once more (Ctrl-C) ends it now, without stopping the plugin in order");
+        // At once or not at all: where nobody reads, nobody is to wait for this thread.
+        [[maybe_unused]] const auto written = writeAtOnce(
+            STDERR_FILENO,
+            "velmora-host: interrupted; waiting for the plugin, which is at work and may wait for its device. The "
+            "program ends when the plugin is done; once more (Ctrl-C) ends it now, without stopping the plugin in "
+            "order\n");
         return;  // the second time ends the process
     }
 }
 
 }  // namespace
 
-Patience::Patience(const Interruption& interruption)
-    : end_(eventfd(0, EFD_CLOEXEC)),
-      thread_([end = end_, signal = interruption.descriptor()] { watch(end, signal); }) {}
+Patience::Patience(const Interruption& interruption) : end_(eventfd(0, EFD_CLOEXEC)) {
+    // Without a way to end it there is no thread.
+    if (end_ >= 0) thread_ = std::thread([end = end_, signal = interruption.descriptor()] { watch(end, signal); });
+}
 
 Patience::~Patience() {
+    if (!thread_.joinable()) return;
     const std::uint64_t one = 1;
     [[maybe_unused]] const auto written = write(end_, &one, sizeof one);
     thread_.join();

@@ -23,6 +23,12 @@ std::optional<std::int64_t> numberOf(std::string_view text) {
     return hasNumber ? std::optional(integerValue(text)) : std::nullopt;
 }
 
+// Digits alone, or digits and a blank: what a plugin reads leniently may be meant otherwise ("1e3", "-1").
+bool beginsWithNumber(std::string_view text) {
+    const std::size_t digits = std::min(text.find_first_not_of("0123456789"), text.size());
+    return digits > 0 && (digits == text.size() || text[digits] == ' ');
+}
+
 bool countUp(const std::vector<std::string>& texts) {
     std::int64_t last = -1;
     return !texts.empty() && std::all_of(texts.begin(), texts.end(), [&](const std::string& text) {
@@ -61,7 +67,7 @@ bool Values::areSame(const std::string& left, const std::string& right) const {
 }
 
 bool Values::canBeSet(const std::string& text) const {
-    return !areNumbered_ || integerValue(numberField(text)) == integerValue(text);
+    return !areNumbered_ || (beginsWithNumber(text) && integerValue(numberField(text)) == integerValue(text));
 }
 
 std::string Values::meantBy(const std::string& text) const {

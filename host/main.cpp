@@ -14,6 +14,7 @@
 #include "host/SettingsCheck.h"
 #include "host/SettingsFile.h"
 #include "host/workbench/Workbench.h"
+#include "platform/foundation/Descriptor.h"
 #include "platform/foundation/NSLog.h"
 #include "platform/network/NSNetServiceBrowser.h"
 
@@ -102,6 +103,8 @@ std::unique_ptr<QCoreApplication> makeApplication(CommandName command, int& argc
 }
 
 int start(int argc, char** argv) {
+    occupyStandardDescriptors();
+    std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error for whoever writes it, and ends nobody
     std::signal(SIGPIPE, SIG_IGN);  // a closed pipe shows when it is written to, so that the plugin is stopped in order
     const auto parsed = parseOptions(argc, argv);
     if (const auto* end = std::get_if<EarlyEnd>(&parsed)) {
@@ -110,7 +113,7 @@ int start(int argc, char** argv) {
         } else {
             complain(end->text);
         }
-        return static_cast<int>(end->code);
+        return static_cast<int>(outputIsGood() ? end->code : ExitCode::unusable);
     }
     const auto& options = std::get<Options>(parsed);
     const auto application = makeApplication(options.command, argc, argv);

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "platform/foundation/ImmediateOutput.h"
 #include "platform/foundation/Text.h"
 
 namespace velmora {
@@ -18,6 +19,7 @@ constexpr std::size_t room = 256 * 1024;  // bytes
 // How often a reader that takes nothing is looked at, and how long at the end.
 constexpr int lookMilliseconds = 100;
 constexpr int lastLookMilliseconds = 500;
+constexpr int lastRefusals = lastLookMilliseconds / lookMilliseconds;
 
 }  // namespace
 
@@ -65,6 +67,7 @@ void OutputQueue::run() {
 
 // False when the reader takes nothing any more and the queue is to end.
 bool OutputQueue::write(std::string_view text) {
+    int refusals = 0;
     while (!text.empty()) {
         const bool last = isEnding();
         pollfd space{descriptor_, POLLOUT, 0};
@@ -72,9 +75,14 @@ bool OutputQueue::write(std::string_view text) {
             if (last) return false;
             continue;
         }
-        // What has space takes this much without blocking.
-        const ssize_t count = ::write(descriptor_, text.data(), std::min<std::size_t>(text.size(), PIPE_BUF));
-        if (count < 0 && errno != EINTR && errno != EAGAIN) return true;  // the reader has gone: nobody misses the text
+        const ssize_t count = writeAtOnce(descriptor_, text.substr(0, PIPE_BUF));
+        if (count < 0 && errno == EAGAIN) {
+            // A terminal calls itself ready and takes less than it was given.
+            if (last && ++refusals > lastRefusals) return false;
+            ::poll(nullptr, 0, lookMilliseconds);
+        } else if (count < 0 && errno != EINTR) {
+            return true;  // the reader has gone: nobody misses the text
+        }
         text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     }
     return true;

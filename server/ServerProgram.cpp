@@ -209,10 +209,9 @@ int print(const std::string& text, bool isError, int exitCode) {
 int runSwitchServer(const QStringList& arguments) {
     const ParsedServerOptions parsed = parseServerOptions(arguments);
     if (!parsed.options) return print(parsed.message, parsed.exitCode != 0, parsed.exitCode);
+    raiseDescriptorLimit();  // before anything takes a descriptor
     const Interruption interruption([] { QCoreApplication::quit(); }, Interruption::Second::callsAgain);
     std::signal(SIGPIPE, SIG_IGN);  // a reader of our output that leaves does not end the server
-    std::signal(SIGXFSZ, SIG_IGN);  // nor does a file that may not grow; whoever writes it is told
-    raiseDescriptorLimit();
     try {
         return Program(*parsed.options).run();
     } catch (const std::exception& failure) {  // no memory, no threads

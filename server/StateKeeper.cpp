@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -29,6 +30,9 @@ StateKeeper::~StateKeeper() {
 }
 
 Result<void> StateKeeper::lock() {
+    // The file that is locked is the one that is kept, wherever a link leads by then.
+    std::error_code unresolved;
+    if (const auto file = std::filesystem::canonical(path_, unresolved); !unresolved) path_ = file.string();
     Result<FileLock> lock = FileLock::take(path_);
     if (!lock) return lock.failure();
     lock_.emplace(*std::move(lock));
@@ -78,7 +82,11 @@ void StateKeeper::keep() {
         const bool isLast = stopping_;
         lock.unlock();
         const bool wasWritten = static_cast<bool>(written_);
-        written_ = writeMatrixFile(path_, matrix_.contents());
+        try {
+            written_ = writeMatrixFile(path_, matrix_.contents());
+        } catch (const std::bad_alloc&) {
+            written_ = Failure{"there is no memory for it"};
+        }
         if (!written_ && wasWritten && !isLast) trouble_(written_.failure().reason);
         lock.lock();
         if (!written_) {

@@ -43,7 +43,7 @@ class StateKeeper {
     void keep();
 
     VirtualMatrix& matrix_;
-    const std::string path_;
+    std::string path_;
     const Trouble trouble_;
     Mutex mutex_;
     Condition wake_;

@@ -1,10 +1,12 @@
 #include <QCoreApplication>
+#include <csignal>
 
 #include "platform/foundation/Descriptor.h"
 #include "server/ServerProgram.h"
 
 int main(int argc, char** argv) {
     velmora::occupyStandardDescriptors();
+    std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error for whoever writes it, and ends nobody
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName("velmora-switch-server");
     QCoreApplication::setApplicationVersion(VELMORA_VERSION);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/foundation/QtText.h"
 #include "platform/foundation/Text.h"
 #include "platform/widgets/DisplayText.h"
 #include "settings/SwitchSettingsViewController.h"
@@ -77,7 +78,7 @@ QVariant OutputsTableModel::data(const QModelIndex& index, int role) const {
                 controller_.tableViewObjectValueForTableColumnRow(table_, column.identifier, index.row());
             // An absent number reads as 0.
             if (column.menu != nullptr) return static_cast<qlonglong>(value ? value->integerValue() : 0);
-            return QString::fromStdString(value ? value->text().value_or("") : "");
+            return qString(value ? value->text().value_or("") : "");
         }
         default:
             return {};

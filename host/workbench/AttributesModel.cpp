@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "host/PluginState.h"
+#include "platform/foundation/QtText.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -125,7 +126,7 @@ QVariant AttributesModel::data(const QModelIndex& index, int role) const {
         case Qt::ToolTipRole:
             return toolTipText(shown(index));
         case Qt::EditRole:
-            return QString::fromStdString(text(index));
+            return qString(text(index));
         case Qt::ForegroundRole:
             if (index.column() == currentColumn && !rowAt(index.row()).currentValue)
                 return QGuiApplication::palette().brush(QPalette::PlaceholderText);

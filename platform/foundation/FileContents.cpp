@@ -3,9 +3,11 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -46,7 +48,11 @@ Result<Target> targetOf(const std::filesystem::path& file) {
     Target target{std::filesystem::canonical(file, unresolved), std::nullopt};
     if (unresolved) target.path = file;
     struct stat status {};
-    if (lstat(target.path.c_str(), &status) != 0) return target;
+    // Only what is certainly not there is new: of anything else the owner and the permissions would be lost.
+    if (lstat(target.path.c_str(), &status) != 0) {
+        if (errno == ENOENT) return target;
+        return failureOfSystem(errno);
+    }
     // A link that leads nowhere is none of ours to cut.
     if (unresolved == std::errc::no_such_file_or_directory) return Failure{"it is a link that leads nowhere"};
     if (unresolved) return failureOfSystem(unresolved.value());
@@ -69,11 +75,24 @@ bool writeAll(int descriptor, std::string_view contents) {
     return true;
 }
 
-bool keepOwnerAndPermissions(int descriptor, const struct stat& old) {
+// An access list shows in the mode as permissions of the group, which that may not have: the list goes along, or the
+// group is let in to nothing.
+bool keepAccessList(int descriptor, const Target& target, mode_t mode) {
+    constexpr const char* kAccessList = "system.posix_acl_access";
+    std::array<char, 64 * 1024> list;
+    const ssize_t size = getxattr(target.path.c_str(), kAccessList, list.data(), list.size());
+    if (size < 0 && errno != ERANGE) return true;  // there is none
+    return (size >= 0 && fsetxattr(descriptor, kAccessList, list.data(), static_cast<std::size_t>(size), 0) == 0) ||
+           fchmod(descriptor, mode & 0707) == 0;
+}
+
+bool keepOwnerAndPermissions(int descriptor, const Target& target) {
+    const struct stat& old = *target.old;
     // Only root gives files away. A group that cannot be kept must not be let in by the permissions of another.
     const bool isKept =
         fchown(descriptor, old.st_uid, old.st_gid) == 0 || fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) == 0;
-    return fchmod(descriptor, old.st_mode & (isKept ? 07777 : 0707)) == 0;
+    const mode_t mode = old.st_mode & (isKept ? 07777 : 0707);
+    return fchmod(descriptor, mode) == 0 && (!isKept || keepAccessList(descriptor, target, mode));
 }
 
 // The file that is to take the target's place. It is locked for as long as it has a name of its own, so that others
@@ -125,7 +144,7 @@ bool NewFile::create() {
 
 bool NewFile::fill(std::string_view contents) {
     return writeAll(descriptor_.number(), contents) &&
-           (!target_.old || keepOwnerAndPermissions(descriptor_.number(), *target_.old)) &&
+           (!target_.old || keepOwnerAndPermissions(descriptor_.number(), target_)) &&
            fsync(descriptor_.number()) == 0 && descriptor_.close();
 }
 
@@ -142,7 +161,10 @@ void removeLeftovers(const std::filesystem::path& target) {
     std::filesystem::directory_iterator entry(folderOf(target), fault);
     for (; !fault && entry != std::filesystem::directory_iterator(); entry.increment(fault)) {
         const std::string name = entry->path().filename().string();
-        if (name.size() != beginning.size() + kDigits || !name.starts_with(beginning)) continue;
+        const bool isOurs = name.size() == beginning.size() + kDigits && name.starts_with(beginning) &&
+                            name.find_first_not_of("0123456789", beginning.size()) == std::string::npos;
+        std::error_code unknown;
+        if (!isOurs || entry->symlink_status(unknown).type() != std::filesystem::file_type::regular) continue;
         const Descriptor leftover(open(entry->path().c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
         if (leftover && flock(leftover.number(), LOCK_EX | LOCK_NB) == 0) unlink(entry->path().c_str());
     }

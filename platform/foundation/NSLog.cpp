@@ -1,18 +1,14 @@
 #include "platform/foundation/NSLog.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <csignal>
 #include <vector>
 
+#include "platform/foundation/ImmediateOutput.h"
 #include "platform/threads/ThreadAnnotations.h"
 
 namespace velmora {
@@ -58,28 +54,6 @@ class WithoutSIGPIPE {
     sigset_t before_;
 };
 
-// Bytes that standard error takes at once, -1 for none: a terminal that was stopped, or a reader that sleeps, holds
-// nobody up who logs.
-ssize_t writeAtOnce(std::string_view bytes) {
-    const ssize_t sent = send(STDERR_FILENO, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
-    if (sent >= 0 || errno != ENOTSOCK) return sent;
-    struct stat status {};
-    if (fstat(STDERR_FILENO, &status) != 0) return -1;
-    if (S_ISREG(status.st_mode)) return write(STDERR_FILENO, bytes.data(), bytes.size());
-    // Opened anew, because whether a write may wait would otherwise be changed for everybody who has the descriptor.
-    const int descriptor = open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (descriptor >= 0) {
-        const ssize_t written = write(descriptor, bytes.data(), bytes.size());
-        close(descriptor);
-        return written;
-    }
-    // Another user's. Of a pipe it is known what it takes at once, of a terminal it is not.
-    pollfd space{STDERR_FILENO, POLLOUT, 0};
-    const bool hasSpace = S_ISFIFO(status.st_mode) && bytes.size() <= PIPE_BUF && poll(&space, 1, 0) == 1 &&
-                          (space.revents & POLLOUT) != 0;
-    return hasSpace ? write(STDERR_FILENO, bytes.data(), bytes.size()) : -1;
-}
-
 // In one piece where the system lets us, so that lines of several processes do not mix. What cannot be written is no
 // reason to fail; the line that was cut short is ended before the next one.
 void writeToStandardError(const std::string& line, bool& isCutShort) {
@@ -87,7 +61,7 @@ void writeToStandardError(const std::string& line, bool& isCutShort) {
     const std::string text = (isCutShort ? "\n" : "") + line + '\n';
     ssize_t written = -1;
     do {
-        written = writeAtOnce(text);
+        written = writeAtOnce(STDERR_FILENO, text);
     } while (written < 0 && errno == EINTR);
     if (written > 0) isCutShort = static_cast<std::size_t>(written) < text.size();
 }

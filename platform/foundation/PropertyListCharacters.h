@@ -5,12 +5,14 @@
 #include <algorithm>
 #include <string_view>
 
+#include "platform/foundation/QtText.h"
+
 namespace velmora {
 
 // The text with U+FFFD in place of what XML does not have, not even by reference: control characters but for tab, line
 // feed and carriage return, U+FFFE and U+FFFF. Bytes that are not UTF-8 become U+FFFD, too.
 inline QString withCharactersOfXML(std::string_view text) {
-    QString result = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+    QString result = qString(text);
     const auto isMissing = [](QChar unit) {
         const char16_t code = unit.unicode();
         return (code < 0x20 && code != '\t' && code != '\n' && code != '\r') || code >= 0xFFFE;

@@ -18,8 +18,18 @@ constexpr std::string_view kBlanks = " \t\r\n";
 // Whether a tag holds what property lists never do and what Qt 6.4 is not hardened against: names with a prefix
 // (CVE-2023-37369) and declarations of entities (CVE-2023-38197).
 bool isHostileTag(std::string_view tag) {
-    return tag.starts_with("!") ? tag.find_first_of("[%") != std::string_view::npos || tag.starts_with("!E")
-                                : tag.find(':') != std::string_view::npos;
+    return tag.find_first_of(":[%") != std::string_view::npos || (tag.starts_with("!") && !tag.starts_with("!DOCTYPE"));
+}
+
+// The tag that begins at the front, as far as its end, with its quoted values left out.
+std::string tagAt(std::string_view xml) {
+    std::string tag;
+    for (std::size_t at = 1; at < xml.size() && xml[at] != '>' && xml[at] != '<'; ++at) {
+        const char quote = xml[at];
+        if (quote == '"' || quote == '\'') at = std::min(xml.find(quote, at + 1), xml.size() - 1);
+        tag += quote;
+    }
+    return tag;
 }
 
 bool hasHostileTag(std::string_view xml) {
@@ -36,9 +46,8 @@ bool hasHostileTag(std::string_view xml) {
         } else if (rest.starts_with("<?")) {
             at = past("?>", at + 2);
         } else {
-            const std::size_t end = std::min(xml.find_first_of("<>", at + 1), xml.size());
-            if (isHostileTag(xml.substr(at + 1, end - at - 1))) return true;
-            at = end;
+            if (isHostileTag(tagAt(rest))) return true;
+            ++at;
         }
     }
     return false;

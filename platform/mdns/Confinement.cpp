@@ -36,7 +36,7 @@ void confineThisProcess() {
     limit(RLIMIT_NOFILE, kDescriptors);
     limit(RLIMIT_STACK, kStack);
     // Sanitizers look at the process from another one, and need more room than there is memory.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if !defined(VELMORA_SANITIZED)
     // A core dump that is piped to a program ignores the limit. Nor does another process of the same user look inside.
     prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
     limit(RLIMIT_NPROC, 0);

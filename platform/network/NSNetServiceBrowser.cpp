@@ -18,7 +18,7 @@ namespace {
 // A find makes the delegate resolve the service, and what that leads to may keep the main thread busy for long. So many
 // new services at a time are told and not resolved yet; a flood of them waits here, where those that go again cost
 // nothing. One that has not been resolved within so long (seconds) holds nobody up any more.
-constexpr std::size_t kMaximumUnresolved = 8;
+constexpr std::size_t kMaximumUnresolved = 256;
 constexpr double kPatience = 2.0;
 constexpr std::chrono::milliseconds kNextTry(10);
 

@@ -19,8 +19,10 @@ constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
 // it when its Interruption is gone.
 std::atomic<int> wakeUp = -1;
 
+// -1 as long as there is no room for it.
 int wakeUpDescriptor() {
-    static const int descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    static int descriptor = -1;
+    if (descriptor < 0) descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     return descriptor;
 }
 
@@ -38,8 +40,10 @@ void handleSignal(int) {
 
 }  // namespace
 
-Interruption::Interruption(std::function<void()> handler, Second second)
-    : notifier_(std::make_unique<QSocketNotifier>(wakeUpDescriptor(), QSocketNotifier::Read)), earlier_{} {
+Interruption::Interruption(std::function<void()> handler, Second second) : earlier_{} {
+    // Then the signals end the process as they do by themselves, which is better than not at all.
+    if (wakeUpDescriptor() < 0) return;
+    notifier_ = std::make_unique<QSocketNotifier>(wakeUpDescriptor(), QSocketNotifier::Read);
     readBack();  // what came for an earlier one
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [call = std::move(handler)] {
         readBack();
@@ -64,6 +68,7 @@ int Interruption::descriptor() const {
 }
 
 Interruption::~Interruption() {
+    if (notifier_ == nullptr) return;
     for (std::size_t i = 0; i < kSignals.size(); ++i) {
         sigaction(kSignals[i], &earlier_[i], nullptr);
     }

@@ -11,7 +11,8 @@ class QSocketNotifier;
 namespace velmora {
 
 // Main thread, one at a time. While it lives these signals call the handler from the event loop instead of ending the
-// process, also when the loop starts only later. A SIGHUP that was ignored before stays ignored.
+// process, also when the loop starts only later. A SIGHUP that was ignored before stays ignored. Where no descriptor is
+// left for it, the signals do what they did before.
 class Interruption {
   public:
     // What the same signal does a second time: it ends the process, so that a blocked loop can be interrupted, too, or
@@ -26,7 +27,7 @@ class Interruption {
     ~Interruption();
 
     // Readable from a signal until the handler is called; for whoever must know that the event loop does not come to
-    // it. Stays open for ever.
+    // it. Stays open for ever; -1 where none was left.
     int descriptor() const;
 
   private:

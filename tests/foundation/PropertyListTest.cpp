@@ -39,7 +39,7 @@ TEST(PropertyList, readsNumbersAsTheSystemDoes) {
 }
 
 TEST(PropertyListXML, everyValueComesBackFromWritingAndReading) {
-    std::string everyCharacter = "\t\n\r\x7F\u0080\u009B\u200F\u2028\uFFFD";
+    std::string everyCharacter = "\uFEFF\t\n\r\x7F\u0080\u009B\u200F\u2028\uFFFD";
     for (char byte = 32; byte < 127; ++byte)
         everyCharacter += byte;
     auto dictionary = std::make_shared<PropertyListDictionary>();
@@ -122,7 +122,9 @@ TEST(PropertyListXML, refusesDamagedAndHostileDocumentsWithAReason) {
         {"UTF-8", {"\n\n<string>\xC0\x80</string>"}},
         {"zero byte", {"<string>a\0b</string>"s}},
         {"bytes", {std::string(kPropertyListByteLimit, ' ')}},
-        {"colon", {"<a:b/>", "<" + repeated("x", 70'000) + ":b/>", "<true xmlns:x='y'/>", "</x:y>"}}};
+        {"colon",
+         {"<a:b/>", "<" + repeated("x", 70'000) + ":b/>", "<true xmlns:x='y'/>", "</x:y>",
+          "<dict x='>' a:b='c'></dict>"}}};
     for (const auto& [reason, list] : bodies) {
         for (const std::string& body : list)
             refused("<plist>" + body + "</plist>", reason);
@@ -131,6 +133,7 @@ TEST(PropertyListXML, refusesDamagedAndHostileDocumentsWithAReason) {
     refused("{\"a\":1}", "");
     refused("<true/>", "begin with <plist>");
     refused("<!DOCTYPE plist [<!ENTITY a \"b\">]><plist/>", "DOCTYPE");
+    refused("<!DOCTYPE plist SYSTEM \">\" [<!ATTLIST plist c CDATA \"x\">]><plist/>", "DOCTYPE");
     refused("<!DOCTYPE plist PUBLIC 'x' 'y'><plist><string>&foo;</string></plist>", "reference");
     refused("<plist>\n\n<foo/></plist>", "line 3");
     refused("<plist><true/></plist>more", "");

@@ -32,7 +32,7 @@ namespace velmora {
 namespace {
 
 // Sanitizers have something to say, and are told how by the environment.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(VELMORA_SANITIZED)
 constexpr int kSilenced = 2;
 char** environmentOfProgram() {
     return environ;

@@ -90,7 +90,8 @@ void DiscoveryEngine::makeRoom() {
                                   service.isResolved(), service.arrival()},
                             entry);
     }
-    const auto surplus = static_cast<std::ptrdiff_t>(services_.size() - maximumServices_);
+    if (places.size() <= maximumServices_) return;
+    const auto surplus = static_cast<std::ptrdiff_t>(places.size() - maximumServices_);
     std::nth_element(places.begin(), places.begin() + surplus, places.end(),
                      [](const auto& left, const auto& right) { return left.first < right.first; });
     std::for_each(places.begin(), places.begin() + surplus, [this](const auto& place) { giveUp(place.second); });
