@@ -50,14 +50,16 @@ bool PluginHost::unload(std::string* error) {
 }
 
 bool PluginHost::start(bool setCurrentValuesToDefaults) {
+    if (!started_) stop();  // what a start that failed may have left
     startedWithDefaults_ = setCurrentValuesToDefaults;
-    started_ = true;  // even when it fails, so that the plugin is stopped before it is released
-    return plugin_->startAndSetCurrentValuesToDefaults(setCurrentValuesToDefaults) == 0;
+    mustBeStopped_ = true;  // even when it fails, so that the plugin is stopped before it is released
+    started_ = plugin_->startAndSetCurrentValuesToDefaults(setCurrentValuesToDefaults) == 0;
+    return started_;
 }
 
 void PluginHost::stop() {
-    if (!started_) return;
-    started_ = false;
+    if (!mustBeStopped_) return;
+    mustBeStopped_ = started_ = false;
     plugin_->stop();
 }
 

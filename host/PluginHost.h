@@ -66,6 +66,7 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private Vel
     std::shared_ptr<NSBundle> bundle_;
     std::shared_ptr<VelmoraNodePluginProtocol> plugin_;
     std::shared_ptr<VelmoraNodePluginStatusProtocol> status_;  // the same object; null when it is not to be used
+    bool mustBeStopped_ = false;
     bool started_ = false;
     bool startedWithDefaults_ = false;
     std::function<void()> attributesObserver_;
