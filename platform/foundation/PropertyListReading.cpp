@@ -21,13 +21,14 @@ bool isHostileTag(std::string_view tag) {
     return tag.find_first_of(":[%") != std::string_view::npos || (tag.starts_with("!") && !tag.starts_with("!DOCTYPE"));
 }
 
-// The tag that begins at the front, as far as its end, with its quoted values left out.
-std::string tagAt(std::string_view xml) {
+// The tag that begins at the position, with its quoted values left out; the position is its end afterwards. No byte is
+// looked at by two tags, so that no document takes long.
+std::string takeTag(std::string_view xml, std::size_t& at) {
     std::string tag;
-    for (std::size_t at = 1; at < xml.size() && xml[at] != '>' && xml[at] != '<'; ++at) {
-        const char quote = xml[at];
-        if (quote == '"' || quote == '\'') at = std::min(xml.find(quote, at + 1), xml.size() - 1);
-        tag += quote;
+    for (++at; at < xml.size() && xml[at] != '>' && xml[at] != '<'; ++at) {
+        const char byte = xml[at];
+        if (byte == '"' || byte == '\'') at = std::min(xml.find(byte, at + 1), xml.size() - 1);
+        tag += byte;
     }
     return tag;
 }
@@ -45,9 +46,8 @@ bool hasHostileTag(std::string_view xml) {
             at = past("]]>", at + 9);
         } else if (rest.starts_with("<?")) {
             at = past("?>", at + 2);
-        } else {
-            if (isHostileTag(tagAt(rest))) return true;
-            ++at;
+        } else if (isHostileTag(takeTag(xml, at))) {
+            return true;
         }
     }
     return false;

@@ -41,7 +41,7 @@ void handleSignal(int) {
 }  // namespace
 
 Interruption::Interruption(std::function<void()> handler, Second second) : earlier_{} {
-    // Then the signals end the process as they do by themselves, which is better than not at all.
+    // Without it the signals do what they did before: to end the process at once is better than not at all.
     if (wakeUpDescriptor() < 0) return;
     notifier_ = std::make_unique<QSocketNotifier>(wakeUpDescriptor(), QSocketNotifier::Read);
     readBack();  // what came for an earlier one
