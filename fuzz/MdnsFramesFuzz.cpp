@@ -4,7 +4,7 @@
 #include <array>
 
 #include "fuzz/Fuzz.h"
-#include "platform/network/discovery/ProgramBackend.h"
+#include "platform/network/dnssd/ProgramBackend.h"
 
 namespace velmora::fuzz {
 namespace {

@@ -2,19 +2,19 @@
 target_sources(velmora-platform PRIVATE
     network/NSNetService.cpp
     network/NSNetServiceBrowser.cpp
-    network/discovery/BackendKeeper.cpp
-    network/discovery/ChildProgram.cpp
-    network/discovery/DaemonBackend.cpp
-    network/discovery/DiscoveredService.cpp
-    network/discovery/DiscoveryEngine.cpp
-    network/discovery/DiscoveryLoop.cpp
-    network/discovery/DiscoveryThread.cpp
-    network/discovery/HostAddresses.cpp
-    network/discovery/MdnsFrame.cpp
-    network/discovery/MonitoredRecords.cpp
-    network/discovery/NetworkRecord.cpp
-    network/discovery/ProgramBackend.cpp
-    network/discovery/ServicePublication.cpp
+    network/dnssd/BackendKeeper.cpp
+    network/dnssd/ChildProgram.cpp
+    network/dnssd/DaemonBackend.cpp
+    network/dnssd/DiscoveredService.cpp
+    network/dnssd/DiscoveryEngine.cpp
+    network/dnssd/DiscoveryLoop.cpp
+    network/dnssd/DiscoveryThread.cpp
+    network/dnssd/HostAddresses.cpp
+    network/dnssd/MdnsFrame.cpp
+    network/dnssd/MonitoredRecords.cpp
+    network/dnssd/NetworkRecord.cpp
+    network/dnssd/ProgramBackend.cpp
+    network/dnssd/ServicePublication.cpp
 )
 # The library looks for the program there (see ProgramBackend.cpp).
 add_subdirectory(mdns)

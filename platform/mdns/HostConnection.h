@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "platform/network/discovery/MdnsFrame.h"
+#include "platform/network/dnssd/MdnsFrame.h"
 
 namespace velmora {
 

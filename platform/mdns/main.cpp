@@ -1,5 +1,5 @@
 // Speaks multicast DNS for the process that has started it, by Avahi's core, so that what comes from the network can
-// break this program alone. The platform library starts it (see platform/network/discovery/ProgramBackend.h); it writes
+// break this program alone. The platform library starts it (see platform/network/dnssd/ProgramBackend.h); it writes
 // nothing anywhere and ends with its connection.
 #include <cstdio>
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/network/discovery/DiscoveryThread.h"
+#include "platform/network/dnssd/DiscoveryThread.h"
 #include "platform/threads/MainThread.h"
 #include "platform/threads/NSLock.h"
 

@@ -7,7 +7,7 @@
 #include <set>
 #include <utility>
 
-#include "platform/network/discovery/DiscoveryThread.h"
+#include "platform/network/dnssd/DiscoveryThread.h"
 #include "platform/threads/MainThread.h"
 #include "platform/threads/ThreadAnnotations.h"
 

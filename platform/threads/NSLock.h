@@ -2,19 +2,11 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 
 #include "platform/threads/EventCount.h"
+#include "platform/threads/Moment.h"
 
 namespace velmora {
-
-using Date = std::chrono::steady_clock::time_point;
-
-// A moment so many seconds from now.
-inline Date secondsFromNow(double seconds) {
-    return std::chrono::steady_clock::now() +
-           std::chrono::duration_cast<Date::duration>(std::chrono::duration<double>(seconds));
-}
 
 // Any thread. It must outlive every call, also an unlock() that is still returning when another thread has the lock
 // already.

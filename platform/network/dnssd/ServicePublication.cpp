@@ -1,4 +1,4 @@
-#include "platform/network/discovery/ServicePublication.h"
+#include "platform/network/dnssd/ServicePublication.h"
 
 #include <avahi-common/alternative.h>
 #include <avahi-common/domain.h>

@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-#include "platform/network/discovery/NetworkRecord.h"
-#include "platform/network/discovery/ServiceKey.h"
+#include "platform/network/dnssd/NetworkRecord.h"
+#include "platform/network/dnssd/ServiceKey.h"
 
 namespace velmora {
 

@@ -1,4 +1,4 @@
-#include "platform/network/discovery/DiscoveredService.h"
+#include "platform/network/dnssd/DiscoveredService.h"
 
 #include <avahi-common/address.h>
 #include <avahi-common/domain.h>

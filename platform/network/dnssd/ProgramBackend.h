@@ -12,10 +12,10 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/network/discovery/ChildProgram.h"
-#include "platform/network/discovery/DiscoveryBackend.h"
-#include "platform/network/discovery/DiscoveryLoop.h"
-#include "platform/network/discovery/MdnsFrame.h"
+#include "platform/network/dnssd/ChildProgram.h"
+#include "platform/network/dnssd/DiscoveryBackend.h"
+#include "platform/network/dnssd/DiscoveryLoop.h"
+#include "platform/network/dnssd/MdnsFrame.h"
 
 namespace velmora {
 

@@ -1,4 +1,4 @@
-#include "platform/network/discovery/DaemonBackend.h"
+#include "platform/network/dnssd/DaemonBackend.h"
 
 #include <avahi-client/lookup.h>
 #include <avahi-client/publish.h>

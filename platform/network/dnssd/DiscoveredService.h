@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "platform/network/SocketAddress.h"
-#include "platform/network/discovery/HostAddresses.h"
-#include "platform/network/discovery/ServiceKey.h"
+#include "platform/network/dnssd/HostAddresses.h"
+#include "platform/network/dnssd/ServiceKey.h"
 #include "platform/threads/NSLock.h"
 
 namespace velmora {

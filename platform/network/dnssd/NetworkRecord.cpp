@@ -1,4 +1,4 @@
-#include "platform/network/discovery/NetworkRecord.h"
+#include "platform/network/dnssd/NetworkRecord.h"
 
 #include <avahi-common/domain.h>
 

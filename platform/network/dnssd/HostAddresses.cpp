@@ -1,4 +1,4 @@
-#include "platform/network/discovery/HostAddresses.h"
+#include "platform/network/dnssd/HostAddresses.h"
 
 #include <algorithm>
 

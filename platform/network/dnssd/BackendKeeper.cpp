@@ -1,4 +1,4 @@
-#include "platform/network/discovery/BackendKeeper.h"
+#include "platform/network/dnssd/BackendKeeper.h"
 
 #include <algorithm>
 #include <atomic>

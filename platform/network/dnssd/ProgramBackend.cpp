@@ -1,4 +1,4 @@
-#include "platform/network/discovery/ProgramBackend.h"
+#include "platform/network/dnssd/ProgramBackend.h"
 
 #include <avahi-common/address.h>
 #include <avahi-common/domain.h>

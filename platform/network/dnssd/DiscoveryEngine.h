@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/network/discovery/DiscoveredService.h"
-#include "platform/network/discovery/ServicePublication.h"
+#include "platform/network/dnssd/DiscoveredService.h"
+#include "platform/network/dnssd/ServicePublication.h"
 
 namespace velmora {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/network/discovery/MonitoredRecords.h"
+#include "platform/network/dnssd/MonitoredRecords.h"
 
 namespace velmora {
 

@@ -1,4 +1,4 @@
-#include "platform/network/discovery/MdnsFrame.h"
+#include "platform/network/dnssd/MdnsFrame.h"
 
 #include <cstring>
 #include <type_traits>

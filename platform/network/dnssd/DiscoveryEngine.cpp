@@ -1,4 +1,4 @@
-#include "platform/network/discovery/DiscoveryEngine.h"
+#include "platform/network/dnssd/DiscoveryEngine.h"
 
 #include <avahi-common/domain.h>
 

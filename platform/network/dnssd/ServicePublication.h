@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/network/discovery/BackendKeeper.h"
-#include "platform/network/discovery/ServiceKey.h"
+#include "platform/network/dnssd/BackendKeeper.h"
+#include "platform/network/dnssd/ServiceKey.h"
 
 namespace velmora {
 

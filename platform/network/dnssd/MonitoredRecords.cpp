@@ -1,4 +1,4 @@
-#include "platform/network/discovery/MonitoredRecords.h"
+#include "platform/network/dnssd/MonitoredRecords.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "platform/network/discovery/DiscoveryThread.h"
+#include "platform/network/dnssd/DiscoveryThread.h"
 
 #include <sys/eventfd.h>
 #include <unistd.h>

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/network/discovery/DaemonBackend.h"
-#include "platform/network/discovery/DiscoveryLoop.h"
-#include "platform/network/discovery/ProgramBackend.h"
+#include "platform/network/dnssd/DaemonBackend.h"
+#include "platform/network/dnssd/DiscoveryLoop.h"
+#include "platform/network/dnssd/ProgramBackend.h"
 
 namespace velmora {
 

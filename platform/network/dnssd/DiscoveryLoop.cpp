@@ -1,4 +1,4 @@
-#include "platform/network/discovery/DiscoveryLoop.h"
+#include "platform/network/dnssd/DiscoveryLoop.h"
 
 #include <unistd.h>
 

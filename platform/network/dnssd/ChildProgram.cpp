@@ -1,4 +1,4 @@
-#include "platform/network/discovery/ChildProgram.h"
+#include "platform/network/dnssd/ChildProgram.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -15,7 +15,7 @@
 #include <utility>
 
 #include "platform/foundation/Result.h"
-#include "platform/network/discovery/MdnsFrame.h"
+#include "platform/network/dnssd/MdnsFrame.h"
 
 // This header of the C library does not say so itself.
 extern "C" {

@@ -13,8 +13,8 @@
 #include <tuple>
 
 #include "platform/mdns/PacketScreen.h"
-#include "platform/network/discovery/DiscoveryThread.h"
-#include "tests/discovery-platform/RawAnnouncer.h"
+#include "platform/network/dnssd/DiscoveryThread.h"
+#include "tests/dnssd/RawAnnouncer.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Holdings.h"
 #include "tests/support/LogLines.h"

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/network/discovery/BackendKeeper.h"
+#include "platform/network/dnssd/BackendKeeper.h"
 
 namespace velmora {
 

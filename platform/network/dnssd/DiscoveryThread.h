@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/network/discovery/DiscoveryEngine.h"
+#include "platform/network/dnssd/DiscoveryEngine.h"
 
 namespace velmora {
 

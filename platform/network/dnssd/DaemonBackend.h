@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/network/discovery/DiscoveryBackend.h"
+#include "platform/network/dnssd/DiscoveryBackend.h"
 #include "platform/threads/NSLock.h"
 
 namespace velmora {
