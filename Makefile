@@ -1,6 +1,8 @@
 # The newcomer's face of the build; cmake and the presets in CMakePresets.json do the work.
 
 JOBS := $(shell nproc)
+# Tests mostly wait.
+TESTS_AT_A_TIME := $(shell echo $$((3 * $(JOBS))))
 PROGRAMS := velmora-host velmora-switch-server VelmoraSwitch
 
 .DEFAULT_GOAL := help
@@ -27,7 +29,7 @@ screenshots: build
 test: configure
 	scripts/install-dependencies test
 	cmake --build build --parallel $(JOBS)
-	ctest --test-dir build --output-on-failure --parallel $(JOBS)
+	ctest --test-dir build --output-on-failure --parallel $(TESTS_AT_A_TIME)
 
 bench: configure
 	scripts/install-dependencies bench
