@@ -84,10 +84,10 @@ bool DiscoveredService::endRequests(std::uint64_t owner) {
     return std::erase_if(requests_, [owner](const ResolutionRequest& request) { return request.owner == owner; }) != 0;
 }
 
-DiscoveredService::News DiscoveredService::update() {
+DiscoveredService::News DiscoveredService::update(bool mayLeadNowhere) {
     if (!isPresent()) {
         reported_.reset();
-        timedOut_ = false;
+        timedOut_ = askedAhead_ = false;
         if (const auto presence = std::exchange(withdrawn_, nullptr)) *presence = true;
     } else if (withdrawn_ == nullptr) {
         withdrawn_ = std::make_shared<std::atomic<bool>>(false);
@@ -107,7 +107,9 @@ DiscoveredService::News DiscoveredService::update() {
     planNextLook(now);
 
     if (isPresent() != announced_) {
+        if (isPresent() && !hasAddresses() && !mayLeadNowhere) return News::none;
         announced_ = isPresent();
+        if (hasAddresses()) timedOut_ = false;  // this tells it
         return announced_ ? News::found : News::removed;
     }
     if (!announced_ || endpoint_.addresses.empty() || !(moved || timedOut_)) return News::none;
@@ -117,7 +119,7 @@ DiscoveredService::News DiscoveredService::update() {
 }
 
 void DiscoveredService::updateQuestions() {
-    const bool wanted = hasRequests() || (watched_ && isPresent());
+    const bool wanted = hasRequests() || ((watched_ || askedAhead_) && isPresent());
     const std::string name = wanted ? fullName(key_) : std::string();
     if (name.empty()) {
         locations_.reset();

@@ -66,6 +66,9 @@ class DiscoveredService {
     // Whether there were any of this owner's.
     bool endRequests(std::uint64_t owner);
     bool hasRequests() const { return !requests_.empty(); }
+    // Whether the network is asked where it leads although nobody has requested that; until it goes, or until told
+    // otherwise.
+    void askAhead(bool on) { askedAhead_ = on; }
     // Whether its addresses have ever been asked for to connect to it.
     bool isConnectedTo() const { return connectedTo_; }
     void noteConnection() { connectedTo_ = true; }
@@ -74,11 +77,13 @@ class DiscoveredService {
     // Whether it was resolved and is present; then `endpoint` is where it leads, without addresses while none is valid.
     bool isResolved() const { return isPresent() && reported_.has_value(); }
     const ServiceEndpoint& endpoint() const { return endpoint_; }
+    bool hasAddresses() const { return !endpoint_.addresses.empty(); }
     const std::vector<SocketAddress>& lastKnownAddresses() const { return lastKnown_; }
 
     // What the browsers are to be told. Answers requests that are due, and begins or ends questions to the network.
+    // One that leads nowhere yet is told of only where `mayLeadNowhere`.
     enum class News { none, found, removed };
-    News update();
+    News update(bool mayLeadNowhere);
 
   private:
     using Appearance = std::pair<int, int>;  // interface, protocol
@@ -104,6 +109,7 @@ class DiscoveredService {
     bool announced_ = false;
     bool connectedTo_ = false;
     bool watched_ = false;
+    bool askedAhead_ = false;
     bool timedOut_ = false;  // a resolution has, and none has succeeded since
     std::unique_ptr<MonitoredRecords> locations_;
     std::map<std::string, std::shared_ptr<HostAddresses>> hosts_;

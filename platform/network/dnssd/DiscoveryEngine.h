@@ -13,6 +13,7 @@
 
 #include "platform/network/dnssd/DiscoveredService.h"
 #include "platform/network/dnssd/ServicePublication.h"
+#include "platform/network/dnssd/UnannouncedServices.h"
 
 namespace velmora {
 
@@ -74,7 +75,6 @@ class DiscoveryEngine {
     struct Browse {
         std::unique_ptr<MonitoredRecords> pointers;
         std::vector<std::shared_ptr<BrowseListener>> listeners;
-        bool incomplete = false;  // some had no room
     };
     using Services = std::map<ServiceKey, std::unique_ptr<DiscoveredService>>;
 
@@ -84,7 +84,10 @@ class DiscoveryEngine {
     bool isWanted(const ServiceKey& key, const DiscoveredService& service) const;
     void makeRoom();
     void giveUp(Services::iterator entry);
-    void lookForTheRest();
+    void takeBack();
+    bool mayLeadNowhere(const ServiceKey& key, const DiscoveredService& service) const;
+    void keepPlace();
+    void askAhead();
     void touch(const ServiceKey& key) { touched_.insert(key); }
 
     DiscoveryLoop& loop_;
@@ -93,8 +96,11 @@ class DiscoveryEngine {
     HostDirectory hosts_;
     std::map<Kind, Browse> browses_;
     Services services_;
-    std::uint64_t arrivals_ = 0;
     std::set<ServiceKey> touched_;
+    UnannouncedServices unannounced_;
+    DiscoveryLoop::Timer nextTurn_;
+    std::set<ServiceKey> leadingNowhere_;  // of those that have been announced
+    std::size_t keptPlaces_ = 0;           // of such that have gone
     std::map<std::uint64_t, std::unique_ptr<ServicePublication>> publications_;
     int goodbyes_ = 0;
     bool fullNoted_ = false;
