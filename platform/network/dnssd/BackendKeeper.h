@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/network/dnssd/BackendUser.h"
 #include "platform/network/dnssd/DaemonBackend.h"
 #include "platform/network/dnssd/DiscoveryLoop.h"
 #include "platform/network/dnssd/ProgramBackend.h"
@@ -21,22 +22,6 @@ inline constexpr double kRetryTime = 5.0;
 // kRetryTime, unless it had served for a while.
 inline constexpr double kFirstRestartTime = 0.25;
 inline constexpr double kGoodServiceTime = 30.0;
-
-// Something that asks or tells the network through the backend of the moment.
-class BackendUser {
-  public:
-    // From here on this backend serves.
-    virtual void backendCame(DiscoveryBackend& backend) = 0;
-    // The backend is about to be destroyed: everything that it has made must go now.
-    virtual void backendGoes() = 0;
-    // What the present backend has not confirmed is to be taken for gone.
-    virtual void graceTimeEnded() = 0;
-    // The interface of this index is no longer there, nor is what was seen on it.
-    virtual void interfaceWent(int interface) = 0;
-
-  protected:
-    ~BackendUser() = default;
-};
 
 // Discovery thread only. A backend is made and destroyed in settle() only, never within one of Avahi's callbacks.
 class BackendKeeper {
