@@ -33,7 +33,7 @@ void BackendKeeper::settle() {
         if (active_ == daemon_.get()) return;
         if (active_ != nullptr) takeDown();
         own_.reset();
-        restarting_ = false;
+        restarting_ = restartIsLogged_ = false;
         bringUp(*daemon_);
         if (!interfaces_.empty()) lookAtInterfaces();
     } else {
@@ -52,7 +52,7 @@ void BackendKeeper::settleOwn() {
     if (ownPauses_ || (own_ && (own_->publishes() || !publishing_))) return;
     if (active_ != nullptr) takeDown();
     own_.reset();
-    restarting_ = false;
+    restarting_ = restartIsLogged_ = false;
     own_ = ProgramBackend::create(
         loop_, interfaces_, publishing_, [this] { changed(); }, lastError_);
     if (own_) {
@@ -65,9 +65,10 @@ void BackendKeeper::settleOwn() {
 
 void BackendKeeper::ownHasFailed() {
     lastError_ = own_->lastError();
-    restarting_ = own_->hasStarted();
+    restarting_ = own_->hasStarted() || !own_->hasDeclined();
     // One that never served is the situation's matter.
-    if (restarting_) NSLog("%@, it is started again", lastError_);
+    restartIsLogged_ = own_->hasStarted();
+    if (restartIsLogged_) NSLog("%@, it is started again", lastError_);
     if (std::chrono::steady_clock::now() > ownEarnsTrust_) restartTime_ = kFirstRestartTime;
     if (active_ != nullptr) takeDown();
     own_.reset();
@@ -176,7 +177,7 @@ void BackendKeeper::limitToInterfaces(std::vector<std::string> interfaces) {
 void BackendKeeper::noteSituation() const {
     enum Situation { unknown, daemon, program, nothing };
     static std::atomic<Situation> known{unknown};
-    if (active_ == nullptr ? restarting_ : active_ == own_.get() && !own_->hasStarted()) return;
+    if (active_ == nullptr ? restartIsLogged_ : active_ == own_.get() && !own_->hasStarted()) return;
     const Situation now = active_ == nullptr ? nothing : active_ == daemon_.get() ? daemon : program;
     const Situation before = known.exchange(now);
     if (now == before) return;

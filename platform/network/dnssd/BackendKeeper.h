@@ -50,7 +50,8 @@ class BackendKeeper {
     // Null when neither way works at the moment; settle() keeps trying.
     DiscoveryBackend* backend() const { return active_; }
     const std::string& lastError() const { return lastError_; }
-    // There is no backend, but only because the one that served is about to be started again.
+    // There is no backend, but only because our own program, which could be started and has not said that it cannot
+    // serve, is about to be started again.
     bool isRestarting() const { return restarting_; }
 
     // From now on a backend must be able to announce services.
@@ -83,6 +84,7 @@ class BackendKeeper {
     Date ownEarnsTrust_;      // when the present program will have served for a while
     bool ownPauses_ = false;  // until nextOwn_
     bool restarting_ = false;
+    bool restartIsLogged_ = false;
     std::set<BackendUser*> users_;
     DiscoveryLoop::Timer nextInterfaceLook_;  // while the daemon serves and there is a limit
     DiscoveryLoop::Timer nextAsking_;
