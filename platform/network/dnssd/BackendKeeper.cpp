@@ -44,7 +44,7 @@ void BackendKeeper::settle() {
 
 void BackendKeeper::changed() {
     unsettled_ = true;
-    loop_.performAfter(0.0, [] {});  // so that this is looked at even when it happens within settle()
+    nextSettling_.set(fromNow(Seconds{0}), [] {});  // so that this is looked at even when it happens within settle()
 }
 
 void BackendKeeper::settleOwn() {
@@ -56,7 +56,7 @@ void BackendKeeper::settleOwn() {
     own_ = ProgramBackend::create(
         loop_, interfaces_, publishing_, [this] { changed(); }, lastError_);
     if (own_) {
-        ownEarnsTrust_ = secondsFromNow(kGoodServiceTime);
+        ownEarnsTrust_ = fromNow(kGoodServiceTime);
         bringUp(*own_);
     } else {
         retryLater();
@@ -73,7 +73,7 @@ void BackendKeeper::ownHasFailed() {
     if (active_ != nullptr) takeDown();
     own_.reset();
     ownPauses_ = true;
-    nextOwn_.set(secondsFromNow(restartTime_), [this] {
+    nextOwn_.set(fromNow(restartTime_), [this] {
         ownPauses_ = false;
         unsettled_ = true;
     });
@@ -89,7 +89,7 @@ void BackendKeeper::takeDown() {
     for (BackendUser* user : users_) {
         user->backendGoes();
     }
-    startGraceTime();
+    graceEnd_.cancel();
 }
 
 void BackendKeeper::bringUp(DiscoveryBackend& backend) {
@@ -97,12 +97,7 @@ void BackendKeeper::bringUp(DiscoveryBackend& backend) {
     for (BackendUser* user : users_) {
         user->backendCame(backend);
     }
-    startGraceTime();
-}
-
-void BackendKeeper::startGraceTime() {
-    loop_.performAfter(kGraceTime, [this, which = ++graceTimes_] {
-        if (which != graceTimes_) return;
+    graceEnd_.set(fromNow(kGraceTime), [this] {
         for (BackendUser* user : users_) {
             user->graceTimeEnded();
         }
@@ -112,7 +107,7 @@ void BackendKeeper::startGraceTime() {
 void BackendKeeper::retryLater() {
     if (retrying_) return;
     retrying_ = true;
-    loop_.performAfter(kRetryTime, [this] {
+    nextRetry_.set(fromNow(kRetryTime), [this] {
         retrying_ = false;
         unsettled_ = true;
     });
@@ -134,12 +129,12 @@ void BackendKeeper::lookAtInterfaces() {
         }
         bringUp(*daemon_);
     }
-    nextInterfaceLook_.set(secondsFromNow(kRetryTime), [this] { lookAtInterfaces(); });
+    nextInterfaceLook_.set(fromNow(kRetryTime), [this] { lookAtInterfaces(); });
 }
 
 void BackendKeeper::askAgainLater(BackendUser& user) {
     if (active_ == nullptr) return;  // everybody asks the next one
-    if (askingAgain_.empty()) nextAsking_.set(secondsFromNow(kRetryTime), [this] { askAgain(); });
+    if (askingAgain_.empty()) nextAsking_.set(fromNow(kRetryTime), [this] { askAgain(); });
     askingAgain_.insert(&user);
 }
 
