@@ -278,7 +278,7 @@ void DiscoveryEngine::findAddresses(const ServiceKey& key, std::function<void(st
 void DiscoveryEngine::publish(std::uint64_t owner, const ServiceKey& key, std::uint16_t port,
                               ServicePublication::Report report) {
     publications_.erase(owner);
-    publications_.emplace(owner, std::make_unique<ServicePublication>(keeper_, key, port, std::move(report)));
+    publications_.emplace(owner, std::make_unique<ServicePublication>(loop_, keeper_, key, port, std::move(report)));
 }
 
 void DiscoveryEngine::withdraw(std::uint64_t owner, std::function<void()> done) {
