@@ -11,9 +11,9 @@ namespace velmora {
 
 namespace {
 
-// How long (seconds) the withdrawal of a service is waited for.
-constexpr double kWithdrawalTimeout = 1.0;
-constexpr double kLongestTimeout = 86400.0;
+// How long the withdrawal of a service is waited for.
+constexpr Seconds kWithdrawalTimeout{1};
+constexpr Seconds kLongestTimeout = std::chrono::hours(24);
 
 // Calls its receiver exactly once: with the answer, or, when it is released without one, with an empty one.
 template <typename Answer>
@@ -77,7 +77,7 @@ void NSNetService::resolveWithTimeout(double timeout) {
     ++resolutions_;
     ResolutionRequest request;
     request.owner = session()->owner;
-    request.deadline = secondsFromNow(std::clamp(timeout, 0.0, kLongestTimeout));
+    request.deadline = fromNow(std::clamp(Seconds(timeout), Seconds(0), kLongestTimeout));
     request.done = [answer](const ServiceEndpoint* endpoint) {
         answer->give(endpoint == nullptr ? nullptr : std::make_shared<const ServiceEndpoint>(*endpoint));
     };
@@ -155,7 +155,7 @@ void NSNetService::stop() {
     DiscoveryThread::performIfRunning([owner = session->owner, pending = std::move(pending)](DiscoveryEngine& engine) {
         engine.withdraw(owner, [pending] {});
     });
-    withdrawn->lockBeforeDate(secondsFromNow(kWithdrawalTimeout));
+    withdrawn->lockBeforeDate(fromNow(kWithdrawalTimeout));
 }
 
 }  // namespace velmora

@@ -19,7 +19,7 @@ namespace {
 // new services at a time are told and not resolved yet; a flood of them waits here, where those that go again cost
 // nothing. One that has not been resolved within so long (seconds) holds nobody up any more.
 constexpr std::size_t kMaximumUnresolved = 256;
-constexpr double kPatience = 2.0;
+constexpr Seconds kPatience{2};
 constexpr std::chrono::milliseconds kNextTry(10);
 
 }  // namespace
@@ -153,7 +153,7 @@ class NSNetServiceBrowser::Search final : public BrowseListener, public std::ena
         if (delegate == nullptr) return;
         if (news->found) {
             delegate->netServiceBrowserDidFindServiceMoreComing(*browser_, service, news->moreComing);
-            if (service->isBeingResolved()) unresolved_.push_back({service, secondsFromNow(kPatience)});
+            if (service->isBeingResolved()) unresolved_.push_back({service, fromNow(kPatience)});
         } else {
             delegate->netServiceBrowserDidRemoveServiceMoreComing(*browser_, service, news->moreComing);
         }

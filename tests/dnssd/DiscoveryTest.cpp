@@ -231,7 +231,7 @@ TEST_F(Discovery, FullListKeepsWhatIsPreferredTakesWhatIsNewAndHealsWhenThereIsR
     const auto hears = [&](const std::string& event) {
         const Date end = secondsFromNow(10.0);
         while (!listener->hasHeard(event) && std::chrono::steady_clock::now() < end) {
-            loop.performAfter(0.05, [] {});  // ends the wait
+            loop.performAfter(Seconds(0.05), [] {});  // ends the wait
             loop.runDueTimers();
             engine.settle();
             loop.wait();

@@ -1,6 +1,7 @@
 // What discovery keeps where there is no room for everything, and what it tells of names that lead nowhere.
 #include <gtest/gtest.h>
 
+#include "platform/network/dnssd/BackendKeeper.h"
 #include "platform/network/dnssd/MonitoredRecords.h"
 #include "platform/network/dnssd/UnannouncedServices.h"
 #include "tests/dnssd/RawAnnouncer.h"

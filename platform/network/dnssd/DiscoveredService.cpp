@@ -98,7 +98,7 @@ DiscoveredService::News DiscoveredService::update(bool mayLeadNowhere) {
         settled_.reset();
     } else {
         lastKnown_ = endpoint_.addresses;
-        if (!settled_) settled_ = secondsFromNow(kSettlingTime);
+        if (!settled_) settled_ = fromNow(kSettlingTime);
     }
     const bool moved = hasMoved();
     // One moment for both: what has not come yet for the first is still to come for the second.

@@ -12,34 +12,15 @@
 #include <utility>
 #include <vector>
 
-#include "platform/network/SocketAddress.h"
+#include "platform/network/dnssd/DiscoveryLoop.h"
 #include "platform/network/dnssd/HostAddresses.h"
+#include "platform/network/dnssd/Resolution.h"
 #include "platform/network/dnssd/ServiceKey.h"
-#include "platform/threads/NSLock.h"
 
 namespace velmora {
 
-// Once an address is known, so long (seconds) is waited for what usually comes with it: the other family, other
-// interfaces.
-inline constexpr double kSettlingTime = 0.5;
-
-// Where a service leads. Host and port are those of the first address; each address carries its own port.
-struct ServiceEndpoint {
-    // Becomes true once the service is withdrawn from the network; null when no browse has seen it. Any thread.
-    std::shared_ptr<const std::atomic<bool>> withdrawn;
-    std::string hostName;  // as in "host.local."
-    std::uint16_t port = 0;
-    std::vector<SocketAddress> addresses;  // IPv4 before IPv6, within each by interface, then numerically
-};
-
-struct ResolutionRequest {
-    std::uint64_t owner = 0;
-    Date deadline;
-    // Connecting does not wait for appearances that do not answer, resolving does.
-    bool toConnect = false;
-    // Called once, with null when nothing was found by the deadline.
-    std::function<void(const ServiceEndpoint*)> done;
-};
+// Once an address is known, what usually comes with it is waited for: the other family, other interfaces.
+inline constexpr Seconds kSettlingTime{0.5};
 
 // Discovery thread only. `touched` asks for an update() before long; it may be called from within Avahi.
 class DiscoveredService {

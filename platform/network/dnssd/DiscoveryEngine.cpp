@@ -8,6 +8,9 @@
 
 #include "platform/foundation/NSLog.h"
 #include "platform/foundation/Text.h"
+#include "platform/network/dnssd/BackendKeeper.h"
+#include "platform/network/dnssd/DiscoveredService.h"
+#include "platform/network/dnssd/ServicePublication.h"
 
 namespace velmora {
 
@@ -15,30 +18,35 @@ namespace {
 
 // A service is pointed to on each interface over each protocol.
 constexpr std::size_t kMaximumPointers = 4 * kMaximumServices;
-// Until a goodbye has gone out (seconds): Avahi sends it in its next turn, its daemon a little later.
-constexpr double kGoodbyeTime = 0.02;
-// So many names that lead nowhere are told.
+// Until a goodbye has gone out: Avahi sends it in its next turn, its daemon a little later.
+constexpr Seconds kGoodbyeTime{0.02};
+// Names that lead nowhere and are told all the same, and how long the place of one that has gone stays taken.
 constexpr std::size_t kMaximumLeadingNowhere = 16;
-constexpr double kPlaceTime = 10.0;
+constexpr Seconds kPlaceTime{10};
 
 }  // namespace
 
 DiscoveryEngine::DiscoveryEngine(DiscoveryLoop& loop, std::vector<std::string> interfaces, std::size_t maximumServices)
     : loop_(loop),
       maximumServices_(maximumServices),
-      keeper_(loop, std::move(interfaces)),
-      hosts_(keeper_,
-             [this](const std::string& name) {
-                 for (const auto& [key, service] : services_) {
-                     if (service->usesHost(name)) touch(key);
-                 }
-             }),
+      keeper_(std::make_unique<BackendKeeper>(loop, std::move(interfaces))),
+      hosts_(std::make_unique<HostDirectory>(*keeper_, [this](const std::string& name) { touchUsersOf(name); })),
       nextTurn_(loop) {}
 
 DiscoveryEngine::~DiscoveryEngine() = default;
 
+void DiscoveryEngine::touchUsersOf(const std::string& host) {
+    for (const auto& [key, service] : services_) {
+        if (service->usesHost(host)) touch(key);
+    }
+}
+
+void DiscoveryEngine::limitToInterfaces(std::vector<std::string> interfaces) {
+    keeper_->limitToInterfaces(std::move(interfaces));
+}
+
 void DiscoveryEngine::settle() {
-    keeper_.settle();
+    keeper_->settle();
     takeBack();
     makeRoom();
     while (!touched_.empty()) {
@@ -113,7 +121,7 @@ void DiscoveryEngine::askAhead() {
 DiscoveredService& DiscoveryEngine::service(const ServiceKey& key) {
     auto& known = services_[key];
     if (known == nullptr)
-        known = std::make_unique<DiscoveredService>(key, loop_, keeper_, hosts_, [this, key] { touch(key); });
+        known = std::make_unique<DiscoveredService>(key, loop_, *keeper_, *hosts_, [this, key] { touch(key); });
     return *known;
 }
 
@@ -205,7 +213,7 @@ void DiscoveryEngine::browse(const std::string& type, const std::string& domain,
     browse.listeners.push_back(std::move(listener));
     if (browse.pointers != nullptr) return;
     browse.pointers = std::make_unique<MonitoredRecords>(
-        keeper_, type + domain, AVAHI_DNS_TYPE_PTR, kMaximumPointers,
+        *keeper_, type + domain, AVAHI_DNS_TYPE_PTR, kMaximumPointers,
         [this, kind](const NetworkRecord& record, bool present) { heardPointer(kind, record, present); });
 }
 
@@ -265,7 +273,7 @@ void DiscoveryEngine::findAddresses(const ServiceKey& key, std::function<void(st
         if (!service.isPresent() && !service.hasRequests()) return answer(service.lastKnownAddresses());
     }
     ResolutionRequest request;
-    request.deadline = secondsFromNow(kConnectResolutionTimeout);
+    request.deadline = fromNow(kConnectResolutionTimeout);
     request.toConnect = true;
     request.done = [this, key, answer = std::move(answer)](const ServiceEndpoint* endpoint) {
         if (endpoint != nullptr) return answer(endpoint->addresses);
@@ -276,9 +284,9 @@ void DiscoveryEngine::findAddresses(const ServiceKey& key, std::function<void(st
 }
 
 void DiscoveryEngine::publish(std::uint64_t owner, const ServiceKey& key, std::uint16_t port,
-                              ServicePublication::Report report) {
+                              std::function<void(const std::string&, const std::optional<std::string>&)> report) {
     publications_.erase(owner);
-    publications_.emplace(owner, std::make_unique<ServicePublication>(loop_, keeper_, key, port, std::move(report)));
+    publications_.emplace(owner, std::make_unique<ServicePublication>(loop_, *keeper_, key, port, std::move(report)));
 }
 
 void DiscoveryEngine::withdraw(std::uint64_t owner, std::function<void()> done) {

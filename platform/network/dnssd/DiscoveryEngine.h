@@ -6,22 +6,31 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "platform/network/dnssd/DiscoveredService.h"
-#include "platform/network/dnssd/ServicePublication.h"
+#include "platform/network/dnssd/DiscoveryLoop.h"
+#include "platform/network/dnssd/Resolution.h"
+#include "platform/network/dnssd/ServiceKey.h"
 #include "platform/network/dnssd/UnannouncedServices.h"
 
 namespace velmora {
 
+class BackendKeeper;
+class DiscoveredService;
+class HostDirectory;
+class MonitoredRecords;
+class ServicePublication;
+struct NetworkRecord;
+
 // Services that are known at a time. Where there are more, those give way that are the least missed (see
 // DiscoveryEngine::makeRoom); what had to is listed when there is room again.
 inline constexpr std::size_t kMaximumServices = 4096;
-// The time limit (seconds) of a resolution that a connection asks for.
-inline constexpr double kConnectResolutionTimeout = 10.0;
+// The time limit of a resolution that a connection asks for.
+inline constexpr Seconds kConnectResolutionTimeout{10};
 
 // Told on the discovery thread.
 class BrowseListener {
@@ -51,7 +60,7 @@ class DiscoveryEngine {
         return !browses_.empty() || !services_.empty() || !publications_.empty() || goodbyes_ != 0;
     }
 
-    void limitToInterfaces(std::vector<std::string> interfaces) { keeper_.limitToInterfaces(std::move(interfaces)); }
+    void limitToInterfaces(std::vector<std::string> interfaces);
 
     // The listener is told of the services that are present already, too.
     void browse(const std::string& type, const std::string& domain, std::shared_ptr<BrowseListener> listener);
@@ -65,8 +74,10 @@ class DiscoveryEngine {
     // Answers at once for a service that is resolved, or absent; otherwise when it has been resolved.
     void findAddresses(const ServiceKey& key, std::function<void(std::vector<SocketAddress>)> answer);
 
-    // An owner publishes one service; a second one takes the place of the first.
-    void publish(std::uint64_t owner, const ServiceKey& key, std::uint16_t port, ServicePublication::Report report);
+    // An owner publishes one service; a second one takes the place of the first. The report is that of
+    // ServicePublication.
+    void publish(std::uint64_t owner, const ServiceKey& key, std::uint16_t port,
+                 std::function<void(const std::string& name, const std::optional<std::string>& failure)> report);
     // `done` is called when the goodbye has gone out.
     void withdraw(std::uint64_t owner, std::function<void()> done);
 
@@ -88,12 +99,13 @@ class DiscoveryEngine {
     bool mayLeadNowhere(const ServiceKey& key, const DiscoveredService& service) const;
     void keepPlace();
     void askAhead();
+    void touchUsersOf(const std::string& host);
     void touch(const ServiceKey& key) { touched_.insert(key); }
 
     DiscoveryLoop& loop_;
     const std::size_t maximumServices_;
-    BackendKeeper keeper_;
-    HostDirectory hosts_;
+    const std::unique_ptr<BackendKeeper> keeper_;
+    const std::unique_ptr<HostDirectory> hosts_;
     std::map<Kind, Browse> browses_;
     Services services_;
     std::set<ServiceKey> touched_;

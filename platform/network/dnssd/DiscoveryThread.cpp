@@ -17,8 +17,8 @@ namespace velmora {
 
 namespace {
 
-// How long (seconds) the end of the application waits for the thread.
-constexpr double kEndTimeout = 3.0;
+// How long the end of the application waits for the thread.
+constexpr Seconds kEndTimeout{3};
 
 using Task = DiscoveryThread::Task;
 
@@ -99,7 +99,7 @@ void endRun() {
         all.run->wakeUp();
         all.run = nullptr;
     }
-    if (!NSThread::finishCancelledThreads(kEndTimeout)) NSLog("The discovery of services did not end in time");
+    if (!NSThread::finishCancelledThreads(kEndTimeout.count())) NSLog("The discovery of services did not end in time");
 }
 
 // Made after the first thread was started, so that it is destroyed before the threads are waited for.

@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/network/dnssd/BackendKeeper.h"
+
 namespace velmora {
 
 namespace {

@@ -7,9 +7,11 @@
 #include <memory>
 #include <string>
 
-#include "platform/network/dnssd/BackendKeeper.h"
+#include "platform/network/dnssd/BackendUser.h"
 
 namespace velmora {
+
+class BackendKeeper;
 
 // Discovery thread only.
 class MonitoredRecords final : public BackendUser {
