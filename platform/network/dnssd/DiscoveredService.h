@@ -1,4 +1,4 @@
-// One service as this process knows it: where it is seen, where it leads, and who waits to be told.
+// One service as this process knows it: where it is seen, where it leads, and who is waiting for an answer.
 #pragma once
 
 #include <atomic>
@@ -19,10 +19,10 @@
 
 namespace velmora {
 
-// Once an address is known, what usually comes with it is waited for: the other family, other interfaces.
+// After the first address this much time is left for those that usually follow: the other family, other interfaces.
 inline constexpr Seconds kSettlingTime{0.5};
 
-// Discovery thread only. `touched` asks for an update() before long; it may be called from within Avahi.
+// Discovery thread only. `touched` asks for an update() soon; it may be called from within Avahi.
 class DiscoveredService {
   public:
     DiscoveredService(ServiceKey key, DiscoveryLoop& loop, BackendKeeper& keeper, HostDirectory& hosts,
@@ -30,39 +30,40 @@ class DiscoveredService {
     // Open requests are dropped unanswered.
     ~DiscoveredService();
 
-    // A browse has heard a record that points to the service on an interface over a protocol, or no longer does.
-    // `arrival` is higher for what came later, and counts while the service was absent.
+    // A browse has heard a record that points to the service, on one interface over one protocol. `arrival` is higher
+    // for a later record; the service takes that of the record that ends its absence.
     void appeared(const NetworkRecord& pointer, std::uint64_t arrival);
+    // That record has gone.
     void disappeared(const NetworkRecord& pointer) { pointers_.erase(pointer); }
-    // No browse looks for it any more.
+    // No browse is looking for it any more.
     void forgetAppearances();
     const std::set<NetworkRecord>& pointers() const { return pointers_; }
     bool isPresent() const { return !pointers_.empty(); }
     std::uint64_t arrival() const { return arrival_; }
-    // Present as far as the browsers have been told.
+    // Whether the browsers have been told that it is present.
     bool isAnnounced() const { return announced_; }
 
-    // From its first request on a service is watched while it is present. An update() must follow.
+    // After its first request a service is watched for as long as it is present. An update() must follow.
     void request(ResolutionRequest request);
     // Whether there were any of this owner's.
     bool endRequests(std::uint64_t owner);
     bool hasRequests() const { return !requests_.empty(); }
-    // Whether the network is asked where it leads although nobody has requested that; until it goes, or until told
-    // otherwise.
+    // Asks the network where it leads although nobody has requested that: until it goes, or until switched off.
     void askAhead(bool on) { askedAhead_ = on; }
     // Whether its addresses have ever been asked for to connect to it.
     bool isConnectedTo() const { return connectedTo_; }
     void noteConnection() { connectedTo_ = true; }
 
     bool usesHost(const std::string& name) const { return hosts_.contains(name); }
-    // Whether it was resolved and is present; then `endpoint` is where it leads, without addresses while none is valid.
+    // Whether it is present and was resolved. `endpoint` is where it leads then; it has no addresses while none is
+    // valid.
     bool isResolved() const { return isPresent() && reported_.has_value(); }
     const ServiceEndpoint& endpoint() const { return endpoint_; }
     bool hasAddresses() const { return !endpoint_.addresses.empty(); }
     const std::vector<SocketAddress>& lastKnownAddresses() const { return lastKnown_; }
 
-    // What the browsers are to be told. Answers requests that are due, and begins or ends questions to the network.
-    // One that leads nowhere yet is told of only where `mayLeadNowhere`.
+    // Answers requests that are due, begins and ends questions to the network, and returns what the browsers are to be
+    // told. They are not told of a service that leads nowhere yet unless `mayLeadNowhere`.
     enum class News { none, found, removed };
     News update(bool mayLeadNowhere);
 

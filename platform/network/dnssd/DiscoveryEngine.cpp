@@ -16,9 +16,9 @@ namespace velmora {
 
 namespace {
 
-// A service is pointed to on each interface over each protocol.
+// There is a pointer to a service for each interface and protocol.
 constexpr std::size_t kMaximumPointers = 4 * kMaximumServices;
-// Until a goodbye has gone out: Avahi sends it in its next turn, its daemon a little later.
+// By then a goodbye has gone out: Avahi sends it in its next turn, its daemon a little later.
 constexpr Seconds kGoodbyeTime{0.02};
 // Names that lead nowhere and are told all the same, and how long the place of one that has gone stays taken.
 constexpr std::size_t kMaximumLeadingNowhere = 16;
@@ -125,7 +125,7 @@ DiscoveredService& DiscoveryEngine::service(const ServiceKey& key) {
     return *known;
 }
 
-// What somebody asked for by name and what has been connected to stay; nobody on the network can make it so.
+// What somebody has asked for by name, and what has been connected to, stays. The network has no say in either.
 bool DiscoveryEngine::isWanted(const ServiceKey& key, const DiscoveredService& service) const {
     if (service.isConnectedTo()) return true;
     const auto browse = browses_.find({key.type, key.domain});
@@ -173,7 +173,7 @@ void DiscoveryEngine::giveUp(Services::iterator entry) {
     }
 }
 
-// While there are fewer than can be listed, what had no room comes back.
+// When fewer are left than can be listed, what had no room comes back.
 void DiscoveryEngine::takeBack() {
     if (std::none_of(browses_.begin(), browses_.end(),
                      [](const auto& browse) { return browse.second.pointers->hasSetAside(); }))

@@ -1,5 +1,4 @@
-// What the discovery thread does: browses, resolves and publishes for the whole process, with one state for each
-// service.
+// Browses, resolves and publishes on the discovery thread for the whole process, with one state for each service.
 #pragma once
 
 #include <cstdint>
@@ -26,8 +25,8 @@ class MonitoredRecords;
 class ServicePublication;
 struct NetworkRecord;
 
-// Services that are known at a time. Where there are more, those give way that are the least missed (see
-// DiscoveryEngine::makeRoom); what had to is listed when there is room again.
+// The most services that are known at a time. Of more, those that are missed the least give way (see
+// DiscoveryEngine::makeRoom); they come back when there is room again.
 inline constexpr std::size_t kMaximumServices = 4096;
 // The time limit of a resolution that a connection asks for.
 inline constexpr Seconds kConnectResolutionTimeout{10};
@@ -53,7 +52,7 @@ class DiscoveryEngine {
     // Requests that are open are dropped unanswered.
     ~DiscoveryEngine();
 
-    // Brings everything up to date with what the network and the callers have said. Once in each turn of the loop.
+    // Acts upon all that the network and the callers have said. To be called once in each turn of the loop.
     void settle();
     // Whether anything still has to be done or watched.
     bool isNeeded() const {
@@ -62,16 +61,16 @@ class DiscoveryEngine {
 
     void limitToInterfaces(std::vector<std::string> interfaces);
 
-    // The listener is told of the services that are present already, too.
+    // The listener is also told of the services that are present already.
     void browse(const std::string& type, const std::string& domain, std::shared_ptr<BrowseListener> listener);
     void endBrowse(const std::shared_ptr<BrowseListener>& listener);
-    // What a listener prefers is another service now: one that had no room comes back.
+    // A listener prefers another service now, which comes back if it had no room.
     void preferenceChanged();
 
     void resolve(const ServiceKey& key, ResolutionRequest request);
     // All of one owner's.
     void endRequests(std::uint64_t owner);
-    // Answers at once for a service that is resolved, or absent; otherwise when it has been resolved.
+    // Answers at once for a service that is resolved or absent, for others when they have been resolved.
     void findAddresses(const ServiceKey& key, std::function<void(std::vector<SocketAddress>)> answer);
 
     // An owner publishes one service; a second one takes the place of the first. The report is that of
@@ -111,8 +110,8 @@ class DiscoveryEngine {
     std::set<ServiceKey> touched_;
     UnannouncedServices unannounced_;
     DiscoveryLoop::Timer nextTurn_;
-    std::set<ServiceKey> leadingNowhere_;  // of those that have been announced
-    std::size_t keptPlaces_ = 0;           // of such that have gone
+    std::set<ServiceKey> leadingNowhere_;  // announced all the same
+    std::size_t keptPlaces_ = 0;           // of some that were among them, and have gone
     std::map<std::uint64_t, std::unique_ptr<ServicePublication>> publications_;
     int goodbyes_ = 0;
     bool fullNoted_ = false;

@@ -1,4 +1,4 @@
-// The event loop of the discovery thread: Avahi's descriptors and timers, one descriptor of ours, and timers of ours.
+// The event loop of the discovery thread: Avahi's descriptors and timers, and a descriptor and timers of our own.
 #pragma once
 
 #include <functional>
@@ -26,11 +26,12 @@ class DiscoveryLoop {
     // Null when the loop could not be made.
     const AvahiPoll* poll() const;
 
-    // Runs the work once, after this time. Unlike Avahi's timers these do not follow changes of the clock.
+    // Runs the work once, after this time. Unlike Avahi's timers (0.8), these do not follow changes of the clock of the
+    // day. No test changes that clock.
     void performAfter(Seconds delay, std::function<void()> work);
     void runDueTimers();
 
-    // One moment at a time, and none once the timer has gone.
+    // For one piece of work at a time, which is given up when the timer is destroyed.
     class Timer {
       public:
         explicit Timer(DiscoveryLoop& loop) : loop_(loop) {}
@@ -45,6 +46,7 @@ class DiscoveryLoop {
         DiscoveryLoop& loop_;
         std::optional<std::multimap<Date, std::function<void()>>::iterator> pending_;
     };
+
     // Waits for the next event or timer and lets Avahi handle it. False when the loop cannot go on.
     bool wait();
 

@@ -17,7 +17,7 @@ namespace velmora {
 
 namespace {
 
-// How long the end of the application waits for the thread.
+// The application's end waits this long for the thread.
 constexpr Seconds kEndTimeout{3};
 
 using Task = DiscoveryThread::Task;
@@ -39,7 +39,7 @@ struct Run {
 
 struct Shared {
     Mutex mutex;
-    // The run that takes tasks; one that is about to end takes none.
+    // The run that accepts tasks. One that is about to end accepts none.
     std::shared_ptr<Run> run GUARDED_BY(mutex);
     std::vector<std::string> interfaces GUARDED_BY(mutex);
     bool processEnds GUARDED_BY(mutex) = false;
@@ -52,7 +52,7 @@ Shared& shared() {
     return *instance;
 }
 
-// What has been handed over, or none when the run is over: nothing has, and nothing is needed any more.
+// The tasks that were handed over. None when the run is over: there are no tasks, and nothing is needed any more.
 std::optional<std::vector<Task>> nextTasks(const std::shared_ptr<Run>& run, bool needed) {
     Shared& all = shared();
     MutexLock lock(all.mutex);
@@ -102,7 +102,7 @@ void endRun() {
     if (!NSThread::finishCancelledThreads(kEndTimeout.count())) NSLog("The discovery of services did not end in time");
 }
 
-// Made after the first thread was started, so that it is destroyed before the threads are waited for.
+// Made after the first thread was started, so it is destroyed before the process waits for its threads.
 struct AtExit {
     ~AtExit() {
         {

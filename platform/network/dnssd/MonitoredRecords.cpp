@@ -10,7 +10,7 @@ namespace velmora {
 
 namespace {
 
-// Four times what Avahi keeps for an interface. Beyond it something is forgotten until it is announced anew.
+// Four times what Avahi keeps for an interface. What exceeds it is forgotten until it is announced anew.
 constexpr std::size_t kMaximumSetAside = 65536;
 
 bool isOlder(const MonitoredRecords::Records::value_type& left, const MonitoredRecords::Records::value_type& right) {

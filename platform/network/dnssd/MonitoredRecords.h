@@ -1,4 +1,4 @@
-// The records of one name and type as the network has them at the moment, across changes of the backend.
+// The records of one name and type that the network has at the moment. They outlive a change of the backend.
 #pragma once
 
 #include <cstdint>
@@ -34,13 +34,13 @@ class MonitoredRecords final : public BackendUser {
 
     const Records& records() const { return records_; }
 
-    // What is set aside is not among the records and is no news, but is remembered until the network withdraws it. It
-    // comes back, as old as it was, when a record goes or when its user has room for it again.
+    // A record that was set aside is no longer among the records, but it is remembered until the network withdraws it.
+    // It comes back, as old as it was, when another record goes or when the user of this object has room again.
     //
     // For a user who has no room for this record. The handler is not told.
     void setAside(const NetworkRecord& record);
     bool hasSetAside() const { return !setAside_.empty(); }
-    // Takes back this many, as far as there are so many and room for them, the latest first. The handler is told.
+    // Takes back up to this many as far as there is room, the latest first. The handler is told.
     void takeBack(std::size_t count);
 
     void backendCame(DiscoveryBackend& backend) override;

@@ -1,4 +1,4 @@
-// Services that nobody is told of until it is known where they lead, and whose turn it is to be asked about.
+// Services that nobody is told of until it is known where they lead. The network is asked about them in turn.
 #pragma once
 
 #include <cstddef>
@@ -15,9 +15,9 @@ namespace velmora {
 // Discovery thread only.
 class UnannouncedServices {
   public:
-    // A flood of names without a server must not make this process flood the network with questions: only so many are
-    // asked about at a time, and while others wait each has this long to answer. The newcomers come first, then those
-    // that have not answered, in turn: one may only have been slow.
+    // A flood of names without a server must not make this process flood the network with questions. So only this many
+    // are asked about at a time, and each has this long to answer while others wait. Newcomers are next; those that
+    // have not answered follow in turn, because one may only have been slow.
     static constexpr std::size_t kMaximumAskedAbout = 256;
     static constexpr Seconds kPatience{2};
 
