@@ -15,6 +15,7 @@ target_sources(velmora-platform PRIVATE
     network/dnssd/NetworkRecord.cpp
     network/dnssd/ProgramBackend.cpp
     network/dnssd/ServicePublication.cpp
+    network/dnssd/UnannouncedServices.cpp
 )
 # The library looks for the program there (see ProgramBackend.cpp).
 add_subdirectory(mdns)

@@ -6,7 +6,8 @@
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <asio/ip/address.hpp>
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
 #include <memory>
 
 namespace velmora {
@@ -37,11 +38,13 @@ std::vector<std::string> addressesOfInterface(std::string_view interface) {
     return addresses;
 }
 
-std::vector<std::string> firstAddressesOfInterface(std::string_view interface) {
-    std::vector<std::string> addresses;
-    appendAddresses(interface, AF_INET, sizeof(sockaddr_in), addresses);
-    if (addresses.empty()) appendAddresses(interface, AF_INET6, sizeof(sockaddr_in6), addresses);
-    return addresses;
+bool canListenOn(const std::string& address) {
+    asio::io_context context;
+    asio::error_code failure;
+    const asio::ip::tcp::endpoint endpoint(asio::ip::make_address(address), 0);
+    asio::ip::tcp::socket socket(context, endpoint.protocol());
+    socket.bind(endpoint, failure);
+    return !failure;
 }
 
 bool isReachedThroughInterface(const std::string& address, std::string_view interface) {

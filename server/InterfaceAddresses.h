@@ -10,8 +10,9 @@ namespace velmora {
 // All that the interface has at this moment, IPv4 first; a link-local one ends in "%" and the interface. Any thread.
 std::vector<std::string> addressesOfInterface(std::string_view interface);
 
-// Those that whoever looks an announcement up there tries first: its IPv4 addresses or, where it has none, its others.
-std::vector<std::string> firstAddressesOfInterface(std::string_view interface);
+// Whether a socket can listen on the address. An IPv6 address that is new cannot for a second or two, while the system
+// asks whether another machine has it. Any thread.
+bool canListenOn(const std::string& address);
 
 // Whether somebody who listens on the address is reached at one of the interface's. An address for any ("0.0.0.0",
 // "::") is.

@@ -52,8 +52,8 @@ constexpr Texts outputsOption{"outputs", "Number of outputs, 1 to 65536.", "N", 
 constexpr Texts portOption{"port", "TCP port to listen on, up to 65535; 0 takes any free one.", "N", "0"};
 constexpr Texts addressOption{
     "address",
-    "IPv4 or IPv6 address to listen on. Without it the addresses that each --interface has at the start (IPv4, or IPv6 "
-    "where it has no other), or 127.0.0.1, which is reached from this machine only. 0.0.0.0 or :: is reached from "
+    "IPv4 or IPv6 address to listen on. Without it the addresses that each --interface has at the start, or 127.0.0.1 "
+    "and ::1, which are reached from this machine only. 0.0.0.0 or :: is reached from "
     "everywhere, also when addresses change; then announce it with --interface too.",
     "ADDR", ""};
 constexpr Texts interfaceOption{

@@ -6,12 +6,14 @@
 #include <QCoreApplication>
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -19,6 +21,7 @@
 #include "platform/foundation/Text.h"
 #include "platform/network/NSNetServiceBrowser.h"
 #include "platform/threads/Interruption.h"
+#include "platform/threads/Moment.h"
 #include "server/Announcement.h"
 #include "server/InterfaceAddresses.h"
 #include "server/MatrixFile.h"
@@ -33,6 +36,10 @@ namespace {
 
 constexpr int exitFailed = 1;
 constexpr int exitWrongUsage = 2;
+
+// A new IPv6 address has this long to become one that can be listened on.
+constexpr std::chrono::seconds kNewAddressTime{3};
+constexpr std::chrono::milliseconds kNewAddressPause{50};
 
 std::string joined(const std::vector<std::string>& names) {
     std::string text;
@@ -74,7 +81,7 @@ class Program final : public SwitchServerDelegate {
     bool listen();
     bool canKeepState(const Result<void>& tried);
 
-    std::vector<std::string> addressesToListenOn() const;
+    std::vector<std::string> addressesToListenOn();
     void announce();
     void complainOfUnreachedInterfaces();
 
@@ -117,16 +124,31 @@ bool Program::takeLabels() {
     return !reason;
 }
 
-// Where the announcement leads, unless the user knows better.
-std::vector<std::string> Program::addressesToListenOn() const {
+// Everywhere that the announcement leads to, unless the user knows better. Without an interface nobody but this machine
+// is meant, whatever further addresses its loopback interface may have.
+std::vector<std::string> Program::addressesToListenOn() {
     if (!options_.address.empty()) return {options_.address};
-    if (!options_.interfacesAreChosen) return {"127.0.0.1"};
     std::vector<std::string> addresses;
     for (const std::string& interface : options_.interfaces) {
-        for (std::string& address : firstAddressesOfInterface(interface)) {
+        for (std::string& address : addressesOfInterface(interface)) {
+            if (!options_.interfacesAreChosen && address != "127.0.0.1" && address != "::1") continue;
             if (std::ranges::find(addresses, address) == addresses.end()) addresses.push_back(std::move(address));
         }
     }
+    if (!options_.interfacesAreChosen && addresses.empty()) return {"127.0.0.1"};
+    const Date end = fromNow(kNewAddressTime);
+    std::erase_if(addresses, [this, end](const std::string& address) {
+        while (!canListenOn(address)) {
+            if (std::chrono::steady_clock::now() < end) {
+                std::this_thread::sleep_for(kNewAddressPause);
+                continue;
+            }
+            complain("cannot listen on " + address +
+                     " yet, and clients that try it do not get through. Set it up, and start the server anew.");
+            return true;
+        }
+        return false;
+    });
     return addresses;
 }
 
@@ -154,14 +176,19 @@ bool Program::canKeepState(const Result<void>& tried) {
 }
 
 void Program::complainOfUnreachedInterfaces() {
-    if (options_.address.empty()) return;
     for (const std::string& interface : options_.interfaces) {
-        if (isReachedThroughInterface(options_.address, interface)) continue;
-        const std::string there = joined(addressesOfInterface(interface));
-        complain(
-            stringWithFormat("announced on %@, which %@ is no address of: who finds it there tries %@ and does "
-                             "not reach it. Give another --interface, or leave out --address.",
-                             interface, options_.address, there.empty() ? "nothing" : there));
+        const std::vector<std::string> there = addressesOfInterface(interface);
+        if (there.empty()) {
+            complain(
+                stringWithFormat("%@ has no address, so nobody finds the server there. Set it up, and start the "
+                                 "server anew (not with --address 0.0.0.0 or ::).",
+                                 interface));
+        } else if (!options_.address.empty() && !isReachedThroughInterface(options_.address, interface)) {
+            complain(
+                stringWithFormat("announced on %@, which %@ is no address of: who finds it there tries %@ and does "
+                                 "not reach it. Give another --interface, or leave out --address.",
+                                 interface, options_.address, joined(there)));
+        }
     }
 }
 

@@ -11,11 +11,11 @@ namespace velmora {
 
 namespace {
 
-// How long (seconds) the withdrawal of a service is waited for.
-constexpr double kWithdrawalTimeout = 1.0;
-constexpr double kLongestTimeout = 86400.0;
+// For how long `stop` waits until a service is withdrawn.
+constexpr Seconds kWithdrawalTimeout{1};
+constexpr Seconds kLongestTimeout = std::chrono::hours(24);
 
-// Calls its receiver exactly once: with the answer, or, when it is released without one, with an empty one.
+// Calls its receiver exactly once: with the answer, or with an empty one when it is released without.
 template <typename Answer>
 class OneAnswer {
   public:
@@ -77,7 +77,7 @@ void NSNetService::resolveWithTimeout(double timeout) {
     ++resolutions_;
     ResolutionRequest request;
     request.owner = session()->owner;
-    request.deadline = secondsFromNow(std::clamp(timeout, 0.0, kLongestTimeout));
+    request.deadline = fromNow(std::clamp(Seconds(timeout), Seconds(0), kLongestTimeout));
     request.done = [answer](const ServiceEndpoint* endpoint) {
         answer->give(endpoint == nullptr ? nullptr : std::make_shared<const ServiceEndpoint>(*endpoint));
     };
@@ -89,7 +89,7 @@ void NSNetService::resolved(const ServiceEndpoint* endpoint) {
     // The delegate may release the service.
     const auto hold = weak_from_this().lock();
     --resolutions_;
-    // Where it led is of no use any more, and may be one of thousands that a flood has left behind.
+    // Where it led is useless by now; it may be one of thousands that a flood has left.
     if (endpoint != nullptr && endpoint->withdrawn != nullptr && *endpoint->withdrawn) endpoint = nullptr;
     if (endpoint != nullptr) {
         addresses_ = endpoint->addresses;
@@ -150,12 +150,12 @@ void NSNetService::stop() {
     if (!session->published) return;
     const auto withdrawn = std::make_shared<NSLock>();
     withdrawn->lock();
-    // Given back with the last copy of the callback, whether it is called or has become pointless.
+    // Given back with the last copy of the callback, whether or not it is called.
     std::shared_ptr<void> pending(nullptr, [withdrawn](void*) { withdrawn->unlock(); });
     DiscoveryThread::performIfRunning([owner = session->owner, pending = std::move(pending)](DiscoveryEngine& engine) {
         engine.withdraw(owner, [pending] {});
     });
-    withdrawn->lockBeforeDate(secondsFromNow(kWithdrawalTimeout));
+    withdrawn->lockBeforeDate(fromNow(kWithdrawalTimeout));
 }
 
 }  // namespace velmora

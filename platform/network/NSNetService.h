@@ -23,8 +23,8 @@ struct ServiceKey;
 class NSNetServiceDelegate {
   public:
     virtual ~NSNetServiceDelegate() = default;
-    // All on the main thread, through its event loop. Exactly one of the first two follows each resolution that is not
-    // stopped; a service that has been withdrawn by the time the main thread comes to it counts as not resolved.
+    // All on the main thread, through its event loop. Each resolution that is not stopped is followed by exactly one of
+    // the first two. A service that was withdrawn before the main thread came to it counts as not resolved.
     virtual void netServiceDidResolveAddress(NSNetService& service) = 0;
     virtual void netServiceDidNotResolve(NSNetService&) {}
     // The service is announced; its name may have been changed to avoid a conflict.
@@ -32,8 +32,7 @@ class NSNetServiceDelegate {
     virtual void netServiceDidNotPublish(NSNetService&, const std::string& reason) { (void)reason; }
 };
 
-// Main thread only, but for getInputStreamOutputStream and the plain getters of name, type and domain, which any thread
-// may call.
+// Main thread only, except for getInputStreamOutputStream and the getters of name, type and domain: any thread.
 class NSNetService final : public NSObject {
   public:
     // A service to be resolved. `type` as in "_matrixswitcher._tcp.", `domain` as in "local.".
@@ -49,16 +48,17 @@ class NSNetService final : public NSObject {
     // Equal when name, type and domain are.
     bool isEqual(const NSNetService& other) const;
 
-    // Not owned; cleared by who goes first.
+    // Not owned. Whichever of the two goes first clears it.
     void setDelegate(NSNetServiceDelegate* delegate) { delegate_ = delegate; }
 
-    // What is found stays known to all equal services of the process, and up to date, while a browser sees the service.
+    // While a browser sees the service, all equal services of the process share what was found, and it is kept up to
+    // date.
     //
     // Looks up host, port and the addresses of all appearances (interfaces, IPv4 and IPv6) of the service. Resolved: at
     // least one address was found and every appearance has answered, or the time-out (seconds) has passed with at least
     // one. At most 64 addresses.
     void resolveWithTimeout(double timeout);
-    // Whether the outcome of a resolution has still to be told.
+    // Whether the outcome of a resolution has yet to be told.
     bool isBeingResolved() const { return resolutions_ != 0; }
     // What the last completed resolution found; empty, "" and 0 before. IPv4 before IPv6, within each by interface;
     // port included.
@@ -66,18 +66,18 @@ class NSNetService final : public NSObject {
     const std::string& hostName() const { return hostName_; }
     std::uint16_t port() const { return port_; }
 
-    // A pair of streams that connects, when opened, to where the service is then: to the addresses known while it is
-    // present, after a resolution where none are known yet, to the last known ones while it is absent. None for a
-    // service without a name. Opening does not need the main loop.
+    // A pair of streams that connects to where the service is when they are opened: to its addresses while it is
+    // present, after a resolution if none is known yet; to the last known ones while it is absent. None for a service
+    // without a name. Opening does not need the main loop.
     std::optional<NSStreamPair> getInputStreamOutputStream();
 
     void publish();
-    // Ends a resolution, or withdraws the service from the network (which has been said goodbye to when the call
-    // returns, as far as the network lets itself be told within a second).
+    // Ends a resolution, or withdraws the service from the network: the goodbye has been said when the call returns, if
+    // that is possible within a second.
     void stop();
 
   private:
-    // What callbacks that are under way know of the service; one from a first use until stop. Main thread.
+    // All that callbacks under way know of the service. There is one from the first use until `stop`. Main thread.
     struct Session {
         NSNetService* service;  // null once stopped
         std::uint64_t owner;

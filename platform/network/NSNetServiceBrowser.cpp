@@ -15,21 +15,21 @@ namespace velmora {
 
 namespace {
 
-// A find makes the delegate resolve the service, and what that leads to may keep the main thread busy for long. So many
-// new services at a time are told and not resolved yet; a flood of them waits here, where those that go again cost
-// nothing. One that has not been resolved within so long (seconds) holds nobody up any more.
+// When told of a service the delegate resolves it, and what follows may keep the main thread busy for a long time. So
+// only this many at a time are told and not resolved yet. The rest of a flood waits here, where a service that goes
+// again costs nothing. One that takes longer than this to be resolved holds nobody up any more.
 constexpr std::size_t kMaximumUnresolved = 256;
-constexpr double kPatience = 2.0;
+constexpr Seconds kPatience{2};
 constexpr std::chrono::milliseconds kNextTry(10);
 
 }  // namespace
 
 // Takes the news of one search from the discovery thread to the main thread, one piece each turn of the main loop.
 //
-// However long the main thread is busy, one piece waits for each service: the latest. What it replaces has nothing to
-// say any more. A find that is withdrawn has led nobody anywhere, and a removal before a find only makes room for it.
-// The find itself is told even when the service leads where it did before: a server that has said goodbye and come back
-// has dropped its connections, and being found again is what makes the plugin connect anew.
+// However long the main thread is busy, one piece waits for each service: the latest. The piece that it replaces has
+// become pointless. A find that was withdrawn has led nobody anywhere, and a removal before a find only made room for
+// it. The find itself is told even when the service leads where it did before: a server that has said goodbye and come
+// back has dropped its connections, and being found again is what makes the plugin connect anew.
 class NSNetServiceBrowser::Search final : public BrowseListener, public std::enable_shared_from_this<Search> {
   public:
     Search(NSNetServiceBrowser& browser, std::string preferredName)
@@ -153,7 +153,7 @@ class NSNetServiceBrowser::Search final : public BrowseListener, public std::ena
         if (delegate == nullptr) return;
         if (news->found) {
             delegate->netServiceBrowserDidFindServiceMoreComing(*browser_, service, news->moreComing);
-            if (service->isBeingResolved()) unresolved_.push_back({service, secondsFromNow(kPatience)});
+            if (service->isBeingResolved()) unresolved_.push_back({service, fromNow(kPatience)});
         } else {
             delegate->netServiceBrowserDidRemoveServiceMoreComing(*browser_, service, news->moreComing);
         }

@@ -30,8 +30,9 @@ class NSNetServiceBrowserDelegate {
 };
 
 // Main thread only. At most 4,096 services are listed at a time, in the process as a whole. Where the network announces
-// more, those that lead nowhere and those that came first are told as removed, and found when there is room again; a
-// preferred service, and one that has been connected to, stays.
+// more, those that lead nowhere and those that came first are told as removed, and found when there is room again. A
+// preferred service, and one that has been connected to, stays. Of names that lead nowhere only a few are told; any
+// other service is told when its address is known. A preferred one is always told at once.
 class NSNetServiceBrowser final : public NSObject {
   public:
     NSNetServiceBrowser();

@@ -134,7 +134,7 @@ TEST_F(Discovery, ServerThatCameBackOnAnotherPortIsFoundAgainAndConnectedToThere
     ServiceWatch watcher;
     ServerProcess before("Router", "1");
     ASSERT_TRUE(watcher.waitForEvents(2));
-    // From here on the main loop is at a standstill until the server has moved.
+    // From here on the main loop stands still until the server has moved.
     const auto service = watcher.services.at("Router");
     EXPECT_EQ(matrixSizeOf(service), "1x8");
     before.sendSignal(SIGKILL);  // the goodbye is said for it, and overtaken
@@ -231,7 +231,7 @@ TEST_F(Discovery, FullListKeepsWhatIsPreferredTakesWhatIsNewAndHealsWhenThereIsR
     const auto hears = [&](const std::string& event) {
         const Date end = secondsFromNow(10.0);
         while (!listener->hasHeard(event) && std::chrono::steady_clock::now() < end) {
-            loop.performAfter(0.05, [] {});  // ends the wait
+            loop.performAfter(Seconds(0.05), [] {});  // ends the wait
             loop.runDueTimers();
             engine.settle();
             loop.wait();
@@ -265,7 +265,7 @@ TEST_F(Discovery, NewsThatIsOvertakenBeforeTheMainThreadComesToItIsNotTold) {
     announcer.address({"host-a", "local"}, {10, 0, 0, 9}).send();
     ASSERT_TRUE(watcher.waitForEvents(4));
     watcher.events.clear();
-    // From here on the main loop is at a standstill.
+    // From here on the main loop stands still.
     EXPECT_TRUE(listener->hears("found Router"));
     announcer.pointer(kind, router, 0).pointer(kind, labels("Flash")).send();
     EXPECT_TRUE(listener->hears("removed Router"));
@@ -295,7 +295,7 @@ TEST_F(Discovery, PacketsWithAnAliasOrCutOffAreScreenedOut) {
     EXPECT_FALSE(passes(announcer.pointer({"a"}, {"b"}).alias({"a"}, {"b"}).take()));
     EXPECT_FALSE(passes(announcer.pointer({std::string(64, 'x')}, {"b"}).take()));
 
-    // A look that finds nothing, as behind a wrong checksum, lets nothing be read: a packet may come right then.
+    // A look that finds nothing, as after a wrong checksum, lets nothing be read: a packet may come right then.
     static AvahiWatchCallback event;
     static void* watch;
     AvahiPoll inner{};

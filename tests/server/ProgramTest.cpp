@@ -106,7 +106,18 @@ TEST(Program, StaysWhereHangingUpIsIgnored) {
 }
 
 TEST(Program, ListensWhereTheAnnouncementLeadsAndSaysWhereItDoesNot) {
-    Program(server({"--interface", "lo"})).port();
+    const ServiceWatch watcher;
+    for (const auto& options :
+         {std::vector<std::string>{"--name", "Default"}, {"--name", "Chosen", "--interface", "lo"}}) {
+        Program program(server(options));
+        program.port();
+        const auto resolved = "resolved " + options[1];
+        ASSERT_TRUE(runMainLoopUntil([&] { return std::ranges::count(watcher.events, resolved) == 1; }));
+        for (const SocketAddress& address : watcher.services.at(options[1])->addresses()) {
+            const Socket client(socket(address.family(), SOCK_STREAM | SOCK_CLOEXEC, 0));
+            EXPECT_EQ(connect(client.descriptor(), address.get(), address.length()), 0) << address.text();
+        }
+    }
     Program elsewhere(server({"--address", "127.0.0.2"}));
     EXPECT_NE(elsewhere.errorLine().find("announced on lo, which 127.0.0.2 is no address of"), std::string::npos);
     EXPECT_EQ(elsewhere.outputLine().find("listening on 127.0.0.2:"), 0U);

@@ -33,7 +33,7 @@ void BackendKeeper::settle() {
         if (active_ == daemon_.get()) return;
         if (active_ != nullptr) takeDown();
         own_.reset();
-        restarting_ = false;
+        restarting_ = restartIsLogged_ = false;
         bringUp(*daemon_);
         if (!interfaces_.empty()) lookAtInterfaces();
     } else {
@@ -44,7 +44,7 @@ void BackendKeeper::settle() {
 
 void BackendKeeper::changed() {
     unsettled_ = true;
-    loop_.performAfter(0.0, [] {});  // so that this is looked at even when it happens within settle()
+    nextSettling_.set(fromNow(Seconds{0}), [] {});  // so that this is looked at even when it happens within settle()
 }
 
 void BackendKeeper::settleOwn() {
@@ -52,11 +52,11 @@ void BackendKeeper::settleOwn() {
     if (ownPauses_ || (own_ && (own_->publishes() || !publishing_))) return;
     if (active_ != nullptr) takeDown();
     own_.reset();
-    restarting_ = false;
+    restarting_ = restartIsLogged_ = false;
     own_ = ProgramBackend::create(
         loop_, interfaces_, publishing_, [this] { changed(); }, lastError_);
     if (own_) {
-        ownEarnsTrust_ = secondsFromNow(kGoodServiceTime);
+        ownEarnsTrust_ = fromNow(kGoodServiceTime);
         bringUp(*own_);
     } else {
         retryLater();
@@ -65,14 +65,15 @@ void BackendKeeper::settleOwn() {
 
 void BackendKeeper::ownHasFailed() {
     lastError_ = own_->lastError();
-    restarting_ = own_->hasStarted();
+    restarting_ = own_->hasStarted() || !own_->hasDeclined();
     // One that never served is the situation's matter.
-    if (restarting_) NSLog("%@, it is started again", lastError_);
+    restartIsLogged_ = own_->hasStarted();
+    if (restartIsLogged_) NSLog("%@, it is started again", lastError_);
     if (std::chrono::steady_clock::now() > ownEarnsTrust_) restartTime_ = kFirstRestartTime;
     if (active_ != nullptr) takeDown();
     own_.reset();
     ownPauses_ = true;
-    nextOwn_.set(secondsFromNow(restartTime_), [this] {
+    nextOwn_.set(fromNow(restartTime_), [this] {
         ownPauses_ = false;
         unsettled_ = true;
     });
@@ -88,7 +89,7 @@ void BackendKeeper::takeDown() {
     for (BackendUser* user : users_) {
         user->backendGoes();
     }
-    startGraceTime();
+    graceEnd_.cancel();
 }
 
 void BackendKeeper::bringUp(DiscoveryBackend& backend) {
@@ -96,12 +97,7 @@ void BackendKeeper::bringUp(DiscoveryBackend& backend) {
     for (BackendUser* user : users_) {
         user->backendCame(backend);
     }
-    startGraceTime();
-}
-
-void BackendKeeper::startGraceTime() {
-    loop_.performAfter(kGraceTime, [this, which = ++graceTimes_] {
-        if (which != graceTimes_) return;
+    graceEnd_.set(fromNow(kGraceTime), [this] {
         for (BackendUser* user : users_) {
             user->graceTimeEnded();
         }
@@ -111,7 +107,7 @@ void BackendKeeper::startGraceTime() {
 void BackendKeeper::retryLater() {
     if (retrying_) return;
     retrying_ = true;
-    loop_.performAfter(kRetryTime, [this] {
+    nextRetry_.set(fromNow(kRetryTime), [this] {
         retrying_ = false;
         unsettled_ = true;
     });
@@ -133,12 +129,12 @@ void BackendKeeper::lookAtInterfaces() {
         }
         bringUp(*daemon_);
     }
-    nextInterfaceLook_.set(secondsFromNow(kRetryTime), [this] { lookAtInterfaces(); });
+    nextInterfaceLook_.set(fromNow(kRetryTime), [this] { lookAtInterfaces(); });
 }
 
 void BackendKeeper::askAgainLater(BackendUser& user) {
     if (active_ == nullptr) return;  // everybody asks the next one
-    if (askingAgain_.empty()) nextAsking_.set(secondsFromNow(kRetryTime), [this] { askAgain(); });
+    if (askingAgain_.empty()) nextAsking_.set(fromNow(kRetryTime), [this] { askAgain(); });
     askingAgain_.insert(&user);
 }
 
@@ -176,7 +172,7 @@ void BackendKeeper::limitToInterfaces(std::vector<std::string> interfaces) {
 void BackendKeeper::noteSituation() const {
     enum Situation { unknown, daemon, program, nothing };
     static std::atomic<Situation> known{unknown};
-    if (active_ == nullptr ? restarting_ : active_ == own_.get() && !own_->hasStarted()) return;
+    if (active_ == nullptr ? restartIsLogged_ : active_ == own_.get() && !own_->hasStarted()) return;
     const Situation now = active_ == nullptr ? nothing : active_ == daemon_.get() ? daemon : program;
     const Situation before = known.exchange(now);
     if (now == before) return;

@@ -6,37 +6,24 @@
 #include <string>
 #include <vector>
 
+#include "platform/network/dnssd/BackendUser.h"
 #include "platform/network/dnssd/DaemonBackend.h"
 #include "platform/network/dnssd/DiscoveryLoop.h"
 #include "platform/network/dnssd/ProgramBackend.h"
 
 namespace velmora {
 
-// What is known from a backend that has gone stays as it was for so long (seconds), unless the next backend says
-// otherwise.
-inline constexpr double kGraceTime = 10.0;
-// After so long (seconds) what did not work is tried again.
-inline constexpr double kRetryTime = 5.0;
-// A program of ours that has failed is started again after so long (seconds), and each time after twice as long, up to
-// kRetryTime, unless it had served for a while.
-inline constexpr double kFirstRestartTime = 0.25;
-inline constexpr double kGoodServiceTime = 30.0;
-
-// Something that asks or tells the network through the backend of the moment.
-class BackendUser {
-  public:
-    // From here on this backend serves.
-    virtual void backendCame(DiscoveryBackend& backend) = 0;
-    // The backend is about to be destroyed: everything that it has made must go now.
-    virtual void backendGoes() = 0;
-    // What the present backend has not confirmed is to be taken for gone.
-    virtual void graceTimeEnded() = 0;
-    // The interface of this index is no longer there, nor is what was seen on it.
-    virtual void interfaceWent(int interface) = 0;
-
-  protected:
-    ~BackendUser() = default;
-};
+// A backend has this long to confirm what was known before it came; what it has not confirmed then is taken for gone.
+// The time counts while that backend serves, and anew with the next one: nobody listens in between, and silence is no
+// news. So a server that left while velmora-mdns crashes every few seconds stays listed until one lasts this long. The
+// other way round, servers that never left would be told as gone and found again, and hosts would connect to them anew.
+inline constexpr Seconds kGraceTime{10};
+// What did not work is tried again after this time.
+inline constexpr Seconds kRetryTime{5};
+// A program of ours that has failed is started again after the first time, and then each time after twice as long, up
+// to kRetryTime, unless it had served for the second.
+inline constexpr Seconds kFirstRestartTime{0.25};
+inline constexpr Seconds kGoodServiceTime{30};
 
 // Discovery thread only. A backend is made and destroyed in settle() only, never within one of Avahi's callbacks.
 class BackendKeeper {
@@ -44,9 +31,12 @@ class BackendKeeper {
     BackendKeeper(DiscoveryLoop& loop, std::vector<std::string> interfaces)
         : loop_(loop),
           interfaces_(std::move(interfaces)),
+          nextSettling_(loop),
+          nextRetry_(loop),
           nextInterfaceLook_(loop),
           nextAsking_(loop),
-          nextOwn_(loop) {}
+          nextOwn_(loop),
+          graceEnd_(loop) {}
     BackendKeeper(const BackendKeeper&) = delete;
     BackendKeeper& operator=(const BackendKeeper&) = delete;
     // There must be no users any more.
@@ -65,7 +55,8 @@ class BackendKeeper {
     // Null when neither way works at the moment; settle() keeps trying.
     DiscoveryBackend* backend() const { return active_; }
     const std::string& lastError() const { return lastError_; }
-    // There is no backend, but only because the one that served is about to be started again.
+    // There is no backend, but only because our own program, which could be started and has not said that it cannot
+    // serve, is about to be started again.
     bool isRestarting() const { return restarting_; }
 
     // From now on a backend must be able to announce services.
@@ -78,7 +69,6 @@ class BackendKeeper {
     void ownHasFailed();
     void takeDown();
     void bringUp(DiscoveryBackend& backend);
-    void startGraceTime();
     void retryLater();
     void lookAtInterfaces();
     void askAgain();
@@ -89,19 +79,22 @@ class BackendKeeper {
     bool publishing_ = false;
     bool unsettled_ = true;
     bool retrying_ = false;
-    unsigned graceTimes_ = 0;
     std::string lastError_;
     std::unique_ptr<DaemonBackend> daemon_;
     std::unique_ptr<ProgramBackend> own_;
     DiscoveryBackend* active_ = nullptr;  // one of the two
-    double restartTime_ = kFirstRestartTime;
+    Seconds restartTime_ = kFirstRestartTime;
     Date ownEarnsTrust_;      // when the present program will have served for a while
     bool ownPauses_ = false;  // until nextOwn_
     bool restarting_ = false;
+    bool restartIsLogged_ = false;
     std::set<BackendUser*> users_;
+    DiscoveryLoop::Timer nextSettling_;
+    DiscoveryLoop::Timer nextRetry_;
     DiscoveryLoop::Timer nextInterfaceLook_;  // while the daemon serves and there is a limit
     DiscoveryLoop::Timer nextAsking_;
     DiscoveryLoop::Timer nextOwn_;
+    DiscoveryLoop::Timer graceEnd_;
     std::set<BackendUser*> askingAgain_;
     bool refusalNoted_ = false;
 };

@@ -14,7 +14,7 @@ namespace velmora {
 
 namespace {
 
-// Locations that are kept for one service: some for each interface and protocol.
+// Locations that are kept for one service: a few for each interface and protocol.
 constexpr std::size_t kMaximumLocations = 64;
 
 SocketAddress socketAddress(const std::string& address, std::uint16_t port, int interface) {
@@ -84,10 +84,10 @@ bool DiscoveredService::endRequests(std::uint64_t owner) {
     return std::erase_if(requests_, [owner](const ResolutionRequest& request) { return request.owner == owner; }) != 0;
 }
 
-DiscoveredService::News DiscoveredService::update() {
+DiscoveredService::News DiscoveredService::update(bool mayLeadNowhere) {
     if (!isPresent()) {
         reported_.reset();
-        timedOut_ = false;
+        timedOut_ = askedAhead_ = false;
         if (const auto presence = std::exchange(withdrawn_, nullptr)) *presence = true;
     } else if (withdrawn_ == nullptr) {
         withdrawn_ = std::make_shared<std::atomic<bool>>(false);
@@ -98,16 +98,18 @@ DiscoveredService::News DiscoveredService::update() {
         settled_.reset();
     } else {
         lastKnown_ = endpoint_.addresses;
-        if (!settled_) settled_ = secondsFromNow(kSettlingTime);
+        if (!settled_) settled_ = fromNow(kSettlingTime);
     }
     const bool moved = hasMoved();
-    // One moment for both: what has not come yet for the first is still to come for the second.
+    // One moment for both: a deadline that is still to come for the first must be planned for by the second.
     const Date now = std::chrono::steady_clock::now();
     answerRequests(now);
     planNextLook(now);
 
     if (isPresent() != announced_) {
+        if (isPresent() && !hasAddresses() && !mayLeadNowhere) return News::none;
         announced_ = isPresent();
+        if (hasAddresses()) timedOut_ = false;  // this tells it
         return announced_ ? News::found : News::removed;
     }
     if (!announced_ || endpoint_.addresses.empty() || !(moved || timedOut_)) return News::none;
@@ -117,7 +119,7 @@ DiscoveredService::News DiscoveredService::update() {
 }
 
 void DiscoveredService::updateQuestions() {
-    const bool wanted = hasRequests() || (watched_ && isPresent());
+    const bool wanted = hasRequests() || ((watched_ || askedAhead_) && isPresent());
     const std::string name = wanted ? fullName(key_) : std::string();
     if (name.empty()) {
         locations_.reset();
@@ -162,8 +164,8 @@ ServiceEndpoint DiscoveredService::currentEndpoint() const {
             found.push_back({size, appearance.first, std::move(address), location.first, location.second});
         }
     }
-    // Where IPv4 and IPv6 do not agree yet about one address, what came later stands: a place that has been left must
-    // not be listed, or its going would be news.
+    // Where IPv4 and IPv6 do not agree yet about an address, the later word counts. A place that the server has left
+    // must not be listed, or its withdrawal would be news.
     std::sort(found.begin(), found.end(), [](const Found& left, const Found& right) {
         return std::tie(left.family, left.interface, left.address, right.arrival) <
                std::tie(right.family, right.interface, right.address, left.arrival);
@@ -219,7 +221,7 @@ void DiscoveredService::answerRequests(Date now) {
     if (requests_.empty()) return;
     const bool hasSettled = settled_ && *settled_ <= now;
     const Answer answer = answerOfAll();
-    // The IPv6 half of an announcement may arrive first and be complete in itself; IPv4 is waited for.
+    // The IPv6 half of an announcement may arrive first and look complete; IPv4 is waited for.
     const bool found = !endpoint_.addresses.empty();
     const bool hasIPv4 = found && endpoint_.addresses.front().family() == AF_INET;
     const bool complete = answer != Answer::none && (hasSettled || (answer == Answer::full && hasIPv4));
@@ -237,10 +239,10 @@ void DiscoveredService::answerRequests(Date now) {
     }
 }
 
-// Addresses come and go on a host that stays where it is: temporary ones of IPv6 do every day, a second interface loses
-// its cable, a redundant one its partner. Being found again makes the plugin connect anew and, when it was started with
-// defaults, route them over what is on air, so it takes more than that: another host or port, or that none is left of
-// the addresses that there were when they were last told. A connection to the one that went notices by itself.
+// The addresses of a host change although it stays where it is: temporary ones of IPv6 do every day, a cable is pulled,
+// a redundant interface loses its partner. Being found again makes the plugin connect anew and, when it was started
+// with defaults, route these over what is on air. So it takes more: another host or port, or that none is left of the
+// addresses that were told last. A connection to the address that went ends by itself.
 bool DiscoveredService::hasMoved() const {
     if (!reported_ || endpoint_.addresses.empty()) return false;
     if (reported_->port != endpoint_.port || caseInsensitiveCompare(reported_->hostName, endpoint_.hostName) != 0)

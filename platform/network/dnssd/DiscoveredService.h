@@ -1,4 +1,4 @@
-// One service as this process knows it: where it is seen, where it leads, and who waits to be told.
+// One service as this process knows it: where it is seen, where it leads, and who is waiting for an answer.
 #pragma once
 
 #include <atomic>
@@ -12,36 +12,17 @@
 #include <utility>
 #include <vector>
 
-#include "platform/network/SocketAddress.h"
+#include "platform/network/dnssd/DiscoveryLoop.h"
 #include "platform/network/dnssd/HostAddresses.h"
+#include "platform/network/dnssd/Resolution.h"
 #include "platform/network/dnssd/ServiceKey.h"
-#include "platform/threads/NSLock.h"
 
 namespace velmora {
 
-// Once an address is known, so long (seconds) is waited for what usually comes with it: the other family, other
-// interfaces.
-inline constexpr double kSettlingTime = 0.5;
+// After the first address this much time is left for those that usually follow: the other family, other interfaces.
+inline constexpr Seconds kSettlingTime{0.5};
 
-// Where a service leads. Host and port are those of the first address; each address carries its own port.
-struct ServiceEndpoint {
-    // Becomes true once the service is withdrawn from the network; null when no browse has seen it. Any thread.
-    std::shared_ptr<const std::atomic<bool>> withdrawn;
-    std::string hostName;  // as in "host.local."
-    std::uint16_t port = 0;
-    std::vector<SocketAddress> addresses;  // IPv4 before IPv6, within each by interface, then numerically
-};
-
-struct ResolutionRequest {
-    std::uint64_t owner = 0;
-    Date deadline;
-    // Connecting does not wait for appearances that do not answer, resolving does.
-    bool toConnect = false;
-    // Called once, with null when nothing was found by the deadline.
-    std::function<void(const ServiceEndpoint*)> done;
-};
-
-// Discovery thread only. `touched` asks for an update() before long; it may be called from within Avahi.
+// Discovery thread only. `touched` asks for an update() soon; it may be called from within Avahi.
 class DiscoveredService {
   public:
     DiscoveredService(ServiceKey key, DiscoveryLoop& loop, BackendKeeper& keeper, HostDirectory& hosts,
@@ -49,36 +30,42 @@ class DiscoveredService {
     // Open requests are dropped unanswered.
     ~DiscoveredService();
 
-    // A browse has heard a record that points to the service on an interface over a protocol, or no longer does.
-    // `arrival` is higher for what came later, and counts while the service was absent.
+    // A browse has heard a record that points to the service, on one interface over one protocol. `arrival` is higher
+    // for a later record; the service takes that of the record that ends its absence.
     void appeared(const NetworkRecord& pointer, std::uint64_t arrival);
+    // That record has gone.
     void disappeared(const NetworkRecord& pointer) { pointers_.erase(pointer); }
-    // No browse looks for it any more.
+    // No browse is looking for it any more.
     void forgetAppearances();
     const std::set<NetworkRecord>& pointers() const { return pointers_; }
     bool isPresent() const { return !pointers_.empty(); }
     std::uint64_t arrival() const { return arrival_; }
-    // Present as far as the browsers have been told.
+    // Whether the browsers have been told that it is present.
     bool isAnnounced() const { return announced_; }
 
-    // From its first request on a service is watched while it is present. An update() must follow.
+    // After its first request a service is watched for as long as it is present. An update() must follow.
     void request(ResolutionRequest request);
     // Whether there were any of this owner's.
     bool endRequests(std::uint64_t owner);
     bool hasRequests() const { return !requests_.empty(); }
+    // Asks the network where it leads although nobody has requested that: until it goes, or until switched off.
+    void askAhead(bool on) { askedAhead_ = on; }
     // Whether its addresses have ever been asked for to connect to it.
     bool isConnectedTo() const { return connectedTo_; }
     void noteConnection() { connectedTo_ = true; }
 
     bool usesHost(const std::string& name) const { return hosts_.contains(name); }
-    // Whether it was resolved and is present; then `endpoint` is where it leads, without addresses while none is valid.
+    // Whether it is present and was resolved. `endpoint` is where it leads then; it has no addresses while none is
+    // valid.
     bool isResolved() const { return isPresent() && reported_.has_value(); }
     const ServiceEndpoint& endpoint() const { return endpoint_; }
+    bool hasAddresses() const { return !endpoint_.addresses.empty(); }
     const std::vector<SocketAddress>& lastKnownAddresses() const { return lastKnown_; }
 
-    // What the browsers are to be told. Answers requests that are due, and begins or ends questions to the network.
+    // Answers requests that are due, begins and ends questions to the network, and returns what the browsers are to be
+    // told. They are not told of a service that leads nowhere yet unless `mayLeadNowhere`.
     enum class News { none, found, removed };
-    News update();
+    News update(bool mayLeadNowhere);
 
   private:
     using Appearance = std::pair<int, int>;  // interface, protocol
@@ -104,6 +91,7 @@ class DiscoveredService {
     bool announced_ = false;
     bool connectedTo_ = false;
     bool watched_ = false;
+    bool askedAhead_ = false;
     bool timedOut_ = false;  // a resolution has, and none has succeeded since
     std::unique_ptr<MonitoredRecords> locations_;
     std::map<std::string, std::shared_ptr<HostAddresses>> hosts_;

@@ -8,36 +8,51 @@
 
 #include "platform/foundation/NSLog.h"
 #include "platform/foundation/Text.h"
+#include "platform/network/dnssd/BackendKeeper.h"
+#include "platform/network/dnssd/DiscoveredService.h"
+#include "platform/network/dnssd/ServicePublication.h"
 
 namespace velmora {
 
 namespace {
 
-// A service is pointed to on each interface over each protocol.
+// There is a pointer to a service for each interface and protocol.
 constexpr std::size_t kMaximumPointers = 4 * kMaximumServices;
-// Until a goodbye has gone out (seconds): Avahi sends it in its next turn, its daemon a little later.
-constexpr double kGoodbyeTime = 0.02;
+// By then a goodbye has gone out: Avahi sends it in its next turn, its daemon a little later.
+constexpr Seconds kGoodbyeTime{0.02};
+// Names that lead nowhere and are told all the same, and how long the place of one that has gone stays taken.
+constexpr std::size_t kMaximumLeadingNowhere = 16;
+constexpr Seconds kPlaceTime{10};
 
 }  // namespace
 
 DiscoveryEngine::DiscoveryEngine(DiscoveryLoop& loop, std::vector<std::string> interfaces, std::size_t maximumServices)
     : loop_(loop),
       maximumServices_(maximumServices),
-      keeper_(loop, std::move(interfaces)),
-      hosts_(keeper_, [this](const std::string& name) {
-          for (const auto& [key, service] : services_) {
-              if (service->usesHost(name)) touch(key);
-          }
-      }) {}
+      keeper_(std::make_unique<BackendKeeper>(loop, std::move(interfaces))),
+      hosts_(std::make_unique<HostDirectory>(*keeper_, [this](const std::string& name) { touchUsersOf(name); })),
+      nextTurn_(loop) {}
 
 DiscoveryEngine::~DiscoveryEngine() = default;
 
+void DiscoveryEngine::touchUsersOf(const std::string& host) {
+    for (const auto& [key, service] : services_) {
+        if (service->usesHost(host)) touch(key);
+    }
+}
+
+void DiscoveryEngine::limitToInterfaces(std::vector<std::string> interfaces) {
+    keeper_->limitToInterfaces(std::move(interfaces));
+}
+
 void DiscoveryEngine::settle() {
-    keeper_.settle();
+    keeper_->settle();
+    takeBack();
     makeRoom();
     while (!touched_.empty()) {
         updateService(touched_.extract(touched_.begin()).value());
     }
+    askAhead();
     for (auto& [owner, publication] : publications_) {
         publication->update();
     }
@@ -48,7 +63,17 @@ void DiscoveryEngine::updateService(const ServiceKey& key) {
     const auto found = services_.find(key);
     if (found == services_.end()) return;
     DiscoveredService& service = *found->second;
-    const auto news = service.update();
+    const auto news = service.update(mayLeadNowhere(key, service));
+    if (service.isPresent() && !service.isAnnounced()) {
+        unannounced_.add(key);
+    } else {
+        unannounced_.remove(key);
+    }
+    if (service.isAnnounced() && !service.hasAddresses()) {
+        leadingNowhere_.insert(key);
+    } else if (leadingNowhere_.erase(key) != 0 && news == DiscoveredService::News::removed) {
+        keepPlace();
+    }
     const auto browse = browses_.find({key.type, key.domain});
     if (browse == browses_.end()) {
         if (!service.hasRequests()) services_.erase(found);
@@ -60,14 +85,47 @@ void DiscoveryEngine::updateService(const ServiceKey& key) {
     }
 }
 
+// A name that leads nowhere is told as long as there are few of them. Of the others those are told that turn out to
+// lead somewhere: a name that is told costs its listener something when it goes, and anybody can announce thousands.
+bool DiscoveryEngine::mayLeadNowhere(const ServiceKey& key, const DiscoveredService& service) const {
+    if (isWanted(key, service)) return true;
+    return !unannounced_.contains(key) && leadingNowhere_.size() + keptPlaces_ < kMaximumLeadingNowhere;
+}
+
+// The place of one that was told and went without having led anywhere. Otherwise the next of a flood would be told at
+// once.
+void DiscoveryEngine::keepPlace() {
+    ++keptPlaces_;
+    loop_.performAfter(kPlaceTime, [this] { --keptPlaces_; });
+}
+
+void DiscoveryEngine::askAhead() {
+    const auto turns = unannounced_.nextTurns(std::chrono::steady_clock::now());
+    const auto ask = [this](const ServiceKey& key, bool on) {
+        services_.at(key)->askAhead(on);
+        updateService(key);
+    };
+    for (const ServiceKey& key : turns.ended) {
+        ask(key, false);
+    }
+    for (const ServiceKey& key : turns.begun) {
+        ask(key, true);
+    }
+    if (const auto end = unannounced_.endOfTurn()) {
+        nextTurn_.set(*end, [] {});  // ends the wait
+    } else {
+        nextTurn_.cancel();
+    }
+}
+
 DiscoveredService& DiscoveryEngine::service(const ServiceKey& key) {
     auto& known = services_[key];
     if (known == nullptr)
-        known = std::make_unique<DiscoveredService>(key, loop_, keeper_, hosts_, [this, key] { touch(key); });
+        known = std::make_unique<DiscoveredService>(key, loop_, *keeper_, *hosts_, [this, key] { touch(key); });
     return *known;
 }
 
-// What somebody asked for by name and what has been connected to stay; nobody on the network can make it so.
+// What somebody has asked for by name, and what has been connected to, stays. The network has no say in either.
 bool DiscoveryEngine::isWanted(const ServiceKey& key, const DiscoveredService& service) const {
     if (service.isConnectedTo()) return true;
     const auto browse = browses_.find({key.type, key.domain});
@@ -80,17 +138,16 @@ bool DiscoveryEngine::isWanted(const ServiceKey& key, const DiscoveredService& s
 // of them do not drive out what works. It happens here, not when a record is heard, because nothing of a backend may be
 // destroyed from within it.
 void DiscoveryEngine::makeRoom() {
-    if (services_.size() <= maximumServices_) return lookForTheRest();
+    if (services_.size() <= maximumServices_) return;
     using Worth = std::tuple<bool, bool, bool, std::uint64_t>;
     std::vector<std::pair<Worth, Services::iterator>> places;
     places.reserve(services_.size());
     for (auto entry = services_.begin(); entry != services_.end(); ++entry) {
         const DiscoveredService& service = *entry->second;
         places.emplace_back(Worth{isWanted(entry->first, service), service.isPresent() || service.hasRequests(),
-                                  service.isResolved(), service.arrival()},
+                                  service.isResolved() || service.hasAddresses(), service.arrival()},
                             entry);
     }
-    if (places.size() <= maximumServices_) return;
     const auto surplus = static_cast<std::ptrdiff_t>(places.size() - maximumServices_);
     std::nth_element(places.begin(), places.begin() + surplus, places.end(),
                      [](const auto& left, const auto& right) { return left.first < right.first; });
@@ -101,11 +158,12 @@ void DiscoveryEngine::giveUp(Services::iterator entry) {
     const ServiceKey key = entry->first;
     const auto service = std::move(entry->second);
     services_.erase(entry);
+    unannounced_.remove(key);
+    if (leadingNowhere_.erase(key) != 0) keepPlace();
     const auto browse = browses_.find({key.type, key.domain});
     if (browse == browses_.end()) return;
     for (const NetworkRecord& pointer : service->pointers()) {
-        browse->second.pointers->forget(pointer);
-        browse->second.incomplete = true;
+        browse->second.pointers->setAside(pointer);
     }
     if (service->isPresent() && !std::exchange(fullNoted_, true))
         NSLog("More than %li services are announced, the rest is left out", maximumServices_);
@@ -115,20 +173,29 @@ void DiscoveryEngine::giveUp(Services::iterator entry) {
     }
 }
 
-// As long as there are no more than can be listed, what had no room is asked for again.
-void DiscoveryEngine::lookForTheRest() {
-    if (std::none_of(browses_.begin(), browses_.end(), [](const auto& browse) { return browse.second.incomplete; }))
+// When fewer are left than can be listed, what had no room comes back.
+void DiscoveryEngine::takeBack() {
+    if (std::none_of(browses_.begin(), browses_.end(),
+                     [](const auto& browse) { return browse.second.pointers->hasSetAside(); }))
         return;
-    const auto staying = std::count_if(services_.begin(), services_.end(), [this](const auto& entry) {
-        const auto& [key, service] = entry;
-        return service->isPresent() || service->hasRequests() || isWanted(key, *service);
-    });
-    if (static_cast<std::size_t>(staying) < maximumServices_) preferenceChanged();
+    const auto staying =
+        static_cast<std::size_t>(std::count_if(services_.begin(), services_.end(), [this](auto& entry) {
+            const auto& [key, service] = entry;
+            return service->isPresent() || service->hasRequests() || isWanted(key, *service);
+        }));
+    if (staying >= maximumServices_) return;
+    for (auto& [kind, browse] : browses_) {
+        browse.pointers->takeBack(maximumServices_ - staying);
+    }
 }
 
+// All that was set aside comes back, so that what is preferred now is among it; the others give way again.
 void DiscoveryEngine::preferenceChanged() {
     for (auto& [kind, browse] : browses_) {
-        if (std::exchange(browse.incomplete, false)) browse.pointers->lookAgain();
+        browse.pointers->takeBack(kMaximumPointers);
+    }
+    for (const auto& [key, service] : services_) {
+        if (unannounced_.contains(key) && isWanted(key, *service)) touch(key);
     }
 }
 
@@ -146,7 +213,7 @@ void DiscoveryEngine::browse(const std::string& type, const std::string& domain,
     browse.listeners.push_back(std::move(listener));
     if (browse.pointers != nullptr) return;
     browse.pointers = std::make_unique<MonitoredRecords>(
-        keeper_, type + domain, AVAHI_DNS_TYPE_PTR, kMaximumPointers,
+        *keeper_, type + domain, AVAHI_DNS_TYPE_PTR, kMaximumPointers,
         [this, kind](const NetworkRecord& record, bool present) { heardPointer(kind, record, present); });
 }
 
@@ -178,8 +245,7 @@ void DiscoveryEngine::heardPointer(const Kind& kind, const NetworkRecord& record
     const ServiceKey key{kind.first, kind.second, name};
     if (key.name.empty() || !isValidUTF8(key.name)) return;
     if (present) {
-        const bool isNews = !browses_.at(kind).pointers->isLookingAgain();
-        service(key).appeared(record, isNews ? ++arrivals_ : 0);
+        service(key).appeared(record, browses_.at(kind).pointers->records().at(record).arrival);
     } else if (const auto known = services_.find(key); known != services_.end()) {
         known->second->disappeared(record);
     }
@@ -207,7 +273,7 @@ void DiscoveryEngine::findAddresses(const ServiceKey& key, std::function<void(st
         if (!service.isPresent() && !service.hasRequests()) return answer(service.lastKnownAddresses());
     }
     ResolutionRequest request;
-    request.deadline = secondsFromNow(kConnectResolutionTimeout);
+    request.deadline = fromNow(kConnectResolutionTimeout);
     request.toConnect = true;
     request.done = [this, key, answer = std::move(answer)](const ServiceEndpoint* endpoint) {
         if (endpoint != nullptr) return answer(endpoint->addresses);
@@ -218,9 +284,9 @@ void DiscoveryEngine::findAddresses(const ServiceKey& key, std::function<void(st
 }
 
 void DiscoveryEngine::publish(std::uint64_t owner, const ServiceKey& key, std::uint16_t port,
-                              ServicePublication::Report report) {
+                              std::function<void(const std::string&, const std::optional<std::string>&)> report) {
     publications_.erase(owner);
-    publications_.emplace(owner, std::make_unique<ServicePublication>(keeper_, key, port, std::move(report)));
+    publications_.emplace(owner, std::make_unique<ServicePublication>(loop_, *keeper_, key, port, std::move(report)));
 }
 
 void DiscoveryEngine::withdraw(std::uint64_t owner, std::function<void()> done) {

@@ -1,26 +1,35 @@
-// What the discovery thread does: browses, resolves and publishes for the whole process, with one state for each
-// service.
+// Browses, resolves and publishes on the discovery thread for the whole process, with one state for each service.
 #pragma once
 
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "platform/network/dnssd/DiscoveredService.h"
-#include "platform/network/dnssd/ServicePublication.h"
+#include "platform/network/dnssd/DiscoveryLoop.h"
+#include "platform/network/dnssd/Resolution.h"
+#include "platform/network/dnssd/ServiceKey.h"
+#include "platform/network/dnssd/UnannouncedServices.h"
 
 namespace velmora {
 
-// Services that are known at a time. Where there are more, those give way that are the least missed (see
-// DiscoveryEngine::makeRoom); what had to is listed when there is room again.
+class BackendKeeper;
+class DiscoveredService;
+class HostDirectory;
+class MonitoredRecords;
+class ServicePublication;
+struct NetworkRecord;
+
+// The most services that are known at a time. Of more, those that are missed the least give way (see
+// DiscoveryEngine::makeRoom); they come back when there is room again.
 inline constexpr std::size_t kMaximumServices = 4096;
-// The time limit (seconds) of a resolution that a connection asks for.
-inline constexpr double kConnectResolutionTimeout = 10.0;
+// The time limit of a resolution that a connection asks for.
+inline constexpr Seconds kConnectResolutionTimeout{10};
 
 // Told on the discovery thread.
 class BrowseListener {
@@ -43,29 +52,31 @@ class DiscoveryEngine {
     // Requests that are open are dropped unanswered.
     ~DiscoveryEngine();
 
-    // Brings everything up to date with what the network and the callers have said. Once in each turn of the loop.
+    // Acts upon all that the network and the callers have said. To be called once in each turn of the loop.
     void settle();
     // Whether anything still has to be done or watched.
     bool isNeeded() const {
         return !browses_.empty() || !services_.empty() || !publications_.empty() || goodbyes_ != 0;
     }
 
-    void limitToInterfaces(std::vector<std::string> interfaces) { keeper_.limitToInterfaces(std::move(interfaces)); }
+    void limitToInterfaces(std::vector<std::string> interfaces);
 
-    // The listener is told of the services that are present already, too.
+    // The listener is also told of the services that are present already.
     void browse(const std::string& type, const std::string& domain, std::shared_ptr<BrowseListener> listener);
     void endBrowse(const std::shared_ptr<BrowseListener>& listener);
-    // What a listener prefers is another service now: one that had no room comes back.
+    // A listener prefers another service now, which comes back if it had no room.
     void preferenceChanged();
 
     void resolve(const ServiceKey& key, ResolutionRequest request);
     // All of one owner's.
     void endRequests(std::uint64_t owner);
-    // Answers at once for a service that is resolved, or absent; otherwise when it has been resolved.
+    // Answers at once for a service that is resolved or absent, for others when they have been resolved.
     void findAddresses(const ServiceKey& key, std::function<void(std::vector<SocketAddress>)> answer);
 
-    // An owner publishes one service; a second one takes the place of the first.
-    void publish(std::uint64_t owner, const ServiceKey& key, std::uint16_t port, ServicePublication::Report report);
+    // An owner publishes one service; a second one takes the place of the first. The report is that of
+    // ServicePublication.
+    void publish(std::uint64_t owner, const ServiceKey& key, std::uint16_t port,
+                 std::function<void(const std::string& name, const std::optional<std::string>& failure)> report);
     // `done` is called when the goodbye has gone out.
     void withdraw(std::uint64_t owner, std::function<void()> done);
 
@@ -74,7 +85,6 @@ class DiscoveryEngine {
     struct Browse {
         std::unique_ptr<MonitoredRecords> pointers;
         std::vector<std::shared_ptr<BrowseListener>> listeners;
-        bool incomplete = false;  // some had no room
     };
     using Services = std::map<ServiceKey, std::unique_ptr<DiscoveredService>>;
 
@@ -84,17 +94,24 @@ class DiscoveryEngine {
     bool isWanted(const ServiceKey& key, const DiscoveredService& service) const;
     void makeRoom();
     void giveUp(Services::iterator entry);
-    void lookForTheRest();
+    void takeBack();
+    bool mayLeadNowhere(const ServiceKey& key, const DiscoveredService& service) const;
+    void keepPlace();
+    void askAhead();
+    void touchUsersOf(const std::string& host);
     void touch(const ServiceKey& key) { touched_.insert(key); }
 
     DiscoveryLoop& loop_;
     const std::size_t maximumServices_;
-    BackendKeeper keeper_;
-    HostDirectory hosts_;
+    const std::unique_ptr<BackendKeeper> keeper_;
+    const std::unique_ptr<HostDirectory> hosts_;
     std::map<Kind, Browse> browses_;
     Services services_;
-    std::uint64_t arrivals_ = 0;
     std::set<ServiceKey> touched_;
+    UnannouncedServices unannounced_;
+    DiscoveryLoop::Timer nextTurn_;
+    std::set<ServiceKey> leadingNowhere_;  // announced all the same
+    std::size_t keptPlaces_ = 0;           // of some that were among them, and have gone
     std::map<std::uint64_t, std::unique_ptr<ServicePublication>> publications_;
     int goodbyes_ = 0;
     bool fullNoted_ = false;

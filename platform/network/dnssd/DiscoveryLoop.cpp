@@ -1,5 +1,6 @@
 #include "platform/network/dnssd/DiscoveryLoop.h"
 
+#include <avahi-common/simple-watch.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,8 +22,12 @@ DiscoveryLoop::~DiscoveryLoop() {
     if (poll_ != nullptr) avahi_simple_poll_free(poll_);
 }
 
-void DiscoveryLoop::performAfter(double seconds, std::function<void()> work) {
-    timers_.emplace(secondsFromNow(seconds), std::move(work));
+const AvahiPoll* DiscoveryLoop::poll() const {
+    return poll_ == nullptr ? nullptr : avahi_simple_poll_get(poll_);
+}
+
+void DiscoveryLoop::performAfter(Seconds delay, std::function<void()> work) {
+    timers_.emplace(fromNow(delay), std::move(work));
 }
 
 void DiscoveryLoop::Timer::set(Date moment, std::function<void()> work) {

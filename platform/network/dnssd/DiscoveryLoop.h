@@ -1,13 +1,16 @@
-// The event loop of the discovery thread: Avahi's descriptors and timers, one descriptor of ours, and timers of ours.
+// The event loop of the discovery thread: Avahi's descriptors and timers, and a descriptor and timers of our own.
 #pragma once
-
-#include <avahi-common/simple-watch.h>
 
 #include <functional>
 #include <map>
 #include <optional>
 
-#include "platform/threads/NSLock.h"
+#include "platform/threads/Moment.h"
+
+// Avahi's, declared so that its headers are not needed here.
+struct AvahiPoll;
+struct AvahiSimplePoll;
+struct AvahiWatch;
 
 namespace velmora {
 
@@ -21,20 +24,21 @@ class DiscoveryLoop {
     ~DiscoveryLoop();
 
     // Null when the loop could not be made.
-    const AvahiPoll* poll() const { return poll_ == nullptr ? nullptr : avahi_simple_poll_get(poll_); }
+    const AvahiPoll* poll() const;
 
-    // Runs the work once, so many seconds from now. Unlike Avahi's timers these do not follow changes of the clock.
-    void performAfter(double seconds, std::function<void()> work);
+    // Runs the work once, after this time. Unlike Avahi's timers (0.8), these do not follow changes of the clock of the
+    // day. No test changes that clock.
+    void performAfter(Seconds delay, std::function<void()> work);
     void runDueTimers();
 
-    // One moment at a time, and none once the timer has gone.
+    // For one piece of work at a time, which is given up when the timer is destroyed.
     class Timer {
       public:
         explicit Timer(DiscoveryLoop& loop) : loop_(loop) {}
         Timer(const Timer&) = delete;
         Timer& operator=(const Timer&) = delete;
         ~Timer() { cancel(); }
-        // Runs the work once, then, instead of what was set before.
+        // Runs the work once, at this moment. Replaces what was set before.
         void set(Date moment, std::function<void()> work);
         void cancel();
 
@@ -42,6 +46,7 @@ class DiscoveryLoop {
         DiscoveryLoop& loop_;
         std::optional<std::multimap<Date, std::function<void()>>::iterator> pending_;
     };
+
     // Waits for the next event or timer and lets Avahi handle it. False when the loop cannot go on.
     bool wait();
 

@@ -17,8 +17,8 @@ namespace velmora {
 
 namespace {
 
-// How long (seconds) the end of the application waits for the thread.
-constexpr double kEndTimeout = 3.0;
+// The application's end waits this long for the thread.
+constexpr Seconds kEndTimeout{3};
 
 using Task = DiscoveryThread::Task;
 
@@ -39,7 +39,7 @@ struct Run {
 
 struct Shared {
     Mutex mutex;
-    // The run that takes tasks; one that is about to end takes none.
+    // The run that accepts tasks. One that is about to end accepts none.
     std::shared_ptr<Run> run GUARDED_BY(mutex);
     std::vector<std::string> interfaces GUARDED_BY(mutex);
     bool processEnds GUARDED_BY(mutex) = false;
@@ -52,7 +52,7 @@ Shared& shared() {
     return *instance;
 }
 
-// What has been handed over, or none when the run is over: nothing has, and nothing is needed any more.
+// The tasks that were handed over. None when the run is over: there are no tasks, and nothing is needed any more.
 std::optional<std::vector<Task>> nextTasks(const std::shared_ptr<Run>& run, bool needed) {
     Shared& all = shared();
     MutexLock lock(all.mutex);
@@ -99,10 +99,10 @@ void endRun() {
         all.run->wakeUp();
         all.run = nullptr;
     }
-    if (!NSThread::finishCancelledThreads(kEndTimeout)) NSLog("The discovery of services did not end in time");
+    if (!NSThread::finishCancelledThreads(kEndTimeout.count())) NSLog("The discovery of services did not end in time");
 }
 
-// Made after the first thread was started, so that it is destroyed before the threads are waited for.
+// Made after the first thread was started, so it is destroyed before the process waits for its threads.
 struct AtExit {
     ~AtExit() {
         {

@@ -1,4 +1,4 @@
-// The one thread of the process on which discovery takes place; it runs while there is something to discover or to
+// The thread on which discovery takes place, one for the process. It runs while there is something to discover or to
 // announce.
 #pragma once
 
@@ -15,13 +15,13 @@ class DiscoveryThread {
   public:
     using Task = std::function<void(DiscoveryEngine& engine)>;
 
-    // Runs the task on the discovery thread, which is started when it does not run. Tasks are run in the order in which
-    // they were handed over. One that cannot be run, because the application or the process ends, is destroyed.
+    // Runs the task on the discovery thread, which is started if need be. Tasks run in the order in which they were
+    // handed over. A task that cannot run, because the application or the process is ending, is destroyed.
     static void perform(Task task);
-    // For tasks that only undo what others did: without a thread there is nothing to undo, and the task is destroyed.
+    // For a task that only undoes what others did. Without a thread there is nothing to undo, and it is destroyed.
     static void performIfRunning(Task task);
 
-    // For the present thread and those to come; empty: no limit.
+    // For the present thread and later ones. An empty list means no limit.
     static void limitToInterfaces(std::vector<std::string> interfaces);
 
     // A number that no other caller gets, for the owner of requests and publications.

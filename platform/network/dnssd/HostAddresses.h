@@ -1,4 +1,4 @@
-// The addresses of a host, asked for once for all of its services.
+// The addresses of a host, which the network is asked for once for all of the host's services.
 #pragma once
 
 #include <map>
@@ -10,7 +10,7 @@
 
 namespace velmora {
 
-// Addresses that are kept for one host, and for one service.
+// The most addresses that are kept for a host, and for a service.
 inline constexpr std::size_t kMaximumAddresses = 64;
 
 // Discovery thread only.
@@ -19,20 +19,20 @@ class HostAddresses {
     // `name` is escaped as Avahi writes names. `changed` is called as the handler of MonitoredRecords is.
     HostAddresses(BackendKeeper& keeper, const std::string& name, const std::function<void()>& changed);
 
-    // Those heard on an interface, IPv4 before IPv6, numerically ascending. An address heard over both protocols is in
-    // the list once.
+    // Those that were heard on this interface: IPv4 before IPv6, each in numerical order. An address that was heard
+    // over both protocols is listed once.
     std::vector<std::string> onInterface(int interface) const;
 
   private:
-    // Asked for first: a host that says both then has said both when its IPv4 address completes a resolution.
+    // Asked for first, so that a host that has both has named both when its IPv4 address completes a resolution.
     MonitoredRecords v6_;
     MonitoredRecords v4_;
 };
 
-// Hands out one HostAddresses for each host for as long as someone holds it.
+// Keeps one HostAddresses for each host, for as long as somebody holds it.
 class HostDirectory {
   public:
-    // `changed` is told the host's name.
+    // `changed` is called with the host's name.
     HostDirectory(BackendKeeper& keeper, std::function<void(const std::string& name)> changed)
         : keeper_(keeper), changed_(std::move(changed)) {}
 

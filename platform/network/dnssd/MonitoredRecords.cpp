@@ -4,12 +4,18 @@
 #include <utility>
 #include <vector>
 
+#include "platform/network/dnssd/BackendKeeper.h"
+
 namespace velmora {
 
 namespace {
 
-// What is known already is told at once when it is asked for again; so long (seconds) is allowed for it.
-constexpr double kLookTime = 1.0;
+// Four times what Avahi keeps for an interface. What exceeds it is forgotten until it is announced anew.
+constexpr std::size_t kMaximumSetAside = 65536;
+
+bool isOlder(const MonitoredRecords::Records::value_type& left, const MonitoredRecords::Records::value_type& right) {
+    return left.second.arrival < right.second.arrival;
+}
 
 }  // namespace
 
@@ -23,76 +29,91 @@ MonitoredRecords::~MonitoredRecords() {
     keeper_.removeUser(*this);
 }
 
-// An old question ends behind the start of the new one, so that nothing goes unnoticed in between.
+// An old question ends after the start of the new one, so that nothing goes unnoticed in between.
 void MonitoredRecords::backendCame(DiscoveryBackend& backend) {
     auto query =
         backend.query(name_, type_, [this](const NetworkRecord& record, bool present) { heard(record, present); });
     if (query == nullptr) return keeper_.wasRefused(*this);
     query_ = std::move(query);
-    if (std::exchange(lookAgainAsked_, false)) lookEnd_ = secondsFromNow(kLookTime);
-}
-
-void MonitoredRecords::lookAgain() {
-    incomplete_ = false;
-    lookAgainAsked_ = true;
-    keeper_.askAgainLater(*this);
 }
 
 void MonitoredRecords::backendGoes() {
     query_.reset();
-    incomplete_ = lookAgainAsked_ = false;  // the next one is asked for everything
-    for (auto& [record, standing] : records_) {
-        standing.confirmed = false;
+    for (Records* records : {&records_, &setAside_}) {
+        for (auto& [record, standing] : *records) {
+            standing.confirmed = false;
+        }
     }
 }
 
 void MonitoredRecords::graceTimeEnded() {
-    drop([](const NetworkRecord&, const Standing& standing) { return !standing.confirmed; });
+    drop([](const auto& entry) { return !entry.second.confirmed; });
 }
 
 void MonitoredRecords::interfaceWent(int interface) {
-    drop([interface](const NetworkRecord& record, const Standing&) { return record.interface == interface; });
+    drop([interface](const auto& entry) { return entry.first.interface == interface; });
 }
 
 template <typename Predicate>
 void MonitoredRecords::drop(Predicate isGone) {
+    std::erase_if(setAside_, isGone);
     std::vector<NetworkRecord> gone;
-    for (const auto& [record, standing] : records_) {
-        if (isGone(record, standing)) gone.push_back(record);
+    for (const auto& entry : records_) {
+        if (isGone(entry)) gone.push_back(entry.first);
     }
     for (const NetworkRecord& record : gone) {
         records_.erase(record);
         handler_(record, false);
     }
+    takeBack(gone.size());
 }
 
 void MonitoredRecords::heard(const NetworkRecord& record, bool present) {
-    const auto known = records_.find(record);
     if (!present) {
-        if (known == records_.end()) return;
-        records_.erase(known);
+        if (setAside_.erase(record) != 0 || records_.erase(record) == 0) return;
         handler_(record, false);
-        if (incomplete_) lookAgain();
-    } else if (known != records_.end()) {
-        known->second.confirmed = true;
-    } else {
-        if (records_.size() >= limit_) {
-            incomplete_ = true;
-            if (isLookingAgain()) return;
-            dropOldest();
-        }
-        records_.emplace(record, Standing{++arrivals_, true});
-        handler_(record, true);
+        takeBack(1);
+        return;
     }
+    for (Records* records : {&records_, &setAside_}) {
+        const auto known = records->find(record);
+        if (known == records->end()) continue;
+        known->second.confirmed = true;
+        return;
+    }
+    if (records_.size() >= limit_) makeRoom();
+    records_.emplace(record, Standing{++arrivals_, true});
+    handler_(record, true);
 }
 
-void MonitoredRecords::dropOldest() {
-    const auto oldest = std::min_element(records_.begin(), records_.end(), [](const auto& left, const auto& right) {
-        return left.second.arrival < right.second.arrival;
-    });
-    const NetworkRecord record = oldest->first;
-    records_.erase(oldest);
-    handler_(record, false);
+void MonitoredRecords::makeRoom() {
+    const NetworkRecord oldest = std::min_element(records_.begin(), records_.end(), isOlder)->first;
+    setAside(oldest);
+    handler_(oldest, false);
+}
+
+void MonitoredRecords::setAside(const NetworkRecord& record) {
+    auto known = records_.extract(record);
+    if (known.empty()) return;
+    if (setAside_.size() >= kMaximumSetAside) setAside_.erase(setAside_.begin());
+    setAside_.insert(std::move(known));
+}
+
+void MonitoredRecords::takeBack(std::size_t count) {
+    count = std::min({count, setAside_.size(), limit_ - records_.size()});
+    if (count == 0) return;
+    std::vector<Records::const_iterator> latest;
+    latest.reserve(setAside_.size());
+    for (auto entry = setAside_.cbegin(); entry != setAside_.cend(); ++entry) {
+        latest.push_back(entry);
+    }
+    std::partial_sort(latest.begin(), latest.begin() + static_cast<std::ptrdiff_t>(count), latest.end(),
+                      [](auto left, auto right) { return isOlder(*right, *left); });
+    latest.resize(count);
+    for (const auto entry : latest) {
+        const auto place = records_.insert(setAside_.extract(entry)).position;
+        handler_(place->first, true);
+    }
 }
 
 }  // namespace velmora

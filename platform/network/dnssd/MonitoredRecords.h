@@ -1,4 +1,4 @@
-// The records of one name and type as the network has them at the moment, across changes of the backend.
+// The records of one name and type that the network has at the moment. They outlive a change of the backend.
 #pragma once
 
 #include <cstdint>
@@ -7,35 +7,41 @@
 #include <memory>
 #include <string>
 
-#include "platform/network/dnssd/BackendKeeper.h"
+#include "platform/network/dnssd/BackendUser.h"
 
 namespace velmora {
+
+class BackendKeeper;
 
 // Discovery thread only.
 class MonitoredRecords final : public BackendUser {
   public:
     using Handler = std::function<void(const NetworkRecord& record, bool present)>;
 
+    struct Standing {
+        std::uint64_t arrival;  // later ones have higher numbers
+        bool confirmed;         // by the present backend
+    };
+    using Records = std::map<NetworkRecord, Standing>;
+
     // Keeps at most `limit` records. A new one takes the place of the oldest, because a server that has moved says so
-    // last; what had to give way is looked for again when there is room. The handler is told of each that comes or
-    // goes; it may be called from within Avahi, and must not destroy this object.
+    // last; the oldest is set aside. The handler is told of each record that comes or goes. It may be called from
+    // within Avahi, and must not destroy or change this object.
     MonitoredRecords(BackendKeeper& keeper, std::string name, std::uint16_t type, std::size_t limit, Handler handler);
     MonitoredRecords(const MonitoredRecords&) = delete;
     MonitoredRecords& operator=(const MonitoredRecords&) = delete;
     ~MonitoredRecords();
 
-    struct Standing {
-        std::uint64_t arrival;  // later ones have higher numbers
-        bool confirmed;         // by the present backend
-    };
-    const std::map<NetworkRecord, Standing>& records() const { return records_; }
+    const Records& records() const { return records_; }
 
-    // The network's records are told once only. These two are for who leaves one out all the same: a record that is
-    // forgotten is told anew by the next look, which follows within kRetryTime.
-    void forget(const NetworkRecord& record) { records_.erase(record); }
-    void lookAgain();
-    // Whether what is heard is the answer to such a look: it is no news then, and nothing has to give way to it.
-    bool isLookingAgain() const { return std::chrono::steady_clock::now() < lookEnd_; }
+    // A record that was set aside is no longer among the records, but it is remembered until the network withdraws it.
+    // It comes back, as old as it was, when another record goes or when the user of this object has room again.
+    //
+    // For a user who has no room for this record. The handler is not told.
+    void setAside(const NetworkRecord& record);
+    bool hasSetAside() const { return !setAside_.empty(); }
+    // Takes back up to this many as far as there is room, the latest first. The handler is told.
+    void takeBack(std::size_t count);
 
     void backendCame(DiscoveryBackend& backend) override;
     void backendGoes() override;
@@ -46,7 +52,7 @@ class MonitoredRecords final : public BackendUser {
     template <typename Predicate>
     void drop(Predicate isGone);
     void heard(const NetworkRecord& record, bool present);
-    void dropOldest();
+    void makeRoom();
 
     BackendKeeper& keeper_;
     const std::string name_;
@@ -54,11 +60,9 @@ class MonitoredRecords final : public BackendUser {
     const std::size_t limit_;
     const Handler handler_;
     std::uint64_t arrivals_ = 0;
-    std::map<NetworkRecord, Standing> records_;
+    Records records_;
+    Records setAside_;
     std::unique_ptr<RecordQuery> query_;
-    bool incomplete_ = false;  // some had no room
-    bool lookAgainAsked_ = false;
-    Date lookEnd_{};
 };
 
 }  // namespace velmora

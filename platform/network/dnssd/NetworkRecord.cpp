@@ -17,20 +17,20 @@ constexpr std::size_t kMaximumLabelBytes = 63;
 bool isUnicast(const std::string& address) {
     const bool unspecified = std::all_of(address.begin(), address.end(), [](char byte) { return byte == 0; });
     const auto first = static_cast<std::uint8_t>(address[0]);
-    // From 224.0.0.0 on IPv4 has no addresses of hosts; ff00::/8 is IPv6 multicast.
+    // No host has an IPv4 address from 224.0.0.0 upward; ff00::/8 is IPv6 multicast.
     const bool multicast = address.size() == 4 ? first >= 224 : first == 0xff;
     return !unspecified && !multicast;
 }
 
-// Labels up to an empty one, with which the data must end. None, too, for the name without labels, which nobody has.
+// Labels up to an empty one, which must end the data. None, too, for the name without labels, which nobody has.
 std::optional<std::string> nameIn(Bytes data) {
     if (data.size() > kMaximumNameBytes) return std::nullopt;
     std::string name;
     while (!data.empty() && data[0] != 0) {
         const std::size_t length = data[0];
-        // What is longer is a reference to another part of a packet, and there is no packet here.
+        // A greater length would be a reference to another part of the packet, and there is no packet here.
         if (length > kMaximumLabelBytes || data.size() <= length) return std::nullopt;
-        // Of one byte escaping makes four at most.
+        // Escaping makes four bytes of one at most.
         std::array<char, 4 * kMaximumLabelBytes + 1> escaped;
         char* end = escaped.data();
         std::size_t room = escaped.size();

@@ -11,7 +11,7 @@
 
 namespace velmora {
 
-// Which of the fields hold something depends on the record's type: pointer, service location, or address.
+// Which fields are used depends on the record's type: pointer, service location, or address.
 struct NetworkRecord {
     int interface = 0;       // index
     int protocol = 0;        // over which it was heard: AVAHI_PROTO_INET or AVAHI_PROTO_INET6
@@ -22,8 +22,8 @@ struct NetworkRecord {
     friend auto operator<=>(const NetworkRecord&, const NetworkRecord&) = default;
 };
 
-// Reads the data of a record of type PTR, SRV, A or AAAA, names without compression. None for another type, for data
-// that are none, and for a record that leads nowhere: without a target, a port, or a unicast address. Any thread.
+// Reads the data of a record of type PTR, SRV, A or AAAA, in which names are not compressed. None for another type, for
+// malformed data, and for a record that leads nowhere: without a target, a port, or a unicast address. Any thread.
 std::optional<NetworkRecord> networkRecord(int interface, int protocol, std::uint16_t type,
                                            std::span<const std::uint8_t> data);
 

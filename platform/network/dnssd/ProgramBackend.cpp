@@ -26,22 +26,14 @@ constexpr int kFramesAtOnce = 256;
 constexpr double kBeat = 2.0;
 constexpr int kMaximumUnanswered = 2;
 
-// Beside the library that this is in, in the build tree as where it is installed or moved to: never where the PATH or
-// the current folder lead.
-std::optional<std::string> programPath(std::string& error) {
+// Of the library that this is in. Found out when it is loaded, because it may have been loaded by a relative path,
+// which leads elsewhere once the host has changed its folder. Empty when that fails.
+const std::filesystem::path kFolderOfLibrary = [] {
     Dl_info library{};
-    if (dladdr(reinterpret_cast<const void*>(&programPath), &library) == 0 || library.dli_fname[0] != '/') {
-        error = "the folder of the platform library is not known";
-        return std::nullopt;
-    }
     std::error_code fault;
-    const auto file = std::filesystem::canonical(library.dli_fname, fault);
-    if (fault) {
-        error = "the folder of the platform library cannot be read: " + fault.message();
-        return std::nullopt;
-    }
-    return file.parent_path() / "velmora" / "velmora-mdns";
-}
+    if (dladdr(reinterpret_cast<const void*>(&ProgramBackend::create), &library) == 0) return std::filesystem::path();
+    return std::filesystem::canonical(library.dli_fname, fault).parent_path();
+}();
 
 }  // namespace
 
@@ -78,9 +70,12 @@ class ProgramBackend::Group final : public EntryGroup {
 std::unique_ptr<ProgramBackend> ProgramBackend::create(DiscoveryLoop& loop, const std::vector<std::string>& interfaces,
                                                        bool publishing, std::function<void()> changed,
                                                        std::string& error) {
-    const auto path = programPath(error);
-    if (!path) return nullptr;
-    auto program = ChildProgram::start(*path, error);
+    if (kFolderOfLibrary.empty()) {
+        error = "the folder of the platform library is not known";
+        return nullptr;
+    }
+    // In the build tree as where it is installed or moved to: never where the PATH or the current folder lead.
+    auto program = ChildProgram::start(kFolderOfLibrary / "velmora" / "velmora-mdns", error);
     if (!program) return nullptr;
     auto backend =
         std::make_unique<ProgramBackend>(loop, std::move(*program), interfaces, publishing, std::move(changed));
@@ -171,6 +166,7 @@ bool ProgramBackend::heardServerState(const MdnsFrame& frame) {
     if (state <= AVAHI_SERVER_INVALID || state > AVAHI_SERVER_FAILURE) return false;
     if (error > AVAHI_OK || error <= AVAHI_ERR_MAX) return false;
     if (state == AVAHI_SERVER_FAILURE) {
+        declined_ = true;
         fail(std::string("velmora-mdns: ") + avahi_strerror(error));
     } else {
         state_ = static_cast<AvahiServerState>(state);

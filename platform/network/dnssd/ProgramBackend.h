@@ -26,7 +26,7 @@ class ProgramBackend final : public DiscoveryBackend {
   public:
     // On the interfaces of these names, or on all when there are none. Without `publishing` the network learns nothing
     // of this machine; with it, its host name and addresses are announced, which services of its own need. `changed` is
-    // called when one of the next three or isReadyToPublish may answer something else. Null, with the reason in
+    // called when one of the next four or isReadyToPublish may answer something else. Null, with the reason in
     // `error`, when the program cannot be started.
     static std::unique_ptr<ProgramBackend> create(DiscoveryLoop& loop, const std::vector<std::string>& interfaces,
                                                   bool publishing, std::function<void()> changed, std::string& error);
@@ -36,6 +36,8 @@ class ProgramBackend final : public DiscoveryBackend {
 
     // Whether it has come so far as to serve.
     bool hasStarted() const { return state_ != AVAHI_SERVER_INVALID; }
+    // Whether it has said itself that it cannot serve.
+    bool hasDeclined() const { return declined_; }
     // The program has ended, said that it cannot go on, or something unusable, or does not answer: this object is of no
     // more use.
     bool hasFailed() const { return failed_; }
@@ -80,6 +82,7 @@ class ProgramBackend final : public DiscoveryBackend {
     int unansweredPings_ = 0;
     DiscoveryLoop::Timer nextBeat_;
     AvahiServerState state_ = AVAHI_SERVER_INVALID;
+    bool declined_ = false;
     bool failed_ = false;
     std::string error_;
 };

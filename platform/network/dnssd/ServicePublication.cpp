@@ -5,6 +5,7 @@
 #include <avahi-common/error.h>
 #include <avahi-common/malloc.h>
 
+#include <random>
 #include <utility>
 
 #include "platform/foundation/Text.h"
@@ -16,6 +17,16 @@ namespace {
 constexpr std::size_t kMaximumNameBytes = 63;
 // A network in which so many names are taken is one that does not want us.
 constexpr int kMaximumRenames = 100;
+
+// A name that was lost is claimed again after this time, and up to as much more by chance, so that two who have both
+// lost it do not meet again.
+constexpr std::chrono::milliseconds kClaimPause{1000};
+
+std::chrono::milliseconds randomClaimPause() {
+    std::uniform_int_distribution<std::chrono::milliseconds::rep> more(0, kClaimPause.count());
+    std::random_device source;
+    return kClaimPause + std::chrono::milliseconds(more(source));
+}
 
 std::optional<std::string> faultOf(const ServiceKey& key, std::uint16_t port) {
     if (key.name.empty()) return "the service has no name";
@@ -35,8 +46,9 @@ std::optional<std::string> faultOf(const ServiceKey& key, std::uint16_t port) {
 
 }  // namespace
 
-ServicePublication::ServicePublication(BackendKeeper& keeper, ServiceKey key, std::uint16_t port, Report report)
-    : keeper_(keeper), key_(std::move(key)), port_(port), report_(std::move(report)) {
+ServicePublication::ServicePublication(DiscoveryLoop& loop, BackendKeeper& keeper, ServiceKey key, std::uint16_t port,
+                                       Report report)
+    : keeper_(keeper), key_(std::move(key)), port_(port), report_(std::move(report)), nextClaim_(loop) {
     keeper_.addUser(*this);
     if (const auto fault = faultOf(key_, port_)) {
         fail(*fault);
@@ -55,7 +67,7 @@ void ServicePublication::backendGoes() {
 }
 
 void ServicePublication::update() {
-    if (failed_) return;
+    if (failed_ || isWaiting_) return;
     DiscoveryBackend* backend = keeper_.backend();
     if (backend == nullptr) {
         // Once announced, it waits for better times.
@@ -77,25 +89,36 @@ void ServicePublication::update() {
     }
     const auto news = std::exchange(news_, std::nullopt);
     if (news == AVAHI_ENTRY_GROUP_COLLISION) {
-        rename();
-        announce();
+        nameIsTaken();
     } else if (news == AVAHI_ENTRY_GROUP_FAILURE) {
         fail("the registration has failed");
-    } else if (news == AVAHI_ENTRY_GROUP_ESTABLISHED && announcedName_ != key_.name) {
+    } else if (news == AVAHI_ENTRY_GROUP_ESTABLISHED) {
+        isClaimingAgain_ = false;
+        if (announcedName_ == key_.name) return;
         announcedName_ = key_.name;
         report_(key_.name, std::nullopt);
     }
 }
 
 void ServicePublication::announce() {
-    int error = AVAHI_ERR_COLLISION;
-    // This kind of collision is with another service of the same machine, and is known at once.
-    while (renames_ <= kMaximumRenames && (error = group_->announce(key_, port_)) == AVAHI_ERR_COLLISION) {
-        rename();
-    }
+    const int error = group_->announce(key_, port_);
+    // With another service of the same machine it collides at once.
+    if (error == AVAHI_ERR_COLLISION) return nameIsTaken();
     // Once announced, it waits for its interfaces to come back.
     if (error == AVAHI_ERR_INVALID_INTERFACE && !announcedName_.empty()) return;
     if (error < 0) fail(avahi_strerror(error));
+}
+
+void ServicePublication::nameIsTaken() {
+    if (announcedName_ != key_.name || std::exchange(isClaimingAgain_, true)) {
+        if (renames_ >= kMaximumRenames) return fail(avahi_strerror(AVAHI_ERR_COLLISION));
+        rename();
+        announce();
+        return;
+    }
+    backendGoes();
+    isWaiting_ = true;
+    nextClaim_.set(fromNow(randomClaimPause()), [this] { isWaiting_ = false; });
 }
 
 void ServicePublication::rename() {

@@ -1,0 +1,134 @@
+// Where discovery has no room for everything, and how it treats names that lead nowhere.
+#include <gtest/gtest.h>
+
+#include "platform/network/dnssd/BackendKeeper.h"
+#include "platform/network/dnssd/MonitoredRecords.h"
+#include "platform/network/dnssd/UnannouncedServices.h"
+#include "tests/dnssd/RawAnnouncer.h"
+#include "tests/support/ServiceWatch.h"
+
+namespace velmora::test {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+// Says what the test has it say.
+class SilentBackend : public DiscoveryBackend {
+  public:
+    std::unique_ptr<RecordQuery> query(const std::string&, std::uint16_t, RecordHandler handler) override {
+        say = std::move(handler);
+        return std::make_unique<RecordQuery>();
+    }
+    std::unique_ptr<EntryGroup> makeEntryGroup(EntryGroupHandler) override { return nullptr; }
+    bool isReadyToPublish() const override { return false; }
+    std::string lastError() const override { return ""; }
+    RecordHandler say;
+};
+
+TEST(MonitoredRecords, setAsideTheOldestAndTakeItBackAsOldAsItWas) {
+    DiscoveryLoop loop(-1);
+    BackendKeeper keeper(loop, {});
+    SilentBackend backend;
+    Strings told;
+    MonitoredRecords records(keeper, "name", 33, 2, [&](const NetworkRecord& record, bool present) {
+        told.push_back((present ? "+" : "-") + record.target);
+    });
+    records.backendCame(backend);
+    const auto hear = [&](const std::string& target, bool present) {
+        told.clear();
+        backend.say({1, 0, target, 4711, {}}, present);
+        return told;
+    };
+    for (const char* target : {"a", "b", "c"}) {
+        hear(target, true);
+    }
+    EXPECT_EQ(told, (Strings{"-a", "+c"}));
+    // Asked again, the network says everything again, and something new in between: that alone is news.
+    records.backendCame(backend);
+    EXPECT_EQ(hear("a", true), Strings());
+    EXPECT_EQ(hear("d", true), (Strings{"-b", "+d"}));
+    EXPECT_EQ(hear("b", true), Strings());
+    // The latest comes back first, and is still older than what was there.
+    EXPECT_EQ(hear("c", false), (Strings{"-c", "+b"}));
+    EXPECT_EQ(hear("e", true), (Strings{"-b", "+e"}));
+    EXPECT_EQ(hear("b", false), Strings());
+    EXPECT_EQ(hear("d", false), (Strings{"-d", "+a"}));
+    // Another backend has to say so, too.
+    hear("f", true);
+    records.backendGoes();
+    records.backendCame(backend);
+    hear("f", true);
+    told.clear();
+    records.graceTimeEnded();
+    EXPECT_EQ(told, (Strings{"-e"}));
+    EXPECT_FALSE(records.hasSetAside());
+}
+
+TEST(UnannouncedServices, aNewcomerIsAskedAboutNextAndWhoDoesNotAnswerWaitsAgain) {
+    constexpr auto kPlaces = UnannouncedServices::kMaximumAskedAbout;
+    const auto key = [](std::size_t number) { return ServiceKey{"", "", std::to_string(number)}; };
+    UnannouncedServices services;
+    for (std::size_t number = 0; number < kPlaces; ++number) {
+        services.add(key(number));
+    }
+    const Date now = std::chrono::steady_clock::now();
+    EXPECT_EQ(services.nextTurns(now).begun.size(), kPlaces);
+    EXPECT_FALSE(services.endOfTurn());
+    for (const std::size_t number : {kPlaces, kPlaces + 1, kPlaces + 2}) {
+        services.add(key(number));
+        services.add(key(number));
+    }
+    EXPECT_TRUE(services.nextTurns(now).begun.empty());
+    EXPECT_GT(services.endOfTurn(), now);
+    // One that has gone makes room at once.
+    services.remove(key(7));
+    EXPECT_EQ(services.nextTurns(now).begun, std::vector{key(kPlaces + 2)});
+    const auto later = services.nextTurns(now + std::chrono::minutes(1));
+    EXPECT_EQ(later.begun, (std::vector{key(kPlaces + 1), key(kPlaces)}));
+    EXPECT_EQ(later.ended.size(), 2u);
+    EXPECT_TRUE(services.contains(later.ended.front()));
+}
+
+TEST(NSNetServiceBrowser, toldAreFewNamesThatLeadNowhereAndEachThatLeadsSomewhere) {
+    constexpr std::size_t kTold = 16;
+    const RawAnnouncer::Labels kind{"_matrixswitcher", "_tcp", "local"}, host{"host-a", "local"};
+    const auto name = [](int number) { return "Name " + std::to_string(number); };
+    const auto service = [&](int number) { return RawAnnouncer::Labels{name(number), kind[0], kind[1], kind[2]}; };
+    RawAnnouncer announcer;
+    ServiceWatch watcher;
+    Strings& events = watcher.events;
+    const auto announceNames = [&](std::uint32_t timeToLive) {
+        events.clear();
+        for (int number = 1; number <= 40; ++number) {
+            announcer.pointer(kind, service(number), timeToLive);
+        }
+        announcer.send();
+    };
+    // Said again and again, because the browse may not run yet; only the first time is news.
+    const auto isResolved = [&](int number) {
+        return runMainLoopUntil([&] {
+            announcer.pointer(kind, service(number)).location(service(number), host, 1000);
+            announcer.address(host, {10, 0, 0, 9}).send();
+            return !events.empty() && events.back() == "resolved " + name(number);
+        });
+    };
+    ASSERT_TRUE(isResolved(0));
+    announceNames(120);
+    ASSERT_TRUE(watcher.waitForEvents(kTold));
+    int slow = 1;
+    while (watcher.services.contains(name(slow))) {
+        ++slow;
+    }
+    EXPECT_TRUE(isResolved(slow));
+    EXPECT_EQ(events.size(), kTold + 2);
+    announceNames(0);
+    ASSERT_TRUE(runMainLoopUntil([&] { return watcher.services.size() == 1; }));
+    EXPECT_EQ(events.size(), kTold + 1);
+    // The places of those that went are still taken.
+    announceNames(120);
+    EXPECT_TRUE(isResolved(slow));
+    EXPECT_EQ(events, (Strings{"found " + name(slow), "resolved " + name(slow)}));
+}
+
+}  // namespace
+}  // namespace velmora::test
