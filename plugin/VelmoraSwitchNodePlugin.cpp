@@ -5,19 +5,16 @@
 #include <utility>
 
 #include "platform/foundation/NSLog.h"
+#include "settings/SettingsKeys.h"
 
 namespace velmora {
 
 namespace {
 
-constexpr const char* kSelectedDeviceName = "selectedDeviceName";
-constexpr const char* kConfiguredOutputs = "configuredOutputs";
-constexpr const char* kAvailableDevices = "availableDevices";
-
 // A new list with a shallow copy of each entry. What is no dictionary cannot be an output and is left out.
 ArrayReference copiedOutputs(const DictionaryReference& settings) {
     auto outputs = makeArray();
-    const PropertyList* value = valueForKey(settings, kConfiguredOutputs);
+    const PropertyList* value = valueForKey(settings, kConfiguredOutputsKey);
     const ArrayReference given = value != nullptr ? value->array() : nullptr;
     if (given == nullptr) {
         if (value != nullptr) NSLog("The settings' \"configuredOutputs\" is not a list (Velmora Switch Plugin)");
@@ -99,15 +96,15 @@ DictionaryReference VelmoraSwitchNodePlugin::defaultSettings() {
         }
     }
     auto settings = makeDictionary();
-    settings->emplace(kAvailableDevices, std::move(available));
-    settings->emplace(kConfiguredOutputs, configuredOutputs());
-    settings->emplace(kSelectedDeviceName, _defaultSwitcherName.value_or(""));
+    settings->emplace(kAvailableDevicesKey, std::move(available));
+    settings->emplace(kConfiguredOutputsKey, configuredOutputs());
+    settings->emplace(kSelectedDeviceNameKey, _defaultSwitcherName.value_or(""));
     return settings;
 }
 
 void VelmoraSwitchNodePlugin::setDefaultSettings(const DictionaryReference& settings) {
     const PluginStatus::Operation operation(status_);
-    _defaultSwitcherName = textForKey(settings, kSelectedDeviceName);
+    _defaultSwitcherName = textForKey(settings, kSelectedDeviceNameKey);
     if (settings != nullptr && !settings->empty()) {
         selectSwitcher(_defaultSwitcherName);
     } else if (_switchController != nullptr && !_switchController->serversArray().empty()) {
@@ -121,7 +118,7 @@ void VelmoraSwitchNodePlugin::setDefaultSettings(const DictionaryReference& sett
 void VelmoraSwitchNodePlugin::defaultSettingsHaveChanged() {
     const PluginStatus::Operation operation(status_);
     if (_settingsViewController == nullptr) return;
-    _defaultSwitcherName = textForKey(_settingsViewController->settings(), kSelectedDeviceName);
+    _defaultSwitcherName = textForKey(_settingsViewController->settings(), kSelectedDeviceNameKey);
     selectSwitcher(_defaultSwitcherName);
     updateAttributes();
 }

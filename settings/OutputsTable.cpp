@@ -9,6 +9,7 @@
 #include "settings/LabelDelegate.h"
 #include "settings/MenuPopUp.h"
 #include "settings/OutputsTableModel.h"
+#include "settings/SettingsKeys.h"
 #include "settings/SwitchSettingsViewController.h"
 
 namespace velmora {
@@ -32,9 +33,9 @@ void OutputsTable::attach(SwitchSettingsViewController& controller, MenuPopUp& o
     controller_ = &controller;
     menus_ = {nullptr, &outputsMenu, &inputsMenu};
     model_ = new OutputsTableModel(controller, *this,
-                                   {{"label", "Label", nullptr},
-                                    {"outputNumber", "Output", &outputsMenu},
-                                    {"defaultInputNumber", "Default Input", &inputsMenu}},
+                                   {{kLabelKey, "Label", nullptr},
+                                    {kOutputNumberKey, "Output", &outputsMenu},
+                                    {kDefaultInputNumberKey, "Default Input", &inputsMenu}},
                                    this);
     setModel(model_);
     auto* const labelDelegate = new LabelDelegate(this);
