@@ -93,8 +93,8 @@ void VelmoraSwitchController::netServiceDidResolveAddress(NSNetService& service)
     const auto keepService = service.shared_from_this();
     setResolution(service, ServerInfo::Resolution::done);
     // A service whose record was dropped meanwhile has no place for its address: nobody is told, and the service is
-    // held for good. Without an IPv4 address there is nothing to store, and the same service is told. Both are intended:
-    // hosts are used to the notices that they get.
+    // held for good. Without an IPv4 address there is nothing to store, and the same service is told. Both are
+    // intended: hosts are used to the notices that they get.
     if (!storeAddresses(service)) return;
     if (delegate_ != nullptr) delegate_->newMatrixSwitcherWithNameDidBecomeAvailable(service.name());
     releaseService(service);
@@ -145,8 +145,9 @@ void VelmoraSwitchController::netServiceBrowserDidRemoveServiceMoreComing(NSNetS
         tellOfConnectionStatus();
         return;
     }
-    if (delegate_ != nullptr)
+    if (delegate_ != nullptr) {
         delegate_->matrixSwitcherWithNameDidDisappear(_serversArray[place]->serverName().value_or(""));
+    }
 }
 
 void VelmoraSwitchController::matrixDimensionsChangedTo(MatrixSwitcher& switcher, NSSize size) {

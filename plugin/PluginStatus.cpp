@@ -22,8 +22,9 @@ NodePluginConnectionStatus statusOfServer(const VelmoraSwitchController& control
     if (index < 0) return {State::notFound, name, "", {}};
     const ServerInfo& server = *controller.serversArray()[static_cast<std::size_t>(index)];
     if (!server.isPresent()) return {State::notFound, name, "", {}};
-    if (server.resolution() == ServerInfo::Resolution::failed)
+    if (server.resolution() == ServerInfo::Resolution::failed) {
         return {State::failed, name, "No address of the server was found", {}};
+    }
     return {State::connecting, name, "", {}};
 }
 

@@ -160,8 +160,9 @@ void VelmoraSwitchNodePlugin::connectionStatusChanged() {
 NodePluginOutcome VelmoraSwitchNodePlugin::lastOutcome() const {
     // The end of the connection may have come since, and say that a reply was cut.
     const auto controller = _switchController;
-    if (const auto switcher = controller != nullptr ? controller->selectedMatrixSwitcher() : nullptr)
+    if (const auto switcher = controller != nullptr ? controller->selectedMatrixSwitcher() : nullptr) {
         switcher->lastOutcome();
+    }
     return status_.outcome();
 }
 

@@ -40,8 +40,8 @@ StringList possibleValues(TCPMatrixSwitcher& switcher, std::vector<StringList> m
 }
 
 // The input's possible value where that is the same text, otherwise a text that the dictionary keeps beside them.
-const std::string* textInDictionary(AttributeDictionary& attributes, const StringList& possibleValues, std::int64_t input,
-                            std::string text) {
+const std::string* textInDictionary(AttributeDictionary& attributes, const StringList& possibleValues,
+                                    std::int64_t input, std::string text) {
     if (input >= 0 && input < static_cast<std::int64_t>(possibleValues->size())) {
         const std::string& possible = (*possibleValues)[static_cast<std::size_t>(input)];
         if (possible == text) return &possible;

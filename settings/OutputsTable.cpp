@@ -99,13 +99,15 @@ bool OutputsTable::endEditing() {
 }
 
 void OutputsTable::abandonEditing() {
-    if (QWidget* const editor = indexWidget(currentIndex()))
+    if (QWidget* const editor = indexWidget(currentIndex())) {
         closeEditor(editor, QAbstractItemDelegate::RevertModelCache);
+    }
 }
 
 bool OutputsTable::edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) {
-    if (menuOfColumn(index.column()) == nullptr || !(trigger & editTriggers()))
+    if (menuOfColumn(index.column()) == nullptr || !(trigger & editTriggers())) {
         return QTableView::edit(index, trigger, event);
+    }
     openMenu(index);
     return true;
 }
@@ -136,8 +138,9 @@ void OutputsTable::sortBy(int column) {
     if (!endEditing()) return;
     const std::vector<SortDescriptor> oldDescriptors = sortDescriptors_;
     SortDescriptor descriptor{model_->column(column).identifier, true};
-    if (!oldDescriptors.empty() && oldDescriptors.front().key == descriptor.key)
+    if (!oldDescriptors.empty() && oldDescriptors.front().key == descriptor.key) {
         descriptor.ascending = !oldDescriptors.front().ascending;
+    }
     std::erase_if(sortDescriptors_, [&descriptor](const SortDescriptor& other) { return other.key == descriptor.key; });
     sortDescriptors_.insert(sortDescriptors_.begin(), descriptor);
     horizontalHeader()->setSortIndicator(column, descriptor.ascending ? Qt::AscendingOrder : Qt::DescendingOrder);

@@ -62,8 +62,9 @@ QVariant OutputsTableModel::data(const QModelIndex& index, int role) const {
         case Qt::ToolTipRole:
             return toolTipText(text(index));
         case Qt::EditRole: {
-            if (refused_ && refused_->column == index.column() && refused_->entry == entryAtRow(index.row()))
+            if (refused_ && refused_->column == index.column() && refused_->entry == entryAtRow(index.row())) {
                 return refused_->value;
+            }
             const Column& column = columns_[static_cast<std::size_t>(index.column())];
             const auto value =
                 controller_.tableViewObjectValueForTableColumnRow(table_, column.identifier, index.row());

@@ -76,8 +76,9 @@ void SettingsView::load(SwitchSettingsViewController& controller, const std::str
 }
 
 Result<SettingsView*> SettingsView::make(const std::string& nibName, const NSBundle* bundle) {
-    if (qobject_cast<QApplication*>(QCoreApplication::instance()) == nullptr)
+    if (qobject_cast<QApplication*>(QCoreApplication::instance()) == nullptr) {
         return Failure{"the host has no window system"};
+    }
     const auto path = bundle != nullptr ? bundle->pathForResource(nibName, "ui") : std::nullopt;
     if (!path) return Failure{stringWithFormat("the bundle has no interface file \"%@\"", nibName)};
     keepInterfaceLoaderInMemory();
@@ -114,8 +115,9 @@ Result<void> SettingsView::connectWidgets() {
     find("noticeLabel", notice_);
     find("refreshLabelsButton", refreshButton);
     if (!result) return result;
-    if (!addRemoveButton_->connectSegments("addSegment", "removeSegment", [this] { addOrRemove(); }))
+    if (!addRemoveButton_->connectSegments("addSegment", "removeSegment", [this] { addOrRemove(); })) {
         return Failure{"addSegment and removeSegment"};
+    }
     connect(refreshButton, &QPushButton::clicked, this,
             [this] { act(&SwitchSettingsViewController::refreshLabelsButtonPushed); });
     // Works around Qt 6.4: the list is still busy with the key that picked and must not be destroyed meanwhile, which

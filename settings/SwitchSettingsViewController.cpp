@@ -103,9 +103,8 @@ void SwitchSettingsViewController::addNewConfiguredOutput() {
         runAlertPanel("Output Error!", "All the outputs are already defined as used.");
         return;
     }
-    const std::string name = deviceLabel && !deviceLabel->empty()
-                                 ? labelledText(number, deviceLabel)
-                                 : "Untitled Output";
+    const std::string name =
+        deviceLabel && !deviceLabel->empty() ? labelledText(number, deviceLabel) : "Untitled Output";
     std::string label = name;
     for (std::int64_t counter = 2; checkIfOutputNameAlreadyExists(label); ++counter) {
         label = stringWithFormat("%@ %li", name, counter);

@@ -40,8 +40,9 @@ CommandOutcome outcomeOfRouteReply(const std::optional<std::string>& reply, std:
     const auto input = blank != std::string_view::npos ? plainNumber(text.substr(blank + 1)) : std::nullopt;
     if (!named || !input) return unusable("The server's reply names no output and input: " + quotedText(text));
     if (*named != output) return unusable("The server's reply is about another output: " + quotedText(text));
-    if (*input < 1 || (inputs > 0 && *input > inputs))
+    if (*input < 1 || (inputs > 0 && *input > inputs)) {
         return unusable("The server's reply names an input that there is not: " + quotedText(text));
+    }
     return outcome;
 }
 

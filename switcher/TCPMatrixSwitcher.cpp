@@ -76,9 +76,10 @@ void TCPMatrixSwitcher::nodeConnectionDidOpen(SwitchTelnetController&) {
     const auto keepAlive = shared_from_this();  // the delegate may let go of the switcher
     const NSSize size = getMatrixDimensions();
     if (size.width <= 0.0 || size.height <= 0.0) {
-        if (sizeProblem_.empty())
+        if (sizeProblem_.empty()) {
             sizeProblem_ = stringWithFormat("The server's matrix has %li inputs and %li outputs", _numberOfInputs,
                                             _numberOfOutputs);
+        }
         if (registry_ != nullptr) registry_->connectionStatusChanged(*this);
         return;
     }
@@ -135,9 +136,10 @@ void TCPMatrixSwitcher::noteOutcome(const SwitchTelnetCommand& command, bool any
     lastOutcome_ = std::make_shared<CommandOutcome>(std::move(ofReply));
     if (!command.hasResponse() || lastOutcome_->answer == CommandAnswer::refused) return;
     if (hasLineEnd(command)) return;
-    if (repliesEndLines_ && lastOutcome_->answer == CommandAnswer::answered)
+    if (repliesEndLines_ && lastOutcome_->answer == CommandAnswer::answered) {
         *lastOutcome_ = {CommandAnswer::unusableReply,
                          "The server's reply lacks its line end and may be a part of one"};
+    }
     cutUntil_ = fromNow(kCutReplyTime);
     settleOutcome();
 }
@@ -155,8 +157,9 @@ void TCPMatrixSwitcher::settleOutcome() {
     if (!cutUntil_) return;
     const auto end = telnetController_->connectionEnd();
     if (end.cause != TelnetConnectionEnd::Cause::peer && end.cause != TelnetConnectionEnd::Cause::failure) return;
-    if (end.date <= *cutUntil_)
+    if (end.date <= *cutUntil_) {
         *lastOutcome_ = {CommandAnswer::connectionEnded, end.reason + "; the reply before may be a part of one"};
+    }
     cutUntil_.reset();
 }
 
@@ -184,8 +187,7 @@ std::int64_t TCPMatrixSwitcher::selectedInputForOutput(std::int64_t output) {
     const auto refresh = processCommand("REFRESH");
     const auto command = processCommand(stringWithFormat("GET %li", numberOf(output)));
     if (refresh->hasResponse()) {
-        noteOutcome(*command, true,
-                    outcomeOfRouteReply(command->responseString(), numberOf(output), _numberOfInputs));
+        noteOutcome(*command, true, outcomeOfRouteReply(command->responseString(), numberOf(output), _numberOfInputs));
     } else {
         noteOutcome(*refresh, refresh->wasSent(), {});
     }

@@ -54,7 +54,7 @@ class Lifecycle : public testing::Test {
                 after = Holdings();
                 return after.threads <= before->threads && after.descriptors <= before->descriptors;
             },
-            10.0);
+            Seconds{10});
         EXPECT_LE(after.threads, before->threads);
         EXPECT_LE(after.descriptors, before->descriptors);
         EXPECT_LE(after.pages, before->pages + kPagesOfChance);
@@ -63,8 +63,9 @@ class Lifecycle : public testing::Test {
     }
     int upTo(int most) { return std::uniform_int_distribution(0, most)(random_); }
     void serveLoop(int most) {
-        for (int turns = upTo(most); turns > 0; --turns)
+        for (int turns = upTo(most); turns > 0; --turns) {
             runMainLoopOnce();
+        }
     }
     static std::shared_ptr<VelmoraSwitchNodePlugin> startedPlugin(const std::string& server) {
         auto plugin = std::make_shared<VelmoraSwitchNodePlugin>(nullptr);
@@ -128,8 +129,9 @@ TEST_F(Lifecycle, losingConnectionsAtRandomMomentsLeavesNothing) {
         // A server that goes and comes back at its address while its service stays announced.
         std::thread saboteur([&] {
             for (; lost < rounds(40); ++lost) {
-                while (switch_.server->clients() == 0)
+                while (switch_.server->clients() == 0) {
                     std::this_thread::yield();
+                }
                 for (int turns = std::uniform_int_distribution(0, 3000)(moment); turns > 0; --turns) {
                     std::this_thread::yield();
                 }

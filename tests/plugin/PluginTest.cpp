@@ -13,30 +13,25 @@
 namespace velmora::test {
 namespace {
 
-struct Host : VelmoraNodePluginProtocol_Delegate {
+struct Notices {
     int notices = 0;
     std::function<void()> onNotice;
-    void attributesChangedForPluginName(const std::string& name) override {
+    void notice(const std::string& name) {
         EXPECT_EQ(name, "Velmora Switch");
         EXPECT_TRUE(MainThread::isCurrent());
         ++notices;
         if (onNotice) onNotice();
     }
+};
+struct Host : VelmoraNodePluginProtocol_Delegate, Notices {
+    void attributesChangedForPluginName(const std::string& name) override { notice(name); }
+};
+struct StatusObserver : VelmoraNodePluginStatusProtocol_Observer, Notices {
+    void statusChangedForPluginName(const std::string& name) override { notice(name); }
 };
 
 using State = NodePluginConnectionState;
 using Answer = NodePluginAnswer;
-
-struct StatusObserver : VelmoraNodePluginStatusProtocol_Observer {
-    int notices = 0;
-    std::function<void()> onNotice;
-    void statusChangedForPluginName(const std::string& name) override {
-        EXPECT_EQ(name, "Velmora Switch");
-        EXPECT_TRUE(MainThread::isCurrent());
-        ++notices;
-        if (onNotice) onNotice();
-    }
-};
 
 class Plugin : public testing::Test {
   protected:
@@ -50,7 +45,7 @@ class Plugin : public testing::Test {
         plugin->setDefaultSettings(settingsWith(server, outputs));
         plugin->startAndSetCurrentValuesToDefaults(defaults);
     }
-    // Rebuilt behind the connection: while that is being made, there are no values; without one, no labels.
+    // Rebuilt after the connection: while that is being made, there are no values; without one, no labels.
     bool isComplete(std::size_t outputs) const {
         const auto names = plugin->attributeNames();
         if (names->size() != outputs) return false;
@@ -281,10 +276,12 @@ TEST_F(Plugin, tellsWhetherAReplyAnswers) {
         {"whatever\r\n", Answer::answered}, {"ERROR 3\r\n", Answer::refused}, {"\r\n", Answer::unusableReply}};
     PeerScript script;
     script.exchange("MATRIXSIZE", "4x2");
-    for (const auto& [reply, answer, reason] : reads)
+    for (const auto& [reply, answer, reason] : reads) {
         script.exchange("REFRESH", "ERROR").expect("GET 1\n\r").send(reply);
-    for (const auto& [reply, answer] : sets)
+    }
+    for (const auto& [reply, answer] : sets) {
         script.expect("SET 1 1\n\r").send(reply);
+    }
     ScriptedPeer peer(script.exchange("REFRESH", "OK").expect("GET 1\n\r").send("1 3").close());
     const PublishedService service("Replies", peer.port());
     start("Replies", {});

@@ -109,8 +109,9 @@ TEST_F(SettingsRules, addTheFirstFreeNumberUnderALabelOfItsOwnAndRemoveOnlyWhatI
         push(segment);
         EXPECT_EQ(around.calls, Strings{});
     }
-    for (const std::int64_t index : {std::int64_t{8}, std::int64_t{-1}, kNotFound})
+    for (const std::int64_t index : {std::int64_t{8}, std::int64_t{-1}, kNotFound}) {
         controller->removeConfiguredOutputAtIndex(index);
+    }
     EXPECT_EQ(outputs(), kFull);
     controller->setSettings(nullptr);  // without a list, one is made
     EXPECT_EQ(controller->numberOfRowsInTableView(around), 0);

@@ -5,7 +5,7 @@
 
 namespace velmora::test {
 
-TEST(ScriptedPeer, FailsTheTestOnWhatIsNotInItsScripts) {
+TEST(ScriptedPeer, failsTheTestOnWhatIsNotInItsScripts) {
     static const struct {
         PeerScript script;
         std::string sent;
@@ -24,11 +24,13 @@ TEST(ScriptedPeer, FailsTheTestOnWhatIsNotInItsScripts) {
         TestClient client(peer.port());
         client.send(sent);
         client.finishSending();
-        for (int more = 1; more < connections; ++more)
+        for (int more = 1; more < connections; ++more) {
             EXPECT_TRUE(TestClient(peer.port()).connected());
+        }
     };
-    for (const auto& wrong : cases)
+    for (const auto& wrong : cases) {
         EXPECT_NONFATAL_FAILURE(converse(wrong.script, wrong.sent, wrong.connections), wrong.failure);
+    }
 }
 
 }  // namespace velmora::test

@@ -33,6 +33,8 @@ int runTests(int argc, char** argv) {
                 enterNetworkOfOurOwn() ? "a namespace of our own" : "the machine's loopback interface");
     // Its descriptor, where there is a system log, is there before any test counts descriptors.
     openlog(nullptr, LOG_NDELAY, LOG_USER);
+    // Windows go to a screen that nobody sees, unless told otherwise.
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
     // An Avahi daemon of the machine serves the machine's networks, not this one.
     setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
     Application application(argc, argv);
