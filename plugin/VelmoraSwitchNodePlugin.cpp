@@ -11,7 +11,7 @@ namespace velmora {
 
 namespace {
 
-// A new list with a shallow copy of each entry. What is no dictionary cannot be an output and is left out.
+// A new list with a shallow copy of each entry. An entry that is no dictionary cannot be an output and is left out.
 ArrayReference copiedOutputs(const DictionaryReference& settings) {
     auto outputs = makeArray();
     const PropertyList* value = valueForKey(settings, kConfiguredOutputsKey);
@@ -140,14 +140,15 @@ void VelmoraSwitchNodePlugin::newMatrixSwitcherWithNameDidBecomeAvailable(const 
 
 void VelmoraSwitchNodePlugin::matrixSwitcherWithNameDidDisappear(const std::string&) {
     const PluginStatus::Operation operation(status_);
-    // The selection stays as it is; that is intended.
+    // The selection stays as it is. Intended: an announcement is not the server, and the connection may live on.
     updateAttributes();
     updateSettingsView();
 }
 
 void VelmoraSwitchNodePlugin::matrixDimensionsChangedTo(MatrixSwitcher&, NSSize) {
     const PluginStatus::Operation operation(status_);
-    // The flag is never cleared: every connection routes the defaults again. Intended.
+    // The flag is never cleared, so every connection routes the defaults. Intended: a server that restarted has
+    // forgotten its routes.
     if (_setValuesToDefaults) setCurrentValuesToDefaults();
     updateAttributes();
     updateSettingsView();
@@ -158,7 +159,7 @@ void VelmoraSwitchNodePlugin::connectionStatusChanged() {
 }
 
 NodePluginOutcome VelmoraSwitchNodePlugin::lastOutcome() const {
-    // The end of the connection may have come since, and say that a reply was cut.
+    // The connection may have ended since, which would say that the reply was cut.
     const auto controller = _switchController;
     if (const auto switcher = controller != nullptr ? controller->selectedMatrixSwitcher() : nullptr) {
         switcher->lastOutcome();

@@ -15,7 +15,8 @@ namespace velmora {
 namespace {
 
 constexpr const char* kNameFormat = "Velmora Switch Output %li";
-// The two prefixes differ by a blank: a name without it can be read and not set. Intended.
+// The two differ by a blank: a name without it can be read and not set. Intended: reading is lenient, as it does no
+// harm.
 constexpr std::string_view kReadPrefix = "Velmora Switch Output";
 constexpr std::string_view kSetPrefix = "Velmora Switch Output ";
 
@@ -30,7 +31,7 @@ std::string valueText(TCPMatrixSwitcher& switcher, std::int64_t input) {
     return text;
 }
 
-// Those of one output, with a question for each input.
+// Of one output. Asks one question for each input.
 StringList possibleValues(TCPMatrixSwitcher& switcher, std::vector<StringList> models) {
     SharedList values(std::move(models));
     for (std::int64_t input = 0; input < switcher.numberOfInputs(); ++input) {
@@ -66,7 +67,8 @@ std::shared_ptr<const AttributeDictionary> VelmoraSwitchNodePlugin::buildAttribu
     const auto outputs = configuredOutputs();
     if (switcher == nullptr || outputs->empty()) return attributes;
     StringList lastPossibleValues;
-    // Not numerically: "... 10" comes before "... 2". Intended. Case does not matter in names that differ in digits.
+    // Sorted as text, so "... 10" comes before "... 2". Intended: hosts show and keep them in this order. Case does not
+    // matter in names that differ in digits only.
     std::map<std::string, AttributeRecord> records;
     for (std::size_t i = 0; i < outputs->size(); ++i) {
         const DictionaryReference entry = (*outputs)[i].dictionary();
@@ -137,7 +139,8 @@ std::optional<std::string> VelmoraSwitchNodePlugin::displayNameOfAttributeWithNa
 }
 
 std::optional<std::string> VelmoraSwitchNodePlugin::typeOfAttributeWithName(const std::string& name) const {
-    // A plugin that is not started calls every attribute a number. Intended.
+    // A plugin that is not started calls every attribute a number. Intended: it has no record to look it up in, and no
+    // answer would mean that the name is unknown.
     return textOfAttribute(
         name, [](const AttributeRecord& record) { return record.attributeType; }, "Double");
 }
@@ -175,12 +178,12 @@ std::string VelmoraSwitchNodePlugin::currentValueOfAttributeWithName(const std::
         status_.noteNoConnection(name);
         return "";
     }
-    // There is no lower bound; the switcher is asked for whatever comes out. Intended.
+    // There is no lower bound. Intended: the server knows best what it has.
     if (output > switcher->numberOfOutputs()) {
         refuseNumber(name, kOutputOutOfRange, output);
         return "";
     }
-    // The word "Input" stands where the label would, on purpose: the number is all that is read back.
+    // The word "Input" in place of the label is intended: the number is all that is read back.
     const std::int64_t input = switcher->selectedInputForOutput(indexOf(output));
     status_.noteExchange(name, switcher->lastOutcome());
     return inputText(input);
@@ -203,7 +206,8 @@ std::int32_t VelmoraSwitchNodePlugin::setValueForAttributeWithName(const std::st
         return -1;
     }
     const std::int64_t input = numberInText(value);
-    // The output is not compared with the number of outputs, and a negative input passes. Both are intended.
+    // The output is not compared with the number of outputs, and a negative input passes. Both are intended: the size
+    // is as old as the connection, and the server decides.
     if (input == 0 || input > switcher->numberOfInputs()) {
         refuseNumber(name, kInputOutOfRange, input);
         return -1;

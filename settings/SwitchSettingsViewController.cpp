@@ -95,7 +95,7 @@ std::int64_t SwitchSettingsViewController::firstAvailableOutputNumber() const {
 
 void SwitchSettingsViewController::addNewConfiguredOutput() {
     const std::int64_t number = firstAvailableOutputNumber();
-    // Asked before the number is looked at, so also with the marker cut to 32 bits. Intended.
+    // Asked before the number is looked at, so also for the marker cut to 32 bits. Intended: servers are used to it.
     const auto device = delegate_ != nullptr ? delegate_->selectedDevice() : nullptr;
     const auto deviceLabel =
         device != nullptr ? device->outputLabelAtIndex(static_cast<std::int32_t>(number)) : std::nullopt;
@@ -113,7 +113,7 @@ void SwitchSettingsViewController::addNewConfiguredOutput() {
     entry->emplace(kLabelKey, label);
     entry->emplace(kOutputTypeKey, "output");
     entry->emplace(kOutputNumberKey, static_cast<std::int32_t>(number));
-    // A new output is routed from the input of the same number. Intended.
+    // A new output is routed from the input of the same number. Intended: one to one is the plainest start.
     entry->emplace(kDefaultInputNumberKey, static_cast<std::int32_t>(number));
     ArrayReference outputs = configuredOutputs();
     if (outputs == nullptr) {

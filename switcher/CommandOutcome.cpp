@@ -21,7 +21,7 @@ CommandOutcome unusable(std::string reason) {
     return {CommandAnswer::unusableReply, std::move(reason)};
 }
 
-// What is wrong with any reply; answered where nothing is.
+// Judges what all replies have in common; answered where nothing is wrong.
 CommandOutcome outcomeOfReply(const std::optional<std::string>& reply) {
     if (!reply) return unusable("The server's reply is not UTF-8");
     if (reply->empty()) return unusable("The server's reply is empty");

@@ -148,7 +148,7 @@ CommandOutcome TCPMatrixSwitcher::outcomeWithoutReply(bool anythingWasSent) cons
     auto end = telnetController_->connectionEnd();
     if (!anythingWasSent) return {CommandAnswer::noConnection, std::move(end.reason)};
     if (end.cause == TelnetConnectionEnd::Cause::timeOut) return {CommandAnswer::noAnswerInTime, std::move(end.reason)};
-    // Where the end is not known yet, it is the very moment of it.
+    // An end that is not known yet is just happening.
     return {CommandAnswer::connectionEnded,
             end.reason.empty() ? "The server ended the connection" : std::move(end.reason)};
 }

@@ -25,7 +25,7 @@ int rounds(int share) {
     return std::max(1, (text != nullptr ? std::atoi(text) : 200) / share);
 }
 
-// What the process holds once everything that winds down has done so.
+// Taken when everything that winds down has ended.
 struct Holdings {
     Holdings() {
         EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
@@ -78,8 +78,8 @@ class Lifecycle : public testing::Test {
             [&] { return plugin.setValueForAttributeWithName("0003", "Velmora Switch Output 1") == 0; });
     }
 
-    // What the allocator does not give back at once and the stacks that are kept for new threads, as many as ran at the
-    // same time: 8 MB. The sanitizers keep books of their own, of 200 MB and more.
+    // The allocator gives back late, and stacks are kept for as many threads as ran at the same time: 8 MB. The
+    // sanitizers keep 200 MB and more of their own.
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
     static constexpr std::ptrdiff_t kPagesOfChance = 100'000;
 #else

@@ -23,14 +23,14 @@ constexpr TelnetTimeLimits kShortLimit{0.5, 0.1};
 constexpr double kAllowance = 0.5;
 const char* const kAttribute = "Velmora Switch Output 1";
 
-// What the host gets when the fault meets the reply to a command. The size known before is 7x7.
+// The outcome for the host when the fault meets the reply to a command. The size known before is 7x7.
 struct Row {
     std::string fault;
     std::string size, value, label;  // by MATRIXSIZE, GET and the labels
     std::string refreshed;           // by GET, when the fault met REFRESH before it
     std::string log;
     std::string next;  // what the next command on the connection gets; a connection on which that is nothing is closed
-    std::string told;  // what the status protocol says of GET, SET, and GET behind REFRESH
+    std::string told;  // what the status protocol says of GET, SET, and GET after REFRESH
     std::string state = "connected";  // and of the connection
     std::string set = "0, routed";
     bool wholeConnection = false;
@@ -143,7 +143,7 @@ class FaultOutcomes : public testing::Test {
         {"OUTPUTLABEL", &Row::label, [this] { return device().outputLabelAtIndex(0).value_or("(null)"); }},
         {"REFRESH", &Row::refreshed, [this] { return value(); }, true},
     };
-    // What the host gets, and then the last columns of the table.
+    // The outcome for the host, then the last columns of the table.
     Strings meet(const Row& row, const Command& command);
 
     VirtualSwitch switch_{"Faults", 24, 10};

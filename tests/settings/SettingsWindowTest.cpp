@@ -73,7 +73,7 @@ TEST_F(SettingsWindow, renamesButNotToALabelThatIsTaken) {
     type("Zwei", Qt::Key_Return, "Zwei");
     type("Drei", Qt::Key_Tab, "Drei");
     type("Vier", Qt::Key_Escape, "Drei");
-    onAlert = [this] { EXPECT_EQ(cell(1, label), "One"); };  // the old one comes back behind the alert
+    onAlert = [this] { EXPECT_EQ(cell(1, label), "One"); };  // the old one comes back after the alert
     type("One", Qt::Key_Return, "Drei", {kSameLabel});
     // Confirmed on purpose, its own label is taken, too; left without a change, it is not.
     type("", Qt::Key_Return, "Drei", {kSameLabel});

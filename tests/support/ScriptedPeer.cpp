@@ -39,7 +39,7 @@ ScriptedPeer::~ScriptedPeer() {
         if (connection_) expectNothing(MSG_DONTWAIT);
         require(!failure_.empty() || !listener_.hasConnection(), "a connection more than the scripts know");
     } catch (const std::runtime_error& error) {
-        failure_ = std::string("behind the last step: ") + error.what();
+        failure_ = std::string("after the last step: ") + error.what();
     }
     if (!failure_.empty()) ADD_FAILURE() << "scripted peer, " << failure_;
 }

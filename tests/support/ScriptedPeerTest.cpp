@@ -14,7 +14,7 @@ TEST(ScriptedPeer, failsTheTestOnWhatIsNotInItsScripts) {
     } cases[] = {
         {PeerScript().expect("GET 1\n\r"), "GET 1\r\n", 1, "got \"GET 1\\r"},
         {PeerScript().expect("GET 1\n\r"), "GET 1", 1, "got \"GET 1\""},
-        {PeerScript().expect("GET 1\n\r"), "GET 1\n\r!", 1, "behind the last step: unexpected \"!\""},
+        {PeerScript().expect("GET 1\n\r"), "GET 1\n\r!", 1, "after the last step: unexpected \"!\""},
         {PeerScript().exchange("GET 1", "1 2"), "GET 1\n\r", 2, "a connection more"},
         {PeerScript(), "x", 1, "unexpected \"x\""},
         {PeerScript().expectClose(), "x", 1, "step 1: unexpected \"x\""},

@@ -1,4 +1,4 @@
-// What every test program does: a network of its own, only `lo`, where that is allowed; an application; the tests.
+// The frame of every test program: a network of its own, only `lo`, where that is allowed; an application; the tests.
 #pragma once
 
 #include <gtest/gtest.h>

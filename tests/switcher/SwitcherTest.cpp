@@ -1,4 +1,4 @@
-// What the switchers send, and what they make of the answers.
+// The lines that the switchers send, and how they read the replies.
 #include <gtest/gtest.h>
 
 #include <limits>
