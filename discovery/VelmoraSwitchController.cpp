@@ -20,8 +20,8 @@ std::int32_t indexOfFirst(const std::vector<std::shared_ptr<ServerInfo>>& server
     return found == servers.end() ? -1 : static_cast<std::int32_t>(found - servers.begin());
 }
 
-// The four bytes at the place of an IPv4 address. The family is not looked at, which is intended: an IPv6 address has
-// its flow information there, in practice "0.0.0.0".
+// The four bytes where an IPv4 socket address has its address. The family is not looked at. Intended: an IPv6 one has
+// its flow information there, in practice "0.0.0.0", which is skipped like an address that is not known.
 std::string addressText(const SocketAddress& address) {
     in_addr v4{};
     constexpr std::size_t kOffset = 4;
@@ -29,7 +29,7 @@ std::string addressText(const SocketAddress& address) {
     std::memcpy(&v4, address.bytes().data() + kOffset, sizeof v4);
     char text[INET_ADDRSTRLEN] = "";
     inet_ntop(AF_INET, &v4, text, sizeof text);
-    return text;
+    return stringWithFormat("%s", text);
 }
 
 }  // namespace
@@ -79,7 +79,7 @@ void VelmoraSwitchController::netServiceBrowserDidFindServiceMoreComing(NSNetSer
     const auto server = std::make_shared<ServerInfo>();
     _servicesBeingResolved.push_back(service);
     service->setDelegate(this);
-    service->resolveWithTimeout(kResolveTimeout);
+    service->resolveWithTimeout(kResolveTimeout.count());
     server->setNetService(service);
     server->setServerName(service->name());
     server->setServerAddress("");
@@ -92,11 +92,12 @@ void VelmoraSwitchController::netServiceDidResolveAddress(NSNetService& service)
     const auto keepAlive = shared_from_this();
     const auto keepService = service.shared_from_this();
     setResolution(service, ServerInfo::Resolution::done);
-    // A service whose record was dropped meanwhile has no place for its address: the callback ends here, and the
-    // service stays held.
+    // A service whose record was dropped meanwhile has no place for its address: nobody is told, and the service is
+    // held for good. Without an IPv4 address there is nothing to store, and the same service is told. Both are
+    // intended: hosts are used to the notices that they get.
     if (!storeAddresses(service)) return;
     if (delegate_ != nullptr) delegate_->newMatrixSwitcherWithNameDidBecomeAvailable(service.name());
-    endHoldOfService(service);
+    releaseService(service);
 }
 
 void VelmoraSwitchController::netServiceDidNotResolve(NSNetService& service) {
@@ -111,16 +112,16 @@ void VelmoraSwitchController::setResolution(const NSNetService& service, ServerI
 
 bool VelmoraSwitchController::storeAddresses(const NSNetService& service) {
     for (const SocketAddress& address : service.addresses()) {
-        const std::string text = stringWithFormat("%s", addressText(address));
+        const std::string text = addressText(address);
         if (text == "0.0.0.0") continue;
         const std::int32_t index = indexOfServerForNetService(service);
         if (index < 0) return false;
-        _serversArray[static_cast<std::size_t>(index)]->setServerAddress(text);  // the last one stands
+        _serversArray[static_cast<std::size_t>(index)]->setServerAddress(text);  // of several the last one stands
     }
     return true;
 }
 
-void VelmoraSwitchController::endHoldOfService(const NSNetService& service) {
+void VelmoraSwitchController::releaseService(const NSNetService& service) {
     const auto held = std::find_if(_servicesBeingResolved.begin(), _servicesBeingResolved.end(),
                                    [&](const auto& entry) { return entry.get() == &service; });
     if (held != _servicesBeingResolved.end()) _servicesBeingResolved.erase(held);
@@ -144,8 +145,9 @@ void VelmoraSwitchController::netServiceBrowserDidRemoveServiceMoreComing(NSNetS
         tellOfConnectionStatus();
         return;
     }
-    if (delegate_ != nullptr)
+    if (delegate_ != nullptr) {
         delegate_->matrixSwitcherWithNameDidDisappear(_serversArray[place]->serverName().value_or(""));
+    }
 }
 
 void VelmoraSwitchController::matrixDimensionsChangedTo(MatrixSwitcher& switcher, NSSize size) {

@@ -11,6 +11,7 @@
 #include "discovery/ServerInfo.h"
 #include "platform/network/NSNetServiceBrowser.h"
 #include "platform/threads/AtomicReference.h"
+#include "platform/threads/Moment.h"
 #include "switcher/TCPMatrixSwitcher.h"
 
 namespace velmora {
@@ -23,13 +24,12 @@ class VelmoraSwitchControllerDelegate {
     // A server has gone. The name is that of the record at its place afterwards, which may be another's.
     virtual void matrixSwitcherWithNameDidDisappear(const std::string& name) = 0;
     virtual void matrixDimensionsChangedTo(MatrixSwitcher& switcher, NSSize size) = 0;
-    // What is known of a server, or of the connection to the selected one, has changed in a way that none of the above
-    // tells.
+    // Something has changed that none of the above tells: what is known of a server, or the connection to the selected
+    // one.
     virtual void connectionStatusChanged() {}
 };
 
-// In seconds.
-inline constexpr double kResolveTimeout = 10.0;
+inline constexpr Seconds kResolveTimeout{10};
 
 // Made with std::make_shared. Main thread only; selectedMatrixSwitcher may be read from any thread.
 class VelmoraSwitchController final : public NSObject,
@@ -69,7 +69,7 @@ class VelmoraSwitchController final : public NSObject,
     std::shared_ptr<TCPMatrixSwitcher> selectedMatrixSwitcher() const { return selectedMatrixSwitcher_.load(); }
     void setSelectedMatrixSwitcher(std::shared_ptr<TCPMatrixSwitcher> switcher);
 
-    // What browser and services report.
+    // Called by the browser and the services.
     void netServiceBrowserDidFindServiceMoreComing(NSNetServiceBrowser& browser,
                                                    const std::shared_ptr<NSNetService>& service,
                                                    bool moreComing) override;
@@ -77,7 +77,8 @@ class VelmoraSwitchController final : public NSObject,
                                                      const std::shared_ptr<NSNetService>& service,
                                                      bool moreComing) override;
     void netServiceDidResolveAddress(NSNetService& service) override;
-    // The record stays as it is, without an address, and the service stays held.
+    // The record stays listed without an address, nobody is told, and the service stays held. Intended: a server that
+    // cannot be reached is no news for a host.
     void netServiceDidNotResolve(NSNetService& service) override;
 
   private:
@@ -87,9 +88,10 @@ class VelmoraSwitchController final : public NSObject,
     void closeSelectedSwitcher();
     void setResolution(const NSNetService& service, ServerInfo::Resolution resolution);
     void tellOfConnectionStatus();
-    // Whether every address was stored; false when one has no record to go to.
+    // False when an address has no record to go to.
     bool storeAddresses(const NSNetService& service);
-    void endHoldOfService(const NSNetService& service);
+    // Ends the hold that began when the service was found.
+    void releaseService(const NSNetService& service);
 
     VelmoraSwitchControllerDelegate* delegate_;
     const TelnetTimeLimits limits_;

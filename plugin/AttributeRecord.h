@@ -1,4 +1,4 @@
-// What the host may know of one attribute, as of the last rebuild.
+// One attribute as the host may know it, as of the last rebuild.
 #pragma once
 
 #include <algorithm>
@@ -11,8 +11,8 @@
 
 namespace velmora {
 
-// What is the same for all attributes is there once, and a value text that is one of the possible ones is that one:
-// there may be hundreds of attributes of a thousand values.
+// There may be hundreds of attributes of a thousand values each. So the texts that are the same for all are stored
+// once, and a value text that is among the possible ones refers to it.
 struct AttributeRecord {
     static constexpr const char* attributeDirection = "Output";
     static constexpr const char* attributeType = "MultipleValues";
@@ -45,7 +45,7 @@ struct AttributeDictionary {
     StringList names = makeStringList();
     // The records of the names, in the same order.
     std::vector<AttributeRecord> records;
-    // Value texts of records that are none of the possible ones.
+    // The value texts of records that are not among the possible ones.
     std::deque<std::string> otherTexts;
 };
 

@@ -16,14 +16,15 @@ bool isSame(const NodePluginConnectionStatus& left, const NodePluginConnectionSt
            left.since == right.since;
 }
 
-// By the server's record, where there is no connection to speak of.
+// By the server's record, for want of a connection.
 NodePluginConnectionStatus statusOfServer(const VelmoraSwitchController& controller, const std::string& name) {
     const std::int32_t index = controller.indexOfServerForName(name);
     if (index < 0) return {State::notFound, name, "", {}};
     const ServerInfo& server = *controller.serversArray()[static_cast<std::size_t>(index)];
     if (!server.isPresent()) return {State::notFound, name, "", {}};
-    if (server.resolution() == ServerInfo::Resolution::failed)
+    if (server.resolution() == ServerInfo::Resolution::failed) {
         return {State::failed, name, "No address of the server was found", {}};
+    }
     return {State::connecting, name, "", {}};
 }
 
@@ -159,7 +160,7 @@ void PluginStatus::tell() {
     if (operations_ > 0) return;  // an event loop inside an operation; its end looks again
     connection_ = connection();
     if (observer_ == nullptr || !isNews()) return;
-    // What changes while the host is being told is told behind that.
+    // A change that comes while the host is being told is told afterwards.
     const Operation operation(*this);
     toldConnection_ = connection_;
     if (exchange_ != nullptr) toldAnswer_ = exchange_->answer;

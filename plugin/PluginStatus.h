@@ -1,4 +1,4 @@
-// What the plugin tells of its connection and of the last value that was read or set, and when it tells it.
+// Tells the host how the connection stands and what came of the last value that was read or set.
 #pragma once
 
 #include <cstdint>
@@ -14,22 +14,22 @@ namespace velmora {
 
 class VelmoraSwitchController;
 
-// Where the connection of the plugin stands by what the controller knows now (null: not started). The name is the one
-// in the settings, "" for none. `since` is set where the connection has ended or failed.
+// The state of the connection by what the controller knows now; null for a plugin that is not started. The name is the
+// one in the settings, "" for none. `since` is set only where the connection has ended or failed.
 NodePluginConnectionStatus connectionStatusOf(const VelmoraSwitchController* controller, const std::string& name);
 
 // Main thread only.
 class PluginStatus final {
   public:
-    // The source answers connectionStatusOf the present moment. The owner is the plugin, of which this is a part.
+    // The source answers connectionStatusOf as of now. The owner is the plugin, of which this is a part.
     PluginStatus(NSObject& owner, std::string pluginName, std::function<NodePluginConnectionStatus()> source);
 
     NodePluginConnectionStatus connection() const;
     NodePluginOutcome outcome() const;
     void setObserver(VelmoraNodePluginStatusProtocol_Observer* observer);
 
-    // Lives while an operation of the plugin runs that may lead to a callback of the host: it keeps the plugin, and
-    // keeps the observer waiting until the outermost one has ended.
+    // Lives while an operation of the plugin runs that may call the host back. It keeps the plugin alive, and the
+    // observer waiting until the outermost operation has ended.
     class Operation {
       public:
         explicit Operation(PluginStatus& status);
@@ -42,13 +42,13 @@ class PluginStatus final {
         PluginStatus& status_;
     };
 
-    // What came of a read or a set of the attribute: refused by the plugin, not possible without a connection, or as
-    // the switcher says, which may still change its mind.
+    // The outcome of reading or setting the attribute: refused by the plugin, impossible without a connection, or as
+    // the switcher says, which may still change it when the connection ends.
     void noteRefusal(const std::string& attributeName, const std::string& reason);
     void noteNoConnection(const std::string& attributeName);
     void noteExchange(const std::string& attributeName, std::shared_ptr<const CommandOutcome> outcome);
 
-    // Looks at the connection anew; the observer is told later when something has changed for it.
+    // Looks at the connection anew. The observer is told later if that is news for it.
     void refresh();
 
   private:
@@ -61,7 +61,7 @@ class PluginStatus final {
     const std::function<NodePluginConnectionStatus()> source_;
     NodePluginConnectionStatus connection_;  // as of the last refresh
     NodePluginOutcome outcome_;
-    // Where the outcome is a switcher's, and what it was when it was noted or told last.
+    // Set where the outcome is a switcher's; beside it what it was when it was noted or told last.
     std::shared_ptr<const CommandOutcome> exchange_;
     CommandAnswer toldAnswer_ = CommandAnswer::answered;
     NodePluginConnectionStatus toldConnection_;

@@ -1,4 +1,4 @@
-// A list of texts that is made one by one and is most often one that is there already.
+// Builds a list of texts that most often turns out to equal one that exists.
 #pragma once
 
 #include <string>
@@ -8,15 +8,15 @@
 
 namespace velmora {
 
-// As long as the texts are those of a model, nothing is kept of them: there are up to 65,536, of up to 2 KiB each, and
-// the list of before lives until the new one is complete.
+// As long as the texts are those of a model none of them is stored: there are up to 65,536, of up to 2 KiB each, and
+// the old list lives until the new one is complete.
 class SharedList {
   public:
-    // Lists that the new one may turn out to be; null ones stand for nothing.
+    // Lists that the new one may equal; null ones are ignored.
     explicit SharedList(std::vector<StringList> models);
 
     void add(std::string text);
-    // One of the models where that is equal, otherwise a new list. Once.
+    // The model that is equal, otherwise a new list. To be called once.
     StringList list();
 
   private:
@@ -24,9 +24,9 @@ class SharedList {
     void leaveModel();
 
     std::vector<StringList> models_;
-    StringList model_;  // whose beginning the texts are; null once they are no model's
+    StringList model_;  // which begins with the texts so far; null once none does
     std::size_t size_ = 0;
-    std::vector<std::string> own_;  // where there is no model
+    std::vector<std::string> own_;  // once there is no model
 };
 
 }  // namespace velmora

@@ -5,19 +5,16 @@
 #include <utility>
 
 #include "platform/foundation/NSLog.h"
+#include "settings/SettingsKeys.h"
 
 namespace velmora {
 
 namespace {
 
-constexpr const char* kSelectedDeviceName = "selectedDeviceName";
-constexpr const char* kConfiguredOutputs = "configuredOutputs";
-constexpr const char* kAvailableDevices = "availableDevices";
-
-// A new list with a shallow copy of each entry. What is no dictionary cannot be an output and is left out.
+// A new list with a shallow copy of each entry. An entry that is no dictionary cannot be an output and is left out.
 ArrayReference copiedOutputs(const DictionaryReference& settings) {
     auto outputs = makeArray();
-    const PropertyList* value = valueForKey(settings, kConfiguredOutputs);
+    const PropertyList* value = valueForKey(settings, kConfiguredOutputsKey);
     const ArrayReference given = value != nullptr ? value->array() : nullptr;
     if (given == nullptr) {
         if (value != nullptr) NSLog("The settings' \"configuredOutputs\" is not a list (Velmora Switch Plugin)");
@@ -99,15 +96,15 @@ DictionaryReference VelmoraSwitchNodePlugin::defaultSettings() {
         }
     }
     auto settings = makeDictionary();
-    settings->emplace(kAvailableDevices, std::move(available));
-    settings->emplace(kConfiguredOutputs, configuredOutputs());
-    settings->emplace(kSelectedDeviceName, _defaultSwitcherName.value_or(""));
+    settings->emplace(kAvailableDevicesKey, std::move(available));
+    settings->emplace(kConfiguredOutputsKey, configuredOutputs());
+    settings->emplace(kSelectedDeviceNameKey, _defaultSwitcherName.value_or(""));
     return settings;
 }
 
 void VelmoraSwitchNodePlugin::setDefaultSettings(const DictionaryReference& settings) {
     const PluginStatus::Operation operation(status_);
-    _defaultSwitcherName = textForKey(settings, kSelectedDeviceName);
+    _defaultSwitcherName = textForKey(settings, kSelectedDeviceNameKey);
     if (settings != nullptr && !settings->empty()) {
         selectSwitcher(_defaultSwitcherName);
     } else if (_switchController != nullptr && !_switchController->serversArray().empty()) {
@@ -121,7 +118,7 @@ void VelmoraSwitchNodePlugin::setDefaultSettings(const DictionaryReference& sett
 void VelmoraSwitchNodePlugin::defaultSettingsHaveChanged() {
     const PluginStatus::Operation operation(status_);
     if (_settingsViewController == nullptr) return;
-    _defaultSwitcherName = textForKey(_settingsViewController->settings(), kSelectedDeviceName);
+    _defaultSwitcherName = textForKey(_settingsViewController->settings(), kSelectedDeviceNameKey);
     selectSwitcher(_defaultSwitcherName);
     updateAttributes();
 }
@@ -143,14 +140,15 @@ void VelmoraSwitchNodePlugin::newMatrixSwitcherWithNameDidBecomeAvailable(const 
 
 void VelmoraSwitchNodePlugin::matrixSwitcherWithNameDidDisappear(const std::string&) {
     const PluginStatus::Operation operation(status_);
-    // The selection stays as it is; that is intended.
+    // The selection stays as it is. Intended: an announcement is not the server, and the connection may live on.
     updateAttributes();
     updateSettingsView();
 }
 
 void VelmoraSwitchNodePlugin::matrixDimensionsChangedTo(MatrixSwitcher&, NSSize) {
     const PluginStatus::Operation operation(status_);
-    // The flag is never cleared: every connection routes the defaults again. Intended.
+    // The flag is never cleared, so every connection routes the defaults. Intended: a server that restarted has
+    // forgotten its routes.
     if (_setValuesToDefaults) setCurrentValuesToDefaults();
     updateAttributes();
     updateSettingsView();
@@ -161,10 +159,11 @@ void VelmoraSwitchNodePlugin::connectionStatusChanged() {
 }
 
 NodePluginOutcome VelmoraSwitchNodePlugin::lastOutcome() const {
-    // The end of the connection may have come since, and say that a reply was cut.
+    // The connection may have ended since, which would say that the reply was cut.
     const auto controller = _switchController;
-    if (const auto switcher = controller != nullptr ? controller->selectedMatrixSwitcher() : nullptr)
+    if (const auto switcher = controller != nullptr ? controller->selectedMatrixSwitcher() : nullptr) {
         switcher->lastOutcome();
+    }
     return status_.outcome();
 }
 

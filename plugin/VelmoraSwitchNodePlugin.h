@@ -91,8 +91,8 @@ class VelmoraSwitchNodePlugin final : public NSObject,
     template <typename Text>
     std::optional<std::string> textOfAttribute(const std::string& name, Text text, const char* whenStopped) const;
     void selectSwitcher(const std::optional<std::string>& name);
-    // A read or set of the attribute is refused, in the log and in the outcome: of a name that is none, or for a number
-    // that is out of range, as every number is before the matrix is known.
+    // Refuse to read or set an attribute, in the log and in the outcome: because there is none of that name, or because
+    // a number is out of range, as every number is before the matrix is known.
     void refuseName(const std::string& name);
     void refuseNumber(const std::string& name, const char* format, std::int64_t number);
 
@@ -108,8 +108,8 @@ class VelmoraSwitchNodePlugin final : public NSObject,
     std::shared_ptr<VelmoraSwitchController> _switchController;
     // The same fact for look-ups on other threads.
     std::atomic<bool> started_{false};
-    // Controllers that a start without a stop has replaced. They are not released before the plugin is; that is
-    // intended.
+    // Controllers that a start without a stop has replaced. They live as long as the plugin. Intended: the host is to
+    // stop first, and what it holds of an earlier one stays valid.
     std::vector<std::shared_ptr<VelmoraSwitchController>> replacedControllers_;
     std::shared_ptr<SwitchSettingsViewController> _settingsViewController;
     PluginStatus status_;

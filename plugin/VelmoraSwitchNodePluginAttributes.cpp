@@ -7,40 +7,31 @@
 #include "platform/threads/MainThread.h"
 #include "plugin/SharedList.h"
 #include "plugin/VelmoraSwitchNodePlugin.h"
+#include "settings/SettingsKeys.h"
+#include "switcher/Numbering.h"
 
 namespace velmora {
 
 namespace {
 
 constexpr const char* kNameFormat = "Velmora Switch Output %li";
-constexpr const char* kValueFormat = "%04li %@";
-constexpr const char* kLiveValueFormat = "%04li Input %li";
-// The two prefixes differ by a blank: a name without it can be read and not set. Intended.
+// The two differ by a blank: a name without it can be read and not set. Intended: reading is lenient, as it does no
+// harm.
 constexpr std::string_view kReadPrefix = "Velmora Switch Output";
 constexpr std::string_view kSetPrefix = "Velmora Switch Output ";
-constexpr std::size_t kValueDigits = 4;
 
 constexpr const char* kNoServer = "No server selected (Velmora Switch Plugin)";
 constexpr const char* kOutputOutOfRange = "Output %li is out of range";
 constexpr const char* kInputOutOfRange = "Input %li is out of range";
 constexpr const char* kNotImplemented = "Attribute '%@' is not implemented in the Velmora Switch Plugin.";
 
-// From 0 to 1 and back, wrapping, so that a number out of any range is no undefined behaviour.
-std::int64_t fromOne(std::int64_t index) {
-    return static_cast<std::int64_t>(static_cast<std::uint64_t>(index) + 1U);
-}
-std::int64_t fromZero(std::int64_t number) {
-    return static_cast<std::int64_t>(static_cast<std::uint64_t>(number) - 1U);
-}
-
 std::string valueText(TCPMatrixSwitcher& switcher, std::int64_t input) {
-    auto text =
-        stringWithFormat(kValueFormat, fromOne(input), switcher.inputLabelAtIndex(static_cast<std::int32_t>(input)));
+    auto text = labelledText(input, switcher.inputLabelAtIndex(static_cast<std::int32_t>(input)));
     text.shrink_to_fit();  // there are many, and they are kept
     return text;
 }
 
-// Those of one output, with a question for each input.
+// Of one output. Asks one question for each input.
 StringList possibleValues(TCPMatrixSwitcher& switcher, std::vector<StringList> models) {
     SharedList values(std::move(models));
     for (std::int64_t input = 0; input < switcher.numberOfInputs(); ++input) {
@@ -49,9 +40,9 @@ StringList possibleValues(TCPMatrixSwitcher& switcher, std::vector<StringList> m
     return values.list();
 }
 
-// The input's possible value where that is the text, otherwise a text of the dictionary's own.
-const std::string* keptText(AttributeDictionary& attributes, const StringList& possibleValues, std::int64_t input,
-                            std::string text) {
+// The input's possible value where that is the same text, otherwise a text that the dictionary keeps beside them.
+const std::string* textInDictionary(AttributeDictionary& attributes, const StringList& possibleValues,
+                                    std::int64_t input, std::string text) {
     if (input >= 0 && input < static_cast<std::int64_t>(possibleValues->size())) {
         const std::string& possible = (*possibleValues)[static_cast<std::size_t>(input)];
         if (possible == text) return &possible;
@@ -76,12 +67,13 @@ std::shared_ptr<const AttributeDictionary> VelmoraSwitchNodePlugin::buildAttribu
     const auto outputs = configuredOutputs();
     if (switcher == nullptr || outputs->empty()) return attributes;
     StringList lastPossibleValues;
-    // Not numerically: "... 10" comes before "... 2". Intended. Case does not matter in names that differ in digits.
+    // Sorted as text, so "... 10" comes before "... 2". Intended: hosts show and keep them in this order. Case does not
+    // matter in names that differ in digits only.
     std::map<std::string, AttributeRecord> records;
     for (std::size_t i = 0; i < outputs->size(); ++i) {
         const DictionaryReference entry = (*outputs)[i].dictionary();
-        const std::int64_t output = integerForKey(entry, "outputNumber");
-        const std::string name = stringWithFormat(kNameFormat, fromOne(output));
+        const std::int64_t output = integerForKey(entry, kOutputNumberKey);
+        const std::string name = stringWithFormat(kNameFormat, numberOf(output));
         const AttributeRecord* const old = before->find(name);
         const StringList oldValues = old != nullptr ? old->attributePossibleValues : nullptr;
         lastPossibleValues = possibleValues(*switcher, {lastPossibleValues, oldValues});
@@ -106,12 +98,12 @@ AttributeRecord VelmoraSwitchNodePlugin::makeRecord(TCPMatrixSwitcher& switcher,
     AttributeRecord record;
     record.attributePossibleValues = possibleValues;
     const std::int64_t current = switcher.selectedInputForOutput(output);
-    const std::int64_t byDefault = integerForKey(entry, "defaultInputNumber");
+    const std::int64_t byDefault = integerForKey(entry, kDefaultInputNumberKey);
     record.attributeDefaultValue =
-        keptText(attributes, record.attributePossibleValues, byDefault, valueText(switcher, byDefault));
+        textInDictionary(attributes, record.attributePossibleValues, byDefault, valueText(switcher, byDefault));
     record.attributeCurrentValue =
-        keptText(attributes, record.attributePossibleValues, current, valueText(switcher, current));
-    const auto label = textForKey(entry, "label");
+        textInDictionary(attributes, record.attributePossibleValues, current, valueText(switcher, current));
+    const auto label = textForKey(entry, kLabelKey);
     if (!label) NSLog("A configured output has no label (Velmora Switch Plugin)");
     record.attributeDisplayName = label.value_or("");
     return record;
@@ -123,7 +115,7 @@ void VelmoraSwitchNodePlugin::setCurrentValuesToDefaults() {
     const auto outputs = configuredOutputs();
     for (std::size_t i = 0; i < outputs->size(); ++i) {
         const DictionaryReference entry = (*outputs)[i].dictionary();
-        switcher->switchOutputToInput(intForKey(entry, "outputNumber"), intForKey(entry, "defaultInputNumber"));
+        switcher->switchOutputToInput(intForKey(entry, kOutputNumberKey), intForKey(entry, kDefaultInputNumberKey));
     }
 }
 
@@ -147,7 +139,8 @@ std::optional<std::string> VelmoraSwitchNodePlugin::displayNameOfAttributeWithNa
 }
 
 std::optional<std::string> VelmoraSwitchNodePlugin::typeOfAttributeWithName(const std::string& name) const {
-    // A plugin that is not started calls every attribute a number. Intended.
+    // A plugin that is not started calls every attribute a number. Intended: it has no record to look it up in, and no
+    // answer would mean that the name is unknown.
     return textOfAttribute(
         name, [](const AttributeRecord& record) { return record.attributeType; }, "Double");
 }
@@ -185,15 +178,15 @@ std::string VelmoraSwitchNodePlugin::currentValueOfAttributeWithName(const std::
         status_.noteNoConnection(name);
         return "";
     }
-    // There is no lower bound; the switcher is asked for whatever comes out. Intended.
+    // There is no lower bound. Intended: the server knows best what it has.
     if (output > switcher->numberOfOutputs()) {
         refuseNumber(name, kOutputOutOfRange, output);
         return "";
     }
-    // The word "Input" stands where the label would, on purpose: the number is all that is read back.
-    const std::int64_t input = fromOne(switcher->selectedInputForOutput(fromZero(output)));
+    // The word "Input" in place of the label is intended: the number is all that is read back.
+    const std::int64_t input = switcher->selectedInputForOutput(indexOf(output));
     status_.noteExchange(name, switcher->lastOutcome());
-    return stringWithFormat(kLiveValueFormat, input, input);
+    return inputText(input);
 }
 
 std::int32_t VelmoraSwitchNodePlugin::setValueForAttributeWithName(const std::string& value, const std::string& name) {
@@ -212,13 +205,14 @@ std::int32_t VelmoraSwitchNodePlugin::setValueForAttributeWithName(const std::st
         status_.noteNoConnection(name);
         return -1;
     }
-    const std::int64_t input = integerValue(std::string_view(value).substr(0, kValueDigits));
-    // The output is not compared with the number of outputs, and a negative input passes. Both are intended.
+    const std::int64_t input = numberInText(value);
+    // The output is not compared with the number of outputs, and a negative input passes. Both are intended: the size
+    // is as old as the connection, and the server decides.
     if (input == 0 || input > switcher->numberOfInputs()) {
         refuseNumber(name, kInputOutOfRange, input);
         return -1;
     }
-    switcher->switchOutputToInput(fromZero(output), fromZero(input));
+    switcher->switchOutputToInput(indexOf(output), indexOf(input));
     status_.noteExchange(name, switcher->lastOutcome());
     return 0;
 }

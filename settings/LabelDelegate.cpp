@@ -15,7 +15,8 @@ constexpr const char* kConfirmed = "confirmed";
 QWidget* LabelDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem&, const QModelIndex&) const {
     auto* const editor = new QLineEdit(parent);
     editor->setFrame(false);
-    editor->setMaxLength(std::numeric_limits<int>::max());  // by default it would cut what it is given
+    // Works around Qt 6.4, which cuts a text at 32,767 characters unless told otherwise.
+    editor->setMaxLength(std::numeric_limits<int>::max());
     editor->setAutoFillBackground(true);
     editor->setAccessibleName("Label");
     return editor;

@@ -9,6 +9,7 @@
 #include "settings/LabelDelegate.h"
 #include "settings/MenuPopUp.h"
 #include "settings/OutputsTableModel.h"
+#include "settings/SettingsKeys.h"
 #include "settings/SwitchSettingsViewController.h"
 
 namespace velmora {
@@ -32,9 +33,9 @@ void OutputsTable::attach(SwitchSettingsViewController& controller, MenuPopUp& o
     controller_ = &controller;
     menus_ = {nullptr, &outputsMenu, &inputsMenu};
     model_ = new OutputsTableModel(controller, *this,
-                                   {{"label", "Label", nullptr},
-                                    {"outputNumber", "Output", &outputsMenu},
-                                    {"defaultInputNumber", "Default Input", &inputsMenu}},
+                                   {{kLabelKey, "Label", nullptr},
+                                    {kOutputNumberKey, "Output", &outputsMenu},
+                                    {kDefaultInputNumberKey, "Default Input", &inputsMenu}},
                                    this);
     setModel(model_);
     auto* const labelDelegate = new LabelDelegate(this);
@@ -98,13 +99,15 @@ bool OutputsTable::endEditing() {
 }
 
 void OutputsTable::abandonEditing() {
-    if (QWidget* const editor = indexWidget(currentIndex()))
+    if (QWidget* const editor = indexWidget(currentIndex())) {
         closeEditor(editor, QAbstractItemDelegate::RevertModelCache);
+    }
 }
 
 bool OutputsTable::edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) {
-    if (menuOfColumn(index.column()) == nullptr || !(trigger & editTriggers()))
+    if (menuOfColumn(index.column()) == nullptr || !(trigger & editTriggers())) {
         return QTableView::edit(index, trigger, event);
+    }
     openMenu(index);
     return true;
 }
@@ -135,8 +138,9 @@ void OutputsTable::sortBy(int column) {
     if (!endEditing()) return;
     const std::vector<SortDescriptor> oldDescriptors = sortDescriptors_;
     SortDescriptor descriptor{model_->column(column).identifier, true};
-    if (!oldDescriptors.empty() && oldDescriptors.front().key == descriptor.key)
+    if (!oldDescriptors.empty() && oldDescriptors.front().key == descriptor.key) {
         descriptor.ascending = !oldDescriptors.front().ascending;
+    }
     std::erase_if(sortDescriptors_, [&descriptor](const SortDescriptor& other) { return other.key == descriptor.key; });
     sortDescriptors_.insert(sortDescriptors_.begin(), descriptor);
     horizontalHeader()->setSortIndicator(column, descriptor.ascending ? Qt::AscendingOrder : Qt::DescendingOrder);

@@ -29,8 +29,8 @@ class OutputsTable final : public QTableView, public TableView {
     std::int64_t selectedRow() const override;
     const std::vector<SortDescriptor>& sortDescriptors() const override { return sortDescriptors_; }
 
-    // Ends the editing of a cell as leaving it does.
-    // False when the edit was refused; that is complained of when the event loop next runs.
+    // Ends the editing of a cell, as leaving it does. False when the edit was refused; the alert about it opens when
+    // the event loop next runs.
     bool endEditing();
     const OutputsTableModel* outputsModel() const { return model_; }
 
@@ -48,7 +48,7 @@ class OutputsTable final : public QTableView, public TableView {
     void closeMenus();
     // Ends the editing of a cell without storing anything.
     void abandonEditing();
-    // As the user's click on a header: ascending first, then the other way round; what was sorted by before decides
+    // Does what a click on a header does: sorts ascending first, then the other way round. The earlier order decides
     // among equals.
     void sortBy(int column);
     void selectionHasChanged();

@@ -4,20 +4,11 @@
 #include <utility>
 
 #include "platform/foundation/QtText.h"
-#include "platform/foundation/Text.h"
 #include "platform/widgets/DisplayText.h"
 #include "settings/SwitchSettingsViewController.h"
+#include "switcher/Numbering.h"
 
 namespace velmora {
-
-namespace {
-
-// What a pop-up cell shows for a number that its menu does not have.
-std::string fourDigits(std::int64_t number) {
-    return stringWithFormat("%04li", static_cast<std::int64_t>(static_cast<std::uint64_t>(number) + 1U));
-}
-
-}  // namespace
 
 OutputsTableModel::OutputsTableModel(SwitchSettingsViewController& controller, const TableView& table,
                                      std::vector<Column> columns, QObject* parent)
@@ -71,8 +62,9 @@ QVariant OutputsTableModel::data(const QModelIndex& index, int role) const {
         case Qt::ToolTipRole:
             return toolTipText(text(index));
         case Qt::EditRole: {
-            if (refused_ && refused_->column == index.column() && refused_->entry == entryAtRow(index.row()))
+            if (refused_ && refused_->column == index.column() && refused_->entry == entryAtRow(index.row())) {
                 return refused_->value;
+            }
             const Column& column = columns_[static_cast<std::size_t>(index.column())];
             const auto value =
                 controller_.tableViewObjectValueForTableColumnRow(table_, column.identifier, index.row());
@@ -89,9 +81,9 @@ std::string OutputsTableModel::text(const QModelIndex& index) const {
     const Menu* const menu = columns_[static_cast<std::size_t>(index.column())].menu;
     const QVariant value = data(index, Qt::EditRole);
     if (menu == nullptr) return value.toString().toStdString();
-    const std::int64_t number = value.toLongLong();
-    const bool isInMenu = number >= 0 && static_cast<std::uint64_t>(number) < menu->numberOfItems();
-    return isInMenu ? menu->itemAtIndex(static_cast<std::size_t>(number)).title : fourDigits(number);
+    const std::int64_t item = value.toLongLong();
+    const bool isInMenu = item >= 0 && static_cast<std::uint64_t>(item) < menu->numberOfItems();
+    return isInMenu ? menu->itemAtIndex(static_cast<std::size_t>(item)).title : numberText(item);
 }
 
 QVariant OutputsTableModel::headerData(int section, Qt::Orientation orientation, int role) const {

@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <QUiLoader>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 #include "platform/foundation/FileContents.h"
@@ -48,20 +49,12 @@ class InterfaceLoader final : public QUiLoader {
     }
 };
 
-// Qt's interface loader registers types with Qt that are never taken back, so its library must not leave memory with
-// the bundle: the next look at those types, at the latest when the bundle is loaded again, would be the end of the
-// host.
+// Works around Qt 6.4: UiTools registers types with Qt and never takes them back. Were its library unloaded with the
+// bundle, the host would crash at the next look at those types, at the latest when the bundle is loaded again.
 void keepInterfaceLoaderInMemory() {
     Dl_info library{};
     if (dladdr(&QUiLoader::staticMetaObject, &library) == 0) return;
-    // Counted no further than once, whatever the number of calls: it stays in any case.
     dlopen(library.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
-}
-
-template <typename Widget>
-bool findWidget(const QWidget& root, const char* name, Widget*& widget) {
-    widget = dynamic_cast<Widget*>(root.findChild<QWidget*>(name));
-    return widget != nullptr;
 }
 
 }  // namespace
@@ -70,20 +63,24 @@ SettingsView::SettingsView(QWidget* parent) : QWidget(parent) {}
 
 SettingsView::~SettingsView() {
     detach();
-    // While this is still a settings view: a widget's last signals come back here.
+    // As long as this is a settings view: the last signals of a widget come back here.
     qDeleteAll(findChildren<QWidget*>(Qt::FindDirectChildrenOnly));
 }
 
 void SettingsView::load(SwitchSettingsViewController& controller, const std::string& nibName, const NSBundle* bundle) {
+    if (const auto view = make(nibName, bundle)) {
+        (*view)->setController(controller);
+    } else {
+        NSLog("No settings view, because %@ (Velmora Switch Plugin)", view.failure().reason);
+    }
+}
+
+Result<SettingsView*> SettingsView::make(const std::string& nibName, const NSBundle* bundle) {
     if (qobject_cast<QApplication*>(QCoreApplication::instance()) == nullptr) {
-        NSLog("No settings view, because the host has no window system (Velmora Switch Plugin)");
-        return;
+        return Failure{"the host has no window system"};
     }
     const auto path = bundle != nullptr ? bundle->pathForResource(nibName, "ui") : std::nullopt;
-    if (!path) {
-        NSLog("No settings view, because the bundle has no interface file \"%@\" (Velmora Switch Plugin)", nibName);
-        return;
-    }
+    if (!path) return Failure{stringWithFormat("the bundle has no interface file \"%@\"", nibName)};
     keepInterfaceLoaderInMemory();
     constexpr std::size_t kInterfaceByteLimit = 1024 * 1024;
     const Result<std::string> contents = readFile(*path, kInterfaceByteLimit);
@@ -94,37 +91,43 @@ void SettingsView::load(SwitchSettingsViewController& controller, const std::str
     std::unique_ptr<QWidget> root(contents ? loader.load(&file) : nullptr);
     auto* const view = dynamic_cast<SettingsView*>(root.get());
     if (view == nullptr) {
-        NSLog("No settings view, because %@ cannot be read: %@ (Velmora Switch Plugin)", path->string(),
-              contents ? loader.errorString().toStdString() : contents.failure().reason);
-    } else if (const char* const missing = view->connectWidgets()) {
-        NSLog("No settings view, because %@ has no \"%@\" (Velmora Switch Plugin)", path->string(), missing);
-    } else {
-        static_cast<void>(root.release());  // its own owner from here on
-        view->setController(controller);
+        return Failure{stringWithFormat("%@ cannot be read: %@", path->string(),
+                                        contents ? loader.errorString().toStdString() : contents.failure().reason)};
     }
+    const Result<void> connected = view->connectWidgets();
+    if (!connected) return Failure{stringWithFormat("%@ has no \"%@\"", path->string(), connected.failure().reason)};
+    static_cast<void>(root.release());  // its own owner from here on
+    return view;
 }
 
-const char* SettingsView::connectWidgets() {
-    if (!findWidget(*this, "matrixSwitcherPopUpButton", matrixSwitcherPopUpButton_)) return "matrixSwitcherPopUpButton";
-    if (!findWidget(*this, "outputsTableView", outputsTableView_)) return "outputsTableView";
-    if (!findWidget(*this, "addRemoveButton", addRemoveButton_)) return "addRemoveButton";
-    if (!findWidget(*this, "outputsPopUpButtonMenu", outputsPopUpButtonMenu_)) return "outputsPopUpButtonMenu";
-    if (!findWidget(*this, "inputsPopUpButtonMenu", inputsPopUpButtonMenu_)) return "inputsPopUpButtonMenu";
-    if (!findWidget(*this, "noticeLabel", notice_)) return "noticeLabel";
+Result<void> SettingsView::connectWidgets() {
+    Result<void> result;
+    const auto find = [&](const char* name, auto*& widget) {
+        widget = dynamic_cast<std::remove_reference_t<decltype(widget)>>(findChild<QWidget*>(name));
+        if (widget == nullptr) result = Failure{name};
+    };
     QPushButton* refreshButton = nullptr;
-    if (!findWidget(*this, "refreshLabelsButton", refreshButton)) return "refreshLabelsButton";
-    if (!addRemoveButton_->connectSegments("addSegment", "removeSegment", [this] { addOrRemove(); }))
-        return "addSegment and removeSegment";
+    find("matrixSwitcherPopUpButton", matrixSwitcherPopUpButton_);
+    find("outputsTableView", outputsTableView_);
+    find("addRemoveButton", addRemoveButton_);
+    find("outputsPopUpButtonMenu", outputsPopUpButtonMenu_);
+    find("inputsPopUpButtonMenu", inputsPopUpButtonMenu_);
+    find("noticeLabel", notice_);
+    find("refreshLabelsButton", refreshButton);
+    if (!result) return result;
+    if (!addRemoveButton_->connectSegments("addSegment", "removeSegment", [this] { addOrRemove(); })) {
+        return Failure{"addSegment and removeSegment"};
+    }
     connect(refreshButton, &QPushButton::clicked, this,
             [this] { act(&SwitchSettingsViewController::refreshLabelsButtonPushed); });
-    // From the event loop: the host may destroy its window at what the pick leads to, and the list, still busy with the
-    // key, does not stand that.
+    // Works around Qt 6.4: the list is still busy with the key that picked and must not be destroyed meanwhile, which
+    // the host may do with its window at what the pick leads to. So it is acted on from the event loop.
     connect(matrixSwitcherPopUpButton_, &QComboBox::activated, this, [this] {
         const std::string title = matrixSwitcherPopUpButton_->titleOfSelectedItem().value_or("");
         QMetaObject::invokeMethod(
             this, [this, title] { serverWasPicked(title); }, Qt::QueuedConnection);
     });
-    return nullptr;
+    return {};
 }
 
 void SettingsView::setController(SwitchSettingsViewController& controller) {
@@ -175,7 +178,7 @@ void SettingsView::act(void (SwitchSettingsViewController::*action)()) {
     if (showPendingAlert()) (controller_->*action)();
 }
 
-// Meanwhile the list may have been filled anew, and without what was picked.
+// By now the list may have been filled anew, without the server that was picked.
 void SettingsView::serverWasPicked(const std::string& title) {
     if (!matrixSwitcherPopUpButton_->selectAvailableItemWithTitle(title)) return;
     outputsTableView_->viewport()->update();  // the first pick fills its cells
@@ -195,8 +198,8 @@ void SettingsView::runAlertPanel(const std::string& title, const std::string& me
         showAlert({title, message, button});
         return;
     }
-    // The table is in the midst of closing its editor and does not stand being reloaded or destroyed, as may happen
-    // while an alert is open.
+    // Works around Qt 6.4: the table is closing its editor and must not be reloaded or destroyed meanwhile, which may
+    // happen while an alert is open. So the alert is opened from the event loop.
     pendingAlert_ = {title, message, button};
     QMetaObject::invokeMethod(this, &SettingsView::showPendingAlert, Qt::QueuedConnection);
 }

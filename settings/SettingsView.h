@@ -1,10 +1,11 @@
-// The settings view on the screen: the interface file's widgets, and the way from their signals to the controller.
+// The settings view on the screen: the widgets of the interface file, and the way from their signals to the controller.
 #pragma once
 
 #include <QWidget>
 #include <optional>
 #include <string>
 
+#include "platform/foundation/Result.h"
 #include "settings/SettingsControls.h"
 
 class QLabel;
@@ -22,8 +23,8 @@ class SwitchSettingsViewController;
 // destroys that window destroys it, too. Each side tells the other when it goes, whichever is first.
 class SettingsView final : public QWidget, public AlertPanel {
   public:
-    // Loads the bundle's interface file of that name, hands its controls to the controller and awakes it. Says in the
-    // log why it cannot.
+    // Loads the bundle's interface file of that name, hands its controls to the controller and awakes it. Where it
+    // cannot, the log says why.
     static void load(SwitchSettingsViewController& controller, const std::string& nibName, const NSBundle* bundle);
 
     explicit SettingsView(QWidget* parent);
@@ -38,8 +39,10 @@ class SettingsView final : public QWidget, public AlertPanel {
   private:
     class RunningAction;
 
-    // Finds the widgets by their names and connects their signals. The name of what is missing, or null.
-    const char* connectWidgets();
+    // From the interface file, not yet the controller's; it owns itself.
+    static Result<SettingsView*> make(const std::string& nibName, const NSBundle* bundle);
+    // Finds the widgets by their names and connects their signals. The failure is the name of a missing one.
+    Result<void> connectWidgets();
     void setController(SwitchSettingsViewController& controller);
     void detach();
     void act(void (SwitchSettingsViewController::*action)());
@@ -50,8 +53,8 @@ class SettingsView final : public QWidget, public AlertPanel {
         std::string button;
     };
     void showAlert(const Alert& alert);
-    // Complains of the edit that was refused last, if that has not been done, then reloads the table. The view, and
-    // what it belongs to, may be gone behind it: false then.
+    // Shows the alert about the edit that was refused last, if it is still to be shown, then reloads the table. False
+    // when the view or its controller has gone meanwhile.
     bool showPendingAlert();
     void serverWasPicked(const std::string& title);
     void updateNotice();

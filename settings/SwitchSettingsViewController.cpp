@@ -4,21 +4,14 @@
 #include <utility>
 
 #include "platform/foundation/Text.h"
+#include "settings/SettingsKeys.h"
 #include "settings/SettingsView.h"
+#include "switcher/Numbering.h"
 
 namespace velmora {
 
 namespace {
 
-constexpr const char* kSelectedDeviceName = "selectedDeviceName";
-constexpr const char* kConfiguredOutputs = "configuredOutputs";
-constexpr const char* kAvailableDevices = "availableDevices";
-constexpr const char* kLabel = "label";
-constexpr const char* kOutputType = "outputType";
-constexpr const char* kOutputNumber = "outputNumber";
-constexpr const char* kDefaultInputNumber = "defaultInputNumber";
-
-constexpr const char* kTitleFormat = "%04li %@";
 // Only this many output numbers are ever handed out, whatever the switcher's size. Intended.
 constexpr std::int64_t kHandedOutNumbers = 8;
 constexpr std::int64_t kAddSegment = 0;
@@ -62,14 +55,14 @@ void SwitchSettingsViewController::setSettings(const DictionaryReference& settin
 
 void SwitchSettingsViewController::fillView() {
     updateMatrixSwitcherButton();
-    selectMatrixSwitcherWithName(textForKey(settings_, kSelectedDeviceName));
+    selectMatrixSwitcherWithName(textForKey(settings_, kSelectedDeviceNameKey));
     fillTableViewPopUpButtons();
 }
 
 // The configured outputs.
 
 ArrayReference SwitchSettingsViewController::configuredOutputs() const {
-    const PropertyList* value = valueForKey(settings_, kConfiguredOutputs);
+    const PropertyList* value = valueForKey(settings_, kConfiguredOutputsKey);
     return value != nullptr ? value->array() : nullptr;
 }
 
@@ -82,14 +75,14 @@ DictionaryReference SwitchSettingsViewController::configuredOutputAtIndex(std::i
 bool SwitchSettingsViewController::checkIfOutputNameAlreadyExists(std::string_view name) const {
     const ArrayReference outputs = configuredOutputs();
     return outputs != nullptr && std::any_of(outputs->begin(), outputs->end(), [name](const PropertyList& entry) {
-               return textForKey(entry.dictionary(), kLabel) == name;
+               return textForKey(entry.dictionary(), kLabelKey) == name;
            });
 }
 
 bool SwitchSettingsViewController::checkIfOutputAlreadyExists(std::int64_t number) const {
     const ArrayReference outputs = configuredOutputs();
     return outputs != nullptr && std::any_of(outputs->begin(), outputs->end(), [number](const PropertyList& entry) {
-               return integerForKey(entry.dictionary(), kOutputNumber) == number;
+               return integerForKey(entry.dictionary(), kOutputNumberKey) == number;
            });
 }
 
@@ -102,7 +95,7 @@ std::int64_t SwitchSettingsViewController::firstAvailableOutputNumber() const {
 
 void SwitchSettingsViewController::addNewConfiguredOutput() {
     const std::int64_t number = firstAvailableOutputNumber();
-    // Asked before the number is looked at, so also with the marker cut to 32 bits. Intended.
+    // Asked before the number is looked at, so also for the marker cut to 32 bits. Intended: servers are used to it.
     const auto device = delegate_ != nullptr ? delegate_->selectedDevice() : nullptr;
     const auto deviceLabel =
         device != nullptr ? device->outputLabelAtIndex(static_cast<std::int32_t>(number)) : std::nullopt;
@@ -110,23 +103,22 @@ void SwitchSettingsViewController::addNewConfiguredOutput() {
         runAlertPanel("Output Error!", "All the outputs are already defined as used.");
         return;
     }
-    const std::string name = deviceLabel && !deviceLabel->empty()
-                                 ? stringWithFormat(kTitleFormat, number + 1, *deviceLabel)
-                                 : "Untitled Output";
+    const std::string name =
+        deviceLabel && !deviceLabel->empty() ? labelledText(number, deviceLabel) : "Untitled Output";
     std::string label = name;
     for (std::int64_t counter = 2; checkIfOutputNameAlreadyExists(label); ++counter) {
         label = stringWithFormat("%@ %li", name, counter);
     }
     auto entry = makeDictionary();
-    entry->emplace(kLabel, label);
-    entry->emplace(kOutputType, "output");
-    entry->emplace(kOutputNumber, static_cast<std::int32_t>(number));
-    // A new output is routed from the input of the same number. Intended.
-    entry->emplace(kDefaultInputNumber, static_cast<std::int32_t>(number));
+    entry->emplace(kLabelKey, label);
+    entry->emplace(kOutputTypeKey, "output");
+    entry->emplace(kOutputNumberKey, static_cast<std::int32_t>(number));
+    // A new output is routed from the input of the same number. Intended: one to one is the plainest start.
+    entry->emplace(kDefaultInputNumberKey, static_cast<std::int32_t>(number));
     ArrayReference outputs = configuredOutputs();
     if (outputs == nullptr) {
         outputs = makeArray();
-        settings_->insert_or_assign(kConfiguredOutputs, outputs);
+        settings_->insert_or_assign(kConfiguredOutputsKey, outputs);
     }
     outputs->emplace_back(std::move(entry));
 }
@@ -163,7 +155,7 @@ void SwitchSettingsViewController::matrixSwitcherPopUpButtonChanged() {
     if (outlets_.matrixSwitcherPopUpButton == nullptr) return;
     const auto title = outlets_.matrixSwitcherPopUpButton->titleOfSelectedItem();
     if (!title) return;
-    settings_->insert_or_assign(kSelectedDeviceName, *title);
+    settings_->insert_or_assign(kSelectedDeviceNameKey, *title);
     if (delegate_ != nullptr) delegate_->defaultSettingsHaveChanged();
 }
 
@@ -183,7 +175,7 @@ void SwitchSettingsViewController::updateMatrixSwitcherButton() {
     PopUpButton* const button = outlets_.matrixSwitcherPopUpButton;
     if (button == nullptr) return;
     button->removeAllItems();
-    const PropertyList* value = valueForKey(settings_, kAvailableDevices);
+    const PropertyList* value = valueForKey(settings_, kAvailableDevicesKey);
     const ArrayReference names = value != nullptr ? value->array() : nullptr;
     if (names == nullptr) return;
     for (const PropertyList& name : *names) {
@@ -218,8 +210,10 @@ void SwitchSettingsViewController::fillMenu(Menu& menu, std::int64_t count, cons
     }
     for (std::int64_t i = 0; i < count; ++i) {
         MenuItem item = prototype;
-        item.title = stringWithFormat(kTitleFormat, i + 1, (device->*labelAtIndex)(static_cast<std::int32_t>(i)));
-        if (item.title.empty()) item.title = stringWithFormat(fallbackFormat, i + 1);
+        item.title = labelledText(i, (device->*labelAtIndex)(static_cast<std::int32_t>(i)));
+        // Never reached, as a labelled text has its digits at least. Intended: should such a text ever be empty, an
+        // item can still be read and chosen.
+        if (item.title.empty()) item.title = stringWithFormat(fallbackFormat, numberOf(i));
         item.tag = i;
         menu.addItem(std::move(item));
     }
@@ -260,8 +254,8 @@ void SwitchSettingsViewController::tableViewSetObjectValueForTableColumnRow(cons
     if (&table != outlets_.outputsTableView || !isSwitcherSelected()) return;
     const DictionaryReference entry = configuredOutputAtIndex(row);
     if (entry == nullptr) return;
-    const bool isTakenLabel = column == kLabel && checkIfOutputNameAlreadyExists(value.text().value_or(""));
-    const bool isTakenNumber = column == kOutputNumber && checkIfOutputAlreadyExists(value.integerValue());
+    const bool isTakenLabel = column == kLabelKey && checkIfOutputNameAlreadyExists(value.text().value_or(""));
+    const bool isTakenNumber = column == kOutputNumberKey && checkIfOutputAlreadyExists(value.integerValue());
     if (isTakenLabel || isTakenNumber) {
         const std::weak_ptr<NSObject> self = weak_from_this();
         if (isTakenLabel) {
@@ -273,6 +267,8 @@ void SwitchSettingsViewController::tableViewSetObjectValueForTableColumnRow(cons
         if (!self.expired()) reloadTable();
         return;
     }
+    // The list is the plugin's own, so the edit is in its settings at once; nobody is told. Intended: telling would
+    // rebuild the attributes, with one question for each input, at every edit. The next rebuild picks it up.
     DictionaryReference changed = shallowCopy(entry);
     changed->insert_or_assign(std::string(column), value);
     (*configuredOutputs())[static_cast<std::size_t>(row)] = PropertyList(std::move(changed));
@@ -281,6 +277,8 @@ void SwitchSettingsViewController::tableViewSetObjectValueForTableColumnRow(cons
 void SwitchSettingsViewController::tableViewSortDescriptorsDidChange(const TableView& table,
                                                                      const std::vector<SortDescriptor>&) {
     if (&table != outlets_.outputsTableView) return;
+    // The settings themselves are sorted, and nobody is told. Intended: what is stored is what is seen, and the
+    // attributes, in an order of their own, stay the same.
     if (const ArrayReference outputs = configuredOutputs()) {
         const std::vector<SortDescriptor>& descriptors = table.sortDescriptors();
         std::stable_sort(outputs->begin(), outputs->end(),

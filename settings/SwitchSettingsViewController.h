@@ -29,11 +29,11 @@ class SwitchSettingsViewControllerDelegate {
     virtual std::shared_ptr<TCPMatrixSwitcher> selectedDevice() = 0;
     // An output was added or removed.
     virtual void updateAttributes() = 0;
-    // Another switch server was picked; its name stands under "selectedDeviceName" in the editor's settings.
+    // Another switch server was picked; the editor's settings name it.
     virtual void defaultSettingsHaveChanged() = 0;
 };
 
-// What no number is: the answer to a search that found nothing.
+// Returned when no number is free.
 inline constexpr std::int64_t kNotFound = INT64_MAX;
 
 // Made with std::make_shared. Main thread only. It may be released at any moment, also while one of its alerts is open.
@@ -49,7 +49,7 @@ class SwitchSettingsViewController final : public NSObject {
     void setDelegate(SwitchSettingsViewControllerDelegate* delegate) { delegate_ = delegate; }
     SwitchSettingsViewControllerDelegate* delegate() const { return delegate_; }
 
-    // Keeps a shallow copy: the list under "configuredOutputs" is the very list of the giver and is edited in place.
+    // Keeps a shallow copy: the list of the configured outputs is the giver's own and is edited in place.
     void setSettings(const DictionaryReference& settings);
     const DictionaryReference& settings() const { return settings_; }
 

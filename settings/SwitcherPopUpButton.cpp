@@ -12,7 +12,8 @@
 namespace velmora {
 
 SwitcherPopUpButton::SwitcherPopUpButton(QWidget* parent) : QComboBox(parent) {
-    // Some styles draw the list as a menu, where ampersands vanish; this one draws plain text in every style.
+    // Works around Qt 6.4, where some styles draw the list as a menu and ampersands vanish: this delegate draws plain
+    // text in every style.
     setItemDelegate(new QStyledItemDelegate(this));
 }
 

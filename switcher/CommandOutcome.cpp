@@ -21,7 +21,7 @@ CommandOutcome unusable(std::string reason) {
     return {CommandAnswer::unusableReply, std::move(reason)};
 }
 
-// What is wrong with any reply; answered where nothing is.
+// Judges what all replies have in common; answered where nothing is wrong.
 CommandOutcome outcomeOfReply(const std::optional<std::string>& reply) {
     if (!reply) return unusable("The server's reply is not UTF-8");
     if (reply->empty()) return unusable("The server's reply is empty");
@@ -40,8 +40,9 @@ CommandOutcome outcomeOfRouteReply(const std::optional<std::string>& reply, std:
     const auto input = blank != std::string_view::npos ? plainNumber(text.substr(blank + 1)) : std::nullopt;
     if (!named || !input) return unusable("The server's reply names no output and input: " + quotedText(text));
     if (*named != output) return unusable("The server's reply is about another output: " + quotedText(text));
-    if (*input < 1 || (inputs > 0 && *input > inputs))
+    if (*input < 1 || (inputs > 0 && *input > inputs)) {
         return unusable("The server's reply names an input that there is not: " + quotedText(text));
+    }
     return outcome;
 }
 

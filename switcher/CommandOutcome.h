@@ -1,4 +1,4 @@
-// What came of one question to a switch server, as far as the reply itself can tell.
+// The outcome of one question to a switch server, by its reply alone.
 #pragma once
 
 #include <cstdint>
@@ -27,7 +27,7 @@ inline constexpr std::string_view kRefusal = "ERROR";
 // Of the reply to "GET output" (from 1, on the wire): answered by exactly that number, one blank, and the number of an
 // input, which is no more than `inputs` where that is known (not 0). No text stands for bytes that are not UTF-8.
 CommandOutcome outcomeOfRouteReply(const std::optional<std::string>& reply, std::int64_t output, std::int64_t inputs);
-// Of the reply to a SET: what a server says when it has routed is not settled, so every text but a refusal will do.
+// Of the reply to a SET. How a server confirms a route is not settled, so every text but a refusal will do.
 CommandOutcome outcomeOfSetReply(const std::optional<std::string>& reply);
 
 }  // namespace velmora

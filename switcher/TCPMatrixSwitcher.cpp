@@ -4,25 +4,14 @@
 
 #include "discovery/ServerInfo.h"
 #include "platform/foundation/Text.h"
+#include "switcher/Numbering.h"
 
 namespace velmora {
 
 namespace {
 
-// The server counts from 1. Both additions wrap, so that no index whatever is undefined behaviour.
-std::int32_t wireNumber(std::int32_t index) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(index) + 1U);
-}
-
-std::int64_t wireNumber(std::int64_t index) {
-    return static_cast<std::int64_t>(static_cast<std::uint64_t>(index) + 1U);
-}
-
-std::int64_t indexOfWireNumber(std::int64_t number) {
-    return static_cast<std::int64_t>(static_cast<std::uint64_t>(number) - 1U);
-}
-
-constexpr double kCutReplySeconds = 1.0;
+// This long after a reply without a line end, the connection's end says that the reply was cut.
+constexpr Seconds kCutReplyTime{1};
 
 bool hasLineEnd(const SwitchTelnetCommand& command) {
     const ResponseData data = command.responseData();
@@ -87,9 +76,10 @@ void TCPMatrixSwitcher::nodeConnectionDidOpen(SwitchTelnetController&) {
     const auto keepAlive = shared_from_this();  // the delegate may let go of the switcher
     const NSSize size = getMatrixDimensions();
     if (size.width <= 0.0 || size.height <= 0.0) {
-        if (sizeProblem_.empty())
+        if (sizeProblem_.empty()) {
             sizeProblem_ = stringWithFormat("The server's matrix has %li inputs and %li outputs", _numberOfInputs,
                                             _numberOfOutputs);
+        }
         if (registry_ != nullptr) registry_->connectionStatusChanged(*this);
         return;
     }
@@ -146,10 +136,11 @@ void TCPMatrixSwitcher::noteOutcome(const SwitchTelnetCommand& command, bool any
     lastOutcome_ = std::make_shared<CommandOutcome>(std::move(ofReply));
     if (!command.hasResponse() || lastOutcome_->answer == CommandAnswer::refused) return;
     if (hasLineEnd(command)) return;
-    if (repliesEndLines_ && lastOutcome_->answer == CommandAnswer::answered)
+    if (repliesEndLines_ && lastOutcome_->answer == CommandAnswer::answered) {
         *lastOutcome_ = {CommandAnswer::unusableReply,
                          "The server's reply lacks its line end and may be a part of one"};
-    cutUntil_ = secondsFromNow(kCutReplySeconds);
+    }
+    cutUntil_ = fromNow(kCutReplyTime);
     settleOutcome();
 }
 
@@ -157,7 +148,7 @@ CommandOutcome TCPMatrixSwitcher::outcomeWithoutReply(bool anythingWasSent) cons
     auto end = telnetController_->connectionEnd();
     if (!anythingWasSent) return {CommandAnswer::noConnection, std::move(end.reason)};
     if (end.cause == TelnetConnectionEnd::Cause::timeOut) return {CommandAnswer::noAnswerInTime, std::move(end.reason)};
-    // Where the end is not known yet, it is the very moment of it.
+    // An end that is not known yet is just happening.
     return {CommandAnswer::connectionEnded,
             end.reason.empty() ? "The server ended the connection" : std::move(end.reason)};
 }
@@ -166,8 +157,9 @@ void TCPMatrixSwitcher::settleOutcome() {
     if (!cutUntil_) return;
     const auto end = telnetController_->connectionEnd();
     if (end.cause != TelnetConnectionEnd::Cause::peer && end.cause != TelnetConnectionEnd::Cause::failure) return;
-    if (end.date <= *cutUntil_)
+    if (end.date <= *cutUntil_) {
         *lastOutcome_ = {CommandAnswer::connectionEnded, end.reason + "; the reply before may be a part of one"};
+    }
     cutUntil_.reset();
 }
 
@@ -193,21 +185,20 @@ NSSize TCPMatrixSwitcher::getMatrixDimensions() {
 
 std::int64_t TCPMatrixSwitcher::selectedInputForOutput(std::int64_t output) {
     const auto refresh = processCommand("REFRESH");
-    const auto command = processCommand(stringWithFormat("GET %li", wireNumber(output)));
+    const auto command = processCommand(stringWithFormat("GET %li", numberOf(output)));
     if (refresh->hasResponse()) {
-        noteOutcome(*command, true,
-                    outcomeOfRouteReply(command->responseString(), wireNumber(output), _numberOfInputs));
+        noteOutcome(*command, true, outcomeOfRouteReply(command->responseString(), numberOf(output), _numberOfInputs));
     } else {
         noteOutcome(*refresh, refresh->wasSent(), {});
     }
     const auto pieces = componentsSeparatedByString(command->responseString().value_or(""), " ");
     if (pieces.size() != 2) return 0;  // intended: no usable answer reads as the first input
-    return indexOfWireNumber(integerValue(pieces[1]));
+    return indexOf(integerValue(pieces[1]));
 }
 
 bool TCPMatrixSwitcher::switchOutputToInput(std::int64_t output, std::int64_t input) {
-    const auto command = processCommand(stringWithFormat("SET %i %i", wireNumber(static_cast<std::int32_t>(output)),
-                                                         wireNumber(static_cast<std::int32_t>(input))));
+    const auto command = processCommand(stringWithFormat("SET %i %i", numberOf(static_cast<std::int32_t>(output)),
+                                                         numberOf(static_cast<std::int32_t>(input))));
     noteOutcome(*command, command->wasSent(), outcomeOfSetReply(command->responseString()));
     return false;
 }
@@ -222,7 +213,7 @@ std::optional<std::string> TCPMatrixSwitcher::outputLabelAtIndex(std::int32_t in
 
 std::optional<std::string> TCPMatrixSwitcher::labelAtIndex(const char* format, std::int32_t index) {
     if (!telnetController_->isConnected()) return std::nullopt;
-    const auto command = processCommand(stringWithFormat(format, wireNumber(index)));
+    const auto command = processCommand(stringWithFormat(format, numberOf(index)));
     if (!command->hasResponse()) return std::nullopt;
     return command->responseString();
 }

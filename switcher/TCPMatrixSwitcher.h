@@ -24,12 +24,12 @@ class TCPMatrixSwitcherDelegate : public MatrixSwitcherDelegate {
     // The index of the first server of that name in serversArray; -1 when there is none.
     virtual std::int32_t indexOfServerForName(const std::string& name) const = 0;
     virtual const std::vector<std::shared_ptr<ServerInfo>>& serversArray() const = 0;
-    // The switcher's connectionStatus, or its last outcome, has changed. Not told of what the caller of an operation
-    // sees behind it.
+    // The switcher's connectionStatus, or its last outcome, has changed. Not called for a change that the caller of an
+    // operation sees when it returns.
     virtual void connectionStatusChanged(TCPMatrixSwitcher& switcher) { (void)switcher; }
 };
 
-// Where a switcher's connection stands.
+// The state of a switcher's connection.
 struct SwitcherConnection {
     enum class State {
         none,        // no port was opened, or no server was known under its name
@@ -101,7 +101,7 @@ class TCPMatrixSwitcher final : public MatrixSwitcher, private SwitchTelnetContr
 
     std::shared_ptr<SwitchTelnetCommand> processCommand(std::string text);
     std::optional<std::string> labelAtIndex(const char* format, std::int32_t index);
-    // Keeps what came of a question, the last command of which this is: as given when it has a reply.
+    // Stores the outcome of a question by its last command: `ofReply` if that has a reply.
     void noteOutcome(const SwitchTelnetCommand& command, bool anythingWasSent, CommandOutcome ofReply);
     CommandOutcome outcomeWithoutReply(bool anythingWasSent) const;
     void settleOutcome();
@@ -113,7 +113,7 @@ class TCPMatrixSwitcher final : public MatrixSwitcher, private SwitchTelnetContr
     std::string sizeProblem_;       // why the connection's size is not known
     bool repliesEndLines_ = false;  // a reply on this connection has ended in a line end
     std::shared_ptr<CommandOutcome> lastOutcome_;
-    // Until when an end of the connection says that the last reply was a part of one.
+    // An end of the connection up to this moment says that the last reply was cut.
     std::optional<Date> cutUntil_;
 };
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "discovery/VelmoraSwitchController.h"
+#include "tests/dnssd/RawAnnouncer.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/PublishedService.h"
 
@@ -30,8 +31,9 @@ class SwitchController : public testing::Test {
     }
     Strings names() const {
         Strings all;
-        for (const auto& server : controller->serversArray())
+        for (const auto& server : controller->serversArray()) {
             all.push_back(server->serverName().value_or("none"));
+        }
         return all;
     }
 
@@ -41,8 +43,10 @@ class SwitchController : public testing::Test {
 };
 
 TEST_F(SwitchController, keepsOneRecordForEachServiceAndDropsTheUnused) {
-    for (const char* name : {"a", "b", "c"})
+    for (const char* name : {"a", "b", "c"}) {
         find(service(name));
+    }
+    controller->netServiceDidNotResolve(*service("b"));
     EXPECT_EQ(plugin.events, Strings{});  // told when resolved
     find(service("b"));
     find(service("b", "elsewhere."));
@@ -74,6 +78,21 @@ TEST_F(SwitchController, keepsOneRecordForEachServiceAndDropsTheUnused) {
     ASSERT_TRUE(runMainLoopUntil([&] { return !gone->addresses().empty(); }));
     controller->netServiceDidResolveAddress(*gone);
     EXPECT_EQ(plugin.events.back(), "+gone");
+}
+
+TEST_F(SwitchController, keepsTheLastOfSeveralAddressesAsText) {
+    const PublishedService one("One", 1);
+    ASSERT_TRUE(runMainLoopUntil([&] { return plugin.events == Strings{"+One"}; }));
+    EXPECT_EQ(controller->serversArray()[0]->serverAddress(), "127.0.0.1");
+    const RawAnnouncer::Labels type{"_matrixswitcher", "_tcp", "local"}, host{"host", "local"};
+    const RawAnnouncer::Labels several{"Several", "_matrixswitcher", "_tcp", "local"};
+    RawAnnouncer announcer;
+    announcer.pointer(type, several).location(several, host, 1);
+    announcer.address(host, {127, 0, 0, 2}).address(host, {127, 0, 0, 3}).send();
+    ASSERT_TRUE(runMainLoopUntil([&] { return plugin.events.back() == "+Several"; }));
+    const ServerInfo& server = *controller->serversArray()[1];
+    ASSERT_EQ(server.netService()->addresses().size(), 2U);
+    EXPECT_EQ(server.serverAddress().value() + ":1", server.netService()->addresses().back().text());
 }
 
 TEST_F(SwitchController, selectsByNameTheFirstForAnEmptyOneAndNothingFromAnEmptyList) {

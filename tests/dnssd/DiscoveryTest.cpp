@@ -94,7 +94,7 @@ class Discovery : public testing::Test {
   protected:
     // Nothing needs the discovery thread any more, so it goes by itself.
     void TearDown() override {
-        EXPECT_TRUE(runMainLoopUntil([] { return NSThread::runningThreads() == 0; }, 10.0));
+        EXPECT_TRUE(runMainLoopUntil([] { return NSThread::runningThreads() == 0; }, Seconds{10}));
     }
 };
 

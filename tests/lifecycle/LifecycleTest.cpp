@@ -25,7 +25,7 @@ int rounds(int share) {
     return std::max(1, (text != nullptr ? std::atoi(text) : 200) / share);
 }
 
-// What the process holds once everything that winds down has done so.
+// Taken when everything that winds down has ended.
 struct Holdings {
     Holdings() {
         EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
@@ -54,7 +54,7 @@ class Lifecycle : public testing::Test {
                 after = Holdings();
                 return after.threads <= before->threads && after.descriptors <= before->descriptors;
             },
-            10.0);
+            Seconds{10});
         EXPECT_LE(after.threads, before->threads);
         EXPECT_LE(after.descriptors, before->descriptors);
         EXPECT_LE(after.pages, before->pages + kPagesOfChance);
@@ -63,8 +63,9 @@ class Lifecycle : public testing::Test {
     }
     int upTo(int most) { return std::uniform_int_distribution(0, most)(random_); }
     void serveLoop(int most) {
-        for (int turns = upTo(most); turns > 0; --turns)
+        for (int turns = upTo(most); turns > 0; --turns) {
             runMainLoopOnce();
+        }
     }
     static std::shared_ptr<VelmoraSwitchNodePlugin> startedPlugin(const std::string& server) {
         auto plugin = std::make_shared<VelmoraSwitchNodePlugin>(nullptr);
@@ -77,8 +78,8 @@ class Lifecycle : public testing::Test {
             [&] { return plugin.setValueForAttributeWithName("0003", "Velmora Switch Output 1") == 0; });
     }
 
-    // What the allocator does not give back at once and the stacks that are kept for new threads, as many as ran at the
-    // same time: 8 MB. The sanitizers keep books of their own, of 200 MB and more.
+    // The allocator gives back late, and stacks are kept for as many threads as ran at the same time: 8 MB. The
+    // sanitizers keep 200 MB and more of their own.
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
     static constexpr std::ptrdiff_t kPagesOfChance = 100'000;
 #else
@@ -128,8 +129,9 @@ TEST_F(Lifecycle, losingConnectionsAtRandomMomentsLeavesNothing) {
         // A server that goes and comes back at its address while its service stays announced.
         std::thread saboteur([&] {
             for (; lost < rounds(40); ++lost) {
-                while (switch_.server->clients() == 0)
+                while (switch_.server->clients() == 0) {
                     std::this_thread::yield();
+                }
                 for (int turns = std::uniform_int_distribution(0, 3000)(moment); turns > 0; --turns) {
                     std::this_thread::yield();
                 }

@@ -13,30 +13,27 @@
 namespace velmora::test {
 namespace {
 
-struct Host : VelmoraNodePluginProtocol_Delegate {
+const std::string kOne = "Velmora Switch Output 1", kTwo = "Velmora Switch Output 2";
+
+struct Notices {
     int notices = 0;
     std::function<void()> onNotice;
-    void attributesChangedForPluginName(const std::string& name) override {
+    void notice(const std::string& name) {
         EXPECT_EQ(name, "Velmora Switch");
         EXPECT_TRUE(MainThread::isCurrent());
         ++notices;
         if (onNotice) onNotice();
     }
+};
+struct Host : VelmoraNodePluginProtocol_Delegate, Notices {
+    void attributesChangedForPluginName(const std::string& name) override { notice(name); }
+};
+struct StatusObserver : VelmoraNodePluginStatusProtocol_Observer, Notices {
+    void statusChangedForPluginName(const std::string& name) override { notice(name); }
 };
 
 using State = NodePluginConnectionState;
 using Answer = NodePluginAnswer;
-
-struct StatusObserver : VelmoraNodePluginStatusProtocol_Observer {
-    int notices = 0;
-    std::function<void()> onNotice;
-    void statusChangedForPluginName(const std::string& name) override {
-        EXPECT_EQ(name, "Velmora Switch");
-        EXPECT_TRUE(MainThread::isCurrent());
-        ++notices;
-        if (onNotice) onNotice();
-    }
-};
 
 class Plugin : public testing::Test {
   protected:
@@ -50,7 +47,7 @@ class Plugin : public testing::Test {
         plugin->setDefaultSettings(settingsWith(server, outputs));
         plugin->startAndSetCurrentValuesToDefaults(defaults);
     }
-    // Rebuilt behind the connection: while that is being made, there are no values; without one, no labels.
+    // Rebuilt after the connection: while that is being made, there are no values; without one, no labels.
     bool isComplete(std::size_t outputs) const {
         const auto names = plugin->attributeNames();
         if (names->size() != outputs) return false;
@@ -72,15 +69,14 @@ class Plugin : public testing::Test {
 
 TEST_F(Plugin, answersBeforeItIsStarted) {
     LogLines log;
-    const std::string name = "Velmora Switch Output 1";
     EXPECT_EQ(*plugin->attributeNames(), Strings{});
-    EXPECT_EQ(plugin->typeOfAttributeWithName(name), "Double");
-    EXPECT_EQ(plugin->displayNameOfAttributeWithName(name), "");
-    EXPECT_EQ(plugin->defaultValueOfAttributeWithName(name), "");
-    EXPECT_EQ(plugin->directionOfAttributeWithName(name), "");
-    EXPECT_EQ(*plugin->possibleValuesOfAttributeWithName(name), Strings{});
-    EXPECT_EQ(plugin->currentValueOfAttributeWithName(name), "");
-    EXPECT_EQ(plugin->setValueForAttributeWithName("0001", name), -1);
+    EXPECT_EQ(plugin->typeOfAttributeWithName(kOne), "Double");
+    EXPECT_EQ(plugin->displayNameOfAttributeWithName(kOne), "");
+    EXPECT_EQ(plugin->defaultValueOfAttributeWithName(kOne), "");
+    EXPECT_EQ(plugin->directionOfAttributeWithName(kOne), "");
+    EXPECT_EQ(*plugin->possibleValuesOfAttributeWithName(kOne), Strings{});
+    EXPECT_EQ(plugin->currentValueOfAttributeWithName(kOne), "");
+    EXPECT_EQ(plugin->setValueForAttributeWithName("0001", kOne), -1);
     plugin->setCurrentValuesToDefaults();
     EXPECT_EQ(log.lines(), Strings{});
 }
@@ -140,18 +136,17 @@ TEST_F(Plugin, asksTheServerInTheOrderOfTheModelAndRoutesDefaultsOnEachConnectio
     session.then(refresh).exchange("MATRIXSIZE", "4x2").exchange("SET 1 3", "OK").then(rebuild).then(refresh);
     ScriptedPeer peer({PeerScript(session).expectClose(), PeerScript(session).expectClose()});
     const PublishedService service("Order", peer.port());
-    const std::string name = "Velmora Switch Output 1";
     for (int connection = 0; connection < 2; ++connection) {
         start("Order", {{"Monitor", 0, 2}}, true);
         ASSERT_TRUE(completes(1));
-        EXPECT_EQ(*plugin->attributeNames(), Strings{name});
-        EXPECT_EQ(*plugin->possibleValuesOfAttributeWithName(name),
+        EXPECT_EQ(*plugin->attributeNames(), Strings{kOne});
+        EXPECT_EQ(*plugin->possibleValuesOfAttributeWithName(kOne),
                   (Strings{"0001 A", "0002 B", "0003 ", "0004 (null)"}));
-        EXPECT_EQ(plugin->defaultValueOfAttributeWithName(name), "0003 ");
-        EXPECT_EQ(plugin->displayNameOfAttributeWithName(name), "Monitor");
-        EXPECT_EQ(plugin->typeOfAttributeWithName(name), "MultipleValues");
-        EXPECT_EQ(plugin->directionOfAttributeWithName(name), "Output");
-        EXPECT_EQ(*plugin->attributes()->find(name)->attributeCurrentValue, "0002 B");
+        EXPECT_EQ(plugin->defaultValueOfAttributeWithName(kOne), "0003 ");
+        EXPECT_EQ(plugin->displayNameOfAttributeWithName(kOne), "Monitor");
+        EXPECT_EQ(plugin->typeOfAttributeWithName(kOne), "MultipleValues");
+        EXPECT_EQ(plugin->directionOfAttributeWithName(kOne), "Output");
+        EXPECT_EQ(*plugin->attributes()->find(kOne)->attributeCurrentValue, "0002 B");
         plugin->stop();
         EXPECT_EQ(*plugin->attributeNames(), Strings{});
     }
@@ -161,22 +156,21 @@ TEST_F(Plugin, routesAndRefusesAsTheHostAsks) {
     VirtualSwitch studio("Studio", 4, 2);
     start("Studio", {{"One", 0, 0}, {"Two", 1, 0}, {"Beyond", 9, 7}, {"Two again", 1, 1}});
     ASSERT_TRUE(completes(3));
-    EXPECT_EQ(*plugin->attributeNames(),
-              (Strings{"Velmora Switch Output 1", "Velmora Switch Output 10", "Velmora Switch Output 2"}));
-    EXPECT_EQ(plugin->attributes()->find("Velmora Switch Output 1")->attributePossibleValues,
-              plugin->attributes()->find("Velmora Switch Output 2")->attributePossibleValues);
-    EXPECT_EQ(plugin->displayNameOfAttributeWithName("Velmora Switch Output 2"), "Two again");
+    EXPECT_EQ(*plugin->attributeNames(), (Strings{kOne, "Velmora Switch Output 10", kTwo}));
+    EXPECT_EQ(plugin->attributes()->find(kOne)->attributePossibleValues,
+              plugin->attributes()->find(kTwo)->attributePossibleValues);
+    EXPECT_EQ(plugin->displayNameOfAttributeWithName(kTwo), "Two again");
     const int notices = host.notices;
     // Value, attribute, result, what output 2 then carries, and the line in the log.
     const std::tuple<std::string, std::string, std::int32_t, int, std::string> cases[] = {
-        {"0004 Camera", "Velmora Switch Output 2", 0, 4, ""},
-        {"3", "Velmora Switch Output 2", 0, 3, ""},
+        {"0004 Camera", kTwo, 0, 4, ""},
+        {"3", kTwo, 0, 3, ""},
         {" 2 x", "Velmora Switch Output  2 ", 0, 2, ""},
-        {"00012", "Velmora Switch Output 2", 0, 1, ""},
-        {"0005 no", "Velmora Switch Output 2", -1, 1, "Input 5 is out of range (Velmora Switch Plugin)"},
-        {"abcd", "Velmora Switch Output 2", -1, 1, "Input 0 is out of range (Velmora Switch Plugin)"},
-        {"", "Velmora Switch Output 2", -1, 1, "Input 0 is out of range (Velmora Switch Plugin)"},
-        {"-1", "Velmora Switch Output 2", 0, 1, ""},
+        {"00012", kTwo, 0, 1, ""},
+        {"0005 no", kTwo, -1, 1, "Input 5 is out of range (Velmora Switch Plugin)"},
+        {"abcd", kTwo, -1, 1, "Input 0 is out of range (Velmora Switch Plugin)"},
+        {"", kTwo, -1, 1, "Input 0 is out of range (Velmora Switch Plugin)"},
+        {"-1", kTwo, 0, 1, ""},
         {"0001", "Velmora Switch Output 99", 0, 1, ""},
         {"0001", "Velmora Switch Output2", -1, 1,
          "Attribute 'Velmora Switch Output2' is not implemented in the Velmora Switch Plugin."},
@@ -187,7 +181,7 @@ TEST_F(Plugin, routesAndRefusesAsTheHostAsks) {
         EXPECT_EQ(studio.matrix.routedInput(2), routed) << value;
         EXPECT_EQ(log.lines(), line.empty() ? Strings{} : Strings{line});
     }
-    EXPECT_EQ(plugin->currentValueOfAttributeWithName("Velmora Switch Output 2"), "0001 Input 1");
+    EXPECT_EQ(plugin->currentValueOfAttributeWithName(kTwo), "0001 Input 1");
     EXPECT_EQ(plugin->currentValueOfAttributeWithName("Velmora Switch Output2"), "0001 Input 1");
     EXPECT_EQ(plugin->currentValueOfAttributeWithName("Velmora Switch Output -5"), "0001 Input 1");
     LogLines log;
@@ -209,7 +203,7 @@ TEST_F(Plugin, comesBackByItselfToAServerThatRestartsOnAnotherPort) {
         studio.start();
         ASSERT_TRUE(completes(1));
         EXPECT_EQ(studio.matrix.routedInput(1), 4);  // the defaults again
-        EXPECT_EQ(plugin->setValueForAttributeWithName("0002", "Velmora Switch Output 1"), 0);
+        EXPECT_EQ(plugin->setValueForAttributeWithName("0002", kOne), 0);
         EXPECT_EQ(studio.matrix.routedInput(1), 2);
     }
 }
@@ -223,11 +217,11 @@ TEST_F(Plugin, selectsByItsSettingsWheneverTheyCome) {
     EXPECT_EQ(plugin->selectedDevice(), nullptr);
     plugin->setDefaultSettings(settingsWith("Server B", {{"One", 0, 0}}));
     ASSERT_TRUE(completes(1));
-    EXPECT_EQ(plugin->possibleValuesOfAttributeWithName("Velmora Switch Output 1")->size(), 3U);
+    EXPECT_EQ(plugin->possibleValuesOfAttributeWithName(kOne)->size(), 3U);
     EXPECT_EQ(b.server->clients(), 1U);
     plugin->setDefaultSettings(settingsWith("Server A", {{"One", 0, 0}, {"Two", 1, 1}}));
     ASSERT_TRUE(completes(2));
-    EXPECT_EQ(plugin->possibleValuesOfAttributeWithName("Velmora Switch Output 2")->size(), 2U);
+    EXPECT_EQ(plugin->possibleValuesOfAttributeWithName(kTwo)->size(), 2U);
     ASSERT_TRUE(runMainLoopUntil([&] { return b.server->clients() == 0; }));
     // No saved settings: the first server that is known, and no outputs.
     const int notices = host.notices;
@@ -250,17 +244,16 @@ TEST_F(Plugin, twoPluginsShareTheProcessAndADoubleStartDoesNoHarm) {
     plugin->startAndSetCurrentValuesToDefaults(false);
     ASSERT_TRUE(completes(1));
     ASSERT_TRUE(runMainLoopUntil([&] { return second->attributes()->records.size() == 1; }));
-    EXPECT_EQ(plugin->setValueForAttributeWithName("0002", "Velmora Switch Output 1"), 0);
+    EXPECT_EQ(plugin->setValueForAttributeWithName("0002", kOne), 0);
     EXPECT_EQ(studio.matrix.routedInput(1), 2);
     second->stop();
-    EXPECT_EQ(plugin->currentValueOfAttributeWithName("Velmora Switch Output 1"), "0002 Input 2");
+    EXPECT_EQ(plugin->currentValueOfAttributeWithName(kOne), "0002 Input 2");
     const std::weak_ptr<TCPMatrixSwitcher> first = plugin->selectedDevice();
     plugin->startAndSetCurrentValuesToDefaults(false);
     EXPECT_FALSE(first.expired());
 }
 
 TEST_F(Plugin, tellsWhetherAReplyAnswers) {
-    const std::string one = "Velmora Switch Output 1";
     const std::tuple<std::string, Answer, const char*> reads[] = {
         {"1 3\r\n", Answer::answered, ""},
         {"1 4\n", Answer::answered, ""},
@@ -281,10 +274,12 @@ TEST_F(Plugin, tellsWhetherAReplyAnswers) {
         {"whatever\r\n", Answer::answered}, {"ERROR 3\r\n", Answer::refused}, {"\r\n", Answer::unusableReply}};
     PeerScript script;
     script.exchange("MATRIXSIZE", "4x2");
-    for (const auto& [reply, answer, reason] : reads)
+    for (const auto& [reply, answer, reason] : reads) {
         script.exchange("REFRESH", "ERROR").expect("GET 1\n\r").send(reply);
-    for (const auto& [reply, answer] : sets)
+    }
+    for (const auto& [reply, answer] : sets) {
         script.expect("SET 1 1\n\r").send(reply);
+    }
     ScriptedPeer peer(script.exchange("REFRESH", "OK").expect("GET 1\n\r").send("1 3").close());
     const PublishedService service("Replies", peer.port());
     start("Replies", {});
@@ -292,26 +287,26 @@ TEST_F(Plugin, tellsWhetherAReplyAnswers) {
     const auto outcome = [this] { return plugin->lastOutcome(); };
     EXPECT_EQ(outcome().answer, Answer::none);
     for (const auto& [reply, answer, reason] : reads) {
-        plugin->currentValueOfAttributeWithName(one);
+        plugin->currentValueOfAttributeWithName(kOne);
         EXPECT_EQ(outcome().answer, answer) << reply;
         EXPECT_NE(outcome().reason.find(reason), std::string::npos) << outcome().reason;
         EXPECT_EQ(outcome().reason.empty(), answer == Answer::answered);
-        EXPECT_EQ(outcome().attributeName, one);
+        EXPECT_EQ(outcome().attributeName, kOne);
     }
     for (const auto& [reply, answer] : sets) {
-        EXPECT_EQ(plugin->setValueForAttributeWithName("0001", one), 0);
+        EXPECT_EQ(plugin->setValueForAttributeWithName("0001", kOne), 0);
         EXPECT_EQ(outcome().answer, answer) << reply;
     }
-    EXPECT_EQ(plugin->setValueForAttributeWithName("0005", one), -1);
+    EXPECT_EQ(plugin->setValueForAttributeWithName("0005", kOne), -1);
     EXPECT_EQ(outcome().answer, Answer::refused);
     EXPECT_EQ(outcome().reason, "Input 5 is out of range");
     plugin->setStatusObserver(&observer);
-    EXPECT_EQ(plugin->currentValueOfAttributeWithName(one), "0003 Input 3");
+    EXPECT_EQ(plugin->currentValueOfAttributeWithName(kOne), "0003 Input 3");
     EXPECT_NE(outcome().answer, Answer::answered);
     ASSERT_TRUE(runMainLoopUntil([&] { return observer.notices > 0; }));
     EXPECT_EQ(outcome().answer, Answer::connectionEnded);
     EXPECT_EQ(plugin->connectionStatus().state, State::ended);
-    plugin->currentValueOfAttributeWithName(one);
+    plugin->currentValueOfAttributeWithName(kOne);
     EXPECT_EQ(outcome().answer, Answer::noConnection);
     EXPECT_EQ(outcome().reason, "The server ended the connection");
 }
@@ -325,7 +320,7 @@ TEST_F(Plugin, tellsOfAReplyCutByTheEndWhereNoneHasALineEnd) {
     start("Cut", {});
     ASSERT_TRUE(reaches(State::connected));
     plugin->setStatusObserver(&observer);
-    plugin->currentValueOfAttributeWithName("Velmora Switch Output 1");
+    plugin->currentValueOfAttributeWithName(kOne);
     EXPECT_EQ(plugin->lastOutcome().answer, Answer::answered);
     peer.signal();
     ASSERT_TRUE(runMainLoopUntil([&] { return observer.notices > 0; }));
@@ -340,7 +335,7 @@ TEST_F(Plugin, tellsWhereItsConnectionStandsAndNeverInsideAnOperation) {
     EXPECT_TRUE(is(State::noServerSelected, "", "The plugin is not started"));
     plugin->setStatusObserver(&observer);
     start("Standing", {});
-    EXPECT_EQ(plugin->currentValueOfAttributeWithName("Velmora Switch Output 1"), "");
+    EXPECT_EQ(plugin->currentValueOfAttributeWithName(kOne), "");
     EXPECT_EQ(plugin->lastOutcome().answer, Answer::noConnection);
     EXPECT_EQ(observer.notices, 0);
     ASSERT_TRUE(runMainLoopUntil([&] { return observer.notices == 1; }));
@@ -373,9 +368,10 @@ TEST_F(Plugin, tellsWhereItsConnectionStandsAndNeverInsideAnOperation) {
     EXPECT_TRUE(runMainLoopUntil([&] { return is(State::failed, "Refusing", "Connection refused"); }));
     service = nullptr;
     EXPECT_TRUE(runMainLoopUntil([&] { return is(State::notFound, "Refusing"); }));
-    for (const auto& [size, reason] :
+    for (const auto& [size, words] :
          {std::pair("no\tsize", "The server's reply to MATRIXSIZE is no size: \"no\\tsize\""),
           {"0x8", "The server's matrix has 0 inputs and 8 outputs"}}) {
+        const std::string reason = words;
         ScriptedPeer peer(PeerScript().exchange("MATRIXSIZE", size).expectClose());
         plugin->setDefaultSettings(settingsWith(reason, {}));
         service = std::make_unique<PublishedService>(reason, peer.port());

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <fstream>
 #include <functional>
+#include <set>
 #include <sstream>
 
 #include "plugin/VelmoraSwitchNodePlugin.h"
@@ -17,31 +18,31 @@ namespace velmora::test {
 namespace {
 
 // In seconds. Only where the limit is to pass is it a short one: there a slow machine must not pass it earlier.
-constexpr TelnetTimeLimits realLimit;
-constexpr TelnetTimeLimits shortLimit{0.5, 0.1};
-constexpr double allowance = 0.5;
-const char* const attribute = "Velmora Switch Output 1";
+constexpr TelnetTimeLimits kRealLimit;
+constexpr TelnetTimeLimits kShortLimit{0.5, 0.1};
+constexpr double kAllowance = 0.5;
+const char* const kAttribute = "Velmora Switch Output 1";
 
-// What the host gets when the fault meets the reply to a command. The size known before is 7x7.
+// The outcome for the host when the fault meets the reply to a command. The size known before is 7x7.
 struct Row {
     std::string fault;
     std::string size, value, label;  // by MATRIXSIZE, GET and the labels
     std::string refreshed;           // by GET, when the fault met REFRESH before it
     std::string log;
     std::string next;  // what the next command on the connection gets; a connection on which that is nothing is closed
-    std::string told;  // what the status protocol says of GET, SET, and GET behind REFRESH
+    std::string told;  // what the status protocol says of GET, SET, and GET after REFRESH
     std::string state = "connected";  // and of the connection
     std::string set = "0, routed";
     bool wholeConnection = false;
 };
-const char* const ended = "NSStreamEventEndEncountered";
-const char* const timeOut = "NSStreamEventEndEncountered because of a timeout";
-const std::string first(2048, 'x');  // what one read takes
-const char* const stateNames[] = {"none", "not found", "connecting", "connected", "ended", "failed"};
-const char* const answerNames[] = {"none",     "answered",      "unusable", "connection ended",
-                                   "too late", "no connection", "refused"};
+const char* const kEnded = "NSStreamEventEndEncountered";
+const char* const kTimeOut = "NSStreamEventEndEncountered because of a timeout";
+const std::string kOneRead(2048, 'x');  // what one read takes
+const char* const kStateNames[] = {"none", "not found", "connecting", "connected", "ended", "failed"};
+const char* const kAnswerNames[] = {"none",     "answered",      "unusable", "connection ended",
+                                    "too late", "no connection", "refused"};
 
-const Row rows[] = {
+const Row kRows[] = {
     {"delay=100", "24x10", "0023 Input 23", "Camera 5", "0023 Input 23", "", "its reply", "answered"},
     {"pieces=1", "7x7", "0001 Input 1", "C", "0001 Input 1", "", "the rest", "unusable"},
     {"double", "7x7", "0001 Input 1", "Camera 5\r\nCamera 5", "0023 Input 23", "", "its reply",
@@ -49,8 +50,8 @@ const Row rows[] = {
     {"unasked", "24x10", "0023 Input 23", "Camera 5", "0001 Input 1", "", "the rest", "answered, answered, unusable"},
     {"empty", "7x7", "0001 Input 1", "", "0023 Input 23", "", "its reply", "unusable, unusable, answered"},
     {"not-utf8", "7x7", "0001 Input 1", "(null)", "0023 Input 23", "", "its reply", "unusable, unusable, answered"},
-    {"long=2049", "7x7", "0001 Input 1", first, "0001 Input 1", "", "the rest", "unusable"},
-    {"long=1048576", "7x7", "0001 Input 1", first, "0001 Input 1", "", "the rest", "unusable"},
+    {"long=2049", "7x7", "0001 Input 1", kOneRead, "0001 Input 1", "", "the rest", "unusable"},
+    {"long=1048576", "7x7", "0001 Input 1", kOneRead, "0001 Input 1", "", "the rest", "unusable"},
     {"control", "24x10", "0000 Input 0", "Came\ara 5", "0023 Input 23", "", "its reply",
      "unusable, answered, answered"},
     {"wrong", "7x7", "0001 Input 1", "WHAT DO YOU MEAN?", "0023 Input 23", "", "its reply",
@@ -59,17 +60,17 @@ const Row rows[] = {
      "its reply", "unusable, answered, answered"},
     {"negative", "7x7", "-023 Input -23", "Camera -5", "0023 Input 23", "", "its reply",
      "unusable, answered, answered"},
-    {"close-before", "7x7", "0001 Input 1", "(null)", "0001 Input 1", ended, "nothing", "connection ended", "ended"},
-    {"close-during", "7x7", "0000 Input 0", "Came", "0001 Input 1", ended, "nothing", "connection ended", "ended"},
-    {"close-after", "24x10", "0023 Input 23", "Camera 5", "0001 Input 1", ended, "nothing",
+    {"close-before", "7x7", "0001 Input 1", "(null)", "0001 Input 1", kEnded, "nothing", "connection ended", "ended"},
+    {"close-during", "7x7", "0000 Input 0", "Came", "0001 Input 1", kEnded, "nothing", "connection ended", "ended"},
+    {"close-after", "24x10", "0023 Input 23", "Camera 5", "0001 Input 1", kEnded, "nothing",
      "answered, answered, connection ended", "ended"},
     {"reset", "7x7", "0001 Input 1", "(null)", "0001 Input 1", "Connection failed: Connection reset by peer", "nothing",
      "connection ended", "failed"},
-    {"silence", "7x7", "0001 Input 1", "(null)", "0001 Input 1", timeOut, "nothing", "too late", "failed"},
-    {"stop-reading", "24x10", "0023 Input 23", "Camera 5", "0001 Input 1", timeOut, "nothing",
+    {"silence", "7x7", "0001 Input 1", "(null)", "0001 Input 1", kTimeOut, "nothing", "too late", "failed"},
+    {"stop-reading", "24x10", "0023 Input 23", "Camera 5", "0001 Input 1", kTimeOut, "nothing",
      "answered, answered, too late", "failed"},
-    {"mute", "0x0", "", "(null)", "", timeOut, "nothing", "no connection", "failed", "-1", true},
-    {"no-accept", "0x0", "", "(null)", "", timeOut, "nothing", "no connection", "failed", "-1", true},
+    {"mute", "0x0", "", "(null)", "", kTimeOut, "nothing", "no connection", "failed", "-1", true},
+    {"no-accept", "0x0", "", "(null)", "", kTimeOut, "nothing", "no connection", "failed", "-1", true},
 };
 
 // A switch server of 24 inputs and 10 outputs, on the network, and the plugin.
@@ -108,9 +109,9 @@ class FaultOutcomes : public testing::Test {
     }
 
     TCPMatrixSwitcher& device() { return *plugin_->selectedDevice(); }
-    std::string value() { return plugin_->currentValueOfAttributeWithName(attribute); }
+    std::string value() { return plugin_->currentValueOfAttributeWithName(kAttribute); }
     std::string set() {
-        const int result = plugin_->setValueForAttributeWithName("0007", attribute);
+        const int result = plugin_->setValueForAttributeWithName("0007", kAttribute);
         return std::to_string(result) + (switch_.matrix.routedInput(1) == 7 ? ", routed" : "");
     }
 
@@ -142,7 +143,7 @@ class FaultOutcomes : public testing::Test {
         {"OUTPUTLABEL", &Row::label, [this] { return device().outputLabelAtIndex(0).value_or("(null)"); }},
         {"REFRESH", &Row::refreshed, [this] { return value(); }, true},
     };
-    // What the host gets, and then the last columns of the table.
+    // The outcome for the host, then the last columns of the table.
     Strings meet(const Row& row, const Command& command);
 
     VirtualSwitch switch_{"Faults", 24, 10};
@@ -177,18 +178,19 @@ Strings FaultOutcomes::meet(const Row& row, const Command& command) {
     const std::string result = timed([&] { return command.ask(); });
     // Whether a reply without a line end was a part of one shows when the connection ends, and nothing else is asked.
     EXPECT_TRUE(row.state != "ended" || isOver());
-    if (command.isAttribute) told_.push_back(answerNames[static_cast<int>(plugin_->lastOutcome().answer)]);
+    if (command.isAttribute) told_.push_back(kAnswerNames[static_cast<int>(plugin_->lastOutcome().answer)]);
     const auto next = timed([this] { return device().inputLabelAtIndex(0); });
     EXPECT_TRUE(next || isOver());
     EXPECT_EQ(device().isConnected(), row.state == "connected");
     std::string lines;
-    for (const std::string& line : log_->lines())
+    for (const std::string& line : log_->lines()) {
         lines += line.starts_with("NSStream") || line.starts_with("Connection failed") ? line : "";
-    EXPECT_LE(longestWait_, limits_.reply + allowance) << row.fault << "@" << command.word;
+    }
+    EXPECT_LE(longestWait_, limits_.reply + kAllowance) << row.fault << "@" << command.word;
     EXPECT_TRUE(row.fault != "delay=100" || longestWait_ >= 0.1);
     const char* const following = !next ? "nothing" : next == "Input 1" ? "its reply" : "the rest";
     return {result, lines, longestWait_ < limits_.reply ? "short" : "time-out",
-            stateNames[static_cast<int>(plugin_->connectionStatus().state)], following};
+            kStateNames[static_cast<int>(plugin_->connectionStatus().state)], following};
 }
 
 std::string cell(const std::string& text) {
@@ -197,34 +199,47 @@ std::string cell(const std::string& text) {
     return " `" + stringByEscapingControlCharacters(text) + "` |";
 }
 
-TEST_F(FaultOutcomes, AreWhatThePageSays) {
-    use(realLimit, {{"Monitor", 0, 0}});
+TEST(FaultTable, hasARowForEachVerbOfTheServer) {
+    std::set<std::string> verbs, tried;
+    std::istringstream help(faultHelp());
+    for (std::string verb, rest; help >> verb && std::getline(help, rest);) {
+        verbs.insert(verb.substr(0, verb.find_first_of("[=")));
+    }
+    for (const Row& row : kRows) {
+        tried.insert(row.fault.substr(0, row.fault.find('=')));
+    }
+    EXPECT_EQ(tried, verbs);
+}
+
+TEST_F(FaultOutcomes, areWhatThePageSays) {
+    use(kRealLimit, {{"Monitor", 0, 0}});
     connect();
     log_.emplace();
     switch_.faults.set({fault("silence@SET")});
     EXPECT_EQ(timed([this] { return set(); }), "0, routed");
     EXPECT_GE(longestWait_, 10.0);
-    EXPECT_LE(longestWait_, 10.0 + allowance);
-    EXPECT_EQ(log_->lines(), Strings{timeOut});
+    EXPECT_LE(longestWait_, 10.0 + kAllowance);
+    EXPECT_EQ(log_->lines(), Strings{kTimeOut});
     EXPECT_FALSE(device().isConnected());
     std::string table =
         "| fault | MATRIXSIZE | GET | SET | INPUTLABEL | OUTPUTLABEL | REFRESH, then GET | log | wait | "
         "connection | the next command gets | told of GET, SET, REFRESH |\n";
     table += "| --- | --- | --- | --- | --- | --- | --- | --- | --- | --- | --- | --- |\n";
-    for (const Row& row : rows) {
-        if (row.log == timeOut && limits_.reply > shortLimit.reply) use(shortLimit, {});
+    for (const Row& row : kRows) {
+        if (row.log == kTimeOut && limits_.reply > kShortLimit.reply) use(kShortLimit, {});
         table += "|" + cell(row.fault);
         Strings found;
         told_.clear();
         for (const Command& command : commands_) {
             found = meet(row, command);
-            EXPECT_EQ(found, (Strings{row.*command.expected, row.log, row.log == timeOut ? "time-out" : "short",
+            EXPECT_EQ(found, (Strings{row.*command.expected, row.log, row.log == kTimeOut ? "time-out" : "short",
                                       row.state, row.next}))
                 << row.fault << "@" << command.word;
             table += cell(found.front());
         }
-        for (std::size_t column = 1; column < found.size(); ++column)
+        for (std::size_t column = 1; column < found.size(); ++column) {
             table += cell(found[column]);
+        }
         std::string told = told_[0];
         if (told_ != Strings(3, told)) told += ", " + told_[1] + ", " + told_[2];
         EXPECT_EQ(told, row.told) << row.fault;

@@ -1,4 +1,4 @@
-# Replaces what stands between the two marks in PAGE by what is in TABLE.
+# Replaces the text between the two marks in PAGE by the contents of TABLE.
 set(begin "<!-- fault outcomes, written by the target reliability-table -->")
 set(end "<!-- end of fault outcomes -->")
 file(READ "${PAGE}" page)
@@ -9,5 +9,5 @@ if(from LESS 0 OR to LESS from)
     message(FATAL_ERROR "${PAGE} lacks the two marks:\n${begin}\n${end}")
 endif()
 string(SUBSTRING "${page}" 0 ${from} before)
-string(SUBSTRING "${page}" ${to} -1 behind)
-file(WRITE "${PAGE}" "${before}${begin}\n\n${table}\n${behind}")
+string(SUBSTRING "${page}" ${to} -1 after)
+file(WRITE "${PAGE}" "${before}${begin}\n\n${table}\n${after}")

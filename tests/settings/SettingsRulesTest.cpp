@@ -1,7 +1,7 @@
 // The rules of the settings view, without a window.
 #include <gtest/gtest.h>
 
-#include "discovery/ServerInfo.h"
+#include "discovery/VelmoraSwitchController.h"
 #include "settings/SwitchSettingsViewController.h"
 #include "tests/settings/Outputs.h"
 #include "tests/support/LogLines.h"
@@ -109,8 +109,9 @@ TEST_F(SettingsRules, addTheFirstFreeNumberUnderALabelOfItsOwnAndRemoveOnlyWhatI
         push(segment);
         EXPECT_EQ(around.calls, Strings{});
     }
-    for (const std::int64_t index : {std::int64_t{8}, std::int64_t{-1}, kNotFound})
+    for (const std::int64_t index : {std::int64_t{8}, std::int64_t{-1}, kNotFound}) {
         controller->removeConfiguredOutputAtIndex(index);
+    }
     EXPECT_EQ(outputs(), kFull);
     controller->setSettings(nullptr);  // without a list, one is made
     EXPECT_EQ(controller->numberOfRowsInTableView(around), 0);
@@ -150,13 +151,6 @@ TEST_F(SettingsRules, storeAChangedCopyOrRefuseWhatAnEntryHas) {
 }
 
 TEST_F(SettingsRules, askTheSwitcherForLabelsInOrder) {
-    struct Registry : TCPMatrixSwitcherDelegate {
-        std::vector<std::shared_ptr<ServerInfo>> servers{std::make_shared<ServerInfo>()};
-        bool isConnected = false;
-        std::int32_t indexOfServerForName(const std::string&) const override { return 0; }
-        const std::vector<std::shared_ptr<ServerInfo>>& serversArray() const override { return servers; }
-        void matrixDimensionsChangedTo(MatrixSwitcher&, NSSize) override { isConnected = true; }
-    } registry;
     PeerScript fill;
     fill.exchange("OUTPUTLABEL 1", "Program").exchange("OUTPUTLABEL 2", "\xFF");
     fill.exchange("INPUTLABEL 1", "Camera & 1").exchange("INPUTLABEL 2", "").exchange("INPUTLABEL 3", "<b>");
@@ -165,11 +159,11 @@ TEST_F(SettingsRules, askTheSwitcherForLabelsInOrder) {
     script.exchange("OUTPUTLABEL 2", "").then(fill).exchange("OUTPUTLABEL 0", "whatever");
     ScriptedPeer peer(script.expectClose());
     const PublishedService service("Labels", peer.port());
-    registry.servers[0]->setNetService(std::make_shared<NSNetService>("local.", "_matrixswitcher._tcp.", "Labels"));
-    around.device = std::make_shared<TCPMatrixSwitcher>();
-    around.device->setDelegate(&registry);
-    around.device->openPort("Labels");
-    ASSERT_TRUE(runMainLoopUntil([&] { return registry.isConnected; }));
+    const auto servers = std::make_shared<VelmoraSwitchController>(nullptr);
+    ASSERT_TRUE(runMainLoopUntil([&] { return servers->serversArrayContainsName("Labels"); }));
+    servers->selectMatrixSwitcherWithName("Labels");
+    around.device = servers->selectedMatrixSwitcher();
+    ASSERT_TRUE(runMainLoopUntil([&] { return around.device->numberOfInputs() == 3; }));
     setSettings({});
     load();
     controller->refreshLabelsButtonPushed();

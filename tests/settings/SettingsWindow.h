@@ -170,8 +170,9 @@ class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol
         alerts.push_back(
             (alert->text() + "|" + alert->informativeText() + "|" + alert->buttons().front()->text()).toStdString());
         if (onAlert) std::exchange(onAlert, nullptr)();
-        if (alert != nullptr && !alert->buttons().isEmpty())
+        if (alert != nullptr && !alert->buttons().isEmpty()) {
             QTest::mouseClick(alert->buttons().front(), Qt::LeftButton);
+        }
     }
 
     QTimer alertWatch;

@@ -1,4 +1,4 @@
-// What may happen to the settings view while a person is in the midst of using it.
+// Interruptions of a person who is using the settings view.
 #include "tests/settings/SettingsWindow.h"
 
 namespace velmora::test {

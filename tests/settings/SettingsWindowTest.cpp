@@ -20,8 +20,9 @@ TEST_F(SettingsWindow, hasItsOutletsAndIsReachedByNameAndByKey) {
         ASSERT_NE(widget, nullptr) << outlet;
         EXPECT_FALSE(widget->accessibleName().isEmpty()) << outlet;
     }
-    for (const QLabel* text : view->findChildren<QLabel*>())
+    for (const QLabel* text : view->findChildren<QLabel*>()) {
         EXPECT_EQ(text->textFormat(), Qt::PlainText) << text->objectName().toStdString();
+    }
     EXPECT_LE(window->minimumSizeHint().width(), 480);
     chooser->setFocus();
     for (QWidget* const next : std::initializer_list<QWidget*>{table, add, refresh}) {
@@ -51,8 +52,9 @@ TEST_F(SettingsWindow, addsAndRemovesOutputs) {
     EXPECT_EQ(notices, before + 1);
     EXPECT_FALSE(remove->isEnabled());  // the next entry is not removed by a second click
     EXPECT_TRUE(add->hasFocus());
-    for (int i = 0; i < 7; ++i)
+    for (int i = 0; i < 7; ++i) {
         click(add);
+    }
     EXPECT_EQ(takeAlerts(), Strings{kNoOutput});
     EXPECT_EQ(outputs().size(), 8U);
     EXPECT_EQ(notices, before + 8);
@@ -71,7 +73,7 @@ TEST_F(SettingsWindow, renamesButNotToALabelThatIsTaken) {
     type("Zwei", Qt::Key_Return, "Zwei");
     type("Drei", Qt::Key_Tab, "Drei");
     type("Vier", Qt::Key_Escape, "Drei");
-    onAlert = [this] { EXPECT_EQ(cell(1, label), "One"); };  // the old one comes back behind the alert
+    onAlert = [this] { EXPECT_EQ(cell(1, label), "One"); };  // the old one comes back after the alert
     type("One", Qt::Key_Return, "Drei", {kSameLabel});
     // Confirmed on purpose, its own label is taken, too; left without a change, it is not.
     type("", Qt::Key_Return, "Drei", {kSameLabel});
@@ -138,8 +140,9 @@ TEST_F(SettingsWindow, picksAServerOnlyFromItsList) {
                       false);
     QApplication::sendEvent(chooser, &wheel);
     chooser->setFocus();
-    for (const Qt::KeyboardModifier command : {Qt::AltModifier, Qt::ControlModifier})
+    for (const Qt::KeyboardModifier command : {Qt::AltModifier, Qt::ControlModifier}) {
         QTest::keyClick(chooser, Qt::Key_B, command);
+    }
     for (const char* const chosen : {"A & <b>one</b>", "B"}) {  // at last what is chosen already
         openChooser();
         EXPECT_EQ(selectedName(), chosen);
@@ -173,17 +176,21 @@ TEST_F(SettingsWindow, sortsTheSettingsThemselvesAndKeepsTheSelectedEntry) {
     QApplication::sendEvent(table->viewport(), &menuKey);
     QMenu* const menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
     ASSERT_NE(menu, nullptr);
-    for (const Qt::Key key : {Qt::Key_Down, Qt::Key_Down, Qt::Key_Return})
+    for (const Qt::Key key : {Qt::Key_Down, Qt::Key_Down, Qt::Key_Return}) {
         QTest::keyClick(menu, key);
+    }
     EXPECT_EQ(outputs(), (Outputs{b, c, a}));
     EXPECT_EQ(notices, before);
     click(remove);
     EXPECT_EQ(outputs(), (Outputs{b, a}));
 }
 
-TEST_F(SettingsWindow, refreshesItsLabels) {
+TEST_F(SettingsWindow, showsWholeLabelsAndRefreshesThem) {
     VirtualSwitch studio("Studio", 2, 2);
-    open("Studio", {{"Control \x01 \xE2\x80\xAE", 0, 1}});
+    open("Studio", {{"Control \x01 \xE2\x80\xAE", 0, 1}, {std::string(40'000, 'x'), 1, 1}});
+    pressOnCell(1, label, Qt::Key_F2);
+    ASSERT_NE(labelEditor(), nullptr);
+    EXPECT_EQ(labelEditor()->text().size(), 40'000);
     EXPECT_EQ(cell(0, label), "Control \\x01 \\u{202E}");
     ASSERT_EQ(studio.matrix.apply({{"North", "South"}, {}, {}}), std::nullopt);
     EXPECT_EQ(cell(0, defaultInput), "0002 Input 2");

@@ -42,8 +42,9 @@ std::string ChildProcess::Stream::all() {
 
 ChildProcess::ChildProcess(const std::vector<std::string>& command) {
     std::vector<char*> arguments;
-    for (const std::string& argument : command)
+    for (const std::string& argument : command) {
         arguments.push_back(const_cast<char*>(argument.c_str()));
+    }
     arguments.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -64,9 +65,9 @@ ChildProcess::~ChildProcess() {
 
 std::string ChildProcess::outputLineWith(std::string_view text) {
     std::string line;
-    do
+    do {
         line = outputLine();
-    while (!line.empty() && line.find(text) == std::string::npos);
+    } while (!line.empty() && line.find(text) == std::string::npos);
     return line;
 }
 

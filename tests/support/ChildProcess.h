@@ -25,7 +25,7 @@ class ChildProcess {
     // The next one that holds the text; empty where none comes.
     std::string outputLineWith(std::string_view text);
     std::string errorLine() { return errors_.line(); }
-    // What is left until the program ends.
+    // The rest, until the program ends.
     std::string output() { return output_.all(); }
     std::string errors() { return errors_.all(); }
 

@@ -1,4 +1,4 @@
-// What this process holds of the system at this moment.
+// Counts of what this process holds of the system now.
 #pragma once
 
 #include <cstddef>

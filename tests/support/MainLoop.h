@@ -6,11 +6,13 @@
 #include <QTimer>
 #include <functional>
 
+#include "platform/threads/Moment.h"
+
 namespace velmora::test {
 
-// False when the condition does not hold within the time (seconds), which only bounds a failing test.
-inline bool runMainLoopUntil(const std::function<bool()>& condition, double timeout = 30.0) {
-    const QDeadlineTimer deadline(static_cast<qint64>(timeout * 1000.0));
+// False when the condition does not hold within the time, which only bounds a failing test.
+inline bool runMainLoopUntil(const std::function<bool()>& condition, Seconds timeout = Seconds{30}) {
+    const QDeadlineTimer deadline(std::chrono::duration_cast<std::chrono::milliseconds>(timeout));
     // Conditions that other threads make true raise no event here, so the loop looks again every few milliseconds.
     QTimer lookAgain;
     lookAgain.start(2);

@@ -24,8 +24,9 @@ PeerScript& PeerScript::add(Kind kind, std::string bytes) {
 }
 
 PeerScript& PeerScript::then(const PeerScript& other, std::size_t times) {
-    for (std::size_t i = 0; i < times; ++i)
+    for (std::size_t i = 0; i < times; ++i) {
         steps_.insert(steps_.end(), other.steps_.begin(), other.steps_.end());
+    }
     return *this;
 }
 
@@ -38,7 +39,7 @@ ScriptedPeer::~ScriptedPeer() {
         if (connection_) expectNothing(MSG_DONTWAIT);
         require(!failure_.empty() || !listener_.hasConnection(), "a connection more than the scripts know");
     } catch (const std::runtime_error& error) {
-        failure_ = std::string("behind the last step: ") + error.what();
+        failure_ = std::string("after the last step: ") + error.what();
     }
     if (!failure_.empty()) ADD_FAILURE() << "scripted peer, " << failure_;
 }
@@ -50,8 +51,9 @@ void ScriptedPeer::serve() {
             const int accepted = listener_.accept();
             require(accepted >= 0, "was never made");
             connection_.emplace(accepted);
-            for (; step < scripts_[i].steps_.size(); ++step)
+            for (; step < scripts_[i].steps_.size(); ++step) {
                 runStep(scripts_[i].steps_[step]);
+            }
             if (connection_ && i + 1 < scripts_.size()) expectNothing(0);
         } catch (const std::runtime_error& error) {
             failure_ =

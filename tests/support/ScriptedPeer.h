@@ -11,7 +11,7 @@
 
 namespace velmora::test {
 
-// What the peer does on one connection, step by step; a value. Behind the last step every further byte is unexpected.
+// What the peer does on one connection, step by step; a value. After the last step every further byte is unexpected.
 class PeerScript {
   public:
     // Exactly these bytes arrive, however they are cut into segments.
@@ -30,7 +30,7 @@ class PeerScript {
     PeerScript& expectClose() { return add(Kind::expectClose); }
     // Ends the connection. Must be the last step.
     PeerScript& close() { return add(Kind::close); }
-    // Appends the steps of another script, so many times.
+    // Appends the steps of another script, this many times.
     PeerScript& then(const PeerScript& other, std::size_t times = 1);
 
   private:

@@ -5,7 +5,7 @@
 
 namespace velmora::test {
 
-TEST(ScriptedPeer, FailsTheTestOnWhatIsNotInItsScripts) {
+TEST(ScriptedPeer, failsTheTestOnWhatIsNotInItsScripts) {
     static const struct {
         PeerScript script;
         std::string sent;
@@ -14,7 +14,7 @@ TEST(ScriptedPeer, FailsTheTestOnWhatIsNotInItsScripts) {
     } cases[] = {
         {PeerScript().expect("GET 1\n\r"), "GET 1\r\n", 1, "got \"GET 1\\r"},
         {PeerScript().expect("GET 1\n\r"), "GET 1", 1, "got \"GET 1\""},
-        {PeerScript().expect("GET 1\n\r"), "GET 1\n\r!", 1, "behind the last step: unexpected \"!\""},
+        {PeerScript().expect("GET 1\n\r"), "GET 1\n\r!", 1, "after the last step: unexpected \"!\""},
         {PeerScript().exchange("GET 1", "1 2"), "GET 1\n\r", 2, "a connection more"},
         {PeerScript(), "x", 1, "unexpected \"x\""},
         {PeerScript().expectClose(), "x", 1, "step 1: unexpected \"x\""},
@@ -24,11 +24,13 @@ TEST(ScriptedPeer, FailsTheTestOnWhatIsNotInItsScripts) {
         TestClient client(peer.port());
         client.send(sent);
         client.finishSending();
-        for (int more = 1; more < connections; ++more)
+        for (int more = 1; more < connections; ++more) {
             EXPECT_TRUE(TestClient(peer.port()).connected());
+        }
     };
-    for (const auto& wrong : cases)
+    for (const auto& wrong : cases) {
         EXPECT_NONFATAL_FAILURE(converse(wrong.script, wrong.sent, wrong.connections), wrong.failure);
+    }
 }
 
 }  // namespace velmora::test

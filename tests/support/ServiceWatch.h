@@ -23,8 +23,9 @@ class ServiceWatch : public NSNetServiceBrowserDelegate, public NSNetServiceDele
     }
     static std::vector<std::string> addressesOf(const NSNetService& service) {
         std::vector<std::string> texts;
-        for (const SocketAddress& address : service.addresses())
+        for (const SocketAddress& address : service.addresses()) {
             texts.push_back(address.text());
+        }
         return texts;
     }
 

@@ -50,7 +50,7 @@ class Socket {
     bool send(std::string_view bytes) {
         return ::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
     }
-    // So many bytes, or fewer where the other side ends the connection before.
+    // This many bytes, or fewer where the other side ends the connection before.
     std::string receive(std::size_t size, int flags = MSG_WAITALL) {
         std::string received(size, '\0');
         const ssize_t count = ::recv(descriptor_, received.data(), size, flags);
@@ -99,13 +99,14 @@ class TestClient : public Socket {
 
     bool connected() const { return connected_; }
     void finishSending() { ::shutdown(descriptor(), SHUT_WR); }
-    // Everything until the other side ends the connection; "reset" behind it where that is no orderly end.
+    // Everything until the other side ends the connection; followed by "reset" where that is no orderly end.
     std::string receiveAll() {
         std::string all;
         char buffer[4096];
         ssize_t count;
-        while ((count = ::recv(descriptor(), buffer, sizeof buffer, 0)) > 0)
+        while ((count = ::recv(descriptor(), buffer, sizeof buffer, 0)) > 0) {
             all.append(buffer, static_cast<std::size_t>(count));
+        }
         return count == 0 ? all : all + "reset";
     }
     // A command and the one read that brings its reply.

@@ -1,4 +1,4 @@
-// What the switchers send, and what they make of the answers.
+// The lines that the switchers send, and how they read the replies.
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -47,10 +47,12 @@ TEST(TCPMatrixSwitcher, speaksTheServersVocabulary) {
         {"x -7y", -8}, {"3 0", -1},  {"3 9223372036854775807", 9223372036854775806}};
     PeerScript script;
     script.exchange("MATRIXSIZE", "16x8");
-    for (const auto& [reply, size] : sizes)
+    for (const auto& [reply, size] : sizes) {
         script.exchange("MATRIXSIZE", reply);
-    for (const auto& [reply, input] : routes)
+    }
+    for (const auto& [reply, input] : routes) {
         script.exchange("REFRESH", "whatever").exchange("GET 3", reply);
+    }
     script.exchange("INPUTLABEL 1", "\t\u200B Bühne \0 1\x1B"s).exchange("OUTPUTLABEL 8", "");
     script.exchange("INPUTLABEL -2147483648", "\xFF");
     script.exchange("SET 3 1", "OK").exchange("SET -2147483648 0", "ERROR").exchange("SET 1 6", "OK");
@@ -64,11 +66,13 @@ TEST(TCPMatrixSwitcher, speaksTheServersVocabulary) {
     ASSERT_TRUE(switcher->openPort("Vocabulary"));
     ASSERT_TRUE(runMainLoopUntil([&] { return !registry.sizes.empty(); }));
     EXPECT_EQ(registry.sizes.front(), (NSSize{16, 8}));
-    for (const auto& [reply, size] : sizes)
+    for (const auto& [reply, size] : sizes) {
         EXPECT_EQ(switcher->getMatrixDimensions(), size) << reply;
+    }
     EXPECT_EQ(registry.sizes.size(), 1U);  // asking tells nobody
-    for (const auto& [reply, input] : routes)
+    for (const auto& [reply, input] : routes) {
         EXPECT_EQ(switcher->selectedInputForOutput(2), input) << reply;
+    }
     EXPECT_EQ(switcher->inputLabelAtIndex(0), " Bühne \0 1"s);
     EXPECT_EQ(switcher->outputLabelAtIndex(7), "");
     EXPECT_EQ(switcher->inputLabelAtIndex(std::numeric_limits<std::int32_t>::max()), std::nullopt);
