@@ -40,12 +40,12 @@ constexpr const char* kHelp =
 Usage: velmora-host [OPTIONS] COMMAND [ARGUMENTS]
 
 Commands:
-  servers           the switch servers on the network, one a line; "* " stands before the one that the settings select
+  servers           the switch servers on the network, one a line; "* " marks the one that the settings name
   attributes        a table of the plugin's attributes, each with the value that the switcher has now
   possible NAME     the values that the attribute NAME can be set to, one a line
   get NAME          the value that the attribute NAME has now
-  set NAME VALUE    sets the attribute NAME and prints the value that it has then. VALUE is one of the possible values; its
-                    first four characters, the input's number, are enough
+  set NAME VALUE    sets the attribute NAME and prints the value that it has afterwards. VALUE is one of the possible
+                    values; its first four characters, the input's number, are enough
   settings          the plugin's settings as a property list; does not look at the network
   watch             one line each time the plugin says that its attributes have changed, until interrupted (Ctrl-C)
   workbench         a window with the attributes, the plugin's settings view and its log, until it is closed
@@ -53,18 +53,19 @@ Commands:
 Options:
   --settings FILE   the property list (XML) that is kept for the plugin: read at the start, written back when the plugin has
                     changed its settings; keys that it does not know stay. A file that does not exist stands for no saved
-                    settings. What in it is probably not meant is told
+                    settings. Probable mistakes in it are reported
   --bundle DIR      the plugin's bundle; without it the one that was built or installed with this program
   --interface NAME  look for servers on this network interface only (may be repeated), for example: --interface lo
   --defaults        start the plugin with default routes: each time the server connects, also when it merely restarts or is
-                    announced anew, by whomever, every configured output is routed to its default input over the operator's
-                    routes
+                    announced anew, by whomever, every configured output is routed to its default input and the operator's
+                    routes are lost
   --wait SECONDS    how long to wait for the server that the settings name and for its attributes (10). "servers" without
                     such a name waits until any server is found
-  --screenshot FILE of "workbench": write a picture (PNG) of the window once the attributes are there or the wait is over,
+  --screenshot FILE with "workbench": write a picture (PNG) of the window once the attributes are there or the wait is over,
                     and end. Settings are not saved
   --json            print one JSON document ("watch": one a line) instead of text. "answered" tells whether the device has
-                    answered for the value, where the plugin knows; "current" is null when it has not
+                    answered for the value, if the plugin knows; "current" is null when it has not. "possible" is null when
+                    the values are not known
   --verbose         show the plugin's log lines
   --help            this text
   --version         the program's version
@@ -91,8 +92,8 @@ from 1 in attribute names and values:
 
 Results go to standard output, everything else to standard error.
 
-Exit codes: 0 done; 1 refused by the plugin, no such attribute, or not answered for by the device as it should be; 2 wrong
-usage, a file that cannot be read or written, or a bundle that cannot be loaded; 3 timed out.
+Exit codes: 0 done; 1 refused by the plugin, no such attribute, or no proper answer from the device; 2 wrong usage, a file
+that cannot be read or written, or a bundle that cannot be loaded; 3 timed out.
 )";
 
 Failure wrongUsage(const std::string& what) {

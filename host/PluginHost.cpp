@@ -33,7 +33,7 @@ Result<void> PluginHost::load(const std::filesystem::path& bundle) {
 Result<void> PluginHost::unload() {
     Result<void> outcome;
     if (plugin_ != nullptr) {
-        // Before the stop: a plugin that is not started no longer knows the servers.
+        // Before the stop, because a plugin that is not started no longer knows the servers.
         outcome = saveSettings();
         stop();
         plugin_->setDelegate(nullptr);
@@ -49,9 +49,9 @@ Result<void> PluginHost::unload() {
 }
 
 bool PluginHost::start(bool setCurrentValuesToDefaults) {
-    if (!started_) stop();  // what a start that failed may have left
+    if (!started_) stop();  // clears what a failed start may have left
     startedWithDefaults_ = setCurrentValuesToDefaults;
-    mustBeStopped_ = true;  // even when it fails, so that the plugin is stopped before it is released
+    mustBeStopped_ = true;  // also when it fails: a plugin must be stopped before it is released
     started_ = plugin_->startAndSetCurrentValuesToDefaults(setCurrentValuesToDefaults) == 0;
     return started_;
 }

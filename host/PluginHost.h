@@ -24,7 +24,7 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private Vel
     explicit PluginHost(SettingsFile& settingsFile);
     PluginHost(const PluginHost&) = delete;
     PluginHost& operator=(const PluginHost&) = delete;
-    // Unloads; what went wrong with that shows in the log only.
+    // Unloads; a failure shows in the log only.
     ~PluginHost() override;
 
     // Loads the bundle, makes the plugin and hands it its saved settings.
@@ -36,8 +36,8 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private Vel
     // Only while loaded.
     VelmoraNodePluginProtocol& plugin() const { return *plugin_; }
 
-    // Where the plugin's connection stands, and what came of the last value that was read or set; none where the plugin
-    // does not tell, or tells it in a version that this host does not know.
+    // Where the plugin's connection stands, and what came of the last value that was read or set. None where the plugin
+    // does not tell, or tells in a version that this host does not know.
     std::optional<NodePluginConnectionStatus> connectionStatus() const;
     std::optional<NodePluginOutcome> lastOutcome() const;
 
@@ -47,7 +47,7 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private Vel
     bool isStarted() const { return started_; }
     bool isStartedWithDefaults() const { return started_ && startedWithDefaults_; }
 
-    // Called at each change notice, inside the plugin's operation: it may look attributes up and must not ask for more.
+    // Called at each change notice, inside the plugin's operation: it may look attributes up, and nothing more.
     // Null for none.
     void setAttributesObserver(std::function<void()> observer) { attributesObserver_ = std::move(observer); }
 
@@ -65,7 +65,7 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private Vel
     SettingsFile& settingsFile_;
     std::shared_ptr<NSBundle> bundle_;
     std::shared_ptr<VelmoraNodePluginProtocol> plugin_;
-    std::shared_ptr<VelmoraNodePluginStatusProtocol> status_;  // the same object; null when it is not to be used
+    std::shared_ptr<VelmoraNodePluginStatusProtocol> status_;  // the same object; null when it must not be used
     bool mustBeStopped_ = false;
     bool started_ = false;
     bool startedWithDefaults_ = false;

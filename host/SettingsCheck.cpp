@@ -52,11 +52,11 @@ void checkNumber(Doubts& doubts, const std::string& name, const DictionaryRefere
     }
 }
 
-// Where each value was seen first.
+// Remembers where each value was seen first.
 template <typename Value>
 class Seen {
   public:
-    // The place before; none the first time.
+    // The earlier place; none the first time.
     std::optional<std::size_t> before(const Value& value, std::size_t index) {
         const auto [place, isNew] = places_.emplace(value, index);
         return isNew ? std::nullopt : std::optional(place->second);
@@ -86,7 +86,7 @@ std::vector<std::string> doubtsAboutSettings(const DictionaryReference& settings
     Seen<std::string> labels;
     for (std::size_t i = 0; i < outputs->size(); ++i) {
         const DictionaryReference entry = (*outputs)[i].dictionary();
-        if (entry == nullptr) continue;  // not taken by the plugin either
+        if (entry == nullptr) continue;  // the plugin skips it, too
         const std::string name = entryName(i, entry);
         for (const auto& [key, value] : *entry) {
             if (std::find(kKeysOfEntry.begin(), kKeysOfEntry.end(), key) == kKeysOfEntry.end())

@@ -64,7 +64,7 @@ Result<void> SettingsFile::read() {
         mayWrite_ = true;
         return {};
     }
-    // A link stays one: the file that it leads to is the one to be replaced. What cannot be resolved cannot be read
+    // A link stays one, because the file that it leads to will be replaced. What cannot be resolved cannot be read
     // either.
     if (const auto resolved = std::filesystem::canonical(*path_, fault); !fault) path_ = resolved;
     Result<std::string> contents = readFile(*path_, kPropertyListByteLimit);

@@ -49,7 +49,7 @@ class SettingsFile {
     bool isMissing_ = false;
     DictionaryReference settings_;
     PropertyListDictionary foreign_;
-    // A document rather than the dictionary itself, whose lists are the plugin's own and change under our hands.
+    // The settings that count as saved. A document, because the lists in a dictionary are the plugin's own and change.
     std::optional<std::string> known_;
     // As it was on the disk; none when there was no file.
     std::optional<std::string> contents_;

@@ -23,7 +23,8 @@ std::optional<std::int64_t> numberOf(std::string_view text) {
     return hasNumber ? std::optional(integerValue(text)) : std::nullopt;
 }
 
-// Four digits, or fewer before a blank or the end: what a plugin reads leniently may be meant otherwise ("1e3", "-1").
+// Four digits, or fewer followed by a blank or the end. Anything else a plugin may read as another number ("1e3",
+// "-1").
 bool beginsWithNumber(std::string_view text) {
     const std::size_t digits = std::min(text.find_first_not_of("0123456789"), text.size());
     return digits >= kNumberDigits || (digits > 0 && (digits == text.size() || text[digits] == ' '));

@@ -105,8 +105,8 @@ std::unique_ptr<QCoreApplication> makeApplication(CommandName command, int& argc
 
 int start(int argc, char** argv) {
     occupyStandardDescriptors();
-    std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error for whoever writes it, and ends nobody
-    std::signal(SIGPIPE, SIG_IGN);  // a closed pipe shows when it is written to, so that the plugin is stopped in order
+    std::signal(SIGXFSZ, SIG_IGN);  // a file that must not grow is an error for its writer, not the end of the process
+    std::signal(SIGPIPE, SIG_IGN);  // a closed pipe fails the write, so the plugin can still be stopped in order
     const Result<Options> options = parseOptions(argc, argv);
     if (!options) return static_cast<int>(unusable(options.failure().reason));
     if (!options->information.empty()) {
@@ -121,7 +121,7 @@ int start(int argc, char** argv) {
 
 }  // namespace velmora
 
-// NOLINTNEXTLINE(bugprone-exception-escape): without memory there is nothing to be done but to end
+// NOLINTNEXTLINE(bugprone-exception-escape): without memory there is nothing left to do but end
 int main(int argc, char** argv) {
     return velmora::start(argc, argv);
 }

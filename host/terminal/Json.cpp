@@ -12,7 +12,7 @@ namespace velmora {
 
 namespace {
 
-// In the notation of JSON, which counts in units of UTF-16. Line ends stand between values only.
+// In the notation of JSON, which counts in units of UTF-16. A line end here always stands between values.
 std::string jsonNotation(char32_t character) {
     if (character == '\n') return "\n";
     std::string escaped;

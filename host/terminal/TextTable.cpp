@@ -17,7 +17,7 @@ constexpr std::size_t kGap = 2;
 
 std::size_t displayWidth(std::string_view text) {
     // Not the user's locale, which need not be one of UTF-8. Null where the system does not have it: the thread keeps
-    // its own, and what that does not know counts as one column.
+    // its own locale, and a character that this does not know counts as one column.
     static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
     const locale_t earlier = uselocale(unicode);
     std::size_t width = 0;

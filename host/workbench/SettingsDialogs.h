@@ -1,4 +1,4 @@
-// The questions about the settings that a window asks its person, as modal dialogs.
+// Asks a person about the settings in modal dialogs.
 #pragma once
 
 #include "host/workbench/SettingsDocument.h"

@@ -22,7 +22,7 @@ namespace velmora {
 namespace {
 
 constexpr QSize kUsualSize(1120, 720);
-// Narrower than this, what else stands side by side stands one below the other.
+// In a narrower window, what is otherwise side by side goes one below the other.
 constexpr int kNarrow = 900;
 constexpr int kLogLines = 2000;
 constexpr std::chrono::milliseconds kDocumentWatch{500};
@@ -164,7 +164,7 @@ QWidget* WorkbenchWindow::makeLog() {
     return newPane("Lo&g", log_);
 }
 
-// What is shown of the session.
+// Showing the session.
 
 void WorkbenchWindow::sessionHasChanged() {
     const bool isStarted = session_.isStarted();
@@ -180,7 +180,7 @@ void WorkbenchWindow::sessionHasChanged() {
     if (kind == Situation::Kind::lost) attributesTable_->closeValues();
     showSituation();
     showDoubts();
-    // At once: the plugin may wait for the server before the event loop paints.
+    // At once, because the plugin may wait for the server before the event loop paints.
     if (kind == Situation::Kind::connecting) situation_->repaint();
 }
 
@@ -192,7 +192,7 @@ void WorkbenchWindow::serverWillBeAwaited() {
     if (awaiting_++ > 0) return;
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
     showSituation();
-    situation_->repaint();  // at once: the event loop will not run before the answer is there
+    situation_->repaint();  // at once, because the event loop does not run before the answer is there
 }
 
 void WorkbenchWindow::serverWasAwaited() {
@@ -233,7 +233,7 @@ void WorkbenchWindow::showDoubts() {
     doubts_->setText(doubts);
 }
 
-// What is being typed counts. What the plugin's view has to say to it, it says now, while there is a window.
+// Takes over what is being typed. The plugin's view may object to it, and must do so while there is a window.
 void WorkbenchWindow::endEditing() {
     if (const QPointer<QWidget> field = focusWidget()) {
         field->clearFocus();

@@ -21,7 +21,7 @@ namespace velmora {
 
 class AttributesTable;
 
-// Main thread. Closing it asks what becomes of unsaved settings.
+// Main thread. Before it closes, it asks what to do with unsaved settings.
 class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer {
   public:
     // Neither is owned; both outlive the window. The host has loaded the plugin with the file's settings.
@@ -59,7 +59,7 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     void arrangeForWidth(int width);
     void showLog(const std::deque<LogFeed::Line>& lines);
     void showSituation();
-    // The plugin does not tell of edits in its settings view, so the window looks now and then.
+    // The plugin does not tell about edits in its settings view, so the window looks now and then.
     void showDocument();
     void showDoubts();
 
