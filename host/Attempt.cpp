@@ -20,7 +20,7 @@ std::string Attempt::reason() const {
     return lastLine_.empty() ? "it gave no reason" : lastLine_;
 }
 
-// Other threads' lines are about other things.
+// Lines of other threads are about other things.
 void Attempt::hear(const std::string& line) {
     if (MainThread::isCurrent()) lastLine_ = line;
 }

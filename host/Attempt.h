@@ -1,4 +1,4 @@
-// One operation of the plugin, and what came of it: its results do not tell.
+// One operation of the plugin and what came of it, which its result does not tell.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 
 namespace velmora {
 
-// Made before a value is read or set, and asked after. Main thread.
+// Make it before a value is read or set, and ask it afterwards. Main thread.
 class Attempt {
   public:
     explicit Attempt(const PluginHost& host) : host_(host) {}
@@ -18,7 +18,8 @@ class Attempt {
     std::optional<bool> isAnswered() const;
     // Whether it is known that no answer came in time.
     bool ranOutOfTime() const;
-    // Why it was not answered, or refused. Of a plugin that does not tell: the last line that it has logged meanwhile.
+    // Why it was refused or not answered. A plugin that does not tell is quoted with the last line that it has logged
+    // since.
     std::string reason() const;
 
   private:

@@ -1,4 +1,4 @@
-// What a person is to know of starting the plugin with defaults, wherever that is offered or done.
+// The warning that belongs wherever starting the plugin with defaults is offered or done.
 #pragma once
 
 namespace velmora {

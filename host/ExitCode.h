@@ -5,7 +5,7 @@ namespace velmora {
 
 enum class ExitCode : int {
     done = 0,
-    // The plugin refused or has no such attribute, or its device did not answer as it should or did not follow.
+    // The plugin refused or has no such attribute, or its device gave no proper answer or did not do as told.
     refused = 1,
     // Wrong usage, a file that cannot be read or written, a bundle that cannot be loaded.
     unusable = 2,

@@ -4,17 +4,17 @@
 #include <QStringList>
 #include <algorithm>
 #include <array>
-#include <cmath>
 
-#include "host/Console.h"
+#include "host/Quotes.h"
 #include "platform/foundation/QtText.h"
 #include "platform/foundation/Text.h"
+#include "platform/threads/Moment.h"
 
 namespace velmora {
 
 namespace {
 
-constexpr double kLongestWait = 24.0 * 60.0 * 60.0;  // seconds
+constexpr Seconds kLongestWait = std::chrono::hours(24);
 
 struct CommandForm {
     const char* name;
@@ -40,12 +40,12 @@ constexpr const char* kHelp =
 Usage: velmora-host [OPTIONS] COMMAND [ARGUMENTS]
 
 Commands:
-  servers           the switch servers on the network, one a line; "* " stands before the one that the settings select
+  servers           the switch servers on the network, one a line; "* " marks the one that the settings name
   attributes        a table of the plugin's attributes, each with the value that the switcher has now
   possible NAME     the values that the attribute NAME can be set to, one a line
   get NAME          the value that the attribute NAME has now
-  set NAME VALUE    sets the attribute NAME and prints the value that it has then. VALUE is one of the possible values; its
-                    first four characters, the input's number, are enough
+  set NAME VALUE    sets the attribute NAME and prints the value that it has afterwards. VALUE is one of the possible
+                    values; its first four characters, the input's number, are enough
   settings          the plugin's settings as a property list; does not look at the network
   watch             one line each time the plugin says that its attributes have changed, until interrupted (Ctrl-C)
   workbench         a window with the attributes, the plugin's settings view and its log, until it is closed
@@ -53,18 +53,19 @@ Commands:
 Options:
   --settings FILE   the property list (XML) that is kept for the plugin: read at the start, written back when the plugin has
                     changed its settings; keys that it does not know stay. A file that does not exist stands for no saved
-                    settings. What in it is probably not meant is told
+                    settings. Probable mistakes in it are reported
   --bundle DIR      the plugin's bundle; without it the one that was built or installed with this program
   --interface NAME  look for servers on this network interface only (may be repeated), for example: --interface lo
   --defaults        start the plugin with default routes: each time the server connects, also when it merely restarts or is
-                    announced anew, by whomever, every configured output is routed to its default input over the operator's
-                    routes
+                    announced anew, by whomever, every configured output is routed to its default input and the operator's
+                    routes are lost
   --wait SECONDS    how long to wait for the server that the settings name and for its attributes (10). "servers" without
                     such a name waits until any server is found
-  --screenshot FILE of "workbench": write a picture (PNG) of the window once the attributes are there or the wait is over,
+  --screenshot FILE with "workbench": write a picture (PNG) of the window once the attributes are there or the wait is over,
                     and end. Settings are not saved
   --json            print one JSON document ("watch": one a line) instead of text. "answered" tells whether the device has
-                    answered for the value, where the plugin knows; "current" is null when it has not
+                    answered for the value, if the plugin knows; "current" is null when it has not. "possible" is null when
+                    the values are not known
   --verbose         show the plugin's log lines
   --help            this text
   --version         the program's version
@@ -91,29 +92,76 @@ from 1 in attribute names and values:
 
 Results go to standard output, everything else to standard error.
 
-Exit codes: 0 done; 1 refused by the plugin, no such attribute, or not answered for by the device as it should be; 2 wrong
-usage, a file that cannot be read or written, or a bundle that cannot be loaded; 3 timed out.
+Exit codes: 0 done; 1 refused by the plugin, no such attribute, or no proper answer from the device; 2 wrong usage, a file
+that cannot be read or written, or a bundle that cannot be loaded; 3 timed out.
 )";
 
-EarlyEnd wrongUsage(const std::string& what) {
-    return {ExitCode::unusable, what + "; \"velmora-host --help\" explains commands and options"};
+Failure wrongUsage(const std::string& what) {
+    return {what + "; \"velmora-host --help\" explains commands and options"};
 }
 
-std::optional<std::chrono::milliseconds> milliseconds(const QString& text) {
+std::string listedCommands() {
+    std::string text = "; the commands are: ";
+    for (const CommandForm& form : kCommands) {
+        text += (&form == kCommands.begin() ? "" : ", ") + std::string(form.form);
+    }
+    return text;
+}
+
+// None when it is no number of seconds, or one out of range.
+std::optional<std::chrono::milliseconds> waitingTime(const QString& text) {
     bool isNumber = false;
-    const double seconds = text.toDouble(&isNumber);
-    if (!isNumber || !std::isfinite(seconds) || seconds < 0.0 || seconds > kLongestWait) return std::nullopt;
-    return std::chrono::milliseconds(std::llround(seconds * 1000.0));
+    const Seconds time(text.toDouble(&isNumber));
+    if (!isNumber || !(time >= Seconds(0) && time <= kLongestWait)) return std::nullopt;
+    return std::chrono::round<std::chrono::milliseconds>(time);
 }
 
-}  // namespace
-
-std::variant<Options, EarlyEnd> parseOptions(int argc, const char* const* argv) {
+Result<QStringList> wordsOf(int argc, const char* const* argv) {
     QStringList words;
     for (int i = 0; i < argc; ++i) {
         if (!isValidUTF8(argv[i])) return wrongUsage("an argument is not UTF-8: " + inQuotes(argv[i]));
         words << qString(argv[i]);
     }
+    return words;
+}
+
+// The command and its arguments, in the order of the command line.
+Result<void> takeCommand(QStringList words, Options& options) {
+    if (words.isEmpty()) return wrongUsage("no command given" + listedCommands());
+    const std::string name = words.takeFirst().toStdString();
+    const auto* const form =
+        std::find_if(kCommands.begin(), kCommands.end(), [&](const auto& known) { return name == known.name; });
+    if (form == kCommands.end()) return wrongUsage("there is no command " + inQuotes(name) + listedCommands());
+    if (words.size() != form->arguments) return wrongUsage("the command is " + inQuotes(form->form));
+    options.command = form->command;
+    for (const QString& word : words) {
+        options.arguments.push_back(word.toStdString());
+    }
+    return {};
+}
+
+Result<void> takeFile(const QCommandLineParser& parser, const char* name, std::optional<std::filesystem::path>& file) {
+    if (!parser.isSet(name)) return {};
+    if (parser.value(name).isEmpty()) return wrongUsage(std::string("--") + name + " is given no name");
+    file = parser.value(name).toStdString();
+    return {};
+}
+
+Result<void> takeWait(const QCommandLineParser& parser, std::chrono::milliseconds& wait) {
+    if (!parser.isSet("wait")) return {};
+    const auto time = waitingTime(parser.value("wait"));
+    if (!time)
+        return wrongUsage("--wait takes a number of seconds from 0 to 86400, not " +
+                          inQuotes(parser.value("wait").toStdString()));
+    wait = *time;
+    return {};
+}
+
+}  // namespace
+
+Result<Options> parseOptions(int argc, const char* const* argv) {
+    const Result<QStringList> words = wordsOf(argc, argv);
+    if (!words) return words.failure();
     QCommandLineParser parser;
     parser.addOptions({{"settings", "", "FILE"},
                        {"bundle", "", "DIR"},
@@ -121,42 +169,29 @@ std::variant<Options, EarlyEnd> parseOptions(int argc, const char* const* argv) 
                        {"wait", "", "SECONDS"},
                        {"screenshot", "", "FILE"}});
     parser.addOptions({{"defaults", ""}, {"json", ""}, {"verbose", ""}, {{"h", "help"}, ""}, {"version", ""}});
-    if (!parser.parse(words)) {
+    if (!parser.parse(*words)) {
         QString error = parser.errorText();
         if (error.endsWith('.')) error.chop(1);
         return wrongUsage(error.toStdString());
     }
-    if (parser.isSet("help")) return EarlyEnd{ExitCode::done, kHelp};
-    if (parser.isSet("version")) return EarlyEnd{ExitCode::done, "velmora-host " VELMORA_VERSION "\n"};
-
-    QStringList arguments = parser.positionalArguments();
-    if (arguments.isEmpty()) return wrongUsage("no command given");
-    const std::string name = arguments.takeFirst().toStdString();
-    const auto* const form =
-        std::find_if(kCommands.begin(), kCommands.end(), [&](const auto& known) { return name == known.name; });
-    if (form == kCommands.end()) return wrongUsage("there is no command " + inQuotes(name));
-    if (arguments.size() != form->arguments) return wrongUsage(std::string("the command is \"") + form->form + '"');
-
     Options options;
-    options.command = form->command;
-    for (const QString& argument : arguments) {
-        options.arguments.push_back(argument.toStdString());
+    if (parser.isSet("help")) {
+        options.information = kHelp;
+        return options;
     }
-    if (parser.isSet("bundle")) options.bundle = parser.value("bundle").toStdString();
-    if (parser.isSet("settings")) options.settings = parser.value("settings").toStdString();
+    if (parser.isSet("version")) {
+        options.information = "velmora-host " VELMORA_VERSION "\n";
+        return options;
+    }
+    if (const auto taken = takeCommand(parser.positionalArguments(), options); !taken) return taken.failure();
+    if (const auto taken = takeFile(parser, "bundle", options.bundle); !taken) return taken.failure();
+    if (const auto taken = takeFile(parser, "settings", options.settings); !taken) return taken.failure();
+    if (const auto taken = takeFile(parser, "screenshot", options.screenshot); !taken) return taken.failure();
+    if (const auto taken = takeWait(parser, options.wait); !taken) return taken.failure();
+    if (options.screenshot && options.command != CommandName::workbench)
+        return wrongUsage("--screenshot is an option of \"workbench\"");
     for (const QString& interface : parser.values("interface")) {
         options.interfaces.push_back(interface.toStdString());
-    }
-    if (parser.isSet("wait")) {
-        const auto wait = milliseconds(parser.value("wait"));
-        if (!wait)
-            return wrongUsage("--wait takes a number of seconds from 0 to 86400, not " +
-                              inQuotes(parser.value("wait").toStdString()));
-        options.wait = *wait;
-    }
-    if (parser.isSet("screenshot")) {
-        if (options.command != CommandName::workbench) return wrongUsage("--screenshot is an option of \"workbench\"");
-        options.screenshot = parser.value("screenshot").toStdString();
     }
     options.defaults = parser.isSet("defaults");
     options.json = parser.isSet("json");

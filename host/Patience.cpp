@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 
 #include "platform/foundation/ImmediateOutput.h"
@@ -14,13 +15,14 @@ namespace velmora {
 
 namespace {
 
-// A main thread that is not blocked comes to a signal within it (milliseconds).
-constexpr int kAtOnce = 200;
+// A main thread that is not blocked handles a signal within this time.
+constexpr std::chrono::milliseconds kAtOnce{200};
+constexpr std::chrono::milliseconds kForEver{-1};
 
-// Until the signal has come, or is still there after the time; false when the thread is to end.
-bool waitFor(int end, int signal, short what, int time) {
+// Waits for `what` of the signal, this long at most. False when the thread must end.
+bool waitFor(int end, int signal, short what, std::chrono::milliseconds time) {
     std::array<pollfd, 2> watched = {{{end, POLLIN, 0}, {signal, what, 0}}};
-    poll(watched.data(), watched.size(), time);
+    poll(watched.data(), watched.size(), static_cast<int>(time.count()));
     return watched[0].revents == 0;
 }
 
@@ -30,11 +32,11 @@ bool isReadable(int descriptor) {
 }
 
 void watch(int end, int signal) {
-    while (waitFor(end, signal, POLLIN, -1)) {
+    while (waitFor(end, signal, POLLIN, kForEver)) {
         if (!isReadable(signal)) continue;
         if (!waitFor(end, signal, 0, kAtOnce)) return;
         if (!isReadable(signal)) continue;
-        // At once or not at all: where nobody reads, nobody is to wait for this thread.
+        // At once or not at all: where nobody reads, the end of this thread must not be held up.
         [[maybe_unused]] const auto written = writeAtOnce(
             STDERR_FILENO,
             "velmora-host: interrupted; waiting for the plugin, which is at work and may wait for its device. The "
@@ -47,7 +49,7 @@ void watch(int end, int signal) {
 }  // namespace
 
 Patience::Patience(const Interruption& interruption) : end_(eventfd(0, EFD_CLOEXEC)) {
-    // Without a way to end it there is no thread.
+    // Where no descriptor is left to end the thread with, do without it.
     if (end_ >= 0) thread_ = std::thread([end = end_, signal = interruption.descriptor()] { watch(end, signal); });
 }
 

@@ -1,4 +1,4 @@
-// What a person is told whose Ctrl-C meets a main thread that is blocked in the plugin.
+// Tells a person who presses Ctrl-C while the main thread is blocked in the plugin how to go on.
 #pragma once
 
 #include <thread>
@@ -7,8 +7,8 @@ namespace velmora {
 
 class Interruption;
 
-// Main thread. While it lives, and the main thread does not come to a signal at once, a thread of its own says on
-// standard error what is waited for and how to end now.
+// Main thread. When a signal is not handled at once, a thread of its own says on standard error what the program is
+// waiting for and how to end it now.
 class Patience {
   public:
     // The interruption outlives it.

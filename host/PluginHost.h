@@ -11,6 +11,7 @@
 
 #include "host/SettingsFile.h"
 #include "platform/foundation/NSBundle.h"
+#include "platform/foundation/Result.h"
 #include "plugin/VelmoraNodePluginProtocol.h"
 #include "plugin/VelmoraNodePluginStatusProtocol.h"
 
@@ -23,31 +24,30 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private Vel
     explicit PluginHost(SettingsFile& settingsFile);
     PluginHost(const PluginHost&) = delete;
     PluginHost& operator=(const PluginHost&) = delete;
-    // Unloads; what went wrong with that shows in the log only.
+    // Unloads; a failure shows in the log only.
     ~PluginHost() override;
 
-    // Loads the bundle, makes the plugin and hands it its saved settings. False and an `error` when it cannot be done.
-    bool load(const std::filesystem::path& bundle, std::string* error);
-    // Writes changed settings, stops the plugin, releases it, and only then unloads the bundle. False and an `error`
-    // when the settings could not be written or the code could not be taken out of memory; all the rest is done all the
-    // same.
-    bool unload(std::string* error);
+    // Loads the bundle, makes the plugin and hands it its saved settings.
+    Result<void> load(const std::filesystem::path& bundle);
+    // Writes changed settings, stops the plugin, releases it, and only then unloads the bundle. Does all of this also
+    // when the settings cannot be written or the code cannot be taken out of memory; the first failure is told.
+    Result<void> unload();
 
     // Only while loaded.
     VelmoraNodePluginProtocol& plugin() const { return *plugin_; }
 
-    // Where the plugin's connection stands, and what came of the last value that was read or set; none where the plugin
-    // does not tell, or tells it in a version that this host does not know.
+    // Where the plugin's connection stands, and what came of the last value that was read or set. None where the plugin
+    // does not tell, or tells in a version that this host does not know.
     std::optional<NodePluginConnectionStatus> connectionStatus() const;
     std::optional<NodePluginOutcome> lastOutcome() const;
 
-    // False when the plugin does not want to start.
+    // Whether the plugin wants to start. One that did not is stopped all the same before it is released.
     bool start(bool setCurrentValuesToDefaults);
     void stop();
     bool isStarted() const { return started_; }
     bool isStartedWithDefaults() const { return started_ && startedWithDefaults_; }
 
-    // Called at each change notice, inside the plugin's operation: it may look attributes up and must not ask for more.
+    // Called at each change notice, inside the plugin's operation: it may look attributes up, and nothing more.
     // Null for none.
     void setAttributesObserver(std::function<void()> observer) { attributesObserver_ = std::move(observer); }
 
@@ -55,8 +55,8 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private Vel
     // Null for none.
     void setStatusObserver(std::function<void()> observer) { statusObserver_ = std::move(observer); }
 
-    // Writes the settings to their file when the plugin has changed them. False and an `error` when that failed.
-    bool saveSettings(std::string* error);
+    // Writes the settings to their file when the plugin has changed them.
+    Result<void> saveSettings();
 
   private:
     void attributesChangedForPluginName(const std::string& pluginName) override;
@@ -65,7 +65,7 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private Vel
     SettingsFile& settingsFile_;
     std::shared_ptr<NSBundle> bundle_;
     std::shared_ptr<VelmoraNodePluginProtocol> plugin_;
-    std::shared_ptr<VelmoraNodePluginStatusProtocol> status_;  // the same object; null when it is not to be used
+    std::shared_ptr<VelmoraNodePluginStatusProtocol> status_;  // the same object; null when it must not be used
     bool mustBeStopped_ = false;
     bool started_ = false;
     bool startedWithDefaults_ = false;

@@ -1,7 +1,6 @@
-// The values that a plugin offers for one attribute, and which of them a text stands for. Values are the plugin's
-// texts. Some plugins put a number of four digits or more before each, by which they know it again whatever text
-// follows: "0003 Camera 3" and "0003 Input 3" are one value. They read the first four characters of what they are
-// given.
+// The values that a plugin offers for one attribute, and which of them a text stands for. A value is a text of the
+// plugin's. Some plugins begin each with a number of four digits or more and recognize it by that alone: "0003 Camera
+// 3" and "0003 Input 3" are one value. Of what they are given they read the first four characters.
 //
 // Any thread; the lists are immutable.
 #pragma once
@@ -23,14 +22,14 @@ class Values {
 
     const std::vector<std::string>& texts() const { return *texts_; }
 
-    // The place of the value that a text of the plugin's stands for: the equal one, or the one with its number; none
-    // when it stands for none of them.
+    // The place of the value that a text of the plugin's stands for: the one that is equal or has the same number. None
+    // when there is no such value.
     std::optional<std::size_t> indexOf(const std::string& text) const;
-    // Whether two texts of the plugin's stand for the same value, one that is offered or not.
+    // Whether two texts of the plugin's stand for the same value. It need not be one that is offered.
     bool areSame(const std::string& left, const std::string& right) const;
 
-    // Whether the plugin would take the text, which a person may have typed, for what it says: of 10001 it would read
-    // 1000, and of 00021 it would read 2.
+    // Whether the plugin would understand the text, which a person may have typed, as it is meant: of 10001 it would
+    // read 1000, and of 00021 it would read 2.
     bool canBeSet(const std::string& text) const;
     // The offered value that a person means by a text that can be set: "3" is enough where values have numbers. The
     // text itself where none is meant.
@@ -46,7 +45,7 @@ class Values {
     std::optional<std::size_t> indexOfNumber(std::int64_t number) const;
 
     StringList texts_;
-    // Each begins with its number, and no number is there twice: they count up.
+    // Whether each begins with a number, and the numbers count up.
     bool areNumbered_ = false;
 };
 

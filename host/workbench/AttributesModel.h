@@ -19,26 +19,26 @@ class AttributesModel final : public QAbstractTableModel {
     // Takes over what the plugin's look-ups say now. Attributes that are still there keep their current values.
     void reload(const VelmoraNodePluginProtocol& plugin);
     void setCurrentValue(const std::string& name, const std::string& value);
-    // It was asked for, and nobody answered as he should, or what was answered holds no longer.
+    // It was asked for without a proper answer, or the answer no longer holds.
     void setCurrentValueUnknown(const std::string& name);
-    // It is not asked for.
+    // Nobody has asked for it.
     void setCurrentValueUnread(const std::string& name);
 
     std::vector<std::string> names() const;
     bool isPossible(const std::string& name, const std::string& value) const;
     const std::string& nameAtRow(int row) const { return rowAt(row).name; }
-    // What can be chosen there.
+    // The values that can be chosen in that row.
     const Values& settableValuesAtRow(int row) const { return rowAt(row).settableValues; }
     // The index of the current value among these; -1 when it is none of them.
     int indexOfCurrentValueAtRow(int row) const;
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
-    // Display and tool tip: text without markup or control characters. The current value is shown as the possible value
-    // that it stands for.
+    // Display and tool tip are text without markup or control characters. The current value is shown as the possible
+    // value that it stands for.
     QVariant data(const QModelIndex& index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
-    // A current value that can be chosen is editable.
+    // A current value is editable where there is something to choose.
     Qt::ItemFlags flags(const QModelIndex& index) const override;
 
   private:

@@ -14,7 +14,7 @@ namespace velmora {
 
 namespace {
 
-// With less room, in characters, names give way to values.
+// Below this width, in characters, names give way to values.
 constexpr int kWideTable = 80;
 
 QStringList titlesOf(const Values& values) {
@@ -25,7 +25,7 @@ QStringList titlesOf(const Values& values) {
     return titles;
 }
 
-// Names differ at their ends.
+// Elides names in the middle, because they differ at their ends.
 class NameDelegate final : public QStyledItemDelegate {
   public:
     using QStyledItemDelegate::QStyledItemDelegate;
@@ -57,7 +57,7 @@ AttributesTable::AttributesTable(AttributesModel& model, Set set)
     verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);  // follows the font
     horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     horizontalHeader()->setHighlightSections(false);
-    // What was offered is no longer what there is.
+    // Values that have changed must not be offered any longer.
     connect(&model, &QAbstractItemModel::modelReset, this, &AttributesTable::closeValues);
     connect(&model, &QAbstractItemModel::dataChanged, this, &AttributesTable::closeOutdatedValues);
 }
@@ -73,7 +73,7 @@ void AttributesTable::closeOutdatedValues() {
 
 bool AttributesTable::edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) {
     if (!index.isValid() || !(trigger & editTriggers())) return QTableView::edit(index, trigger, event);
-    // Wherever in the row it was asked for: there is one thing to be chosen in it.
+    // From anywhere in the row, because there is only one thing to choose in it.
     openValues(index.siblingAtColumn(AttributesModel::currentColumn));
     return true;
 }

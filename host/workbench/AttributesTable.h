@@ -12,7 +12,7 @@ namespace velmora {
 class AttributesModel;
 class ChoicePopUp;
 
-// A double click, Enter, F2 or a click on a cell's arrow opens the possible values. They close when there are others.
+// A double click, Enter, F2 or a click on a cell's arrow opens the possible values. They close when they change.
 class AttributesTable final : public QTableView {
   public:
     using Set = std::function<void(const std::string& name, const std::string& value)>;
@@ -34,7 +34,7 @@ class AttributesTable final : public QTableView {
     AttributesModel& attributes_;
     const Set set_;
     ChoicePopUp* const values_;
-    // What was possible, and where, when the values were opened.
+    // The possible values, and their row, when they were opened.
     Values opened_;
     int openedRow_ = 0;
 };

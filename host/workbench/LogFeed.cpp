@@ -21,7 +21,7 @@ struct LogFeed::Queue {
         receive(arrived);
     }
 
-    // Whether somebody has to come for the lines.
+    // Whether a delivery has to be arranged.
     bool push(const std::string& text) {
         MutexLock lock(mutex);
         lines.push_back({QTime::currentTime(), text});

@@ -12,7 +12,7 @@
 
 namespace velmora {
 
-// Main thread. Lines wait for the main thread's event loop; of more than so many, the oldest are dropped.
+// Main thread. Lines wait for the main thread's event loop; when there are too many, the oldest are dropped.
 class LogFeed {
   public:
     static constexpr std::size_t kWaitingLines = 1000;

@@ -1,11 +1,9 @@
-// The plugin's settings as a document that a person loads and saves. Nothing of them is lost without that person's
-// word.
+// The plugin's settings as a document that a person loads and saves. Nothing is lost unless that person agrees.
 #pragma once
 
 #include <QString>
 #include <filesystem>
 #include <optional>
-#include <string>
 
 #include "host/SettingsFile.h"
 #include "host/workbench/WorkbenchSession.h"
@@ -16,7 +14,7 @@ namespace velmora {
 class SettingsDocument {
   public:
     enum class Unsaved { save, discard, keep };
-    // Whom the document asks; may serve events meanwhile.
+    // The person whom the document asks. Events may be served meanwhile.
     class Person {
       public:
         virtual ~Person() = default;
@@ -26,23 +24,23 @@ class SettingsDocument {
         // None: nothing is loaded, or saved.
         virtual std::optional<std::filesystem::path> fileToLoad() = 0;
         virtual std::optional<std::filesystem::path> fileToSave() = 0;
-        virtual void hearOfFailure(const std::string& error) = 0;
+        virtual void hearOfFailure(const Failure& failure) = 0;
     };
 
     // None is owned; all outlive the document. The file has been read, and its settings are the plugin's.
     SettingsDocument(SettingsFile& file, WorkbenchSession& session, Person& person);
 
     const std::optional<std::filesystem::path>& path() const { return file_.path(); }
-    // What in the settings is probably not meant, a line for each of the first few; "" for nothing.
+    // What is probably a mistake in the settings, a line for each of the first few; "" for nothing.
     QString doubts() const;
     bool isUnsaved() const { return file_.isChanged(session_.settings()); }
 
-    // Hands the settings of a file to the plugin. False when that was not to be, or could not be read; then all is as
-    // it was.
+    // Hands the settings of a file to the plugin. False when the person decided otherwise or the file could not be
+    // read; nothing has changed then.
     bool load();
-    // True when the file has the plugin's settings now. One that has them already is not written.
+    // Whether the file has the plugin's settings now. A file that had them already is not written.
     bool save();
-    // Whether the settings may go, saved or given up.
+    // Whether the settings may be replaced, because they are saved or the person gives them up.
     bool mayLetGo();
     // From here on the settings count as saved.
     void discardChanges();

@@ -8,6 +8,7 @@
 #include "host/Console.h"
 #include "host/Patience.h"
 #include "host/PluginState.h"
+#include "host/Quotes.h"
 #include "host/Waiting.h"
 #include "host/workbench/WorkbenchWindow.h"
 #include "platform/foundation/FileContents.h"
@@ -41,7 +42,7 @@ ExitCode takeScreenshot(WorkbenchWindow& window, PluginHost& host, const Options
 
 ExitCode runWorkbench(PluginHost& host, SettingsFile& settingsFile, const Options& options) {
     if (options.screenshot) {
-        // What cannot be written is said before the wait.
+        // Told before the long wait, not after it.
         if (const Result<void> may = mayReplaceFile(*options.screenshot); !may)
             return complainOfPicture(options, may.failure().reason);
     }
@@ -56,7 +57,7 @@ ExitCode runWorkbench(PluginHost& host, SettingsFile& settingsFile, const Option
     const Interruption interruption([&] { window.close(); });
     const Patience patience(interruption);
     QApplication::exec();
-    window.document().discardChanges();  // what is not saved by now is not to be
+    window.document().discardChanges();  // what the person has not saved by now stays unsaved
     return ExitCode::done;
 }
 

@@ -12,14 +12,14 @@ namespace velmora {
 
 namespace {
 
-// How long one reading of all values may block the main thread altogether: by itself, and when a person asks for it.
+// One reading of all values may block the main thread this long in total: unasked, and when a person asks for it.
 constexpr std::chrono::milliseconds kUnaskedReading{1000};
 constexpr std::chrono::milliseconds kAskedReading{30'000};
-// Notices that follow each other more closely lead to one reading.
+// Notices within this time of each other lead to one reading.
 constexpr std::chrono::milliseconds kNoticesTogether{100};
-// So long after it was closed, a pop-up is gone from the screen.
+// A pop-up that was closed is gone from the screen after this time.
 constexpr std::chrono::milliseconds kPopUpGone{30};
-// After so long the event loop has its turn.
+// After reading this long, the event loop gets its turn.
 constexpr std::chrono::milliseconds kReadingAtATime{50};
 
 }  // namespace
@@ -113,7 +113,7 @@ void WorkbenchSession::attributesHaveChanged() {
 
 void WorkbenchSession::statusHasChanged() {
     const auto outcome = host_.lastOutcome();
-    // What looked like an answer was none: the connection ended with it.
+    // The connection ended with what looked like an answer, so it was none.
     if (outcome && outcome->answer == NodePluginAnswer::connectionEnded)
         attributes_.setCurrentValueUnknown(outcome->attributeName);
     if (!canAsk()) endReading();
@@ -144,7 +144,7 @@ void WorkbenchSession::set(const std::string& name, const std::string& value) {
         if (attempt.isAnswered() == false) refusal = " (" + displayText(attempt.reason()) + ")";
         now = read(name);
     }
-    // That the plugin has handed the value on does not mean that the switcher has it.
+    // The plugin has handed the value on, which does not mean that the switcher has it.
     if (!now) {
         setOutcome("Setting " + what + " was handed on, but cannot be read back" + refusal + ".");
     } else if (!values.areSame(*now, value)) {
@@ -204,7 +204,7 @@ std::optional<std::string> WorkbenchSession::read(const std::string& name) {
     return value;
 }
 
-// Without a connection nothing is known any longer.
+// Without a connection no value is known any longer.
 void WorkbenchSession::endReading() {
     reading_.stop();
     if (canAsk()) {

@@ -1,5 +1,5 @@
-// What a person does with the plugin through the workbench: the host's operations, each said beforehand where it may
-// wait for the switch server, and reading of current values that never goes on for long by itself.
+// What a person does with the plugin through the workbench: the host's operations, each announced if it may wait for
+// the switch server, and the reading of current values, which by itself never takes long.
 #pragma once
 
 #include <QTime>
@@ -22,10 +22,10 @@ class WorkbenchSession {
     class Observer {
       public:
         virtual ~Observer() = default;
-        // The situation, the notices or the outcome may be others.
+        // The situation, the notices or the outcome may have changed.
         virtual void sessionHasChanged() = 0;
-        // Comes before a call that may block the main thread until the server answers, ten seconds for each command;
-        // what is to be seen meanwhile must be painted at once.
+        // Comes before a call that may block the main thread until the server answers, up to ten seconds for each
+        // command: paint at once whatever must be seen meanwhile.
         virtual void serverWillBeAwaited() = 0;
         virtual void serverWasAwaited() = 0;
     };
@@ -36,30 +36,30 @@ class WorkbenchSession {
     WorkbenchSession& operator=(const WorkbenchSession&) = delete;
     ~WorkbenchSession();
 
-    // Stops the plugin first if it is started, as it expects. False when it does not want to start.
+    // Stops the plugin first if it is started, because it expects that. False when it does not want to start.
     bool start(bool setCurrentValuesToDefaults);
     void stop();
     void handOver(const DictionaryReference& settings);
-    // Hands the plugin its own settings, whereupon it connects anew.
+    // Hands the plugin its own settings, which makes it connect anew.
     void reconnect() { handOver(settings()); }
-    // Asks for all current values, until one reading has blocked the main thread for too long altogether.
+    // Asks for all current values, but stops when that has blocked the main thread for too long in total.
     void refresh();
-    // In a moment: a pop-up from which it is called shall be gone from the screen before the server is waited for. What
-    // is no longer possible then is not set.
+    // Sets the value in a moment, so that the pop-up that it was chosen in is gone from the screen before the server is
+    // waited for. A value that is no longer possible by then is not set.
     void setLater(const std::string& name, const std::string& value);
 
     DictionaryReference settings() const { return host_.plugin().defaultSettings(); }
-    // Of the matrix, as long as there is a connection.
+    // Of the matrix; none without a connection.
     std::optional<std::size_t> numberOfInputs() const;
     bool isStarted() const { return host_.isStarted(); }
     bool isReading() const { return !unread_.empty(); }
-    // Whether a value would be answered for by somebody, as far as the plugin tells.
+    // Whether there is a device to ask for a value, as far as the plugin tells.
     bool canAsk() const;
     Situation situation() const { return situationOf(host_); }
     AttributesModel& attributes() { return attributes_; }
     // In words; "" before the first one.
     QString lastNotice() const { return lastNotice_; }
-    // What came of the last thing done.
+    // What came of the last operation.
     QString outcome() const { return outcome_; }
     void setOutcome(const QString& outcome);
 
@@ -71,7 +71,7 @@ class WorkbenchSession {
     void set(const std::string& name, const std::string& value);
     void beginReading(std::chrono::milliseconds limit, std::chrono::milliseconds delay);
     void readMore();
-    // None when nobody gave it.
+    // None when there was no proper answer.
     std::optional<std::string> read(const std::string& name);
     void endReading();
 

@@ -15,9 +15,10 @@ namespace velmora {
 // None becomes null.
 QJsonValue jsonValue(const std::optional<std::string>& text);
 QJsonValue jsonValue(const std::vector<std::string>& texts);
+// The value must not contain itself.
 QJsonValue jsonOfPropertyList(const PropertyList& value);
 
-// Prints the document: over several lines, or compact on one. What a terminal would obey stands in it as \uNNNN.
+// Prints the document over several lines, or compact on one. What a terminal would obey is written as \uNNNN.
 void printJson(const QJsonObject& document, QJsonDocument::JsonFormat format = QJsonDocument::Indented);
 
 }  // namespace velmora

@@ -1,0 +1,77 @@
+// What only a terminal shows: columns, and a Ctrl-C that meets a busy program.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <filesystem>
+
+#include "host/Patience.h"
+#include "host/terminal/TextTable.h"
+#include "platform/threads/Interruption.h"
+
+namespace velmora::test {
+
+namespace {
+
+auto numberOfThreads() {
+    const std::filesystem::directory_iterator threads("/proc/self/task");
+    return std::distance(begin(threads), end(threads));
+}
+
+}  // namespace
+
+TEST(TextTable, countsColumnsAsATerminalDoes) {
+    EXPECT_EQ(displayWidth("Caf\u00E9"), 4U);
+    EXPECT_EQ(displayWidth("e\u0301"), 1U) << "a combining accent";
+    EXPECT_EQ(displayWidth("\u653E\u9001\U0001F3A5"), 6U);
+}
+
+// Before any other that needs a descriptor for signals: it is kept for good.
+TEST(Patience, withoutDescriptorsASignalDoesWhatItDidBefore) {
+    rlimit limit{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const rlimit none{0, limit.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    {
+        const Interruption interruption([] {});
+        const Patience patience(interruption);
+        struct sigaction action {};
+        sigaction(SIGINT, nullptr, &action);
+        EXPECT_TRUE(interruption.descriptor() == -1 && action.sa_handler == SIG_DFL);
+    }
+    EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+}
+
+TEST(Patience, waitsForNobodyWhoReadsStandardError) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+    const std::string page(static_cast<std::size_t>(fcntl(ends[1], F_GETPIPE_SZ)), ' ');
+    ASSERT_EQ(write(ends[1], page.data(), page.size()), static_cast<ssize_t>(page.size()));
+    const int earlier = dup(STDERR_FILENO);
+    dup2(ends[1], STDERR_FILENO);
+    {
+        const Interruption interruption([] {});
+        const auto before = numberOfThreads();
+        const Patience patience(interruption);
+        std::raise(SIGINT);
+        bool hasEnded = false;
+        for (int i = 0; i < 1000 && !hasEnded; ++i) {  // not in the event loop, which would handle the signal
+            poll(nullptr, 0, 10);
+            hasEnded = numberOfThreads() == before;
+        }
+        EXPECT_TRUE(hasEnded);
+        fcntl(ends[0], F_SETFL, O_NONBLOCK);  // room for a thread that does wait, so that the test ends
+        std::string read(page.size(), ' ');
+        EXPECT_GT(::read(ends[0], read.data(), read.size()), 0);
+    }
+    dup2(earlier, STDERR_FILENO);
+    for (const int descriptor : {earlier, ends[0], ends[1]}) {
+        close(descriptor);
+    }
+}
+
+}  // namespace velmora::test
