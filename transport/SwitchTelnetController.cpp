@@ -276,7 +276,7 @@ void SwitchTelnetController::closeStreams(TelnetConnectionEnd::Cause cause, std:
 void SwitchTelnetController::releaseWaitingClients(const std::shared_ptr<NSThread>& thread) {
     const auto handing =
         thread->runLoop()->performAndWait([self = self()] { self->unlockMutex(); }, secondsFromNow(limits_.handOff));
-    if (handing != NSRunLoop::Handing::run) unlockMutex();
+    if (handing != NSRunLoop::Performed::yes) unlockMutex();
 }
 
 }  // namespace velmora

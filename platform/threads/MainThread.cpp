@@ -12,7 +12,7 @@
 #include <memory>
 #include <utility>
 
-#include "platform/threads/NSThread.h"
+#include "platform/threads/QueuedWork.h"
 #include "platform/threads/ThreadAnnotations.h"
 
 namespace velmora {
@@ -22,22 +22,15 @@ namespace {
 // Our own queue; Qt only wakes the loop up. So every hand-over is visible to the thread sanitizer, which cannot look
 // into Qt.
 struct Queue {
-    struct Item {
-        MainThread::Work work;
-        // Set for work that is waited for.
-        std::shared_ptr<bool> done;
-    };
-
     Mutex mutex;
-    Condition itemDone;
-    std::deque<Item> items GUARDED_BY(mutex);
+    std::deque<QueuedWork> items GUARDED_BY(mutex);
     bool served GUARDED_BY(mutex) = false;
     // Behind the application object's end nobody would run work, and code that it needs may be unloaded.
     bool ended GUARDED_BY(mutex) = false;
     // Readable while there are items.
     const int descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
 
-    void push(Item item) REQUIRES(mutex) {
+    void push(QueuedWork item) REQUIRES(mutex) {
         if (items.empty()) {
             const std::uint64_t one = 1;
             [[maybe_unused]] const auto written = write(descriptor, &one, sizeof one);
@@ -62,7 +55,7 @@ thread_local MainThread::HandOver* handOver = nullptr;
 
 void runNextItem() {
     Queue& q = queue();
-    Queue::Item item;
+    QueuedWork item;
     {
         MutexLock lock(q.mutex);
         if (q.items.empty()) return;
@@ -73,20 +66,13 @@ void runNextItem() {
             [[maybe_unused]] const auto got = read(q.descriptor, &count, sizeof count);
         }
     }
-    item.work();
-    item.work = nullptr;
-    if (!item.done) return;
-    {
-        MutexLock lock(q.mutex);
-        *item.done = true;
-    }
-    q.itemDone.notify_all();
+    item.run();
 }
 
 void applicationEnds() {
     Queue& q = queue();
     delete std::exchange(notifier, nullptr);
-    std::deque<Queue::Item> unrun;
+    std::deque<QueuedWork> unrun;
     {
         MutexLock lock(q.mutex);
         q.served = false;
@@ -95,7 +81,9 @@ void applicationEnds() {
         std::uint64_t count = 0;
         [[maybe_unused]] const auto got = read(q.descriptor, &count, sizeof count);
     }
-    q.itemDone.notify_all();
+    for (QueuedWork& item : unrun) {
+        item.drop();
+    }
 }
 
 void applicationStarts() {
@@ -141,7 +129,7 @@ bool MainThread::performAndWait(Work work) {
         return true;
     }
     Queue& q = queue();
-    const auto done = std::make_shared<bool>(false);
+    const auto outcome = std::make_shared<WorkOutcome>();
     // What is not queued is destroyed behind the lock: it may hand over work of its own.
     auto earlier = handOver != nullptr ? std::exchange(handOver->held_, {}) : std::vector<Work>();
     MutexLock lock(q.mutex);
@@ -149,11 +137,10 @@ bool MainThread::performAndWait(Work work) {
         if (!q.ended) q.push({std::move(each), nullptr});
     }
     if (!q.served) return false;
-    q.push({std::move(work), done});
-    while (!*done && q.served) {
-        q.itemDone.wait(lock);
-    }
-    return *done;
+    q.push({std::move(work), outcome});
+    lock.unlock();
+    outcome->waitBeforeDate(Date::max());
+    return outcome->wasRun();
 }
 
 void MainThread::performWhenIdle(Work work) {

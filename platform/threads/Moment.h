@@ -1,4 +1,5 @@
-// Moments and durations. Every deadline is a moment on the steady clock, which setting the computer's clock does not move.
+// Moments and durations. Every deadline is a moment on the steady clock, which setting the computer's clock does not
+// move.
 #pragma once
 
 #include <chrono>

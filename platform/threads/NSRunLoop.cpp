@@ -45,7 +45,7 @@ void NSRunLoop::closeDescriptors() {
 void NSRunLoop::runModeUntilDate(const char* mode, Date deadline) {
     bool ranWork = false;
     while (true) {
-        ranWork = runHandedWork() || ranWork;
+        ranWork = runQueuedWork() || ranWork;
         const Date wanted = serveSources(mode, ranWork);
         ranWork = false;
         if (endRun_.exchange(false) || std::chrono::steady_clock::now() >= deadline) return;
@@ -53,37 +53,30 @@ void NSRunLoop::runModeUntilDate(const char* mode, Date deadline) {
     }
 }
 
-bool NSRunLoop::runHandedWork() {
-    if (!hasHanded_) return false;
+bool NSRunLoop::runQueuedWork() {
+    if (!hasQueued_) return false;
     // Moved away from the members, because work may run the loop.
-    std::vector<Handed> work = std::move(spareHanded_);
+    std::vector<QueuedWork> work = std::move(spareQueued_);
     {
         MutexLock lock(mutex_);
         noteEvents();  // the work may end the watch that they come from
-        work.swap(handed_);
-        hasHanded_ = false;
+        work.swap(queued_);
+        hasQueued_ = false;
     }
-    for (Handed& handed : work) {
-        handed.work();
-        handed.work = nullptr;
-        if (!handed.done) continue;
-        {
-            MutexLock lock(mutex_);
-            *handed.done = true;
-        }
-        handedDone_.notify_all();
+    for (QueuedWork& each : work) {
+        each.run();
     }
     work.clear();
-    spareHanded_ = std::move(work);
+    spareQueued_ = std::move(work);
     return true;
 }
 
 void NSRunLoop::waitForEvents(Date deadline) {
     // Work that is there already goes first, but not twice in a row: work without end must not hide the descriptors.
-    if (hasHanded_ && !std::exchange(workWentFirst_, true)) return;
+    if (hasQueued_ && !std::exchange(workWentFirst_, true)) return;
     workWentFirst_ = false;
     waiting_ = true;
-    const bool atOnce = hasHanded_ || endRun_;
+    const bool atOnce = hasQueued_ || endRun_;
     setAlarm(deadline);
     eventCount_ = epoll_wait(poller_, events_.data(), static_cast<int>(events_.size()), atOnce ? 0 : -1);
     waiting_ = false;
@@ -143,33 +136,29 @@ Date NSRunLoop::serveSources(std::string_view mode, bool ranWork) {
 }
 
 bool NSRunLoop::perform(Work work) {
-    return hand({std::move(work), nullptr});
+    return enqueue({std::move(work), nullptr});
 }
 
-bool NSRunLoop::hand(Handed handed) {
+bool NSRunLoop::enqueue(QueuedWork work) {
     {
         MutexLock lock(mutex_);
         if (ended_) return false;
-        handed_.push_back(std::move(handed));
-        hasHanded_ = true;
+        queued_.push_back(std::move(work));
+        hasQueued_ = true;
     }
     interruptWait();
     return true;
 }
 
-NSRunLoop::Handing NSRunLoop::performAndWait(Work work, Date deadline) {
+NSRunLoop::Performed NSRunLoop::performAndWait(Work work, Date deadline) {
     if (currentRunLoop().get() == this) {
         work();
-        return Handing::run;
+        return Performed::yes;
     }
-    const auto done = std::make_shared<bool>(false);
-    if (!hand({std::move(work), done})) return Handing::loopEnded;
-    MutexLock lock(mutex_);
-    while (!*done) {
-        if (ended_) return Handing::loopEnded;
-        if (handedDone_.wait_until(lock, deadline) == std::cv_status::timeout && !*done) return Handing::deadlinePassed;
-    }
-    return Handing::run;
+    const auto outcome = std::make_shared<WorkOutcome>();
+    if (!enqueue({std::move(work), outcome})) return Performed::loopEnded;
+    if (!outcome->waitBeforeDate(deadline)) return Performed::deadlinePassed;
+    return outcome->wasRun() ? Performed::yes : Performed::loopEnded;
 }
 
 void NSRunLoop::endRun() {
@@ -188,16 +177,18 @@ void NSRunLoop::interruptWait() {
 }
 
 void NSRunLoop::end() {
-    std::vector<Handed> unrun;
+    std::vector<QueuedWork> unrun;
     std::vector<Scheduled> released;
     {
         MutexLock lock(mutex_);
         ended_ = true;
-        unrun.swap(handed_);
+        unrun.swap(queued_);
         released.swap(sources_);
         closeDescriptors();
     }
-    handedDone_.notify_all();
+    for (QueuedWork& work : unrun) {
+        work.drop();
+    }
 }
 
 NSRunLoop::Scheduled* NSRunLoop::find(const RunLoopSource* source) {

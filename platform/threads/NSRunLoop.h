@@ -16,7 +16,8 @@
 
 #include "platform/foundation/NSObject.h"
 #include "platform/threads/MainThread.h"
-#include "platform/threads/NSLock.h"
+#include "platform/threads/Moment.h"
+#include "platform/threads/QueuedWork.h"
 #include "platform/threads/ThreadAnnotations.h"
 
 namespace velmora {
@@ -57,8 +58,8 @@ class NSRunLoop : public NSObject {
     bool perform(Work work);
     // The same, and waits until the work has been run; at once on the loop's own thread. When the deadline passes first
     // the work stays queued, or goes on running, so it must hold by itself what it needs.
-    enum class Handing { run, loopEnded, deadlinePassed };
-    Handing performAndWait(Work work, Date deadline);
+    enum class Performed { yes, loopEnded, deadlinePassed };
+    Performed performAndWait(Work work, Date deadline);
 
     // The current run, or else the next one, returns as soon as it has finished what it is doing.
     void endRun();
@@ -73,11 +74,6 @@ class NSRunLoop : public NSObject {
 
   private:
     friend class NSThread;
-    struct Handed {
-        Work work;
-        // Set for work that is waited for; guarded by mutex_.
-        std::shared_ptr<bool> done;
-    };
     struct Scheduled {
         std::shared_ptr<RunLoopSource> source;
         std::uint64_t id = 0;
@@ -94,8 +90,8 @@ class NSRunLoop : public NSObject {
     // descriptors are given back.
     void end();
     void closeDescriptors();
-    bool hand(Handed handed);
-    bool runHandedWork();
+    bool enqueue(QueuedWork work);
+    bool runQueuedWork();
     void waitForEvents(Date deadline);
     void setAlarm(Date moment);
     void noteEvents() REQUIRES(mutex_);
@@ -118,14 +114,13 @@ class NSRunLoop : public NSObject {
     std::array<epoll_event, 16> events_{};
     int eventCount_ = 0;
     bool workWentFirst_ = false;
-    std::vector<Handed> spareHanded_;
+    std::vector<QueuedWork> spareQueued_;
     std::vector<Turn> spareTurns_;
     std::atomic<bool> waiting_{false};
     std::atomic<bool> endRun_{false};
-    std::atomic<bool> hasHanded_{false};
+    std::atomic<bool> hasQueued_{false};
     Mutex mutex_;
-    Condition handedDone_;
-    std::vector<Handed> handed_ GUARDED_BY(mutex_);
+    std::vector<QueuedWork> queued_ GUARDED_BY(mutex_);
     std::vector<Scheduled> sources_ GUARDED_BY(mutex_);
     std::uint64_t lastId_ GUARDED_BY(mutex_) = 0;
     bool ended_ GUARDED_BY(mutex_) = false;

@@ -3,7 +3,7 @@
 
 #include <atomic>
 #include <future>
-#include <numeric>
+#include <thread>
 
 #include "platform/threads/MainThread.h"
 #include "platform/threads/NSLock.h"
@@ -30,6 +30,40 @@ TEST(MainThread, letsWorkHandWorkOverWhileItIsDestroyedBehindTheApplicationsEnd)
         _exit(0);
     };
     EXPECT_EXIT(endTheApplication(), testing::ExitedWithCode(0), "");
+}
+
+TEST(MainThread, tellsOfDroppedWorkAlsoWhenTheNextApplicationStartsAtOnce) {
+    const auto endAndStartApplications = [] {
+        QCoreApplication::instance()->~QCoreApplication();
+        int count = 1;
+        char name[] = "threads-test";
+        char* arguments[] = {name, nullptr};
+        std::atomic<int> dropped = 0;
+        for (int round = 0; round < 1000; ++round) {
+            auto application = std::make_unique<QCoreApplication>(count, arguments);
+            std::atomic<int> asked = 0;
+            std::atomic<int> answered = 0;
+            std::vector<std::thread> waiting(8);
+            for (std::thread& thread : waiting) {
+                thread = std::thread([&] {
+                    ++asked;
+                    if (!MainThread::performAndWait([] {})) ++dropped;
+                    ++answered;
+                });
+            }
+            while (asked != 8) {
+                std::this_thread::yield();
+            }
+            application = nullptr;
+            application = std::make_unique<QCoreApplication>(count, arguments);
+            if (!runMainLoopUntil([&] { return answered == 8; }, 10.0)) _exit(1);
+            for (std::thread& thread : waiting) {
+                thread.join();
+            }
+        }
+        _exit(dropped > 0 ? 0 : 2);
+    };
+    EXPECT_EXIT(endAndStartApplications(), testing::ExitedWithCode(0), "");
 }
 
 TEST(MainThread, runsWorkOfOtherThreadsInOrderAlsoThroughNestedLoops) {
@@ -68,7 +102,7 @@ TEST(NSRunLoop, handedWorkRunsOnceInOrderAndIsRefusedAfterTheEnd) {
     for (int i = 0; i < 1000; ++i) {
         ASSERT_TRUE(thread->runLoop()->perform([&order, i] { order.push_back(i); }));
         if (i % 100 != 99) continue;
-        ASSERT_EQ(thread->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Handing::run);
+        ASSERT_EQ(thread->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Performed::yes);
         ASSERT_EQ(order.size(), static_cast<std::size_t>(i + 1));
     }
     EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
@@ -83,20 +117,20 @@ TEST(NSRunLoop, handedWorkRunsOnceInOrderAndIsRefusedAfterTheEnd) {
         release.get_future().wait();
     });
     blocked.get_future().wait();
-    EXPECT_EQ(thread->runLoop()->performAndWait([] {}, secondsFromNow(0.05)), NSRunLoop::Handing::deadlinePassed);
+    EXPECT_EQ(thread->runLoop()->performAndWait([] {}, secondsFromNow(0.05)), NSRunLoop::Performed::deadlinePassed);
     thread->cancel();
     release.set_value();
     EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
     EXPECT_EQ(NSThread::runningThreads(), 0);
     EXPECT_FALSE(thread->runLoop()->perform([held] {}));
-    EXPECT_EQ(thread->runLoop()->performAndWait([held] {}, secondsFromNow(30.0)), NSRunLoop::Handing::loopEnded);
+    EXPECT_EQ(thread->runLoop()->performAndWait([held] {}, secondsFromNow(30.0)), NSRunLoop::Performed::loopEnded);
     EXPECT_EQ(held.use_count(), 1);
 }
 
 TEST(NSThread, workHandedToAThreadThatEndsBeforeRunningItReturnsPromptly) {
     const auto neverRuns = std::make_shared<NSThread>([] {});
     std::thread waiter([&] {
-        EXPECT_EQ(neverRuns->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Handing::loopEnded);
+        EXPECT_EQ(neverRuns->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Performed::loopEnded);
     });
     EXPECT_TRUE(neverRuns->start());
     waiter.join();
@@ -113,7 +147,7 @@ TEST(NSThread, threadsThatComeAndGoFastDoNotPileUpAndGiveBackWhatTheyHeldAtTheir
         }));
         ASSERT_TRUE(threads.back()->start());
         // In a run that only its period ends, or somebody who wakes it.
-        ASSERT_EQ(threads.back()->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Handing::run);
+        ASSERT_EQ(threads.back()->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Performed::yes);
         threads.back()->cancel();
     }
     EXPECT_TRUE(runMainLoopUntil([] { return NSThread::runningThreads() == NSThread::kWindingDownLimit + 1; }));
