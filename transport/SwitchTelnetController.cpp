@@ -196,13 +196,13 @@ void SwitchTelnetController::firstSpaceAvailable(const std::shared_ptr<NSStream>
         MutexLock lock(stateMutex_);
         if (outputStreamReady_) return;
     }
-    // The main thread gets this only when the event has been handled, so the delegate finds the connection connected.
-    tellDelegate(&SwitchTelnetControllerDelegate::nodeConnectionDidOpen);
     sendNextCommand();
     MutexLock lock(stateMutex_);
     if (closing_ || stream != outputStream_) return;  // another thread has closed it meanwhile
     outputStreamReady_ = true;
     setIsConnected(true);
+    // Last, so that the delegate finds the connection connected; under the mutex, so that its end is not told before.
+    tellDelegate(&SwitchTelnetControllerDelegate::nodeConnectionDidOpen);
 }
 
 void SwitchTelnetController::errorOccurred(const std::string& reason) {

@@ -29,8 +29,7 @@ enum NSStreamEvent : unsigned {
 class NSStreamDelegate {
   public:
     virtual ~NSStreamDelegate() = default;
-    // On the thread whose run loop the stream is scheduled in. What the handler queues for the main thread is handed
-    // over when it returns.
+    // On the thread whose run loop the stream is scheduled in.
     virtual void streamHandleEvent(const std::shared_ptr<NSStream>& stream, NSStreamEvent event) = 0;
 };
 

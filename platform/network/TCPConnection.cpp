@@ -302,7 +302,6 @@ void TCPConnection::deliver(Half which, NSStreamEvent event) {
         delegate = half(which).delegate;
     }
     if (stream == nullptr || delegate == nullptr) return;
-    const MainThread::HandOver handOver;
     delegate->streamHandleEvent(stream, event);
 }
 

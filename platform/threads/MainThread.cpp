@@ -51,8 +51,6 @@ const char* mode = NSDefaultRunLoopMode;
 std::vector<std::pair<int, MainThread::Work>> modeObservers;
 int lastModeObserver = 0;
 
-thread_local MainThread::HandOver* handOver = nullptr;
-
 void runNextItem() {
     Queue& q = queue();
     QueuedWork item;
@@ -114,10 +112,6 @@ void MainThread::perform(Work work) {
 }
 
 void MainThread::performLater(Work work) {
-    if (handOver != nullptr) {
-        handOver->held_.push_back(std::move(work));
-        return;
-    }
     Queue& q = queue();
     MutexLock lock(q.mutex);
     if (!q.ended) q.push({std::move(work), nullptr});
@@ -130,12 +124,7 @@ bool MainThread::performAndWait(Work work) {
     }
     Queue& q = queue();
     const auto outcome = std::make_shared<WorkOutcome>();
-    // What is not queued is destroyed behind the lock: it may hand over work of its own.
-    auto earlier = handOver != nullptr ? std::exchange(handOver->held_, {}) : std::vector<Work>();
     MutexLock lock(q.mutex);
-    for (Work& each : earlier) {
-        if (!q.ended) q.push({std::move(each), nullptr});
-    }
     if (!q.served) return false;
     q.push({std::move(work), outcome});
     lock.unlock();
@@ -158,18 +147,6 @@ void MainThread::performWhenIdle(Work work) {
             work();
         }
     });
-}
-
-MainThread::HandOver::HandOver() : outermost_(handOver == nullptr) {
-    if (outermost_) handOver = this;
-}
-
-MainThread::HandOver::~HandOver() {
-    if (!outermost_) return;
-    handOver = nullptr;
-    for (Work& work : held_) {
-        performLater(std::move(work));
-    }
 }
 
 std::string_view MainThread::currentMode() {

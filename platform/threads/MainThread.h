@@ -31,21 +31,6 @@ class MainThread {
     // Queued until the event loop has nothing else to do. Main thread only.
     static void performWhenIdle(Work work);
 
-    // What perform and performLater queue on this thread while a HandOver lives is handed over, in order, when the
-    // outermost one ends.
-    class HandOver {
-      public:
-        HandOver();
-        HandOver(const HandOver&) = delete;
-        HandOver& operator=(const HandOver&) = delete;
-        ~HandOver();
-
-      private:
-        bool outermost_;
-        std::vector<Work> held_;
-        friend class MainThread;
-    };
-
     // The mode that the main loop is in: the default mode, or that of the innermost ModeScope. Main thread only.
     static std::string_view currentMode();
     class ModeScope {

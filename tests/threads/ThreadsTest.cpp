@@ -22,11 +22,7 @@ TEST(MainThread, letsWorkHandWorkOverWhileItIsDestroyedBehindTheApplicationsEnd)
     const auto endTheApplication = [] {
         alarm(20);  // where it waits for itself
         QCoreApplication::instance()->~QCoreApplication();
-        std::thread([] {
-            const MainThread::HandOver handOver;
-            MainThread::perform([last = std::make_shared<Last>()] {});
-            MainThread::performAndWait([] {});
-        }).join();
+        std::thread([] { MainThread::perform([last = std::make_shared<Last>()] {}); }).join();
         _exit(0);
     };
     EXPECT_EXIT(endTheApplication(), testing::ExitedWithCode(0), "");
@@ -76,11 +72,8 @@ TEST(MainThread, runsWorkOfOtherThreadsInOrderAlsoThroughNestedLoops) {
             // A nested loop, as a modal alert runs one, serves the work behind this.
             innerDone = runMainLoopUntil([&] { return order.size() == 3; });
         });
-        {
-            const MainThread::HandOver handOver;
-            MainThread::perform([&] { order.push_back(3); });
-            MainThread::performLater([&] { order.push_back(4); });
-        }
+        MainThread::perform([&] { order.push_back(3); });
+        MainThread::performLater([&] { order.push_back(4); });
         EXPECT_TRUE(MainThread::performAndWait([&] { order.push_back(5); }));
         EXPECT_EQ(order.size(), 4U);
     });
