@@ -127,8 +127,6 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     bool XMLReceivedCompletely() const;
 
   private:
-    class HandOver;
-
     void streamHandleEvent(const std::shared_ptr<NSStream>& stream, NSStreamEvent event) override;
     void bytesAvailable(NSInputStream& stream);
     void firstSpaceAvailable(const std::shared_ptr<NSStream>& stream);

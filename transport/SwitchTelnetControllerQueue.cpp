@@ -78,27 +78,6 @@ bool SwitchTelnetController::hasOpenStream() const {
     return outputStream_ != nullptr && !closing_;
 }
 
-// A command on its way to the communications thread. Finished when that has queued it, or has ended without doing so.
-class SwitchTelnetController::HandOver {
-  public:
-    HandOver(std::shared_ptr<SwitchTelnetController> controller, std::shared_ptr<SwitchTelnetCommand> command,
-             std::shared_ptr<NSLock::Errand> errand)
-        : controller_(std::move(controller)), command_(std::move(command)), errand_(std::move(errand)) {}
-    ~HandOver() { controller_->communicationsThreadMutex.finishErrand(*errand_); }
-    HandOver(const HandOver&) = delete;
-    HandOver& operator=(const HandOver&) = delete;
-
-    void run() const {
-        // Looked at again on this thread: the connection may have gone since the client looked.
-        if (controller_->hasOpenStream()) controller_->addNewCommand(command_);
-    }
-
-  private:
-    const std::shared_ptr<SwitchTelnetController> controller_;
-    const std::shared_ptr<SwitchTelnetCommand> command_;
-    const std::shared_ptr<NSLock::Errand> errand_;
-};
-
 void SwitchTelnetController::processCommandSynchronously(const std::shared_ptr<SwitchTelnetCommand>& command) {
     std::shared_ptr<NSThread> thread;
     {
@@ -106,15 +85,17 @@ void SwitchTelnetController::processCommandSynchronously(const std::shared_ptr<S
         if (outputStream_ == nullptr) return;
         thread = communicationsThread_;
     }
-    // One wait for both, that the command is queued and that the signal is given back, so that the client is woken
-    // once. The signal is free at once when the reply has come already, or when the command was not queued. The
-    // reply's time counts from here, the hand-over, which is a part of what the client waits for.
+    // The reply's time counts from here, so it includes the command's way to the communications thread.
     const Date deadline = secondsFromNow(limits_.reply);
-    const auto errand = std::make_shared<NSLock::Errand>();
-    if (!thread->runLoop()->perform(
-            [handOver = std::make_shared<const HandOver>(self(), command, errand)] { handOver->run(); }))
-        return;
-    const bool lockObtained = communicationsThreadMutex.lockAfterErrandBeforeDate(*errand, deadline);
+    const auto added = thread->runLoop()->performAndWait(
+        [self = self(), command] {
+            // Looked at again on this thread: the connection may have gone since the client looked.
+            if (self->hasOpenStream()) self->addNewCommand(command);
+        },
+        deadline);
+    if (added == NSRunLoop::Performed::loopEnded) return;
+    // The signal is free at once when the reply has come already, or when the command was not queued.
+    const bool lockObtained = added == NSRunLoop::Performed::yes && communicationsThreadMutex.lockBeforeDate(deadline);
     if (deadline > std::chrono::steady_clock::now()) {
         if (lockObtained) communicationsThreadMutex.unlock();
         return;

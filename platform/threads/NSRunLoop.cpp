@@ -100,11 +100,9 @@ void NSRunLoop::noteEvents() {
 void NSRunLoop::setAlarm(Date moment) {
     if (moment == alarm_) return;
     alarm_ = moment;
-    // An alarm in the past rings at once; the all-zero one, which would never ring, is a moment at boot.
-    const auto nanoseconds = std::max<std::int64_t>(moment.time_since_epoch() / std::chrono::nanoseconds(1), 1);
-    constexpr std::int64_t second = 1'000'000'000;
+    // An alarm in the past rings at once, but the all-zero one never would.
     itimerspec alarm{};
-    alarm.it_value = {static_cast<time_t>(nanoseconds / second), static_cast<long>(nanoseconds % second)};
+    alarm.it_value = timespecOf(std::max(moment, Date(std::chrono::nanoseconds(1))));
     timerfd_settime(alarmDescriptor_, TFD_TIMER_ABSTIME, &alarm, nullptr);
 }
 

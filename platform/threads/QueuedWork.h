@@ -29,8 +29,8 @@ class WorkOutcome {
     bool wasRun_ = false;
 };
 
-// Every piece that somebody waits for is run or dropped by the thread whose queue it is in. The work is destroyed before
-// its outcome is told, because it may refer to what the waiting thread holds.
+// Every piece that somebody waits for is run or dropped by the thread whose queue it is in. The work is destroyed
+// before its outcome is told, because it may refer to what the waiting thread holds.
 struct QueuedWork {
     std::function<void()> work;
     // Null where nobody waits.

@@ -173,37 +173,36 @@ TEST(NSLock, isASignalThatAnyThreadMayGiveBack) {
     EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
 }
 
-TEST(NSLock, losesNoSignalBetweenTwoThreads) {
+TEST(NSLock, losesNoSignalAndIsNeverFreeTwice) {
     NSLock asked;
     NSLock answered;
     asked.lock();
     answered.lock();
-    constexpr int rounds = 20'000;
-    std::shared_ptr<NSLock::Errand> errand;
-    int count = 0;
+    constexpr int kRounds = 20'000;
+    int count = 0;  // on either side of a signal in turn
     std::thread other([&] {
-        for (int i = 0; i < rounds && asked.lockBeforeDate(secondsFromNow(60.0)); ++i) {
+        for (int i = 0; i < kRounds && asked.lockBeforeDate(secondsFromNow(60.0)); ++i) {
             ++count;
-            // Both orders are possible, and the second of the two must wake whoever waits.
-            if (i % 2 == 0) answered.unlock();
-            answered.finishErrand(*errand);
-            if (i % 2 == 1) answered.unlock();
+            answered.unlock();
         }
     });
-    for (int i = 1; i <= rounds; ++i) {
-        errand = std::make_shared<NSLock::Errand>();
-        const Date deadline = secondsFromNow(10.0);
-        asked.unlock();
-        EXPECT_TRUE(answered.lockAfterErrandBeforeDate(*errand, deadline));
-        EXPECT_EQ(count, i);
-        // Whom only the deadline has woken takes the lock all the same.
-        if (std::chrono::steady_clock::now() >= deadline) {
-            ADD_FAILURE() << "a signal was lost";
-            break;
+    NSLock contended;
+    std::thread careless([&contended] {
+        for (int i = 0; i < kRounds; ++i) {
+            contended.unlock();
         }
+    });
+    for (int i = 1; i <= kRounds; ++i) {
+        asked.unlock();
+        ASSERT_TRUE(answered.lockBeforeDate(secondsFromNow(30.0)));
+        EXPECT_EQ(count, i);
+        contended.tryLock();
+        contended.unlock();
     }
-    asked.unlock();
     other.join();
+    careless.join();
+    EXPECT_TRUE(contended.tryLock());
+    EXPECT_FALSE(contended.tryLock()) << "given back more than once";
 }
 
 }  // namespace velmora::test
