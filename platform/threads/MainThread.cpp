@@ -11,6 +11,7 @@
 #include <deque>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "platform/threads/QueuedWork.h"
 #include "platform/threads/ThreadAnnotations.h"
@@ -25,7 +26,7 @@ struct Queue {
     Mutex mutex;
     std::deque<QueuedWork> items GUARDED_BY(mutex);
     bool served GUARDED_BY(mutex) = false;
-    // Behind the application object's end nobody would run work, and code that it needs may be unloaded.
+    // After the application object's end nobody would run work, and code that it needs may be unloaded.
     bool ended GUARDED_BY(mutex) = false;
     // Readable while there are items.
     const int descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
@@ -39,7 +40,7 @@ struct Queue {
     }
 };
 
-// Never destroyed: other threads may hand work over while the process ends.
+// Never destroyed: other threads may queue work while the process ends.
 Queue& queue() {
     static auto* instance = new Queue;
     return *instance;
@@ -133,7 +134,7 @@ bool MainThread::performAndWait(Work work) {
 }
 
 void MainThread::performWhenIdle(Work work) {
-    // A timer of no length comes after the events that wait already; handed-over work may have come in since.
+    // A timer of no length comes after the events that wait already; work may have been queued since.
     QTimer::singleShot(0, [work = std::move(work)]() mutable {
         bool busy = false;
         {

@@ -14,7 +14,17 @@ namespace {
 // Sources count from 1.
 constexpr std::uint64_t kWakeUpId = 0;
 constexpr std::uint64_t kAlarmId = std::numeric_limits<std::uint64_t>::max();
+
+thread_local std::shared_ptr<NSRunLoop> currentLoop;
 }  // namespace
+
+const std::shared_ptr<NSRunLoop>& NSRunLoop::currentRunLoop() {
+    return currentLoop;
+}
+
+void NSRunLoop::setCurrentRunLoop(std::shared_ptr<NSRunLoop> runLoop) {
+    currentLoop = std::move(runLoop);
+}
 
 NSRunLoop::NSRunLoop()
     : poller_(epoll_create1(EPOLL_CLOEXEC)),
@@ -23,7 +33,7 @@ NSRunLoop::NSRunLoop()
     isUsable_ = watch(wakeUpDescriptor_, kWakeUpId) && watch(alarmDescriptor_, kAlarmId);
 }
 
-// Edge-triggered, so that nothing need be read back.
+// Edge-triggered, so that neither descriptor has to be read.
 bool NSRunLoop::watch(int descriptor, std::uint64_t id) const {
     epoll_event event{};
     event.events = EPOLLIN | EPOLLET;
@@ -59,7 +69,7 @@ bool NSRunLoop::runQueuedWork() {
     std::vector<QueuedWork> work = std::move(spareQueued_);
     {
         MutexLock lock(mutex_);
-        noteEvents();  // the work may end the watch that they come from
+        noteEvents();  // before the work, which may end the watch that they come from
         work.swap(queued_);
         hasQueued_ = false;
     }
@@ -72,7 +82,7 @@ bool NSRunLoop::runQueuedWork() {
 }
 
 void NSRunLoop::waitForEvents(Date deadline) {
-    // Work that is there already goes first, but not twice in a row: work without end must not hide the descriptors.
+    // Work that is queued already goes first, but not twice in a row: work without end must not hide the descriptors.
     if (hasQueued_ && !std::exchange(workWentFirst_, true)) return;
     workWentFirst_ = false;
     waiting_ = true;
@@ -87,7 +97,7 @@ void NSRunLoop::noteEvents() {
         const epoll_event& event = events_[static_cast<std::size_t>(i)];
         if (event.data.u64 == kWakeUpId) continue;
         if (event.data.u64 == kAlarmId) {
-            alarm_ = Date::max();  // has rung; the same moment may be wanted again
+            alarm_ = Date::max();  // it has rung; the same moment may be wanted again
             continue;
         }
         for (Scheduled& scheduled : sources_) {
@@ -164,8 +174,8 @@ void NSRunLoop::endRun() {
     interruptWait();
 }
 
-// The loop announces its wait before it looks for work a last time, so a wake-up is never lost; while it is busy none
-// is needed.
+// The loop announces its wait before it looks for work a last time, so a wake-up is never lost. While it is busy it
+// needs none.
 void NSRunLoop::interruptWait() {
     if (!waiting_) return;
     MutexLock lock(wakeUpMutex_);

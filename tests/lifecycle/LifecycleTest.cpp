@@ -28,7 +28,7 @@ int rounds(int share) {
 // What the process holds once everything that winds down has done so.
 struct Holdings {
     Holdings() {
-        EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
+        EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(10)));
         runMainLoopOnce();
         threads = test::threads();
         descriptors = openDescriptors();

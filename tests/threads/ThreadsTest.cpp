@@ -113,7 +113,7 @@ TEST(NSRunLoop, handedWorkRunsOnceInOrderAndIsRefusedAfterTheEnd) {
     EXPECT_EQ(thread->runLoop()->performAndWait([] {}, secondsFromNow(0.05)), NSRunLoop::Performed::deadlinePassed);
     thread->cancel();
     release.set_value();
-    EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
+    EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(10)));
     EXPECT_EQ(NSThread::runningThreads(), 0);
     EXPECT_FALSE(thread->runLoop()->perform([held] {}));
     EXPECT_EQ(thread->runLoop()->performAndWait([held] {}, secondsFromNow(30.0)), NSRunLoop::Performed::loopEnded);
@@ -170,7 +170,7 @@ TEST(NSLock, isASignalThatAnyThreadMayGiveBack) {
     EXPECT_TRUE(thread->start());
     thread->cancel();
     EXPECT_FALSE(taken.get_future().get());
-    EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
+    EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(10)));
 }
 
 TEST(NSLock, losesNoSignalAndIsNeverFreeTwice) {

@@ -18,7 +18,7 @@ namespace velmora {
 namespace {
 
 // How long (seconds) the end of the application waits for the thread.
-constexpr double kEndTimeout = 3.0;
+constexpr Seconds kEndTimeout{3};
 
 using Task = DiscoveryThread::Task;
 
