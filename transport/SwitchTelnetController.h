@@ -99,7 +99,7 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     std::optional<std::string> nodeAddress() const;
     void setNodeAddress(std::optional<std::string> nodeAddress);
 
-    // Null while no communications thread runs.
+    // Null while no communications thread runs. Nothing in the product calls these two.
     std::shared_ptr<NSRunLoop> runLoop() const;
     void setRunLoop(std::shared_ptr<NSRunLoop> runLoop);
     // The command in flight, or null.

@@ -9,7 +9,7 @@
 namespace velmora {
 
 using Date = std::chrono::steady_clock::time_point;
-// What the system's time limits and periods are given in; milliseconds and the like convert to it.
+// For time limits and periods; milliseconds and the like convert to it.
 using Seconds = std::chrono::duration<double>;
 
 // Any thread.

@@ -9,7 +9,7 @@
 
 namespace velmora {
 
-// What has become of one piece of work. Shared by the one thread that waits and the one that settles it.
+// Whether one piece of work was run. Shared by the one thread that waits and the one that settles it.
 class WorkOutcome {
   public:
     WorkOutcome() { settled_.tryLock(); }

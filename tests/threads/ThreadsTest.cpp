@@ -69,7 +69,7 @@ TEST(MainThread, runsWorkOfOtherThreadsInOrderAlsoThroughNestedLoops) {
         EXPECT_FALSE(MainThread::isCurrent());
         MainThread::perform([&] {
             order.push_back(1);
-            // A nested loop, as a modal alert runs one, serves the work behind this.
+            // A nested loop, as a modal alert runs one, serves the work after this.
             innerDone = runMainLoopUntil([&] { return order.size() == 3; });
         });
         MainThread::perform([&] { order.push_back(3); });
@@ -100,7 +100,7 @@ TEST(NSRunLoop, handedWorkRunsOnceInOrderAndIsRefusedAfterTheEnd) {
     }
     EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
 
-    // Work behind the last run is destroyed unrun, and whoever waits for it is released, long before a period is over.
+    // Work after the last run is destroyed unrun, and whoever waits for it is released, long before a period is over.
     period = 3600.0;
     const auto held = std::make_shared<int>(0);
     std::promise<void> blocked;

@@ -243,7 +243,7 @@ TEST(TelnetXML, everyPrefixIsCompleteExactlyWhenTheRuleSays) {
         const auto command = makeCommand("X");
         command->responseData()->assign((kDocument + "\r\n\r\n\r").substr(0, length));
         controller->setCurrentTelnetCommand(command);
-        // Complete: too short to be judged, or at most three bytes behind the closing tag and its line feed.
+        // Complete: too short to be judged, or at most three bytes after the closing tag and its line feed.
         const bool complete = length < 13 || (length >= kDocument.size() && length <= kDocument.size() + 3);
         EXPECT_EQ(controller->XMLReceivedCompletely(), complete) << length;
     }
