@@ -118,7 +118,7 @@ class Connection {
 
     void onItsThread(const NSRunLoop::Work& work) const {
         const auto handing = controller_->runLoop()->performAndWait(work, secondsFromNow(kPatience));
-        require(handing == NSRunLoop::Handing::run, "the communications thread runs");
+        require(handing == NSRunLoop::Performed::yes, "the communications thread runs");
     }
 
     FarEnd peer_;

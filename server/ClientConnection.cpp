@@ -4,8 +4,8 @@
 #include <asio/write.hpp>
 #include <utility>
 
+#include "platform/network/SocketAddress.h"
 #include "server/FaultyReply.h"
-#include "server/SocketName.h"
 
 namespace velmora {
 
@@ -39,7 +39,7 @@ void ClientConnection::start() {
     if (!failure) socket_.set_option(asio::socket_base::keep_alive(true), failure);
     if (!failure) socket_.non_blocking(true, failure);
     if (failure) return;  // already gone
-    name_ = socketName(peer);
+    name_ = SocketAddress(peer.data(), static_cast<socklen_t>(peer.size())).text();
     readNext();
 }
 

@@ -7,8 +7,8 @@
 #include <exception>
 #include <utility>
 
+#include "platform/network/SocketAddress.h"
 #include "server/ClientConnection.h"
-#include "server/SocketName.h"
 
 namespace velmora {
 
@@ -91,7 +91,8 @@ class SwitchServer::Listeners {
             auto& listener = *listeners_.emplace_back(std::make_unique<Listener>(server, context_));
             const auto endpoint = listener.listen({asio::ip::make_address(address), server.port_});
             server.port_ = endpoint.port();
-            server.endpoint_ += (server.endpoint_.empty() ? "" : ", ") + socketName(endpoint);
+            server.endpoint_ += (server.endpoint_.empty() ? "" : ", ") +
+                                SocketAddress(endpoint.data(), static_cast<socklen_t>(endpoint.size())).text();
         }
     }
 

@@ -7,8 +7,8 @@
 
 namespace velmora {
 
-// Added operations on the center, without state of their own. Any thread, save for the two that begin with an
-// underscore.
+// Added operations on the center, without state of their own. Any thread, except for the two that begin with an
+// underscore. The product calls postNotificationOnMainThreadWithNameObject only.
 //
 // On the main thread each posts on the given center before it returns. On another thread the main thread posts, and
 // always on the default center, whichever was given: that is intended.
@@ -28,7 +28,7 @@ struct NSNotificationCenterAdditions {
                                                                                 const DictionaryReference& userInfo,
                                                                                 bool waitUntilDone);
 
-    // What is carried across to the main thread.
+    // Carried across to the main thread.
     struct Arguments {
         std::string name;
         const void* object = nullptr;

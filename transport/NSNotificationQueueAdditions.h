@@ -10,8 +10,8 @@
 
 namespace velmora {
 
-// Added operations on the queue, without state of their own. Any thread, save for the one that begins with an
-// underscore.
+// Added operations on the queue, without state of their own. Any thread, except for the one that begins with an
+// underscore. Nothing in the product calls these.
 //
 // On the main thread each enqueues on the given queue before it returns. On another thread the main thread enqueues,
 // without being waited for, and always on the default queue, whichever was given: that is intended.
@@ -27,7 +27,7 @@ struct NSNotificationQueueAdditions {
                                                                                 std::uint32_t coalesceMask,
                                                                                 const std::vector<std::string>* modes);
 
-    // What is carried across to the main thread.
+    // Carried across to the main thread.
     struct Arguments {
         NSNotification notification;
         // Only the low 32 bits of the posting style travel: that is intended.

@@ -134,10 +134,9 @@ void SwitchTelnetController::startConnection(const std::optional<NSStreamPair>& 
 
 void SwitchTelnetController::startCommunicationsThread() {
     const auto loop = NSRunLoop::currentRunLoop();
-    setRunLoop(loop);
-    openStreams();
+    openStreams(loop);
     while (!NSThread::currentThreadIsCancelled()) {
-        loop->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(limits_.runLoopPeriod));
+        loop->runModeUntilDate(NSDefaultRunLoopMode, fromNow(limits_.runLoopPeriod));
     }
     // Nobody is left to give the signal back: it must not stay taken beyond the connection that it was taken for.
     unlockMutex();
@@ -146,15 +145,14 @@ void SwitchTelnetController::startCommunicationsThread() {
     communicationsThreadIsRunning_ = false;
 }
 
-void SwitchTelnetController::openStreams() {
+void SwitchTelnetController::openStreams(const std::shared_ptr<NSRunLoop>& loop) {
     std::shared_ptr<NSInputStream> input;
     std::shared_ptr<NSOutputStream> output;
-    std::shared_ptr<NSRunLoop> loop;
     {
         MutexLock lock(stateMutex_);
+        runLoop_ = loop;
         input = inputStream_;
         output = outputStream_;
-        loop = runLoop_;
     }
     if (input == nullptr || output == nullptr) return;  // closed before the thread came to run
     for (const char* mode : kStreamModes) {
@@ -196,13 +194,13 @@ void SwitchTelnetController::firstSpaceAvailable(const std::shared_ptr<NSStream>
         MutexLock lock(stateMutex_);
         if (outputStreamReady_) return;
     }
-    // The main thread gets this only when the event has been handled, so the delegate finds the connection connected.
-    tellDelegate(&SwitchTelnetControllerDelegate::nodeConnectionDidOpen);
     sendNextCommand();
     MutexLock lock(stateMutex_);
     if (closing_ || stream != outputStream_) return;  // another thread has closed it meanwhile
     outputStreamReady_ = true;
     setIsConnected(true);
+    // Last, so that the delegate finds the connection connected; under the mutex, so that its end is not told before.
+    tellDelegate(&SwitchTelnetControllerDelegate::nodeConnectionDidOpen);
 }
 
 void SwitchTelnetController::errorOccurred(const std::string& reason) {
@@ -244,7 +242,7 @@ void SwitchTelnetController::closeStreams(TelnetConnectionEnd::Cause cause, std:
         // emptied and so reaches no command. That is intended: the client finds its command unanswered.
         currentTelnetCommand_ = nullptr;
         setConnectionEnd(cause, std::move(reason));
-        // Here, so that it is false behind every close, also one that meets another thread's.
+        // Here, so that it is false after every close, also after one that meets another thread's.
         setIsConnected(false);
         isTryingToConnect_ = false;
     }
@@ -274,9 +272,9 @@ void SwitchTelnetController::closeStreams(TelnetConnectionEnd::Cause cause, std:
 // that is itself blocked, because a second command was added while one was in flight or because the peer takes no more
 // bytes, cannot do it; then it is done here.
 void SwitchTelnetController::releaseWaitingClients(const std::shared_ptr<NSThread>& thread) {
-    const auto handing =
-        thread->runLoop()->performAndWait([self = self()] { self->unlockMutex(); }, secondsFromNow(limits_.handOff));
-    if (handing != NSRunLoop::Handing::run) unlockMutex();
+    const auto released =
+        thread->runLoop()->performAndWait([self = self()] { self->unlockMutex(); }, fromNow(limits_.release));
+    if (released != NSRunLoop::Performed::yes) unlockMutex();
 }
 
 }  // namespace velmora

@@ -9,6 +9,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/foundation/NSObject.h"
@@ -35,11 +36,11 @@ class SwitchTelnetControllerDelegate {
     virtual void nodeConnectionDidClose(SwitchTelnetController& controller) = 0;
 };
 
-// In seconds. Tests shorten them.
+// Tests shorten them.
 struct TelnetTimeLimits {
-    double reply = 10.0;         // for the reply to one command; the connection is closed when it has passed
-    double runLoopPeriod = 2.0;  // one run of the communications thread's loop; a cancel request is seen after it
-    double handOff = 0.25;       // for the communications thread to release a waiting client
+    Seconds reply{10};         // for the reply to one command; the connection is closed when it has passed
+    Seconds runLoopPeriod{2};  // one run of the communications thread's loop; a cancel request is seen after it
+    Seconds release{0.25};     // for the communications thread to release a waiting client
 };
 
 // How a connection, made or being made, came to its end.
@@ -76,9 +77,11 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     // an earlier connection still runs or there are no streams to be had, posts the notification
     // "nodeConnectionDidNotOpen" with the delegate as its object.
     void startConnectionWithNetService(const std::shared_ptr<NSNetService>& service);
-    // Host name or address text, port 1 to 65,535. Looking the name up may take seconds.
+    // Host name or address text, port 1 to 65,535. Looking the name up may take seconds. Nothing in the product calls
+    // this one.
     void startConnectionWithHostAddressPort(const std::string& address, std::uint64_t port);
 
+    // Nothing in the product calls this.
     void stopConnection() { closeStreams(); }
     // Closes the connection and releases every client that waits for a reply; nothing happens when there is none.
     // Queued commands stay.
@@ -92,11 +95,11 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     // Of the last connection that was started; known before a client that waited for a reply is released.
     TelnetConnectionEnd connectionEnd() const;
 
-    // An address slot that nothing uses.
+    // An address slot. Nothing in the product uses it.
     std::optional<std::string> nodeAddress() const;
     void setNodeAddress(std::optional<std::string> nodeAddress);
 
-    // Null while no communications thread runs.
+    // Null while no communications thread runs. Nothing in the product calls these two.
     std::shared_ptr<NSRunLoop> runLoop() const;
     void setRunLoop(std::shared_ptr<NSRunLoop> runLoop);
     // The command in flight, or null.
@@ -113,22 +116,22 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     // reply gives back: a second call before that blocks its thread until then. That is intended; clients send one
     // command at a time.
     void addNewCommand(const std::shared_ptr<SwitchTelnetCommand>& command);
-    // Takes the head off the queue; null when it is empty.
+    // Takes the head off the queue; null when it is empty. Nothing in the product calls this.
     std::shared_ptr<SwitchTelnetCommand> nextCommand();
+    // Sends the head of the queue when no command is in flight.
     void sendNextCommand();
     // Gives the signal back. Communications thread.
     void unlockMutex() { communicationsThreadMutex.unlock(); }
-    // Writes the bytes, or drops them when the stream has no space.
+    // Writes the bytes, or drops them when the stream has no space. Nothing in the product calls this.
     void sendData(std::span<const std::uint8_t> data);
 
-    // The framing of an XML reply, asked of the command in flight; false without one. Communications thread.
+    // The framing of an XML reply, asked of the command in flight; false without one. Communications thread. Nothing in
+    // the product calls these, and no command of it requires an XML reply.
     bool checkForXMLPLISTBeginning() const;
     bool checkForXMLPLISTTermination() const;
     bool XMLReceivedCompletely() const;
 
   private:
-    class HandOver;
-
     void streamHandleEvent(const std::shared_ptr<NSStream>& stream, NSStreamEvent event) override;
     void bytesAvailable(NSInputStream& stream);
     void firstSpaceAvailable(const std::shared_ptr<NSStream>& stream);
@@ -140,14 +143,25 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     void refuseStart();
     void startConnection(const std::optional<NSStreamPair>& streams);
     void startCommunicationsThread();
-    void openStreams();
+    void openStreams(const std::shared_ptr<NSRunLoop>& loop);
 
     bool hasOpenStream() const;
     bool isCurrentStream(const std::shared_ptr<NSStream>& stream) const;
-    std::shared_ptr<NSOutputStream> outputStream() const;
-    static void sendDataTo(NSOutputStream* output, std::span<const std::uint8_t> data);
-    void enqueue(const std::shared_ptr<SwitchTelnetCommand>& command);
+    void enqueue(const std::shared_ptr<SwitchTelnetCommand>& command) REQUIRES(stateMutex_);
     std::shared_ptr<SwitchTelnetCommand> takeNextCommand() REQUIRES(stateMutex_);
+    // The line of a command that is in flight from now on, and the connection that it is for.
+    struct Line {
+        std::string text;
+        std::shared_ptr<NSOutputStream> output;
+        std::shared_ptr<NSRunLoop> loop;
+    };
+    // None while another command is in flight, or when the queue is empty.
+    std::optional<Line> takeNextLine() REQUIRES(stateMutex_);
+    static void write(const Line& line);
+    enum class Reply { incomplete, complete, tooLong };
+    // Adds bytes to the reply to the command in flight. A complete one is stored, and the command is no longer in
+    // flight.
+    Reply addToReply(std::string_view bytes) REQUIRES(stateMutex_);
     void giveSignalBack();
     void releaseWaitingClients(const std::shared_ptr<NSThread>& thread);
     void tellDelegate(void (SwitchTelnetControllerDelegate::*callback)(SwitchTelnetController&));

@@ -41,9 +41,21 @@ bool endsLikeXML(const std::string& data) {
     return hasText(std::string_view(data).substr(data.size() - kXMLTailSize), kXMLTermination);
 }
 
-std::string secondsText(double seconds) {
+std::string durationText(Seconds duration) {
     std::array<char, 32> digits;
-    return std::string(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), seconds).ptr) + " s";
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), duration.count()).ptr;
+    return std::string(digits.data(), end) + " s";
+}
+
+// The stream waits for space, and swallows the bytes once the connection has failed.
+void writeAll(NSOutputStream& output, std::span<const std::uint8_t> data) {
+    auto count = static_cast<std::int32_t>(data.size());
+    const std::uint8_t* position = data.data();
+    while (count > 0) {
+        const auto written = static_cast<std::int32_t>(output.write({position, static_cast<std::size_t>(count)}));
+        count -= written;
+        position += written;
+    }
 }
 
 }  // namespace
@@ -68,36 +80,10 @@ void SwitchTelnetController::setTelnetCommands(std::vector<std::shared_ptr<Switc
     telnetCommands_.swap(commands);
 }
 
-std::shared_ptr<NSOutputStream> SwitchTelnetController::outputStream() const {
-    MutexLock lock(stateMutex_);
-    return outputStream_;
-}
-
 bool SwitchTelnetController::hasOpenStream() const {
     MutexLock lock(stateMutex_);
     return outputStream_ != nullptr && !closing_;
 }
-
-// A command on its way to the communications thread. Finished when that has queued it, or has ended without doing so.
-class SwitchTelnetController::HandOver {
-  public:
-    HandOver(std::shared_ptr<SwitchTelnetController> controller, std::shared_ptr<SwitchTelnetCommand> command,
-             std::shared_ptr<NSLock::Errand> errand)
-        : controller_(std::move(controller)), command_(std::move(command)), errand_(std::move(errand)) {}
-    ~HandOver() { controller_->communicationsThreadMutex.finishErrand(*errand_); }
-    HandOver(const HandOver&) = delete;
-    HandOver& operator=(const HandOver&) = delete;
-
-    void run() const {
-        // Looked at again on this thread: the connection may have gone since the client looked.
-        if (controller_->hasOpenStream()) controller_->addNewCommand(command_);
-    }
-
-  private:
-    const std::shared_ptr<SwitchTelnetController> controller_;
-    const std::shared_ptr<SwitchTelnetCommand> command_;
-    const std::shared_ptr<NSLock::Errand> errand_;
-};
 
 void SwitchTelnetController::processCommandSynchronously(const std::shared_ptr<SwitchTelnetCommand>& command) {
     std::shared_ptr<NSThread> thread;
@@ -106,22 +92,24 @@ void SwitchTelnetController::processCommandSynchronously(const std::shared_ptr<S
         if (outputStream_ == nullptr) return;
         thread = communicationsThread_;
     }
-    // One wait for both, that the command is queued and that the signal is given back, so that the client is woken
-    // once. The signal is free at once when the reply has come already, or when the command was not queued. The
-    // reply's time counts from here, the hand-over, which is a part of what the client waits for.
-    const Date deadline = secondsFromNow(limits_.reply);
-    const auto errand = std::make_shared<NSLock::Errand>();
-    if (!thread->runLoop()->perform(
-            [handOver = std::make_shared<const HandOver>(self(), command, errand)] { handOver->run(); }))
-        return;
-    const bool lockObtained = communicationsThreadMutex.lockAfterErrandBeforeDate(*errand, deadline);
+    // The reply's time counts from here, so it includes the command's way to the communications thread.
+    const Date deadline = fromNow(limits_.reply);
+    const auto added = thread->runLoop()->performAndWait(
+        [self = self(), command] {
+            // Looked at again on this thread: the connection may have gone since the client looked.
+            if (self->hasOpenStream()) self->addNewCommand(command);
+        },
+        deadline);
+    if (added == NSRunLoop::Performed::loopEnded) return;
+    // The signal is free at once when the reply has come already, or when the command was not queued.
+    const bool lockObtained = added == NSRunLoop::Performed::yes && communicationsThreadMutex.lockBeforeDate(deadline);
     if (deadline > std::chrono::steady_clock::now()) {
         if (lockObtained) communicationsThreadMutex.unlock();
         return;
     }
     if (lockObtained) releaseWaitingClients(thread);
     NSLog("NSStreamEventEndEncountered because of a timeout");
-    const auto time = secondsText(limits_.reply);
+    const auto time = durationText(limits_.reply);
     closeStreams(TelnetConnectionEnd::Cause::timeOut,
                  command->wasSent()
                      ? stringWithFormat("The server did not answer %@ within %@", quotedText(command->command()), time)
@@ -132,14 +120,15 @@ void SwitchTelnetController::addNewCommand(const std::shared_ptr<SwitchTelnetCom
     // Taken on every call, whether or not the command is then queued, and given back by a reply. A thread that is
     // cancelled while it waits here queues nothing.
     if (!communicationsThreadMutex.lock()) return;
+    MutexLock lock(stateMutex_);
     enqueue(command);
-    const auto output = outputStream();
-    if (output == nullptr || !output->hasSpaceAvailable()) return;
-    sendNextCommand();
+    if (outputStream_ == nullptr || !outputStream_->hasSpaceAvailable()) return;
+    const auto line = takeNextLine();
+    lock.unlock();
+    if (line) write(*line);
 }
 
 void SwitchTelnetController::enqueue(const std::shared_ptr<SwitchTelnetCommand>& command) {
-    MutexLock lock(stateMutex_);
     const std::string text = command->command();
     const bool duplicate = std::any_of(telnetCommands_.begin(), telnetCommands_.end(),
                                        [&text](const auto& queued) { return queued->command() == text; });
@@ -169,39 +158,38 @@ std::shared_ptr<SwitchTelnetCommand> SwitchTelnetController::takeNextCommand() {
     return command;
 }
 
+std::optional<SwitchTelnetController::Line> SwitchTelnetController::takeNextLine() {
+    if (closing_ || currentTelnetCommand_ != nullptr || telnetCommands_.empty()) return std::nullopt;
+    currentTelnetCommand_ = takeNextCommand();
+    currentTelnetCommand_->setWasSent(true);
+    return Line{stringWithFormat(kLineFormat, currentTelnetCommand_->command()), outputStream_, runLoop_};
+}
+
 void SwitchTelnetController::sendNextCommand() {
-    std::string line;
-    std::shared_ptr<NSOutputStream> output;
-    std::shared_ptr<NSRunLoop> loop;
+    std::optional<Line> line;
     {
         MutexLock lock(stateMutex_);
-        if (closing_ || currentTelnetCommand_ != nullptr || telnetCommands_.empty()) return;
-        currentTelnetCommand_ = takeNextCommand();
-        currentTelnetCommand_->setWasSent(true);
-        line = stringWithFormat(kLineFormat, currentTelnetCommand_->command());
-        output = outputStream_;
-        loop = runLoop_;
+        line = takeNextLine();
     }
-    sendDataTo(output.get(), {reinterpret_cast<const std::uint8_t*>(line.data()), line.size()});
+    // Dropped without space, while the command stays in flight and its client waits until the time-out. That is
+    // intended.
+    if (line && line->output != nullptr && line->output->hasSpaceAvailable()) write(*line);
+}
+
+void SwitchTelnetController::write(const Line& line) {
+    writeAll(*line.output, {reinterpret_cast<const std::uint8_t*>(line.text.data()), line.text.size()});
     // Bytes that were left unread may be wanted now; a client that sends on its own thread makes the communications
     // thread look.
-    if (loop != nullptr && NSRunLoop::currentRunLoop() != loop) loop->perform([] {});
+    if (line.loop != nullptr && NSRunLoop::currentRunLoop() != line.loop) line.loop->perform([] {});
 }
 
 void SwitchTelnetController::sendData(std::span<const std::uint8_t> data) {
-    sendDataTo(outputStream().get(), data);
-}
-
-void SwitchTelnetController::sendDataTo(NSOutputStream* output, std::span<const std::uint8_t> data) {
-    // Dropped, while the command stays in flight and its client waits until the time-out. That is intended.
-    if (output == nullptr || !output->hasSpaceAvailable()) return;
-    auto count = static_cast<std::int32_t>(data.size());
-    const std::uint8_t* position = data.data();
-    while (count > 0) {
-        const auto written = static_cast<std::int32_t>(output->write({position, static_cast<std::size_t>(count)}));
-        count -= written;
-        position += written;
+    std::shared_ptr<NSOutputStream> output;
+    {
+        MutexLock lock(stateMutex_);
+        output = outputStream_;
     }
+    if (output != nullptr && output->hasSpaceAvailable()) writeAll(*output, data);
 }
 
 void SwitchTelnetController::bytesAvailable(NSInputStream& stream) {
@@ -215,31 +203,33 @@ void SwitchTelnetController::bytesAvailable(NSInputStream& stream) {
         giveSignalBack();
         return;
     }
-    const ResponseData data = command->responseData();
+    Reply reply = Reply::incomplete;
     {
         MutexLock lock(stateMutex_);
-        // A client that has given up meanwhile reads its command without expecting it to change; so below.
+        // A client that has given up meanwhile reads its command without expecting it to change.
         if (currentTelnetCommand_ != command) return;
-        data->append(reinterpret_cast<const char*>(buffer.data()), static_cast<std::size_t>(count));
+        reply = addToReply({reinterpret_cast<const char*>(buffer.data()), static_cast<std::size_t>(count)});
     }
-    if (command->requiresXMLResponse() && !(beginsLikeXML(*data) && endsLikeXML(*data))) {
-        if (data->size() > kResponseByteLimit) {
-            NSLog("Reply of more than %li bytes", kResponseByteLimit);
-            closeStreams(TelnetConnectionEnd::Cause::failure,
-                         stringWithFormat("The server's reply has more than %li bytes", kResponseByteLimit));
-        }
-        return;
+    if (reply == Reply::complete) giveSignalBack();
+    if (reply != Reply::tooLong) return;
+    NSLog("Reply of more than %li bytes", kResponseByteLimit);
+    closeStreams(TelnetConnectionEnd::Cause::failure,
+                 stringWithFormat("The server's reply has more than %li bytes", kResponseByteLimit));
+}
+
+SwitchTelnetController::Reply SwitchTelnetController::addToReply(std::string_view bytes) {
+    SwitchTelnetCommand& command = *currentTelnetCommand_;
+    const ResponseData data = command.responseData();
+    data->append(bytes);
+    if (command.requiresXMLResponse() && !(beginsLikeXML(*data) && endsLikeXML(*data))) {
+        return data->size() > kResponseByteLimit ? Reply::tooLong : Reply::incomplete;
     }
     auto response = stringWithUTF8Bytes(*data);
     if (response) response = stringByTrimmingControlCharacters(*response);
-    {
-        MutexLock lock(stateMutex_);
-        if (currentTelnetCommand_ != command) return;
-        command->setResponseString(std::move(response));
-        command->setHasResponse(true);
-        currentTelnetCommand_ = nullptr;
-    }
-    giveSignalBack();
+    command.setResponseString(std::move(response));
+    command.setHasResponse(true);
+    currentTelnetCommand_ = nullptr;
+    return Reply::complete;
 }
 
 // Leaves the signal free, whoever holds it.

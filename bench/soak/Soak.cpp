@@ -22,7 +22,7 @@ namespace {
 
 constexpr int kInputs = 64;
 constexpr int kOutputs = 32;
-constexpr TelnetTimeLimits kLimits{1.0, 2.0, 0.25};
+constexpr TelnetTimeLimits kLimits{.reply = Seconds(1)};
 constexpr double kConnectTime = 10.0;
 constexpr long kPagesOfChance = 1024;
 
@@ -39,7 +39,7 @@ constexpr const char* kUnfair[] = {"pieces=3", "double",     "unasked", "not-utf
 
 struct Holdings {
     Holdings() {
-        if (!NSThread::finishCancelledThreads(10.0)) fail("a thread does not end");
+        if (!NSThread::finishCancelledThreads(Seconds(10))) fail("a thread does not end");
         QCoreApplication::processEvents();
         malloc_trim(0);
         std::ifstream("/proc/self/statm") >> pages >> pages;

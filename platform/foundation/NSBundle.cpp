@@ -5,7 +5,6 @@
 #include <link.h>
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTimer>
 #include <system_error>
@@ -21,7 +20,7 @@ namespace {
 
 constexpr const char* kEntrySymbol = "VelmoraBundleEntry";
 // How long unload waits for threads to end, and for work to be run that they handed to the main thread.
-constexpr double kWindDownSeconds = 5.0;
+constexpr Seconds kWindDownTime{5};
 
 bool fail(std::string* error, const std::string& reason) {
     if (error != nullptr) *error = reason;
@@ -84,12 +83,11 @@ bool runHandedOverWork() {
     if (QCoreApplication::instance() == nullptr) return true;
     const auto reached = std::make_shared<bool>(false);
     MainThread::performLater([reached] { *reached = true; });
-    QElapsedTimer elapsed;
-    elapsed.start();
+    const Date deadline = fromNow(kWindDownTime);
     // Wakes the loop should nothing else happen.
     QTimer lookAgain;
     lookAgain.start(50);
-    while (!*reached && static_cast<double>(elapsed.elapsed()) < kWindDownSeconds * 1000.0) {
+    while (!*reached && std::chrono::steady_clock::now() < deadline) {
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents | QEventLoop::WaitForMoreEvents);
     }
     return *reached;
@@ -191,7 +189,7 @@ bool NSBundle::unload(std::string* error) {
     if (MainThread::currentMode() != NSDefaultRunLoopMode)
         return fail(error, refused + "a panel, which may be the module's, is open");
     if (inUse()) return fail(error, refused + "an object that it made is alive");
-    if (!NSThread::finishCancelledThreads(kWindDownSeconds))
+    if (!NSThread::finishCancelledThreads(kWindDownTime))
         return fail(error, refused + "one of its threads has not ended");
     if (!runHandedOverWork()) return fail(error, refused + "work for the main thread has not been run");
     // That work may have been the host's, too.

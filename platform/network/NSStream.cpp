@@ -1,8 +1,5 @@
 #include "platform/network/NSStream.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-
 #include <limits>
 
 #include "platform/network/NSHost.h"
@@ -72,12 +69,7 @@ std::optional<NSStreamPair> getStreamsToHostPort(const std::shared_ptr<NSHost>& 
         return std::nullopt;
     std::vector<SocketAddress> addresses;
     for (const SocketAddress& address : host->addresses()) {
-        sockaddr_storage storage{};
-        std::copy(address.bytes().begin(), address.bytes().end(), reinterpret_cast<std::uint8_t*>(&storage));
-        const auto networkOrder = htons(static_cast<std::uint16_t>(port));
-        if (address.family() == AF_INET) reinterpret_cast<sockaddr_in*>(&storage)->sin_port = networkOrder;
-        if (address.family() == AF_INET6) reinterpret_cast<sockaddr_in6*>(&storage)->sin6_port = networkOrder;
-        addresses.emplace_back(reinterpret_cast<const sockaddr*>(&storage), address.length());
+        addresses.push_back(address.withPort(static_cast<std::uint16_t>(port)));
     }
     return streamPairWithEndpointProvider([addresses = std::move(addresses)](auto answer) { answer(addresses); });
 }

@@ -11,6 +11,7 @@
 
 #include "platform/foundation/NSObject.h"
 #include "platform/network/SocketAddress.h"
+#include "platform/threads/Moment.h"
 
 namespace velmora {
 
@@ -29,8 +30,7 @@ enum NSStreamEvent : unsigned {
 class NSStreamDelegate {
   public:
     virtual ~NSStreamDelegate() = default;
-    // On the thread whose run loop the stream is scheduled in. What the handler queues for the main thread is handed
-    // over when it returns.
+    // On the thread whose run loop the stream is scheduled in.
     virtual void streamHandleEvent(const std::shared_ptr<NSStream>& stream, NSStreamEvent event) = 0;
 };
 
@@ -46,8 +46,7 @@ class NSStream : public NSObject {
   public:
     ~NSStream() override;
 
-    // Not owned. Once it is cleared no further event is delivered; one that is being handled on another thread still
-    // finishes.
+    // Not owned. Once it is cleared no further event is delivered; one that another thread is handling still finishes.
     void setDelegate(NSStreamDelegate* delegate);
 
     void scheduleInRunLoopForMode(const std::shared_ptr<NSRunLoop>& runLoop, const char* mode);
@@ -89,7 +88,7 @@ class NSOutputStream final : public NSStream {
     // Whether the connection is established and the kernel's buffer has space.
     bool hasSpaceAvailable() const;
     // Writes at least one byte and returns the number of bytes written, never a negative number: it waits for space
-    // while the connection lives. Once the connection has failed or is closed it swallows the bytes and answers their
+    // while the connection lives. Once the connection has failed or is closed it swallows the bytes and returns their
     // number; a failure becomes an error event.
     std::int64_t write(std::span<const std::uint8_t> bytes);
 };
@@ -99,15 +98,15 @@ struct NSStreamPair {
     std::shared_ptr<NSOutputStream> output;
 };
 
-// Time limits of a connection.
-inline constexpr double kConnectTimeout = 10.0;  // seconds for the attempt at one address
-// Where there are several, each gets no more than so many seconds at first, and all together no more than so many:
-// every one must have its turn within a reply's time limit, or a command that waits for the connection would end it
-// before. Those that were silent then get a second turn of full length.
-inline constexpr double kFirstTurnTimeout = 2.5;
-inline constexpr double kFirstTurnsTimeout = 8.0;
-inline constexpr double kVanishedPeerTimeout =
-    60.0;  // seconds until a peer that no longer answers becomes an error event
+// Time limits of a connection. The attempt at one address:
+inline constexpr Seconds kConnectTimeout{10};
+// Where there are several addresses, the first turn of each and the first turns of all together: every one must have
+// its turn within a reply's time limit, or a command that waits for the connection would end it before. Those that did
+// not answer then get a second turn of full length.
+inline constexpr Seconds kFirstTurnTimeout{2.5};
+inline constexpr Seconds kFirstTurnsTimeout{8};
+// Until a peer that no longer answers becomes an error event.
+inline constexpr std::chrono::seconds kVanishedPeerTimeout{60};
 
 // A pair over one connection to be made to the first of the provider's addresses that accepts it.
 NSStreamPair streamPairWithEndpointProvider(EndpointProvider provider);

@@ -1,9 +1,11 @@
 #include "platform/network/SocketAddress.h"
 
 #include <arpa/inet.h>
+#include <netdb.h>
 #include <netinet/in.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace velmora {
@@ -11,20 +13,26 @@ namespace velmora {
 std::optional<SocketAddress> SocketAddress::fromText(std::string_view address, std::uint16_t port,
                                                      std::uint32_t scope) {
     const std::string text(address);
-    sockaddr_in v4{};
-    if (inet_pton(AF_INET, text.c_str(), &v4.sin_addr) == 1) {
+    std::array<std::uint8_t, 16> bytes{};
+    if (inet_pton(AF_INET, text.c_str(), bytes.data()) == 1) return fromBytes(std::span(bytes).first(4), port, scope);
+    if (inet_pton(AF_INET6, text.c_str(), bytes.data()) == 1) return fromBytes(bytes, port, scope);
+    return std::nullopt;
+}
+
+SocketAddress SocketAddress::fromBytes(std::span<const std::uint8_t> address, std::uint16_t port, std::uint32_t scope) {
+    if (address.size() == 4) {
+        sockaddr_in v4{};
         v4.sin_family = AF_INET;
         v4.sin_port = htons(port);
-        return SocketAddress(reinterpret_cast<const sockaddr*>(&v4), sizeof v4);
+        std::memcpy(&v4.sin_addr, address.data(), sizeof v4.sin_addr);
+        return {reinterpret_cast<const sockaddr*>(&v4), sizeof v4};
     }
     sockaddr_in6 v6{};
-    if (inet_pton(AF_INET6, text.c_str(), &v6.sin6_addr) == 1) {
-        v6.sin6_family = AF_INET6;
-        v6.sin6_port = htons(port);
-        v6.sin6_scope_id = scope;
-        return SocketAddress(reinterpret_cast<const sockaddr*>(&v6), sizeof v6);
-    }
-    return std::nullopt;
+    v6.sin6_family = AF_INET6;
+    v6.sin6_port = htons(port);
+    std::memcpy(&v6.sin6_addr, address.data(), std::min(address.size(), sizeof v6.sin6_addr));
+    if (IN6_IS_ADDR_LINKLOCAL(&v6.sin6_addr)) v6.sin6_scope_id = scope;
+    return {reinterpret_cast<const sockaddr*>(&v6), sizeof v6};
 }
 
 SocketAddress::SocketAddress(const sockaddr* address, socklen_t length)
@@ -38,16 +46,18 @@ std::uint16_t SocketAddress::port() const {
     return 0;
 }
 
+SocketAddress SocketAddress::withPort(std::uint16_t port) const {
+    SocketAddress address = *this;
+    if (family() == AF_INET) reinterpret_cast<sockaddr_in*>(&address.storage_)->sin_port = htons(port);
+    if (family() == AF_INET6) reinterpret_cast<sockaddr_in6*>(&address.storage_)->sin6_port = htons(port);
+    return address;
+}
+
 std::string SocketAddress::text() const {
-    char buffer[INET6_ADDRSTRLEN] = "?";
-    if (family() == AF_INET) {
-        inet_ntop(AF_INET, &reinterpret_cast<const sockaddr_in*>(&storage_)->sin_addr, buffer, sizeof buffer);
-        return std::string(buffer) + ":" + std::to_string(port());
-    }
-    if (family() == AF_INET6) {
-        inet_ntop(AF_INET6, &reinterpret_cast<const sockaddr_in6*>(&storage_)->sin6_addr, buffer, sizeof buffer);
-    }
-    return "[" + std::string(buffer) + "]:" + std::to_string(port());
+    char host[NI_MAXHOST] = "?";
+    getnameinfo(get(), length_, host, sizeof host, nullptr, 0, NI_NUMERICHOST);
+    const std::string name = family() == AF_INET6 ? "[" + std::string(host) + "]" : host;
+    return name + ":" + std::to_string(port());
 }
 
 bool operator==(const SocketAddress& left, const SocketAddress& right) {

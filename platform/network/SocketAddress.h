@@ -16,6 +16,8 @@ class SocketAddress {
     // An IPv4 or IPv6 address from its text and a port in host byte order; none for any other text. A scope is the
     // index of the interface that a link-local IPv6 address belongs to, 0 for none.
     static std::optional<SocketAddress> fromText(std::string_view address, std::uint16_t port, std::uint32_t scope = 0);
+    // The same from 4 or 16 bytes in network order. The scope counts for link-local addresses only.
+    static SocketAddress fromBytes(std::span<const std::uint8_t> address, std::uint16_t port, std::uint32_t scope);
     SocketAddress(const sockaddr* address, socklen_t length);
 
     const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&storage_); }
@@ -25,7 +27,8 @@ class SocketAddress {
     std::span<const std::uint8_t> bytes() const { return {reinterpret_cast<const std::uint8_t*>(&storage_), length_}; }
     // In host byte order; 0 for a family without ports.
     std::uint16_t port() const;
-    // As in "127.0.0.1:4000" or "[::1]:4000".
+    SocketAddress withPort(std::uint16_t port) const;
+    // As in "127.0.0.1:4000", "[::1]:4000" or "[fe80::1%eth0]:4000".
     std::string text() const;
 
     friend bool operator==(const SocketAddress& left, const SocketAddress& right);

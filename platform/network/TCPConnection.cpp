@@ -18,16 +18,18 @@ namespace velmora {
 
 namespace {
 
-// A vanished peer: first probe after 20 s of silence, then every 10 s; bytes that are not acknowledged count the same.
+// A peer that has vanished, in the seconds that the system takes: the first probe after 20 s of silence, then one every
+// 10 s. Bytes that are not acknowledged have the same limit.
 constexpr int kKeepAliveIdle = 20;
 constexpr int kKeepAliveInterval = 10;
 constexpr int kKeepAliveProbes = 4;
-static_assert(kKeepAliveIdle + kKeepAliveInterval * kKeepAliveProbes == static_cast<int>(kVanishedPeerTimeout));
+static_assert(std::chrono::seconds(kKeepAliveIdle + kKeepAliveInterval * kKeepAliveProbes) == kVanishedPeerTimeout);
 
-// How often a writer that waits for space looks whether the connection was closed or its thread cancelled meanwhile.
-constexpr int kSpaceLookMilliseconds = 200;
+// A writer that waits for space sees within this time that the connection was closed or its thread cancelled.
+constexpr std::chrono::milliseconds kCancellationPeriod{200};
 
-constexpr int kOffersEachTurn = 16;
+// How often in one turn of the loop unread bytes are offered to the delegate.
+constexpr int kOffersPerTurn = 16;
 
 void setOption(int descriptor, int level, int option, int value) {
     setsockopt(descriptor, level, option, &value, sizeof value);
@@ -41,7 +43,8 @@ int makeSocket(int family) {
     setOption(descriptor, IPPROTO_TCP, TCP_KEEPIDLE, kKeepAliveIdle);
     setOption(descriptor, IPPROTO_TCP, TCP_KEEPINTVL, kKeepAliveInterval);
     setOption(descriptor, IPPROTO_TCP, TCP_KEEPCNT, kKeepAliveProbes);
-    setOption(descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT, static_cast<int>(kVanishedPeerTimeout * 1000.0));
+    setOption(descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT,
+              static_cast<int>(std::chrono::milliseconds(kVanishedPeerTimeout).count()));
     return descriptor;
 }
 
@@ -134,9 +137,9 @@ bool TCPConnection::beginConnecting(const SocketAddress& address) {
         descriptor_ = descriptor;
         runLoop = runLoop_;
     }
-    attemptDeadline_ = secondsFromNow(
-        isFirstTurn() ? std::min(kFirstTurnTimeout, kFirstTurnsTimeout / static_cast<double>(firstTurns_))
-                      : kConnectTimeout);
+    attemptDeadline_ =
+        fromNow(isFirstTurn() ? std::min(kFirstTurnTimeout, kFirstTurnsTimeout / static_cast<double>(firstTurns_))
+                              : kConnectTimeout);
     // Success is told as an edge, also when it has come already.
     runLoop->watchDescriptor(shared_from_this(), descriptor);
     return true;
@@ -229,7 +232,7 @@ TCPConnection::Unread TCPConnection::lookForBytes() {
 
 void TCPConnection::offerBytes(Unread unread) {
     // Bounded, so that a peer that sends without end does not keep the loop from its other work.
-    for (int offers = 0; offers < kOffersEachTurn; ++offers, unread = lookForBytes()) {
+    for (int offers = 0; offers < kOffersPerTurn; ++offers, unread = lookForBytes()) {
         switch (unread) {
             case Unread::none:
                 mayHaveBytes_ = false;
@@ -302,7 +305,6 @@ void TCPConnection::deliver(Half which, NSStreamEvent event) {
         delegate = half(which).delegate;
     }
     if (stream == nullptr || delegate == nullptr) return;
-    const MainThread::HandOver handOver;
     delegate->streamHandleEvent(stream, event);
 }
 
@@ -352,7 +354,7 @@ std::int64_t TCPConnection::write(std::span<const std::uint8_t> bytes) {
             runLoop->perform([] {});
             return all;
         }
-        poll(&space, 1, kSpaceLookMilliseconds);
+        poll(&space, 1, static_cast<int>(kCancellationPeriod.count()));
     }
 }
 

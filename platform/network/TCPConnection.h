@@ -80,7 +80,7 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
     std::atomic<bool> wasFull_ = false;
 
     std::atomic<bool> failed_ = false;
-    // What became of the bytes that were offered last: not read, read and more may be there, or read to the last one.
+    // The bytes that were offered last were not read, read with more that may be there, or read to the last one.
     enum class LastRead { none, full, partial };
     std::atomic<LastRead> lastRead_ = LastRead::none;
     // The system's number of what went wrong last; 0 for nothing.

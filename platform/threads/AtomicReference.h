@@ -1,5 +1,5 @@
 // A counted reference that is read and replaced as a whole, from any thread: a reader sees the old object or the new
-// one.
+// one. A mutex rather than std::atomic<std::shared_ptr>, whose load races with the next store in libstdc++ 12.
 #pragma once
 
 #include <memory>

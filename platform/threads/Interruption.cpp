@@ -15,11 +15,11 @@ namespace {
 
 constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
 
-// What the signal handler writes to. Never closed: a handler that another thread is in the midst of may still write to
-// it when its Interruption is gone.
+// The signal handler writes to it. Never closed: a handler that is running on another thread may still write to it when
+// its Interruption is gone.
 std::atomic<int> wakeUp = -1;
 
-// -1 as long as there is no room for it.
+// -1 while the process has no descriptor left for it.
 int wakeUpDescriptor() {
     static int descriptor = -1;
     if (descriptor < 0) descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
@@ -41,10 +41,10 @@ void handleSignal(int) {
 }  // namespace
 
 Interruption::Interruption(std::function<void()> handler, Second second) : earlier_{} {
-    // Without it the signals do what they did before: to end the process at once is better than not at all.
+    // Without it the signals do what they did before: ending the process at once is better than not at all.
     if (wakeUpDescriptor() < 0) return;
     notifier_ = std::make_unique<QSocketNotifier>(wakeUpDescriptor(), QSocketNotifier::Read);
-    readBack();  // what came for an earlier one
+    readBack();  // a signal that came for an earlier one
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [call = std::move(handler)] {
         readBack();
         call();

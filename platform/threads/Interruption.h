@@ -15,9 +15,9 @@ namespace velmora {
 // left for it, the signals do what they did before.
 class Interruption {
   public:
-    // What the same signal does a second time: it ends the process, so that a blocked loop can be interrupted, too, or
-    // it calls the handler again, so that an orderly end that has begun is not cut short. SIGHUP never ends the
-    // process: a terminal that is closed often sends two.
+    // A second signal of the same kind either ends the process, so that a blocked loop can be interrupted, too, or
+    // calls the handler again, so that an orderly end that has begun is not cut short. SIGHUP never ends the process: a
+    // terminal that is closed often sends two.
     enum class Second { endsProcess, callsAgain };
 
     explicit Interruption(std::function<void()> handler, Second second = Second::endsProcess);
@@ -26,8 +26,8 @@ class Interruption {
     // Restores what the signals did before.
     ~Interruption();
 
-    // Readable from a signal until the handler is called; for whoever must know that the event loop does not come to
-    // it. Stays open for ever; -1 where none was left.
+    // Readable from a signal until the handler is called; for code that must notice a signal while the event loop is
+    // blocked. Stays open for ever; -1 where none was left.
     int descriptor() const;
 
   private:

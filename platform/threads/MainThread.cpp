@@ -11,8 +11,9 @@
 #include <deque>
 #include <memory>
 #include <utility>
+#include <vector>
 
-#include "platform/threads/NSThread.h"
+#include "platform/threads/QueuedWork.h"
 #include "platform/threads/ThreadAnnotations.h"
 
 namespace velmora {
@@ -22,22 +23,15 @@ namespace {
 // Our own queue; Qt only wakes the loop up. So every hand-over is visible to the thread sanitizer, which cannot look
 // into Qt.
 struct Queue {
-    struct Item {
-        MainThread::Work work;
-        // Set for work that is waited for.
-        std::shared_ptr<bool> done;
-    };
-
     Mutex mutex;
-    Condition itemDone;
-    std::deque<Item> items GUARDED_BY(mutex);
+    std::deque<QueuedWork> items GUARDED_BY(mutex);
     bool served GUARDED_BY(mutex) = false;
-    // Behind the application object's end nobody would run work, and code that it needs may be unloaded.
+    // After the application object's end nobody would run work, and code that it needs may be unloaded.
     bool ended GUARDED_BY(mutex) = false;
     // Readable while there are items.
     const int descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
 
-    void push(Item item) REQUIRES(mutex) {
+    void push(QueuedWork item) REQUIRES(mutex) {
         if (items.empty()) {
             const std::uint64_t one = 1;
             [[maybe_unused]] const auto written = write(descriptor, &one, sizeof one);
@@ -46,7 +40,7 @@ struct Queue {
     }
 };
 
-// Never destroyed: other threads may hand work over while the process ends.
+// Never destroyed: other threads may queue work while the process ends.
 Queue& queue() {
     static auto* instance = new Queue;
     return *instance;
@@ -58,11 +52,9 @@ const char* mode = NSDefaultRunLoopMode;
 std::vector<std::pair<int, MainThread::Work>> modeObservers;
 int lastModeObserver = 0;
 
-thread_local MainThread::HandOver* handOver = nullptr;
-
 void runNextItem() {
     Queue& q = queue();
-    Queue::Item item;
+    QueuedWork item;
     {
         MutexLock lock(q.mutex);
         if (q.items.empty()) return;
@@ -73,20 +65,13 @@ void runNextItem() {
             [[maybe_unused]] const auto got = read(q.descriptor, &count, sizeof count);
         }
     }
-    item.work();
-    item.work = nullptr;
-    if (!item.done) return;
-    {
-        MutexLock lock(q.mutex);
-        *item.done = true;
-    }
-    q.itemDone.notify_all();
+    item.run();
 }
 
 void applicationEnds() {
     Queue& q = queue();
     delete std::exchange(notifier, nullptr);
-    std::deque<Queue::Item> unrun;
+    std::deque<QueuedWork> unrun;
     {
         MutexLock lock(q.mutex);
         q.served = false;
@@ -95,7 +80,9 @@ void applicationEnds() {
         std::uint64_t count = 0;
         [[maybe_unused]] const auto got = read(q.descriptor, &count, sizeof count);
     }
-    q.itemDone.notify_all();
+    for (QueuedWork& item : unrun) {
+        item.drop();
+    }
 }
 
 void applicationStarts() {
@@ -126,10 +113,6 @@ void MainThread::perform(Work work) {
 }
 
 void MainThread::performLater(Work work) {
-    if (handOver != nullptr) {
-        handOver->held_.push_back(std::move(work));
-        return;
-    }
     Queue& q = queue();
     MutexLock lock(q.mutex);
     if (!q.ended) q.push({std::move(work), nullptr});
@@ -141,23 +124,17 @@ bool MainThread::performAndWait(Work work) {
         return true;
     }
     Queue& q = queue();
-    const auto done = std::make_shared<bool>(false);
-    // What is not queued is destroyed behind the lock: it may hand over work of its own.
-    auto earlier = handOver != nullptr ? std::exchange(handOver->held_, {}) : std::vector<Work>();
+    const auto outcome = std::make_shared<WorkOutcome>();
     MutexLock lock(q.mutex);
-    for (Work& each : earlier) {
-        if (!q.ended) q.push({std::move(each), nullptr});
-    }
     if (!q.served) return false;
-    q.push({std::move(work), done});
-    while (!*done && q.served) {
-        q.itemDone.wait(lock);
-    }
-    return *done;
+    q.push({std::move(work), outcome});
+    lock.unlock();
+    outcome->waitBeforeDate(Date::max());
+    return outcome->wasRun();
 }
 
 void MainThread::performWhenIdle(Work work) {
-    // A timer of no length comes after the events that wait already; handed-over work may have come in since.
+    // A timer of no length comes after the events that wait already; work may have been queued since.
     QTimer::singleShot(0, [work = std::move(work)]() mutable {
         bool busy = false;
         {
@@ -171,18 +148,6 @@ void MainThread::performWhenIdle(Work work) {
             work();
         }
     });
-}
-
-MainThread::HandOver::HandOver() : outermost_(handOver == nullptr) {
-    if (outermost_) handOver = this;
-}
-
-MainThread::HandOver::~HandOver() {
-    if (!outermost_) return;
-    handOver = nullptr;
-    for (Work& work : held_) {
-        performLater(std::move(work));
-    }
 }
 
 std::string_view MainThread::currentMode() {

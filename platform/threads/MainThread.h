@@ -2,9 +2,7 @@
 #pragma once
 
 #include <functional>
-#include <string>
 #include <string_view>
-#include <vector>
 
 namespace velmora {
 
@@ -16,35 +14,20 @@ class MainThread {
   public:
     using Work = std::function<void()>;
 
-    // Whether the calling thread is the main thread. Any thread.
+    // Whether the calling thread is the main thread.
     static bool isCurrent();
 
     // Runs the work on the main thread: at once when already there, otherwise when its event loop next runs. Work is
-    // run in the order in which it was handed over, one piece each turn of the loop, nested loops included. Any thread.
+    // run in the order in which it was queued, one piece each turn of the loop, nested loops included. Any thread.
     static void perform(Work work);
     // The same, and returns only when the work has been run. Returns false, with the work not run, when the application
-    // object goes away before it was its turn.
+    // object goes away before it was its turn, or when there is none.
     static bool performAndWait(Work work);
-    // What is handed over between the end of one application object and the start of another is destroyed unrun; so
-    // with perform. Always queued, also when already on the main thread. Any thread.
+    // Always queued, also when already on the main thread. Here and with perform, work that comes between the end of
+    // one application object and the start of another is destroyed unrun. Any thread.
     static void performLater(Work work);
     // Queued until the event loop has nothing else to do. Main thread only.
     static void performWhenIdle(Work work);
-
-    // What perform and performLater queue on this thread while a HandOver lives is handed over, in order, when the
-    // outermost one ends.
-    class HandOver {
-      public:
-        HandOver();
-        HandOver(const HandOver&) = delete;
-        HandOver& operator=(const HandOver&) = delete;
-        ~HandOver();
-
-      private:
-        bool outermost_;
-        std::vector<Work> held_;
-        friend class MainThread;
-    };
 
     // The mode that the main loop is in: the default mode, or that of the innermost ModeScope. Main thread only.
     static std::string_view currentMode();
@@ -58,7 +41,7 @@ class MainThread {
       private:
         const char* outer_;
     };
-    // Called on the main thread whenever the mode has changed, until the returned id is handed to removeModeObserver.
+    // Called on the main thread whenever the mode has changed, until the returned id is given to removeModeObserver.
     // Main thread only.
     static int addModeObserver(Work observer);
     static void removeModeObserver(int id);

@@ -3,11 +3,13 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
+#include <ctime>
 
 namespace velmora {
 
 using Date = std::chrono::steady_clock::time_point;
-// What the system's time limits and periods are given in; takes milliseconds and the like as they come.
+// For time limits and periods; milliseconds and the like convert to it.
 using Seconds = std::chrono::duration<double>;
 
 // Any thread.
@@ -17,6 +19,13 @@ inline Date fromNow(Seconds duration) {
 // The same of a plain number of seconds.
 inline Date secondsFromNow(double seconds) {
     return fromNow(Seconds(seconds));
+}
+
+// The moment on CLOCK_MONOTONIC, as the system's calls take it.
+inline timespec timespecOf(Date moment) {
+    constexpr std::int64_t kSecond = 1'000'000'000;
+    const std::int64_t nanoseconds = moment.time_since_epoch() / std::chrono::nanoseconds(1);
+    return {static_cast<time_t>(nanoseconds / kSecond), static_cast<long>(nanoseconds % kSecond)};
 }
 
 }  // namespace velmora

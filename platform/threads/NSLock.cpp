@@ -1,50 +1,49 @@
 #include "platform/threads/NSLock.h"
 
+#include <cerrno>
+
 #include "platform/threads/NSThread.h"
 
 namespace velmora {
 
 namespace {
-// How soon a thread that waits for the lock sees that it was cancelled.
-constexpr std::chrono::milliseconds kCancelLook{200};
+// A thread that waits for the lock sees within this time that it was cancelled.
+constexpr Seconds kCancellationPeriod{0.2};
 }  // namespace
 
+NSLock::NSLock() {
+    sem_init(&permit_, 0, 1);
+}
+
+NSLock::~NSLock() {
+    sem_destroy(&permit_);
+}
+
 bool NSLock::lock() {
-    while (true) {
-        const auto ticket = freed_.ticket();
-        if (tryLock()) return true;
+    while (!tryLock()) {
         if (NSThread::currentThreadIsCancelled()) return false;
-        freed_.wait(ticket, std::chrono::steady_clock::now() + kCancelLook);
+        if (lockBeforeDate(fromNow(kCancellationPeriod))) return true;
     }
+    return true;
 }
 
 bool NSLock::tryLock() {
-    return !taken_.exchange(true);
+    if (sem_trywait(&permit_) != 0) return false;
+    isFree_.exchange(false);
+    return true;
 }
 
 bool NSLock::lockBeforeDate(Date deadline) {
-    Errand none;
-    none.finished_ = true;
-    return lockAfterErrandBeforeDate(none, deadline);
-}
-
-bool NSLock::lockAfterErrandBeforeDate(const Errand& errand, Date deadline) {
-    while (true) {
-        const auto ticket = freed_.ticket();
-        if (errand.finished_ && tryLock()) return true;
-        if (std::chrono::steady_clock::now() >= deadline) return false;
-        freed_.wait(ticket, deadline);
+    const timespec until = timespecOf(deadline);
+    while (sem_clockwait(&permit_, CLOCK_MONOTONIC, &until) != 0) {
+        if (errno != EINTR) return false;
     }
-}
-
-void NSLock::finishErrand(Errand& errand) {
-    errand.finished_ = true;
-    if (!taken_) freed_.announce();  // otherwise whoever gives the lock back does
+    isFree_.exchange(false);
+    return true;
 }
 
 void NSLock::unlock() {
-    taken_ = false;
-    freed_.announce();
+    if (!isFree_.exchange(true)) sem_post(&permit_);
 }
 
 }  // namespace velmora

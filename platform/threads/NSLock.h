@@ -1,17 +1,22 @@
 // A non-recursive lock that serves as a two-state signal: any thread may give back what another took.
 #pragma once
 
+#include <semaphore.h>
+
 #include <atomic>
 
-#include "platform/threads/EventCount.h"
 #include "platform/threads/Moment.h"
 
 namespace velmora {
 
-// Any thread. It must outlive every call, also an unlock() that is still returning when another thread has the lock
-// already.
+// Any thread. It must outlive every call.
 class NSLock {
   public:
+    NSLock();
+    NSLock(const NSLock&) = delete;
+    NSLock& operator=(const NSLock&) = delete;
+    ~NSLock();
+
     // Takes the lock, however long that lasts; false, with the lock not taken, only when the waiting NSThread is
     // cancelled.
     bool lock();
@@ -22,20 +27,12 @@ class NSLock {
     // Gives the lock back; giving back a free one is harmless.
     void unlock();
 
-    // Work that another thread still has to do before it makes sense to wait for the lock. Shared by the two threads;
-    // used with one lock only.
-    class Errand {
-      private:
-        friend class NSLock;
-        std::atomic<bool> finished_ = false;
-    };
-    // As lockBeforeDate, but not before the errand is finished: one wait, and one wake-up, for both.
-    bool lockAfterErrandBeforeDate(const Errand& errand, Date deadline);
-    void finishErrand(Errand& errand);
-
   private:
-    std::atomic<bool> taken_ = false;
-    EventCount freed_;
+    // Has a permit while the lock is free. Never more than one: only who marks the lock as free posts it.
+    sem_t permit_;
+    // Exchanged by both sides, which also shows the thread sanitizer the way from one holder to the next: it does not
+    // know sem_clockwait.
+    std::atomic<bool> isFree_ = true;
 };
 
 }  // namespace velmora

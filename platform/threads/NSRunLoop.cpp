@@ -14,7 +14,17 @@ namespace {
 // Sources count from 1.
 constexpr std::uint64_t kWakeUpId = 0;
 constexpr std::uint64_t kAlarmId = std::numeric_limits<std::uint64_t>::max();
+
+thread_local std::shared_ptr<NSRunLoop> currentLoop;
 }  // namespace
+
+const std::shared_ptr<NSRunLoop>& NSRunLoop::currentRunLoop() {
+    return currentLoop;
+}
+
+void NSRunLoop::setCurrentRunLoop(std::shared_ptr<NSRunLoop> runLoop) {
+    currentLoop = std::move(runLoop);
+}
 
 NSRunLoop::NSRunLoop()
     : poller_(epoll_create1(EPOLL_CLOEXEC)),
@@ -23,7 +33,7 @@ NSRunLoop::NSRunLoop()
     isUsable_ = watch(wakeUpDescriptor_, kWakeUpId) && watch(alarmDescriptor_, kAlarmId);
 }
 
-// Edge-triggered, so that nothing need be read back.
+// Edge-triggered, so that neither descriptor has to be read.
 bool NSRunLoop::watch(int descriptor, std::uint64_t id) const {
     epoll_event event{};
     event.events = EPOLLIN | EPOLLET;
@@ -45,7 +55,7 @@ void NSRunLoop::closeDescriptors() {
 void NSRunLoop::runModeUntilDate(const char* mode, Date deadline) {
     bool ranWork = false;
     while (true) {
-        ranWork = runHandedWork() || ranWork;
+        ranWork = runQueuedWork() || ranWork;
         const Date wanted = serveSources(mode, ranWork);
         ranWork = false;
         if (endRun_.exchange(false) || std::chrono::steady_clock::now() >= deadline) return;
@@ -53,37 +63,30 @@ void NSRunLoop::runModeUntilDate(const char* mode, Date deadline) {
     }
 }
 
-bool NSRunLoop::runHandedWork() {
-    if (!hasHanded_) return false;
+bool NSRunLoop::runQueuedWork() {
+    if (!hasQueued_) return false;
     // Moved away from the members, because work may run the loop.
-    std::vector<Handed> work = std::move(spareHanded_);
+    std::vector<QueuedWork> work = std::move(spareQueued_);
     {
         MutexLock lock(mutex_);
-        noteEvents();  // the work may end the watch that they come from
-        work.swap(handed_);
-        hasHanded_ = false;
+        noteEvents();  // before the work, which may end the watch that they come from
+        work.swap(queued_);
+        hasQueued_ = false;
     }
-    for (Handed& handed : work) {
-        handed.work();
-        handed.work = nullptr;
-        if (!handed.done) continue;
-        {
-            MutexLock lock(mutex_);
-            *handed.done = true;
-        }
-        handedDone_.notify_all();
+    for (QueuedWork& each : work) {
+        each.run();
     }
     work.clear();
-    spareHanded_ = std::move(work);
+    spareQueued_ = std::move(work);
     return true;
 }
 
 void NSRunLoop::waitForEvents(Date deadline) {
-    // Work that is there already goes first, but not twice in a row: work without end must not hide the descriptors.
-    if (hasHanded_ && !std::exchange(workWentFirst_, true)) return;
+    // Work that is queued already goes first, but not twice in a row: work without end must not hide the descriptors.
+    if (hasQueued_ && !std::exchange(workWentFirst_, true)) return;
     workWentFirst_ = false;
     waiting_ = true;
-    const bool atOnce = hasHanded_ || endRun_;
+    const bool atOnce = hasQueued_ || endRun_;
     setAlarm(deadline);
     eventCount_ = epoll_wait(poller_, events_.data(), static_cast<int>(events_.size()), atOnce ? 0 : -1);
     waiting_ = false;
@@ -94,7 +97,7 @@ void NSRunLoop::noteEvents() {
         const epoll_event& event = events_[static_cast<std::size_t>(i)];
         if (event.data.u64 == kWakeUpId) continue;
         if (event.data.u64 == kAlarmId) {
-            alarm_ = Date::max();  // has rung; the same moment may be wanted again
+            alarm_ = Date::max();  // it has rung; the same moment may be wanted again
             continue;
         }
         for (Scheduled& scheduled : sources_) {
@@ -107,11 +110,9 @@ void NSRunLoop::noteEvents() {
 void NSRunLoop::setAlarm(Date moment) {
     if (moment == alarm_) return;
     alarm_ = moment;
-    // An alarm in the past rings at once; the all-zero one, which would never ring, is a moment at boot.
-    const auto nanoseconds = std::max<std::int64_t>(moment.time_since_epoch() / std::chrono::nanoseconds(1), 1);
-    constexpr std::int64_t second = 1'000'000'000;
+    // An alarm in the past rings at once, but the all-zero one never would.
     itimerspec alarm{};
-    alarm.it_value = {static_cast<time_t>(nanoseconds / second), static_cast<long>(nanoseconds % second)};
+    alarm.it_value = timespecOf(std::max(moment, Date(std::chrono::nanoseconds(1))));
     timerfd_settime(alarmDescriptor_, TFD_TIMER_ABSTIME, &alarm, nullptr);
 }
 
@@ -143,33 +144,29 @@ Date NSRunLoop::serveSources(std::string_view mode, bool ranWork) {
 }
 
 bool NSRunLoop::perform(Work work) {
-    return hand({std::move(work), nullptr});
+    return enqueue({std::move(work), nullptr});
 }
 
-bool NSRunLoop::hand(Handed handed) {
+bool NSRunLoop::enqueue(QueuedWork work) {
     {
         MutexLock lock(mutex_);
         if (ended_) return false;
-        handed_.push_back(std::move(handed));
-        hasHanded_ = true;
+        queued_.push_back(std::move(work));
+        hasQueued_ = true;
     }
     interruptWait();
     return true;
 }
 
-NSRunLoop::Handing NSRunLoop::performAndWait(Work work, Date deadline) {
+NSRunLoop::Performed NSRunLoop::performAndWait(Work work, Date deadline) {
     if (currentRunLoop().get() == this) {
         work();
-        return Handing::run;
+        return Performed::yes;
     }
-    const auto done = std::make_shared<bool>(false);
-    if (!hand({std::move(work), done})) return Handing::loopEnded;
-    MutexLock lock(mutex_);
-    while (!*done) {
-        if (ended_) return Handing::loopEnded;
-        if (handedDone_.wait_until(lock, deadline) == std::cv_status::timeout && !*done) return Handing::deadlinePassed;
-    }
-    return Handing::run;
+    const auto outcome = std::make_shared<WorkOutcome>();
+    if (!enqueue({std::move(work), outcome})) return Performed::loopEnded;
+    if (!outcome->waitBeforeDate(deadline)) return Performed::deadlinePassed;
+    return outcome->wasRun() ? Performed::yes : Performed::loopEnded;
 }
 
 void NSRunLoop::endRun() {
@@ -177,8 +174,8 @@ void NSRunLoop::endRun() {
     interruptWait();
 }
 
-// The loop announces its wait before it looks for work a last time, so a wake-up is never lost; while it is busy none
-// is needed.
+// The loop announces its wait before it looks for work a last time, so a wake-up is never lost. While it is busy it
+// needs none.
 void NSRunLoop::interruptWait() {
     if (!waiting_) return;
     MutexLock lock(wakeUpMutex_);
@@ -188,16 +185,18 @@ void NSRunLoop::interruptWait() {
 }
 
 void NSRunLoop::end() {
-    std::vector<Handed> unrun;
+    std::vector<QueuedWork> unrun;
     std::vector<Scheduled> released;
     {
         MutexLock lock(mutex_);
         ended_ = true;
-        unrun.swap(handed_);
+        unrun.swap(queued_);
         released.swap(sources_);
         closeDescriptors();
     }
-    handedDone_.notify_all();
+    for (QueuedWork& work : unrun) {
+        work.drop();
+    }
 }
 
 NSRunLoop::Scheduled* NSRunLoop::find(const RunLoopSource* source) {

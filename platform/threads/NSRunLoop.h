@@ -1,4 +1,4 @@
-// The run loop of a thread: bounded runs that serve descriptors and work handed in by other threads.
+// The run loop of a thread: bounded runs that serve descriptors and the work that other threads queue for it.
 #pragma once
 
 #include <sys/epoll.h>
@@ -16,7 +16,8 @@
 
 #include "platform/foundation/NSObject.h"
 #include "platform/threads/MainThread.h"
-#include "platform/threads/NSLock.h"
+#include "platform/threads/Moment.h"
+#include "platform/threads/QueuedWork.h"
 #include "platform/threads/ThreadAnnotations.h"
 
 namespace velmora {
@@ -28,9 +29,9 @@ class RunLoopSource {
     // The descriptor has become readable or writable, or the peer has gone: edges (EPOLLIN, EPOLLOUT, EPOLLRDHUP,
     // EPOLLHUP, EPOLLERR), each told once when it happens.
     virtual void descriptorReady(std::uint32_t events) = 0;
-    // The loop has run handed-in work or was woken: what was left undone may be offered again.
+    // The loop has run queued work or was woken: a source may offer again what it left undone.
     virtual void loopHasRunWork() = 0;
-    // When the source wants to be called though nothing happens; none for never.
+    // When the source wants to be called even if nothing happens; none for never.
     virtual std::optional<Date> deadline() = 0;
     virtual void deadlineReached() = 0;
 };
@@ -55,29 +56,26 @@ class NSRunLoop : public NSObject {
     // Queues work for the loop's thread. False, with nothing queued, when the loop has ended. Work that is still queued
     // when the loop ends is destroyed unrun.
     bool perform(Work work);
-    // The same, and waits until the work has been run; at once on the loop's own thread. When the deadline passes first
-    // the work stays queued, or goes on running, so it must hold by itself what it needs.
-    enum class Handing { run, loopEnded, deadlinePassed };
-    Handing performAndWait(Work work, Date deadline);
+    // The same, and waits until the work has been run. On the loop's own thread it runs at once. When the deadline
+    // passes first the work stays queued, or goes on running, so it must own what it needs.
+    enum class Performed { yes, loopEnded, deadlinePassed };
+    Performed performAndWait(Work work, Date deadline);
 
     // The current run, or else the next one, returns as soon as it has finished what it is doing.
     void endRun();
 
-    // A source that is scheduled in several modes is watched once. `descriptor` must stay open until the source is
-    // removed from the last.
+    // A source that is scheduled in several modes is watched once.
     void addSourceForMode(const std::shared_ptr<RunLoopSource>& source, const char* mode);
     void removeSourceForMode(const std::shared_ptr<RunLoopSource>& source, const char* mode);
-    // Begins to watch a scheduled source's descriptor, or ends it; a source without a descriptor has only its deadline.
+    // Begins or ends watching a scheduled source's descriptor, which must stay open until then, or until the source is
+    // removed from its last mode. A source without a descriptor has only its deadline.
     void watchDescriptor(const std::shared_ptr<RunLoopSource>& source, int descriptor);
     void forgetDescriptor(const std::shared_ptr<RunLoopSource>& source);
 
   private:
     friend class NSThread;
-    struct Handed {
-        Work work;
-        // Set for work that is waited for; guarded by mutex_.
-        std::shared_ptr<bool> done;
-    };
+    static void setCurrentRunLoop(std::shared_ptr<NSRunLoop> runLoop);
+
     struct Scheduled {
         std::shared_ptr<RunLoopSource> source;
         std::uint64_t id = 0;
@@ -90,12 +88,12 @@ class NSRunLoop : public NSObject {
         std::uint32_t events;
     };
 
-    // The loop of a thread that is about to end: nothing is accepted or run any more, who waits is released, and the
+    // For a thread that is about to end: nothing is accepted or run any more, whoever waits is released, and the
     // descriptors are given back.
     void end();
     void closeDescriptors();
-    bool hand(Handed handed);
-    bool runHandedWork();
+    bool enqueue(QueuedWork work);
+    bool runQueuedWork();
     void waitForEvents(Date deadline);
     void setAlarm(Date moment);
     void noteEvents() REQUIRES(mutex_);
@@ -111,21 +109,20 @@ class NSRunLoop : public NSObject {
     // Its own mutex, so that the woken loop does not meet its waker on the other one.
     Mutex wakeUpMutex_;
     int wakeUpDescriptor_ GUARDED_BY(wakeUpMutex_);
-    // Rings at alarm_. Set anew only when another moment is wanted: a time-out of its own would make every wait dearer.
+    // Rings at alarm_. Set anew only when the moment changes, which is cheaper than a time-out for each wait.
     int alarmDescriptor_;
     Date alarm_ = Date::max();
-    // What the last wait brought; owner thread only, as are the two vectors, which are kept for their room.
+    // The events of the last wait; owner thread only, as are the two vectors, which are kept for their capacity.
     std::array<epoll_event, 16> events_{};
     int eventCount_ = 0;
     bool workWentFirst_ = false;
-    std::vector<Handed> spareHanded_;
+    std::vector<QueuedWork> spareQueued_;
     std::vector<Turn> spareTurns_;
     std::atomic<bool> waiting_{false};
     std::atomic<bool> endRun_{false};
-    std::atomic<bool> hasHanded_{false};
+    std::atomic<bool> hasQueued_{false};
     Mutex mutex_;
-    Condition handedDone_;
-    std::vector<Handed> handed_ GUARDED_BY(mutex_);
+    std::vector<QueuedWork> queued_ GUARDED_BY(mutex_);
     std::vector<Scheduled> sources_ GUARDED_BY(mutex_);
     std::uint64_t lastId_ GUARDED_BY(mutex_) = 0;
     bool ended_ GUARDED_BY(mutex_) = false;

@@ -20,6 +20,8 @@ struct NSThread::State {
 
 namespace {
 
+constexpr Seconds kProcessExitTime{5};
+
 // The threads that run, and those that have ended and wait to be joined. Never destroyed: a thread may end while the
 // process does.
 struct Registry {
@@ -33,11 +35,10 @@ Registry& registry() {
     return *instance;
 }
 
-thread_local std::shared_ptr<NSRunLoop> currentLoop;
 thread_local const std::atomic<bool>* currentCancelled = nullptr;
 thread_local const void* currentState = nullptr;
 
-// Those that have ended, to be joined by the caller once it has let go of the registry.
+// Takes out those that have ended. The caller joins them once it has let go of the registry.
 template <typename State>
 std::vector<std::shared_ptr<State>> takeEnded(std::vector<std::shared_ptr<void>>& states) {
     std::vector<std::shared_ptr<State>> ended;
@@ -60,7 +61,7 @@ void join(const std::vector<std::shared_ptr<State>>& ended) {
 // When the process exits no thread runs on in what is being destroyed.
 struct AtExit {
     ~AtExit() {
-        if (!NSThread::finishAllThreads(5.0)) NSLogLine("A thread did not end before the process did");
+        if (!NSThread::finishAllThreads(kProcessExitTime)) NSLogLine("A thread did not end before the process did");
     }
 };
 
@@ -74,17 +75,18 @@ NSThread::~NSThread() = default;
 
 bool NSThread::start() {
     static AtExit atExit;
-    finishCancelledThreads(0.0);  // joins the ones that have ended
+    finishCancelledThreads(Seconds::zero());  // joins the ones that have ended
     hurryCancelledThreads();
     const auto run = [state = state_] {
-        currentLoop = state->runLoop;
+        NSRunLoop::setCurrentRunLoop(state->runLoop);
         currentCancelled = &state->cancelled;
         currentState = state.get();
         state->body();
         state->body = nullptr;
         state->runLoop->end();
-        currentLoop = nullptr;
-        // What is left of a thread until it is joined goes with the next one that ends, not only when one is started.
+        NSRunLoop::setCurrentRunLoop(nullptr);
+        // A thread that has ended keeps its stack until it is joined: the next one that ends does it, not only the next
+        // start.
         Registry& known = registry();
         MutexLock endedLock(known.mutex);
         const auto ended = takeEnded<State>(known.states);
@@ -133,12 +135,8 @@ bool NSThread::currentThreadIsCancelled() {
     return currentCancelled != nullptr && currentCancelled->load();
 }
 
-const std::shared_ptr<NSRunLoop>& NSRunLoop::currentRunLoop() {
-    return currentLoop;
-}
-
-bool NSThread::finishCancelledThreads(double timeout) {
-    const Date deadline = secondsFromNow(timeout);
+bool NSThread::finishCancelledThreads(Seconds timeout) {
+    const Date deadline = fromNow(timeout);
     Registry& all = registry();
     std::vector<std::shared_ptr<State>> ended;
     bool everyOneEnded = true;
@@ -150,7 +148,7 @@ bool NSThread::finishCancelledThreads(double timeout) {
                 auto* state = static_cast<State*>(entry.get());
                 if (state == currentState || state->finished || !state->cancelled) continue;
                 everyOneEnded = false;
-                if (timeout > 0.0) state->runLoop->endRun();
+                if (timeout > Seconds::zero()) state->runLoop->endRun();
             }
             if (everyOneEnded || std::chrono::steady_clock::now() >= deadline) break;
             all.threadEnded.wait_until(lock, deadline);
@@ -176,7 +174,7 @@ void NSThread::hurryCancelledThreads() {
     }
 }
 
-bool NSThread::finishAllThreads(double timeout) {
+bool NSThread::finishAllThreads(Seconds timeout) {
     Registry& all = registry();
     {
         MutexLock lock(all.mutex);

@@ -20,11 +20,11 @@ class NSThread final : public NSObject {
     ~NSThread() override;
 
     // Once only. False when the system has no thread or no descriptors left for it; the body is then destroyed unrun.
-    // Cancelled threads end in their own time, but where more than kWindingDownLimit have not, those that were started
-    // first are woken, so that they see it now: threads that come and go fast do not pile up.
+    // Cancelled threads end in their own time. When more than kWindingDownLimit have not ended yet, the oldest of them
+    // are woken so that they see it now: threads that come and go fast do not pile up.
     [[nodiscard]] bool start();
     static constexpr int kWindingDownLimit = 8;
-    // A request that the body looks at; it wakes nobody.
+    // A request that the body has to look for; it wakes nobody.
     void cancel();
     bool isCancelled() const;
     bool isFinished() const;
@@ -35,11 +35,11 @@ class NSThread final : public NSObject {
     // Whether the thread running this call was cancelled; false on a thread that is no NSThread.
     static bool currentThreadIsCancelled();
 
-    // Wakes the cancelled threads so that they see it now, and waits until they have ended: true, or false after the
-    // time (seconds).
-    static bool finishCancelledThreads(double timeout);
+    // Wakes the cancelled threads so that they see it now, and waits until they have ended; false when time runs out
+    // first.
+    static bool finishCancelledThreads(Seconds timeout);
     // The same after cancelling every thread; used at process exit.
-    static bool finishAllThreads(double timeout);
+    static bool finishAllThreads(Seconds timeout);
     // Threads that have been started and have not ended.
     static int runningThreads();
 

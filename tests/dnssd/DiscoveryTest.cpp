@@ -48,7 +48,7 @@ std::string matrixSizeOf(const std::shared_ptr<NSNetService>& service) {
     controller->startConnectionWithNetService(service);
     controller->processCommandSynchronously(command);
     controller->closeStreams();
-    EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
+    EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(5)));
     return command->responseString().value_or("(null)");
 }
 
@@ -407,7 +407,9 @@ TEST_F(Discovery, NothingIsToldAfterTheEndAndNothingIsLeftBehind) {
         service->setDelegate(&watcher);
         service->resolveWithTimeout(5.0);
     };
-    const auto noThread = [] { return NSThread::runningThreads() == 0 && NSThread::finishCancelledThreads(0.0); };
+    const auto noThread = [] {
+        return NSThread::runningThreads() == 0 && NSThread::finishCancelledThreads(Seconds(0));
+    };
     round(2);
     ASSERT_TRUE(runMainLoopUntil(noThread));
     const auto descriptors = openDescriptors();

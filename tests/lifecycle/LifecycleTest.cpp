@@ -28,7 +28,7 @@ int rounds(int share) {
 // Taken when everything that winds down has ended.
 struct Holdings {
     Holdings() {
-        EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
+        EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(10)));
         runMainLoopOnce();
         threads = test::threads();
         descriptors = openDescriptors();

@@ -41,7 +41,7 @@ class Plugin : public testing::Test {
     void TearDown() override {
         if (plugin != nullptr) plugin->stop();
         plugin = nullptr;
-        EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
+        EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(5)));
     }
     void start(const std::string& server, const Outputs& outputs, bool defaults = false) {
         plugin->setDefaultSettings(settingsWith(server, outputs));

@@ -17,10 +17,10 @@
 namespace velmora::test {
 namespace {
 
-// In seconds. Only where the limit is to pass is it a short one: there a slow machine must not pass it earlier.
+// Only where the limit is to pass is it a short one: there a slow machine must not pass it earlier.
 constexpr TelnetTimeLimits kRealLimit;
-constexpr TelnetTimeLimits kShortLimit{0.5, 0.1};
-constexpr double kAllowance = 0.5;
+constexpr TelnetTimeLimits kShortLimit{Seconds(0.5), Seconds(0.1)};
+constexpr Seconds kAllowance{0.5};
 const char* const kAttribute = "Velmora Switch Output 1";
 
 // The outcome for the host when the fault meets the reply to a command. The size known before is 7x7.
@@ -82,7 +82,7 @@ class FaultOutcomes : public testing::Test {
     ~FaultOutcomes() override {
         plugin_->stop();
         plugin_ = nullptr;
-        EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
+        EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(5)));
     }
 
     void use(TelnetTimeLimits limits, const Outputs& outputs) {
@@ -121,7 +121,7 @@ class FaultOutcomes : public testing::Test {
         const auto begin = std::chrono::steady_clock::now();
         auto result = work();
         const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
-        longestWait_ = std::max(longestWait_, time.count());
+        longestWait_ = std::max(longestWait_, time);
         return result;
     }
 
@@ -152,7 +152,7 @@ class FaultOutcomes : public testing::Test {
     DictionaryReference settings_;
     std::optional<LogLines> log_;
     Strings told_;
-    double longestWait_ = 0.0;
+    Seconds longestWait_{};
 };
 
 Strings FaultOutcomes::meet(const Row& row, const Command& command) {
@@ -168,7 +168,7 @@ Strings FaultOutcomes::meet(const Row& row, const Command& command) {
         if (command.expected == &Row::refreshed && row.next == "the rest") faults.push_back(fault("delay=300@GET"));
         switch_.faults.set(std::move(faults));
         log_.emplace();
-        longestWait_ = 0.0;
+        longestWait_ = {};
         if (row.wholeConnection) {
             plugin_->setDefaultSettings(settings_);
             timed([this] { return device().selectedInputForOutput(0); });
@@ -187,7 +187,7 @@ Strings FaultOutcomes::meet(const Row& row, const Command& command) {
         lines += line.starts_with("NSStream") || line.starts_with("Connection failed") ? line : "";
     }
     EXPECT_LE(longestWait_, limits_.reply + kAllowance) << row.fault << "@" << command.word;
-    EXPECT_TRUE(row.fault != "delay=100" || longestWait_ >= 0.1);
+    EXPECT_TRUE(row.fault != "delay=100" || longestWait_ >= Seconds(0.1));
     const char* const following = !next ? "nothing" : next == "Input 1" ? "its reply" : "the rest";
     return {result, lines, longestWait_ < limits_.reply ? "short" : "time-out",
             kStateNames[static_cast<int>(plugin_->connectionStatus().state)], following};
@@ -217,8 +217,8 @@ TEST_F(FaultOutcomes, areWhatThePageSays) {
     log_.emplace();
     switch_.faults.set({fault("silence@SET")});
     EXPECT_EQ(timed([this] { return set(); }), "0, routed");
-    EXPECT_GE(longestWait_, 10.0);
-    EXPECT_LE(longestWait_, 10.0 + kAllowance);
+    EXPECT_GE(longestWait_, Seconds(10));
+    EXPECT_LE(longestWait_, Seconds(10) + kAllowance);
     EXPECT_EQ(log_->lines(), Strings{kTimeOut});
     EXPECT_FALSE(device().isConnected());
     std::string table =

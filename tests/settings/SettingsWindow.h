@@ -38,7 +38,7 @@ class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol
     void TearDown() override {
         if (plugin != nullptr) plugin->stop();
         plugin = nullptr;
-        EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
+        EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(5)));
     }
 
     // Starts the plugin and shows the view when that is ready, or else when the server is connected.

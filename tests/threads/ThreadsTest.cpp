@@ -3,7 +3,7 @@
 
 #include <atomic>
 #include <future>
-#include <numeric>
+#include <thread>
 
 #include "platform/threads/MainThread.h"
 #include "platform/threads/NSLock.h"
@@ -22,14 +22,44 @@ TEST(MainThread, letsWorkHandWorkOverWhileItIsDestroyedBehindTheApplicationsEnd)
     const auto endTheApplication = [] {
         alarm(20);  // where it waits for itself
         QCoreApplication::instance()->~QCoreApplication();
-        std::thread([] {
-            const MainThread::HandOver handOver;
-            MainThread::perform([last = std::make_shared<Last>()] {});
-            MainThread::performAndWait([] {});
-        }).join();
+        std::thread([] { MainThread::perform([last = std::make_shared<Last>()] {}); }).join();
         _exit(0);
     };
     EXPECT_EXIT(endTheApplication(), testing::ExitedWithCode(0), "");
+}
+
+TEST(MainThread, tellsOfDroppedWorkAlsoWhenTheNextApplicationStartsAtOnce) {
+    const auto endAndStartApplications = [] {
+        QCoreApplication::instance()->~QCoreApplication();
+        int count = 1;
+        char name[] = "threads-test";
+        char* arguments[] = {name, nullptr};
+        std::atomic<int> dropped = 0;
+        for (int round = 0; round < 1000; ++round) {
+            auto application = std::make_unique<QCoreApplication>(count, arguments);
+            std::atomic<int> asked = 0;
+            std::atomic<int> answered = 0;
+            std::vector<std::thread> waiting(8);
+            for (std::thread& thread : waiting) {
+                thread = std::thread([&] {
+                    ++asked;
+                    if (!MainThread::performAndWait([] {})) ++dropped;
+                    ++answered;
+                });
+            }
+            while (asked != 8) {
+                std::this_thread::yield();
+            }
+            application = nullptr;
+            application = std::make_unique<QCoreApplication>(count, arguments);
+            if (!runMainLoopUntil([&] { return answered == 8; }, 10.0)) _exit(1);
+            for (std::thread& thread : waiting) {
+                thread.join();
+            }
+        }
+        _exit(dropped > 0 ? 0 : 2);
+    };
+    EXPECT_EXIT(endAndStartApplications(), testing::ExitedWithCode(0), "");
 }
 
 TEST(MainThread, runsWorkOfOtherThreadsInOrderAlsoThroughNestedLoops) {
@@ -39,14 +69,11 @@ TEST(MainThread, runsWorkOfOtherThreadsInOrderAlsoThroughNestedLoops) {
         EXPECT_FALSE(MainThread::isCurrent());
         MainThread::perform([&] {
             order.push_back(1);
-            // A nested loop, as a modal alert runs one, serves the work behind this.
+            // A nested loop, as a modal alert runs one, serves the work after this.
             innerDone = runMainLoopUntil([&] { return order.size() == 3; });
         });
-        {
-            const MainThread::HandOver handOver;
-            MainThread::perform([&] { order.push_back(3); });
-            MainThread::performLater([&] { order.push_back(4); });
-        }
+        MainThread::perform([&] { order.push_back(3); });
+        MainThread::performLater([&] { order.push_back(4); });
         EXPECT_TRUE(MainThread::performAndWait([&] { order.push_back(5); }));
         EXPECT_EQ(order.size(), 4U);
     });
@@ -68,12 +95,12 @@ TEST(NSRunLoop, handedWorkRunsOnceInOrderAndIsRefusedAfterTheEnd) {
     for (int i = 0; i < 1000; ++i) {
         ASSERT_TRUE(thread->runLoop()->perform([&order, i] { order.push_back(i); }));
         if (i % 100 != 99) continue;
-        ASSERT_EQ(thread->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Handing::run);
+        ASSERT_EQ(thread->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Performed::yes);
         ASSERT_EQ(order.size(), static_cast<std::size_t>(i + 1));
     }
     EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
 
-    // Work behind the last run is destroyed unrun, and whoever waits for it is released, long before a period is over.
+    // Work after the last run is destroyed unrun, and whoever waits for it is released, long before a period is over.
     period = 3600.0;
     const auto held = std::make_shared<int>(0);
     std::promise<void> blocked;
@@ -83,20 +110,20 @@ TEST(NSRunLoop, handedWorkRunsOnceInOrderAndIsRefusedAfterTheEnd) {
         release.get_future().wait();
     });
     blocked.get_future().wait();
-    EXPECT_EQ(thread->runLoop()->performAndWait([] {}, secondsFromNow(0.05)), NSRunLoop::Handing::deadlinePassed);
+    EXPECT_EQ(thread->runLoop()->performAndWait([] {}, secondsFromNow(0.05)), NSRunLoop::Performed::deadlinePassed);
     thread->cancel();
     release.set_value();
-    EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
+    EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(10)));
     EXPECT_EQ(NSThread::runningThreads(), 0);
     EXPECT_FALSE(thread->runLoop()->perform([held] {}));
-    EXPECT_EQ(thread->runLoop()->performAndWait([held] {}, secondsFromNow(30.0)), NSRunLoop::Handing::loopEnded);
+    EXPECT_EQ(thread->runLoop()->performAndWait([held] {}, secondsFromNow(30.0)), NSRunLoop::Performed::loopEnded);
     EXPECT_EQ(held.use_count(), 1);
 }
 
 TEST(NSThread, workHandedToAThreadThatEndsBeforeRunningItReturnsPromptly) {
     const auto neverRuns = std::make_shared<NSThread>([] {});
     std::thread waiter([&] {
-        EXPECT_EQ(neverRuns->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Handing::loopEnded);
+        EXPECT_EQ(neverRuns->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Performed::loopEnded);
     });
     EXPECT_TRUE(neverRuns->start());
     waiter.join();
@@ -113,7 +140,7 @@ TEST(NSThread, threadsThatComeAndGoFastDoNotPileUpAndGiveBackWhatTheyHeldAtTheir
         }));
         ASSERT_TRUE(threads.back()->start());
         // In a run that only its period ends, or somebody who wakes it.
-        ASSERT_EQ(threads.back()->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Handing::run);
+        ASSERT_EQ(threads.back()->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Performed::yes);
         threads.back()->cancel();
     }
     EXPECT_TRUE(runMainLoopUntil([] { return NSThread::runningThreads() == NSThread::kWindingDownLimit + 1; }));
@@ -143,40 +170,39 @@ TEST(NSLock, isASignalThatAnyThreadMayGiveBack) {
     EXPECT_TRUE(thread->start());
     thread->cancel();
     EXPECT_FALSE(taken.get_future().get());
-    EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
+    EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(10)));
 }
 
-TEST(NSLock, losesNoSignalBetweenTwoThreads) {
+TEST(NSLock, losesNoSignalAndIsNeverFreeTwice) {
     NSLock asked;
     NSLock answered;
     asked.lock();
     answered.lock();
-    constexpr int rounds = 20'000;
-    std::shared_ptr<NSLock::Errand> errand;
-    int count = 0;
+    constexpr int kRounds = 20'000;
+    int count = 0;  // on either side of a signal in turn
     std::thread other([&] {
-        for (int i = 0; i < rounds && asked.lockBeforeDate(secondsFromNow(60.0)); ++i) {
+        for (int i = 0; i < kRounds && asked.lockBeforeDate(secondsFromNow(60.0)); ++i) {
             ++count;
-            // Both orders are possible, and the second of the two must wake whoever waits.
-            if (i % 2 == 0) answered.unlock();
-            answered.finishErrand(*errand);
-            if (i % 2 == 1) answered.unlock();
+            answered.unlock();
         }
     });
-    for (int i = 1; i <= rounds; ++i) {
-        errand = std::make_shared<NSLock::Errand>();
-        const Date deadline = secondsFromNow(10.0);
-        asked.unlock();
-        EXPECT_TRUE(answered.lockAfterErrandBeforeDate(*errand, deadline));
-        EXPECT_EQ(count, i);
-        // Whom only the deadline has woken takes the lock all the same.
-        if (std::chrono::steady_clock::now() >= deadline) {
-            ADD_FAILURE() << "a signal was lost";
-            break;
+    NSLock contended;
+    std::thread careless([&contended] {
+        for (int i = 0; i < kRounds; ++i) {
+            contended.unlock();
         }
+    });
+    for (int i = 1; i <= kRounds; ++i) {
+        asked.unlock();
+        ASSERT_TRUE(answered.lockBeforeDate(secondsFromNow(30.0)));
+        EXPECT_EQ(count, i);
+        contended.tryLock();
+        contended.unlock();
     }
-    asked.unlock();
     other.join();
+    careless.join();
+    EXPECT_TRUE(contended.tryLock());
+    EXPECT_FALSE(contended.tryLock()) << "given back more than once";
 }
 
 }  // namespace velmora::test

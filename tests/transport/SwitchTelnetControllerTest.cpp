@@ -61,7 +61,7 @@ class Connection : public testing::Test {
         if (controller == nullptr) return;
         controller->setDelegate(nullptr);
         controller->closeStreams();
-        EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
+        EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(5)));
         EXPECT_EQ(NSThread::runningThreads(), 0);
         EXPECT_EQ(openDescriptors(), descriptorsBefore) << "a closed controller holds none";
     }
@@ -128,7 +128,7 @@ TEST_F(Connection, aRefusedConnectionIsToldAndReleasesItsClientAtOnce) {
 
 TEST_F(Connection, aStartBesideARunningThreadIsRefusedWithANotification) {
     ScriptedPeer peer(PeerScript().expectClose());
-    open(peer.port(), {.runLoopPeriod = 60.0});
+    open(peer.port(), {.runLoopPeriod = Seconds(60)});
     int refusals = 0;
     const auto observation = NSNotificationCenter::defaultCenter().addObserver(
         "nodeConnectionDidNotOpen", static_cast<SwitchTelnetControllerDelegate*>(&callbacks),
@@ -141,7 +141,7 @@ TEST_F(Connection, aStartBesideARunningThreadIsRefusedWithANotification) {
     EXPECT_EQ(refusals, 2);
     controller->startConnectionWithNetService(nullptr);
     EXPECT_EQ(refusals, 3);
-    EXPECT_TRUE(NSThread::finishCancelledThreads(10.0));
+    EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(10)));
     controller->startConnectionWithNetService(nullptr);
     EXPECT_EQ(refusals, 3);
     EXPECT_EQ(log.count("netservice nil"), 1);
@@ -180,7 +180,7 @@ TEST_F(Connection, aSecondCommandWaitsForTheReplyToTheFirst) {
 }
 
 TEST_F(Connection, noMisuseOrDeafPeerBlocksAClientBeyondTheTimeLimit) {
-    const TelnetTimeLimits limits{.reply = 0.5, .runLoopPeriod = 0.1, .handOff = 0.1};
+    const TelnetTimeLimits limits{Seconds(0.5), Seconds(0.1), Seconds(0.1)};
     {
         ScriptedPeer peer(PeerScript().expect("A\n\r").expectClose());
         open(peer.port(), limits);
@@ -188,7 +188,7 @@ TEST_F(Connection, noMisuseOrDeafPeerBlocksAClientBeyondTheTimeLimit) {
         EXPECT_FALSE(process("B")->hasResponse());    // blocks the communications thread
         EXPECT_LT(seconds, 1.5);
         EXPECT_FALSE(controller->isConnected());
-        EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
+        EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(5)));
         // The signal that the unanswered command took is free again.
         callbacks.calls.clear();
         ScriptedPeer next(PeerScript().expect("B\n\r").send("b").exchange("C", "c").expectClose());
@@ -197,7 +197,7 @@ TEST_F(Connection, noMisuseOrDeafPeerBlocksAClientBeyondTheTimeLimit) {
         ASSERT_TRUE(isOpenAndIdle());
         EXPECT_EQ(process("C")->responseString(), "c");
         controller->closeStreams();
-        EXPECT_TRUE(NSThread::finishCancelledThreads(5.0));
+        EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(5)));
     }
     callbacks.calls.clear();
     // More than the buffers between the two take: the rest of the line waits for space until the connection is closed.
@@ -243,7 +243,7 @@ TEST(TelnetXML, everyPrefixIsCompleteExactlyWhenTheRuleSays) {
         const auto command = makeCommand("X");
         command->responseData()->assign((kDocument + "\r\n\r\n\r").substr(0, length));
         controller->setCurrentTelnetCommand(command);
-        // Complete: too short to be judged, or at most three bytes behind the closing tag and its line feed.
+        // Complete: too short to be judged, or at most three bytes after the closing tag and its line feed.
         const bool complete = length < 13 || (length >= kDocument.size() && length <= kDocument.size() + 3);
         EXPECT_EQ(controller->XMLReceivedCompletely(), complete) << length;
     }
@@ -292,7 +292,7 @@ TEST(Streams, giveEveryAddressItsTurnWhileACommandMayStillWaitAndSilentOnesASeco
         streams.back()->open();
     }
     const auto comesTo = [&](const ListeningPort& port) {
-        const Date limit = secondsFromNow(TelnetTimeLimits().reply / 2);
+        const Date limit = fromNow(TelnetTimeLimits().reply / 2);
         while (!port.hasConnection() && std::chrono::steady_clock::now() < limit)
             loop->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(0.05));
         return port.hasConnection();

@@ -2,10 +2,8 @@
 
 #include <avahi-common/address.h>
 #include <avahi-common/domain.h>
-#include <netinet/in.h>
 
 #include <algorithm>
-#include <cstring>
 #include <tuple>
 
 #include "platform/foundation/Text.h"
@@ -16,22 +14,6 @@ namespace {
 
 // Locations that are kept for one service: a few for each interface and protocol.
 constexpr std::size_t kMaximumLocations = 64;
-
-SocketAddress socketAddress(const std::string& address, std::uint16_t port, int interface) {
-    if (address.size() == 4) {
-        sockaddr_in v4{};
-        v4.sin_family = AF_INET;
-        v4.sin_port = htons(port);
-        std::memcpy(&v4.sin_addr, address.data(), sizeof v4.sin_addr);
-        return {reinterpret_cast<const sockaddr*>(&v4), sizeof v4};
-    }
-    sockaddr_in6 v6{};
-    v6.sin6_family = AF_INET6;
-    v6.sin6_port = htons(port);
-    std::memcpy(&v6.sin6_addr, address.data(), sizeof v6.sin6_addr);
-    if (IN6_IS_ADDR_LINKLOCAL(&v6.sin6_addr)) v6.sin6_scope_id = static_cast<std::uint32_t>(interface);
-    return {reinterpret_cast<const sockaddr*>(&v6), sizeof v6};
-}
 
 // Empty for what cannot be the name of a service.
 std::string fullName(const ServiceKey& key) {
@@ -176,7 +158,9 @@ ServiceEndpoint DiscoveredService::currentEndpoint() const {
     found.erase(std::unique(found.begin(), found.end(), sameAddress), found.end());
     for (const Found& one : found) {
         if (endpoint.addresses.size() == kMaximumAddresses) break;
-        const auto address = socketAddress(one.address, one.location->port, one.interface);
+        const auto* const bytes = reinterpret_cast<const std::uint8_t*>(one.address.data());
+        const auto address = SocketAddress::fromBytes({bytes, one.address.size()}, one.location->port,
+                                                      static_cast<std::uint32_t>(one.interface));
         if (std::find(endpoint.addresses.begin(), endpoint.addresses.end(), address) == endpoint.addresses.end()) {
             endpoint.addresses.push_back(address);
         }

@@ -99,7 +99,7 @@ void endRun() {
         all.run->wakeUp();
         all.run = nullptr;
     }
-    if (!NSThread::finishCancelledThreads(kEndTimeout.count())) NSLog("The discovery of services did not end in time");
+    if (!NSThread::finishCancelledThreads(kEndTimeout)) NSLog("The discovery of services did not end in time");
 }
 
 // Made after the first thread was started, so it is destroyed before the process waits for its threads.
