@@ -4,7 +4,6 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -20,6 +19,12 @@ constexpr std::size_t room = 256 * 1024;  // bytes
 constexpr int lookMilliseconds = 100;
 constexpr int lastLookMilliseconds = 500;
 constexpr int lastRefusals = lastLookMilliseconds / lookMilliseconds;
+
+// As many as a pipe takes in one piece, so that none is cut where its reader stops; of a longer line the beginning.
+std::string_view wholeLines(std::string_view text) {
+    const std::size_t end = text.substr(0, PIPE_BUF).rfind('\n');
+    return text.substr(0, end == std::string_view::npos ? PIPE_BUF : end + 1);
+}
 
 }  // namespace
 
@@ -60,6 +65,7 @@ void OutputQueue::run() {
             text.swap(queued_);
             if (const std::size_t count = std::exchange(leftOut_, 0); count > 0)
                 text += stringWithFormat("(%li lines are left out here: they were not read in time)\n", count);
+            if (isCutShort_ && !text.empty()) text.insert(0, 1, '\n');
         }
         if (text.empty() || !write(text)) return;
     }
@@ -75,7 +81,7 @@ bool OutputQueue::write(std::string_view text) {
             if (last) return false;
             continue;
         }
-        const ssize_t count = writeAtOnce(descriptor_, text.substr(0, PIPE_BUF));
+        const ssize_t count = writeAtOnce(descriptor_, wholeLines(text));
         if (count < 0 && errno == EAGAIN) {
             // A terminal calls itself ready and takes less than it was given.
             if (last && ++refusals > lastRefusals) return false;
@@ -83,7 +89,9 @@ bool OutputQueue::write(std::string_view text) {
         } else if (count < 0 && errno != EINTR) {
             return true;  // the reader has gone: nobody misses the text
         }
-        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        if (count <= 0) continue;
+        isCutShort_ = text[static_cast<std::size_t>(count) - 1] != '\n';
+        text.remove_prefix(static_cast<std::size_t>(count));
     }
     return true;
 }

@@ -11,7 +11,8 @@
 
 namespace velmora {
 
-// Any thread may add. Lines go out in order, on a thread of the queue's own, never cut.
+// Any thread may add. Lines go out in order, on a thread of the queue's own. One that could be written only in
+// part, because a disk is full, is ended before the next.
 class OutputQueue {
   public:
     // The descriptor is not owned.
@@ -36,6 +37,7 @@ class OutputQueue {
     std::string queued_ GUARDED_BY(mutex_);
     std::size_t leftOut_ GUARDED_BY(mutex_) = 0;
     bool ending_ GUARDED_BY(mutex_) = false;
+    bool isCutShort_ = false;  // the last line; queue's thread only
     std::thread thread_;
 };
 

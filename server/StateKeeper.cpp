@@ -32,7 +32,7 @@ StateKeeper::~StateKeeper() {
 Result<void> StateKeeper::lock() {
     // The file that is locked is the one that is kept, wherever a link leads by then.
     std::error_code unresolved;
-    if (const auto file = std::filesystem::canonical(path_, unresolved); !unresolved) path_ = file.string();
+    if (const auto file = std::filesystem::weakly_canonical(path_, unresolved); !unresolved) path_ = file.string();
     Result<FileLock> lock = FileLock::take(path_);
     if (!lock) return lock.failure();
     lock_.emplace(*std::move(lock));
@@ -85,7 +85,7 @@ void StateKeeper::keep() {
         try {
             written_ = writeMatrixFile(path_, matrix_.contents());
         } catch (const std::bad_alloc&) {
-            written_ = Failure{"there is no memory for it"};
+            written_ = Failure{"out of memory"};  // itself short enough to need none
         }
         if (!written_ && wasWritten && !isLast) trouble_(written_.failure().reason);
         lock.lock();

@@ -6,6 +6,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <QCryptographicHash>
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -75,24 +76,28 @@ bool writeAll(int descriptor, std::string_view contents) {
     return true;
 }
 
-// An access list shows in the mode as permissions of the group, which that may not have: the list goes along, or the
-// group is let in to nothing.
-bool keepAccessList(int descriptor, const Target& target, mode_t mode) {
+bool isAbsentAttribute(int error) {
+    return error == ENODATA || error == ENOTSUP;
+}
+
+// The list that lets further users in. Where the old file has none, the one that the folder gives to its new files goes.
+bool keepAccessList(int descriptor, const std::filesystem::path& old) {
     constexpr const char* kAccessList = "system.posix_acl_access";
-    std::array<char, 64 * 1024> list;
-    const ssize_t size = getxattr(target.path.c_str(), kAccessList, list.data(), list.size());
-    if (size < 0 && errno != ERANGE) return true;  // there is none
-    return (size >= 0 && fsetxattr(descriptor, kAccessList, list.data(), static_cast<std::size_t>(size), 0) == 0) ||
-           fchmod(descriptor, mode & 0707) == 0;
+    std::array<char, 64 * 1024> list;  // the longest that there can be
+    const ssize_t size = getxattr(old.c_str(), kAccessList, list.data(), list.size());
+    if (size >= 0) return fsetxattr(descriptor, kAccessList, list.data(), static_cast<std::size_t>(size), 0) == 0;
+    return isAbsentAttribute(errno) && (fremovexattr(descriptor, kAccessList) == 0 || isAbsentAttribute(errno));
 }
 
 bool keepOwnerAndPermissions(int descriptor, const Target& target) {
     const struct stat& old = *target.old;
-    // Only root gives files away. A group that cannot be kept must not be let in by the permissions of another.
-    const bool isKept =
+    // Only root gives files away.
+    const bool isGroupKept =
         fchown(descriptor, old.st_uid, old.st_gid) == 0 || fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) == 0;
-    const mode_t mode = old.st_mode & (isKept ? 07777 : 0707);
-    return fchmod(descriptor, mode) == 0 && (!isKept || keepAccessList(descriptor, target, mode));
+    // The permissions of the group are at the same time the most that an access list grants. They must let in nobody
+    // else than before.
+    const bool isSame = isGroupKept && keepAccessList(descriptor, target.path);
+    return fchmod(descriptor, old.st_mode & (isSame ? 07777 : 0707)) == 0;
 }
 
 // The file that is to take the target's place. It is locked for as long as it has a name of its own, so that others
@@ -223,7 +228,13 @@ Result<void> mayReplaceFile(const std::filesystem::path& file) {
 
 std::filesystem::path companionOf(const std::filesystem::path& file, std::string_view suffix) {
     constexpr std::size_t kLongest = 200;  // of the 255 bytes that a name may have
-    return folderOf(file) / (".velmora-" + file.filename().string().substr(0, kLongest)).append(suffix);
+    std::string name = file.filename().string();
+    if (name.size() > kLongest) {
+        const QByteArray digest = QCryptographicHash::hash(
+            QByteArray::fromRawData(name.data(), static_cast<qsizetype>(name.size())), QCryptographicHash::Md5);
+        name.replace(kLongest / 2, std::string::npos, digest.toHex().toStdString());
+    }
+    return folderOf(file) / (".velmora-" + name).append(suffix);
 }
 
 }  // namespace velmora

@@ -23,11 +23,8 @@ Descriptor openLockFile(const std::string& name) {
     return descriptor;
 }
 
-bool hasName(const Descriptor& descriptor, const std::string& name) {
-    struct stat ours {
-    }, named{};
-    return fstat(descriptor.number(), &ours) == 0 && lstat(name.c_str(), &named) == 0 && ours.st_dev == named.st_dev &&
-           ours.st_ino == named.st_ino;
+bool isSameFile(const struct stat& left, const struct stat& right) {
+    return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
 }
 
 }  // namespace
@@ -39,10 +36,13 @@ Result<FileLock> FileLock::take(const std::filesystem::path& file) {
     const std::string name = companionOf(unresolved ? file : resolved, ".lock").string();
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         Descriptor descriptor = openLockFile(name);
-        if (!descriptor) return failureOfSystem(errno);
+        struct stat ours {
+        }, named{};
+        if (!descriptor || fstat(descriptor.number(), &ours) != 0) return failureOfSystem(errno);
+        if (!S_ISREG(ours.st_mode)) return Failure{name + " is not a file"};
         if (flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0)
             return errno == EWOULDBLOCK ? Failure{"another program has it in use"} : failureOfSystem(errno);
-        if (hasName(descriptor, name)) return FileLock(std::move(descriptor), name);
+        if (lstat(name.c_str(), &named) == 0 && isSameFile(ours, named)) return FileLock(std::move(descriptor), name);
         // Its owner before has removed it since it was opened here.
     }
     return Failure{"another program has it in use"};
