@@ -1,5 +1,5 @@
-// What the program prints: lines on their way to a descriptor whose reader may be slow or may have stopped: whoever has
-// something to say does not wait for it.
+// The program's output: lines on their way to a descriptor whose reader may be slow or may have stopped. Whoever adds a
+// line does not wait.
 #pragma once
 
 #include <cstddef>
@@ -19,11 +19,11 @@ class OutputQueue {
     explicit OutputQueue(int descriptor);
     OutputQueue(const OutputQueue&) = delete;
     OutputQueue& operator=(const OutputQueue&) = delete;
-    // What is left still goes out, as long as the reader takes it.
+    // The lines that are left still go out, as long as the reader takes them.
     ~OutputQueue();
 
-    // Without its end, and with its control characters made visible. A line for which there is no room is left out;
-    // their number is told when there is room again.
+    // A line without its end; control characters are made visible. Lines for which there is no room are left out, and
+    // counted in a line of their own when there is room again.
     void add(std::string_view line) EXCLUDES(mutex_);
 
   private:

@@ -59,8 +59,9 @@ Result<Target> targetOf(const std::filesystem::path& file) {
     if (unresolved) return failureOfSystem(unresolved.value());
     if (!S_ISREG(status.st_mode)) return noFile(status.st_mode);
     // That the folder would allow it does not mean that the file's owner wants it.
-    if (faccessat(AT_FDCWD, target.path.c_str(), W_OK, AT_EACCESS) != 0)
+    if (faccessat(AT_FDCWD, target.path.c_str(), W_OK, AT_EACCESS) != 0) {
         return errno == EACCES ? Failure{"it is write-protected"} : failureOfSystem(errno);
+    }
     target.old = status;
     return target;
 }
@@ -80,7 +81,8 @@ bool isAbsentAttribute(int error) {
     return error == ENODATA || error == ENOTSUP;
 }
 
-// The list that lets further users in. Where the old file has none, the one that the folder gives to its new files goes.
+// The list that lets further users in. Where the old file has none, the one that the folder gives to its new files
+// goes.
 bool keepAccessList(int descriptor, const std::filesystem::path& old) {
     constexpr const char* kAccessList = "system.posix_acl_access";
     std::array<char, 64 * 1024> list;  // the longest that there can be
@@ -213,16 +215,18 @@ Result<void> replaceFile(const std::filesystem::path& file, std::string_view con
     if (!newFile.create() || !newFile.fill(contents) || !newFile.takePlace()) return failureOfSystem(errno);
     // The new name survives a power cut only when the folder is on the disk, too. One that may not be read, or whose
     // file system knows no such thing, is left to the system.
-    if (folder && fsync(folder.number()) != 0 && errno != EINVAL && errno != EACCES)
+    if (folder && fsync(folder.number()) != 0 && errno != EINVAL && errno != EACCES) {
         return Failure{"its folder cannot be written: " + failureOfSystem(errno).reason};
+    }
     return {};
 }
 
 Result<void> mayReplaceFile(const std::filesystem::path& file) {
     const Result<Target> target = targetOf(file);
     if (!target) return target.failure();
-    if (faccessat(AT_FDCWD, folderOf(target->path).c_str(), W_OK | X_OK, AT_EACCESS) != 0)
+    if (faccessat(AT_FDCWD, folderOf(target->path).c_str(), W_OK | X_OK, AT_EACCESS) != 0) {
         return failureOfSystem(errno);
+    }
     return {};
 }
 

@@ -28,8 +28,8 @@ Result<void> replaceFile(const std::filesystem::path& file, std::string_view con
 // Whether it looks as if replaceFile would work: said before long work, not a promise.
 Result<void> mayReplaceFile(const std::filesystem::path& file);
 
-// The hidden file of that folder that is called ".velmora-FILE" and the suffix; of a very long FILE the end is replaced by
-// a checksum of the whole.
+// The hidden file of that folder that is called ".velmora-FILE" and the suffix; of a very long FILE the end is replaced
+// by a checksum of the whole.
 std::filesystem::path companionOf(const std::filesystem::path& file, std::string_view suffix);
 
 }  // namespace velmora

@@ -40,8 +40,9 @@ Result<FileLock> FileLock::take(const std::filesystem::path& file) {
         }, named{};
         if (!descriptor || fstat(descriptor.number(), &ours) != 0) return failureOfSystem(errno);
         if (!S_ISREG(ours.st_mode)) return Failure{name + " is not a file"};
-        if (flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0)
+        if (flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0) {
             return errno == EWOULDBLOCK ? Failure{"another program has it in use"} : failureOfSystem(errno);
+        }
         if (lstat(name.c_str(), &named) == 0 && isSameFile(ours, named)) return FileLock(std::move(descriptor), name);
         // Its owner before has removed it since it was opened here.
     }

@@ -188,11 +188,13 @@ bool NSBundle::unload(std::string* error) {
     if (!isLoaded()) return true;
     const std::string refused = stringWithFormat("%@ stays loaded: ", path_.string());
     const auto inUse = [&] { return livePrincipalObjects_->load() > 0; };
-    if (MainThread::currentMode() != NSDefaultRunLoopMode)
+    if (MainThread::currentMode() != NSDefaultRunLoopMode) {
         return fail(error, refused + "a panel, which may be the module's, is open");
+    }
     if (inUse()) return fail(error, refused + "an object that it made is alive");
-    if (!NSThread::finishCancelledThreads(kWindDownSeconds))
+    if (!NSThread::finishCancelledThreads(kWindDownSeconds)) {
         return fail(error, refused + "one of its threads has not ended");
+    }
     if (!runHandedOverWork()) return fail(error, refused + "work for the main thread has not been run");
     // That work may have been the host's, too.
     if (inUse()) return fail(error, refused + "an object that it made is alive");

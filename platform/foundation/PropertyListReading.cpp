@@ -55,8 +55,9 @@ bool hasHostileTag(std::string_view xml) {
 
 // "" when the bytes may be given to the reader of XML.
 std::string faultOfBytes(std::string_view xml) {
-    if (xml.size() > kPropertyListByteLimit)
+    if (xml.size() > kPropertyListByteLimit) {
         return stringWithFormat("the document has more than %li bytes", kPropertyListByteLimit);
+    }
     if (xml.starts_with("bplist")) return "the document is a binary property list; only XML is read";
     if (xml.find('\0') != std::string_view::npos) return "the document contains a zero byte";
     if (!isValidUTF8(xml)) return "the document is not valid UTF-8";
@@ -136,8 +137,9 @@ bool Reader::nextElement() {
     for (;;) {
         switch (next()) {
             case Token::StartElement:
-                if (xml_.name() != u"plist" && !xml_.attributes().isEmpty())
+                if (xml_.name() != u"plist" && !xml_.attributes().isEmpty()) {
                     refuse(stringWithFormat("<%@> has attributes", name()));
+                }
                 return !xml_.hasError();
             case Token::EndElement:
             case Token::EndDocument:
@@ -165,10 +167,12 @@ PropertyList Reader::document() {
 
 // Of the element that was opened last; it is closed afterwards.
 PropertyList Reader::value(int depth) {
-    if (++values_ > kPropertyListValueLimit)
+    if (++values_ > kPropertyListValueLimit) {
         refuse(stringWithFormat("there are more than %li values", kPropertyListValueLimit));
-    if (depth == kPropertyListDepthLimit && (opens(u"array") || opens(u"dict")))
+    }
+    if (depth == kPropertyListDepthLimit && (opens(u"array") || opens(u"dict"))) {
         refuse(stringWithFormat("values are nested more than %li deep", kPropertyListDepthLimit));
+    }
     if (opens(u"array")) return array(depth + 1);
     if (opens(u"dict")) return dictionary(depth + 1);
     if (opens(u"string")) return text();

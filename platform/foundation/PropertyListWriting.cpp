@@ -81,8 +81,9 @@ bool Writer::writeDocument(const PropertyList& value) {
 }
 
 bool Writer::write(const PropertyList& value, int depth) {
-    if (++values_ > kPropertyListValueLimit)
+    if (++values_ > kPropertyListValueLimit) {
         return refuse(stringWithFormat("the value holds more than %li values", kPropertyListValueLimit));
+    }
     if (const ArrayReference items = value.array()) return writeContainer("array", *items, depth);
     if (const DictionaryReference entries = value.dictionary()) return writeContainer("dict", *entries, depth);
     if (const auto text = value.text()) return writeText("string", *text, depth);
@@ -139,8 +140,9 @@ bool writePropertyListToFile(const PropertyList& value, const std::filesystem::p
     const auto xml = XMLWithPropertyList(value, &reason);
     if (!xml) return fail(error, stringWithFormat("%@ cannot be written: %@", file.string(), reason));
     const Result<void> replaced = replaceFile(file, *xml);
-    if (!replaced)
+    if (!replaced) {
         return fail(error, stringWithFormat("%@ cannot be written: %@", file.string(), replaced.failure().reason));
+    }
     return true;
 }
 

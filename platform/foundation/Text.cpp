@@ -295,8 +295,9 @@ std::string quotedText(std::string_view text) {
     std::size_t end = text.size();
     if (end > kLongest) {
         end = kLongest;
-        while (end > kLongest - 4 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U)
+        while (end > kLongest - 4 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {
             --end;  // no part of a character
+        }
     }
     return '"' + stringByEscapingControlCharacters(text.substr(0, end)) + (end < text.size() ? "...\"" : "\"");
 }

@@ -55,8 +55,9 @@ TEST(NSBundle, findsItsInformationAndOnlyItsOwnResources) {
     EXPECT_EQ(bundle->pathForResource("Settings", "ui"),
               bundle->bundlePath() / "Contents" / "Resources" / "Settings.ui");
     EXPECT_EQ(bundle->pathForResource("Settings.ui", ""), bundle->pathForResource("Settings", "ui"));
-    for (const std::string name : {"../Secret", "..", "", "Folder", "Missing", "./Settings", "../Resources/Settings"})
+    for (const std::string name : {"../Secret", "..", "", "Folder", "Missing", "./Settings", "../Resources/Settings"}) {
         EXPECT_EQ(bundle->pathForResource(name, "ui"), std::nullopt) << name;
+    }
     EXPECT_EQ(bundle->pathForResource("Settings", std::string_view("ui\0", 3)), std::nullopt);
 
     std::string error;

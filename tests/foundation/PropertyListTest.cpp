@@ -23,8 +23,9 @@ ArrayReference arrayWith(std::initializer_list<PropertyList> items) {
 
 std::string repeated(std::string_view text, std::size_t times) {
     std::string result;
-    while (times-- > 0)
+    while (times-- > 0) {
         result += text;
+    }
     return result;
 }
 
@@ -40,8 +41,9 @@ TEST(PropertyList, readsNumbersAsTheSystemDoes) {
 
 TEST(PropertyListXML, everyValueComesBackFromWritingAndReading) {
     std::string everyCharacter = "\uFEFF\t\n\r\x7F\u0080\u009B\u200F\u2028\uFFFD";
-    for (char byte = 32; byte < 127; ++byte)
+    for (char byte = 32; byte < 127; ++byte) {
         everyCharacter += byte;
+    }
     auto dictionary = std::make_shared<PropertyListDictionary>();
     for (const std::string& text : {""s, " "s, "\n"s, "<&>\"'"s, "]]>"s, "]]><&"s, "&lt;&#65;"s, "<![CDATA[x]]>"s,
                                     "é\U0001F600\r\n"s, everyCharacter}) {
@@ -126,8 +128,9 @@ TEST(PropertyListXML, refusesDamagedAndHostileDocumentsWithAReason) {
          {"<a:b/>", "<" + repeated("x", 70'000) + ":b/>", "<true xmlns:x='y'/>", "</x:y>",
           "<dict x='>' a:b='c'></dict>"}}};
     for (const auto& [reason, list] : bodies) {
-        for (const std::string& body : list)
+        for (const std::string& body : list) {
             refused("<plist>" + body + "</plist>", reason);
+        }
     }
     refused("bplist00\xD0", "binary");
     refused("{\"a\":1}", "");
@@ -145,14 +148,16 @@ TEST(PropertyListXML, refusesDamagedAndHostileDocumentsWithAReason) {
 
 TEST(PropertyListXML, refusesToWriteWhatCouldNotBeReadAgain) {
     PropertyList deep(1);
-    for (int i = 0; i < 65; ++i)
+    for (int i = 0; i < 65; ++i) {
         deep = arrayWith({deep});
+    }
     const ArrayReference cycle = arrayWith({1});
     cycle->push_back(cycle);
     // Every list holds the one below twice: small in memory, endless on paper.
     PropertyList doubling("x");
-    for (int i = 0; i < 60; ++i)
+    for (int i = 0; i < 60; ++i) {
         doubling = arrayWith({doubling, doubling});
+    }
     const std::string wide(kPropertyListByteLimit / 4, '&');
     for (const PropertyList& value : {deep, PropertyList(cycle), doubling, PropertyList(wide)}) {
         std::string error;
