@@ -29,8 +29,4 @@ void complain(std::string_view message) {
     std::fprintf(stderr, "velmora-host: %s\n", stringByEscapingControlCharacters(message).c_str());
 }
 
-std::string inQuotes(std::string_view text) {
-    return '"' + std::string(text) + '"';
-}
-
 }  // namespace velmora

@@ -4,17 +4,17 @@
 #include <QStringList>
 #include <algorithm>
 #include <array>
-#include <cmath>
 
-#include "host/Console.h"
+#include "host/Quotes.h"
 #include "platform/foundation/QtText.h"
 #include "platform/foundation/Text.h"
+#include "platform/threads/Moment.h"
 
 namespace velmora {
 
 namespace {
 
-constexpr double kLongestWait = 24.0 * 60.0 * 60.0;  // seconds
+constexpr Seconds kLongestWait = std::chrono::hours(24);
 
 struct CommandForm {
     const char* name;
@@ -95,25 +95,72 @@ Exit codes: 0 done; 1 refused by the plugin, no such attribute, or not answered 
 usage, a file that cannot be read or written, or a bundle that cannot be loaded; 3 timed out.
 )";
 
-EarlyEnd wrongUsage(const std::string& what) {
-    return {ExitCode::unusable, what + "; \"velmora-host --help\" explains commands and options"};
+Failure wrongUsage(const std::string& what) {
+    return {what + "; \"velmora-host --help\" explains commands and options"};
 }
 
-std::optional<std::chrono::milliseconds> milliseconds(const QString& text) {
+std::string listedCommands() {
+    std::string text = "; the commands are: ";
+    for (const CommandForm& form : kCommands) {
+        text += (&form == kCommands.begin() ? "" : ", ") + std::string(form.form);
+    }
+    return text;
+}
+
+// None when it is no number of seconds, or one out of range.
+std::optional<std::chrono::milliseconds> waitingTime(const QString& text) {
     bool isNumber = false;
-    const double seconds = text.toDouble(&isNumber);
-    if (!isNumber || !std::isfinite(seconds) || seconds < 0.0 || seconds > kLongestWait) return std::nullopt;
-    return std::chrono::milliseconds(std::llround(seconds * 1000.0));
+    const Seconds time(text.toDouble(&isNumber));
+    if (!isNumber || !(time >= Seconds(0) && time <= kLongestWait)) return std::nullopt;
+    return std::chrono::round<std::chrono::milliseconds>(time);
 }
 
-}  // namespace
-
-std::variant<Options, EarlyEnd> parseOptions(int argc, const char* const* argv) {
+Result<QStringList> wordsOf(int argc, const char* const* argv) {
     QStringList words;
     for (int i = 0; i < argc; ++i) {
         if (!isValidUTF8(argv[i])) return wrongUsage("an argument is not UTF-8: " + inQuotes(argv[i]));
         words << qString(argv[i]);
     }
+    return words;
+}
+
+// The command and its arguments, in the order of the command line.
+Result<void> takeCommand(QStringList words, Options& options) {
+    if (words.isEmpty()) return wrongUsage("no command given" + listedCommands());
+    const std::string name = words.takeFirst().toStdString();
+    const auto* const form =
+        std::find_if(kCommands.begin(), kCommands.end(), [&](const auto& known) { return name == known.name; });
+    if (form == kCommands.end()) return wrongUsage("there is no command " + inQuotes(name) + listedCommands());
+    if (words.size() != form->arguments) return wrongUsage("the command is " + inQuotes(form->form));
+    options.command = form->command;
+    for (const QString& word : words) {
+        options.arguments.push_back(word.toStdString());
+    }
+    return {};
+}
+
+Result<void> takeFile(const QCommandLineParser& parser, const char* name, std::optional<std::filesystem::path>& file) {
+    if (!parser.isSet(name)) return {};
+    if (parser.value(name).isEmpty()) return wrongUsage(std::string("--") + name + " is given no name");
+    file = parser.value(name).toStdString();
+    return {};
+}
+
+Result<void> takeWait(const QCommandLineParser& parser, std::chrono::milliseconds& wait) {
+    if (!parser.isSet("wait")) return {};
+    const auto time = waitingTime(parser.value("wait"));
+    if (!time)
+        return wrongUsage("--wait takes a number of seconds from 0 to 86400, not " +
+                          inQuotes(parser.value("wait").toStdString()));
+    wait = *time;
+    return {};
+}
+
+}  // namespace
+
+Result<Options> parseOptions(int argc, const char* const* argv) {
+    const Result<QStringList> words = wordsOf(argc, argv);
+    if (!words) return words.failure();
     QCommandLineParser parser;
     parser.addOptions({{"settings", "", "FILE"},
                        {"bundle", "", "DIR"},
@@ -121,42 +168,29 @@ std::variant<Options, EarlyEnd> parseOptions(int argc, const char* const* argv) 
                        {"wait", "", "SECONDS"},
                        {"screenshot", "", "FILE"}});
     parser.addOptions({{"defaults", ""}, {"json", ""}, {"verbose", ""}, {{"h", "help"}, ""}, {"version", ""}});
-    if (!parser.parse(words)) {
+    if (!parser.parse(*words)) {
         QString error = parser.errorText();
         if (error.endsWith('.')) error.chop(1);
         return wrongUsage(error.toStdString());
     }
-    if (parser.isSet("help")) return EarlyEnd{ExitCode::done, kHelp};
-    if (parser.isSet("version")) return EarlyEnd{ExitCode::done, "velmora-host " VELMORA_VERSION "\n"};
-
-    QStringList arguments = parser.positionalArguments();
-    if (arguments.isEmpty()) return wrongUsage("no command given");
-    const std::string name = arguments.takeFirst().toStdString();
-    const auto* const form =
-        std::find_if(kCommands.begin(), kCommands.end(), [&](const auto& known) { return name == known.name; });
-    if (form == kCommands.end()) return wrongUsage("there is no command " + inQuotes(name));
-    if (arguments.size() != form->arguments) return wrongUsage(std::string("the command is \"") + form->form + '"');
-
     Options options;
-    options.command = form->command;
-    for (const QString& argument : arguments) {
-        options.arguments.push_back(argument.toStdString());
+    if (parser.isSet("help")) {
+        options.information = kHelp;
+        return options;
     }
-    if (parser.isSet("bundle")) options.bundle = parser.value("bundle").toStdString();
-    if (parser.isSet("settings")) options.settings = parser.value("settings").toStdString();
+    if (parser.isSet("version")) {
+        options.information = "velmora-host " VELMORA_VERSION "\n";
+        return options;
+    }
+    if (const auto taken = takeCommand(parser.positionalArguments(), options); !taken) return taken.failure();
+    if (const auto taken = takeFile(parser, "bundle", options.bundle); !taken) return taken.failure();
+    if (const auto taken = takeFile(parser, "settings", options.settings); !taken) return taken.failure();
+    if (const auto taken = takeFile(parser, "screenshot", options.screenshot); !taken) return taken.failure();
+    if (const auto taken = takeWait(parser, options.wait); !taken) return taken.failure();
+    if (options.screenshot && options.command != CommandName::workbench)
+        return wrongUsage("--screenshot is an option of \"workbench\"");
     for (const QString& interface : parser.values("interface")) {
         options.interfaces.push_back(interface.toStdString());
-    }
-    if (parser.isSet("wait")) {
-        const auto wait = milliseconds(parser.value("wait"));
-        if (!wait)
-            return wrongUsage("--wait takes a number of seconds from 0 to 86400, not " +
-                              inQuotes(parser.value("wait").toStdString()));
-        options.wait = *wait;
-    }
-    if (parser.isSet("screenshot")) {
-        if (options.command != CommandName::workbench) return wrongUsage("--screenshot is an option of \"workbench\"");
-        options.screenshot = parser.value("screenshot").toStdString();
     }
     options.defaults = parser.isSet("defaults");
     options.json = parser.isSet("json");

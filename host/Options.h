@@ -5,16 +5,20 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
-#include "host/ExitCode.h"
+#include "platform/foundation/Result.h"
 
 namespace velmora {
 
 enum class CommandName { servers, attributes, possible, get, set, settings, watch, workbench };
 
+inline constexpr std::chrono::milliseconds kUsualWait{10'000};
+
 struct Options {
+    // For --help and --version: the text to print instead of running a command. Empty: run the command.
+    std::string information;
+
     CommandName command = CommandName::servers;
     // As many as the command takes.
     std::vector<std::string> arguments;
@@ -24,7 +28,7 @@ struct Options {
     std::optional<std::filesystem::path> settings;
     // Empty: all of them.
     std::vector<std::string> interfaces;
-    std::chrono::milliseconds wait{10'000};
+    std::chrono::milliseconds wait = kUsualWait;
     // None: the workbench stays open until its window is closed.
     std::optional<std::filesystem::path> screenshot;
     bool defaults = false;
@@ -32,13 +36,8 @@ struct Options {
     bool verbose = false;
 };
 
-// What to say and how to end when there is nothing to run: --help and --version, or wrong usage.
-struct EarlyEnd {
-    ExitCode code = ExitCode::done;
-    std::string text;
-};
-
-// Needs no application object: which kind of one is made depends on the command.
-std::variant<Options, EarlyEnd> parseOptions(int argc, const char* const* argv);
+// The options, or what is wrong with them. Needs no application object: which kind of one is made depends on the
+// command. Main thread.
+Result<Options> parseOptions(int argc, const char* const* argv);
 
 }  // namespace velmora

@@ -7,20 +7,17 @@ namespace velmora {
 PluginHost::PluginHost(SettingsFile& settingsFile) : settingsFile_(settingsFile) {}
 
 PluginHost::~PluginHost() {
-    std::string error;
-    if (!unload(&error)) NSLog("%@ (Velmora Host)", error);
+    if (const auto unloaded = unload(); !unloaded) NSLog("%@ (Velmora Host)", unloaded.failure().reason);
 }
 
-bool PluginHost::load(const std::filesystem::path& bundle, std::string* error) {
-    bundle_ = NSBundle::bundleWithPath(bundle, error);
-    if (bundle_ == nullptr || !bundle_->load(kVelmoraNodePluginProtocolVersion, error)) return false;
-    const auto object = bundle_->makePrincipalObject(error);
-    if (object == nullptr) return false;
+Result<void> PluginHost::load(const std::filesystem::path& bundle) {
+    std::string error;
+    bundle_ = NSBundle::bundleWithPath(bundle, &error);
+    if (bundle_ == nullptr || !bundle_->load(kVelmoraNodePluginProtocolVersion, &error)) return Failure{error};
+    const auto object = bundle_->makePrincipalObject(&error);
+    if (object == nullptr) return Failure{error};
     plugin_ = std::dynamic_pointer_cast<VelmoraNodePluginProtocol>(object);
-    if (plugin_ == nullptr) {
-        *error = "the principal class of " + bundle.string() + " is no node plugin";
-        return false;
-    }
+    if (plugin_ == nullptr) return Failure{"its principal class is no node plugin"};
     status_ = std::dynamic_pointer_cast<VelmoraNodePluginStatusProtocol>(object);
     if (status_ != nullptr && status_->statusProtocolVersion() != kVelmoraNodePluginStatusProtocolVersion) {
         status_ = nullptr;
@@ -30,23 +27,25 @@ bool PluginHost::load(const std::filesystem::path& bundle, std::string* error) {
     if (status_ != nullptr) status_->setStatusObserver(this);
     plugin_->setDefaultSettings(settingsFile_.settings());
     settingsFile_.setPluginSettings(plugin_->defaultSettings());
-    return true;
+    return {};
 }
 
-bool PluginHost::unload(std::string* error) {
-    bool good = true;
+Result<void> PluginHost::unload() {
+    Result<void> outcome;
     if (plugin_ != nullptr) {
         // Before the stop: a plugin that is not started no longer knows the servers.
-        good = saveSettings(error);
+        outcome = saveSettings();
         stop();
         plugin_->setDelegate(nullptr);
         if (status_ != nullptr) status_->setStatusObserver(nullptr);
         status_ = nullptr;
         plugin_ = nullptr;
     }
-    if (bundle_ != nullptr && bundle_->isLoaded()) good = bundle_->unload(good ? error : nullptr) && good;
+    std::string error;
+    const bool isUnloaded = bundle_ == nullptr || !bundle_->isLoaded() || bundle_->unload(&error);
+    if (!isUnloaded && outcome) outcome = Failure{error};
     bundle_ = nullptr;
-    return good;
+    return outcome;
 }
 
 bool PluginHost::start(bool setCurrentValuesToDefaults) {
@@ -63,8 +62,8 @@ void PluginHost::stop() {
     plugin_->stop();
 }
 
-bool PluginHost::saveSettings(std::string* error) {
-    return settingsFile_.writeIfChanged(plugin_->defaultSettings(), error);
+Result<void> PluginHost::saveSettings() {
+    return settingsFile_.writeIfChanged(plugin_->defaultSettings());
 }
 
 std::optional<NodePluginConnectionStatus> PluginHost::connectionStatus() const {

@@ -11,6 +11,7 @@
 
 #include "host/SettingsFile.h"
 #include "platform/foundation/NSBundle.h"
+#include "platform/foundation/Result.h"
 #include "plugin/VelmoraNodePluginProtocol.h"
 #include "plugin/VelmoraNodePluginStatusProtocol.h"
 
@@ -26,12 +27,11 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private Vel
     // Unloads; what went wrong with that shows in the log only.
     ~PluginHost() override;
 
-    // Loads the bundle, makes the plugin and hands it its saved settings. False and an `error` when it cannot be done.
-    bool load(const std::filesystem::path& bundle, std::string* error);
-    // Writes changed settings, stops the plugin, releases it, and only then unloads the bundle. False and an `error`
-    // when the settings could not be written or the code could not be taken out of memory; all the rest is done all the
-    // same.
-    bool unload(std::string* error);
+    // Loads the bundle, makes the plugin and hands it its saved settings.
+    Result<void> load(const std::filesystem::path& bundle);
+    // Writes changed settings, stops the plugin, releases it, and only then unloads the bundle. Does all of this also
+    // when the settings cannot be written or the code cannot be taken out of memory; the first failure is told.
+    Result<void> unload();
 
     // Only while loaded.
     VelmoraNodePluginProtocol& plugin() const { return *plugin_; }
@@ -41,7 +41,7 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private Vel
     std::optional<NodePluginConnectionStatus> connectionStatus() const;
     std::optional<NodePluginOutcome> lastOutcome() const;
 
-    // False when the plugin does not want to start.
+    // Whether the plugin wants to start. One that did not is stopped all the same before it is released.
     bool start(bool setCurrentValuesToDefaults);
     void stop();
     bool isStarted() const { return started_; }
@@ -55,8 +55,8 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private Vel
     // Null for none.
     void setStatusObserver(std::function<void()> observer) { statusObserver_ = std::move(observer); }
 
-    // Writes the settings to their file when the plugin has changed them. False and an `error` when that failed.
-    bool saveSettings(std::string* error);
+    // Writes the settings to their file when the plugin has changed them.
+    Result<void> saveSettings();
 
   private:
     void attributesChangedForPluginName(const std::string& pluginName) override;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host/SettingsKeys.h"
+
 namespace velmora {
 
 namespace {
@@ -51,16 +53,16 @@ bool connectionIsLost(const PluginHost& host) {
 }
 
 std::optional<std::string> selectedServer(VelmoraNodePluginProtocol& plugin) {
-    return textForKey(plugin.defaultSettings(), "selectedDeviceName");
+    return textForKey(plugin.defaultSettings(), kSelectedDeviceName);
 }
 
 bool knowsServers(VelmoraNodePluginProtocol& plugin) {
-    return listInSettings(plugin, "availableDevices") != nullptr;
+    return listInSettings(plugin, kAvailableDevices) != nullptr;
 }
 
 std::vector<std::string> availableServers(VelmoraNodePluginProtocol& plugin) {
     std::vector<std::string> names;
-    const ArrayReference devices = listInSettings(plugin, "availableDevices");
+    const ArrayReference devices = listInSettings(plugin, kAvailableDevices);
     if (devices == nullptr) return names;
     for (const PropertyList& device : *devices) {
         if (auto name = device.text()) names.push_back(std::move(*name));
@@ -74,7 +76,7 @@ bool isServerAvailable(VelmoraNodePluginProtocol& plugin, const std::string& ser
 }
 
 bool hasConfiguredOutputs(VelmoraNodePluginProtocol& plugin) {
-    const ArrayReference outputs = listInSettings(plugin, "configuredOutputs");
+    const ArrayReference outputs = listInSettings(plugin, kConfiguredOutputs);
     return outputs != nullptr && !outputs->empty();
 }
 

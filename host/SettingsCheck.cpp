@@ -7,16 +7,15 @@
 #include <optional>
 #include <utility>
 
-#include "host/Console.h"
+#include "host/Quotes.h"
+#include "host/SettingsKeys.h"
 
 namespace velmora {
 
 namespace {
 
 constexpr std::size_t kMostDoubts = 20;
-constexpr const char* kOutputNumber = "outputNumber";
-constexpr const char* kDefaultInputNumber = "defaultInputNumber";
-constexpr std::array<std::string_view, 4> kKeys = {"label", "outputType", kOutputNumber, kDefaultInputNumber};
+constexpr std::array<std::string_view, 4> kKeysOfEntry = {kLabel, kOutputType, kOutputNumber, kDefaultInputNumber};
 
 class Doubts {
   public:
@@ -36,7 +35,7 @@ class Doubts {
 
 std::string entryName(std::size_t index, const DictionaryReference& entry) {
     return "entry " + std::to_string(index + 1) + " of \"configuredOutputs\" (" +
-           inQuotes(textForKey(entry, "label").value_or("")) + ")";
+           inQuotes(textForKey(entry, kLabel).value_or("")) + ")";
 }
 
 void checkNumber(Doubts& doubts, const std::string& name, const DictionaryReference& entry, const char* key) {
@@ -69,7 +68,7 @@ class Seen {
 
 // Null when the settings have none.
 ArrayReference configuredOutputs(const DictionaryReference& settings) {
-    const PropertyList* const value = valueForKey(settings, "configuredOutputs");
+    const PropertyList* const value = valueForKey(settings, kConfiguredOutputs);
     return value != nullptr ? value->array() : nullptr;
 }
 
@@ -90,15 +89,18 @@ std::vector<std::string> doubtsAboutSettings(const DictionaryReference& settings
         if (entry == nullptr) continue;  // not taken by the plugin either
         const std::string name = entryName(i, entry);
         for (const auto& [key, value] : *entry) {
-            if (std::find(kKeys.begin(), kKeys.end(), key) == kKeys.end())
+            if (std::find(kKeysOfEntry.begin(), kKeysOfEntry.end(), key) == kKeysOfEntry.end())
                 doubts.add(name + " has the key " + inQuotes(key) + ", which the plugin does not know");
         }
+        const PropertyList* const type = valueForKey(entry, kOutputType);
+        if (type != nullptr && *type != PropertyList(kOutput))
+            doubts.add(name + ": \"outputType\" is not the text \"output\"");
         checkNumber(doubts, name, entry, kOutputNumber);
         checkNumber(doubts, name, entry, kDefaultInputNumber);
         if (const auto before = numbers.before(integerForKey(entry, kOutputNumber), i))
             doubts.add(name + " has the same output as entry " + std::to_string(*before + 1) +
                        " (\"outputNumber\"); only the last one becomes an attribute");
-        if (const auto before = labels.before(textForKey(entry, "label").value_or(""), i))
+        if (const auto before = labels.before(textForKey(entry, kLabel).value_or(""), i))
             doubts.add(name + " has the same \"label\" as entry " + std::to_string(*before + 1));
     }
     return std::move(doubts).texts();

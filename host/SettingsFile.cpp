@@ -4,7 +4,8 @@
 #include <system_error>
 #include <utility>
 
-#include "host/Console.h"
+#include "host/Quotes.h"
+#include "host/SettingsKeys.h"
 #include "platform/foundation/FileContents.h"
 #include "platform/foundation/PropertyListXML.h"
 
@@ -12,36 +13,37 @@ namespace velmora {
 
 namespace {
 
-// What is wrong with the settings, in words; none when the plugin can be given them. It does not check them itself.
-std::optional<std::string> faultOfSettings(const PropertyList& value) {
-    const DictionaryReference settings = value.dictionary();
-    if (settings == nullptr) return "holds no dictionary";
-    const PropertyList* const name = valueForKey(settings, "selectedDeviceName");
-    if (name != nullptr && !name->text()) return "\"selectedDeviceName\" is not a text";
-    const PropertyList* const outputs = valueForKey(settings, "configuredOutputs");
-    if (outputs == nullptr) return std::nullopt;
+// The plugin does not check the settings that it is given.
+Result<DictionaryReference> usableSettings(const PropertyList& value) {
+    DictionaryReference settings = value.dictionary();
+    if (settings == nullptr) return Failure{"it holds no dictionary"};
+    const PropertyList* const name = valueForKey(settings, kSelectedDeviceName);
+    if (name != nullptr && !name->text()) return Failure{"\"selectedDeviceName\" is not a text"};
+    const PropertyList* const outputs = valueForKey(settings, kConfiguredOutputs);
+    if (outputs == nullptr) return settings;
     const ArrayReference entries = outputs->array();
-    if (entries == nullptr) return "\"configuredOutputs\" is not a list";
+    if (entries == nullptr) return Failure{"\"configuredOutputs\" is not a list"};
     for (std::size_t i = 0; i < entries->size(); ++i) {
         const std::string entry = "entry " + std::to_string(i + 1) + " of \"configuredOutputs\" ";
         const DictionaryReference output = (*entries)[i].dictionary();
-        if (output == nullptr) return entry + "is not a dictionary";
-        if (!textForKey(output, "label")) return entry + "has no \"label\"";
+        if (output == nullptr) return Failure{entry + "is not a dictionary"};
+        if (!textForKey(output, kLabel)) return Failure{entry + "has no \"label\""};
     }
-    return std::nullopt;
+    return settings;
 }
 
-std::optional<std::string> documentWithoutAvailableDevices(const DictionaryReference& settings, std::string* error) {
+Result<DictionaryReference> settingsInDocument(const std::string& document) {
+    std::string reason;
+    const auto value = propertyListWithXML(document, &reason);
+    if (!value) return Failure{"it is no property list: " + reason};
+    return usableSettings(*value);
+}
+
+// None when they cannot be written as a document.
+std::optional<std::string> documentWithoutAvailableDevices(const DictionaryReference& settings) {
     const DictionaryReference kept = shallowCopy(settings);
-    kept->erase("availableDevices");
-    return XMLWithPropertyList(kept, error);
-}
-
-// None when there is no file, or none that can be read.
-std::optional<std::string> contentsOfFile(const std::filesystem::path& path) {
-    Result<std::string> contents = readFile(path, kPropertyListByteLimit);
-    if (!contents) return std::nullopt;
-    return *std::move(contents);
+    kept->erase(kAvailableDevices);
+    return XMLWithPropertyList(kept);
 }
 
 }  // namespace
@@ -49,59 +51,66 @@ std::optional<std::string> contentsOfFile(const std::filesystem::path& path) {
 SettingsFile::SettingsFile(std::optional<std::filesystem::path> path)
     : path_(std::move(path)), settings_(std::make_shared<PropertyListDictionary>()) {}
 
-bool SettingsFile::read(std::string* error) {
+Failure SettingsFile::failure(const std::string& reason) const {
+    return {"the settings file " + inQuotes(path_->string()) + ' ' + reason};
+}
+
+Result<void> SettingsFile::read() {
     mayWrite_ = false;
-    if (!path_) return true;
-    // Before the file is read, so that a change between the two shows as one.
-    contents_ = contentsOfFile(*path_);
+    if (!path_) return {};
     std::error_code fault;
-    const auto status = std::filesystem::status(*path_, fault);
-    if (status.type() == std::filesystem::file_type::not_found) {
+    if (std::filesystem::status(*path_, fault).type() == std::filesystem::file_type::not_found) {
         isMissing_ = true;
         mayWrite_ = true;
-        return true;
+        return {};
     }
     // A link stays one: the file that it leads to is the one to be replaced. What cannot be resolved cannot be read
     // either.
     if (const auto resolved = std::filesystem::canonical(*path_, fault); !fault) path_ = resolved;
-    const auto value = propertyListWithContentsOfFile(*path_, error);
-    if (!value) return false;
-    if (const auto what = faultOfSettings(*value)) {
-        *error = "the settings file " + inQuotes(path_->string()) + " cannot be used: " + *what;
-        return false;
-    }
-    settings_ = value->dictionary();
+    Result<std::string> contents = readFile(*path_, kPropertyListByteLimit);
+    if (!contents) return failure("cannot be read: " + contents.failure().reason);
+    Result<DictionaryReference> settings = settingsInDocument(*contents);
+    if (!settings) return failure("cannot be used: " + settings.failure().reason);
+    settings_ = *std::move(settings);
+    contents_ = *std::move(contents);
     mayWrite_ = true;
-    return true;
+    return {};
 }
 
 void SettingsFile::setPluginSettings(const DictionaryReference& settings) {
-    known_ = documentWithoutAvailableDevices(settings, nullptr);
+    known_ = documentWithoutAvailableDevices(settings);
     foreign_ = *settings_;
     std::erase_if(foreign_, [&](const auto& entry) { return valueForKey(settings, entry.first) != nullptr; });
 }
 
 bool SettingsFile::isChanged(const DictionaryReference& settings) const {
-    const auto document = documentWithoutAvailableDevices(settings, nullptr);
+    const auto document = documentWithoutAvailableDevices(settings);
     return !document || document != known_;
 }
 
-bool SettingsFile::writeIfChanged(const DictionaryReference& settings, std::string* error) {
-    return !path_ || !mayWrite_ || !isChanged(settings) || write(settings, error);
+Result<void> SettingsFile::writeIfChanged(const DictionaryReference& settings) {
+    if (!path_ || !mayWrite_ || !isChanged(settings)) return {};
+    return write(settings);
 }
 
-bool SettingsFile::write(const DictionaryReference& settings, std::string* error) {
+Result<void> SettingsFile::write(const DictionaryReference& settings) {
     const DictionaryReference kept = shallowCopy(settings);
     kept->insert(foreign_.begin(), foreign_.end());
-    if (!writePropertyListToFile(kept, *path_, error)) return false;
-    contents_ = XMLWithPropertyList(kept);
+    std::string reason;
+    auto document = XMLWithPropertyList(kept, &reason);
+    if (!document) return failure("cannot be written: " + reason);
+    if (const auto replaced = replaceFile(*path_, *document); !replaced)
+        return failure("cannot be written: " + replaced.failure().reason);
+    contents_ = std::move(document);
     isMissing_ = false;
-    known_ = documentWithoutAvailableDevices(settings, nullptr);
-    return true;
+    known_ = documentWithoutAvailableDevices(settings);
+    return {};
 }
 
 bool SettingsFile::isChangedOnDisk() const {
-    return path_ && contentsOfFile(*path_) != contents_;
+    if (!path_) return false;
+    const Result<std::string> now = readFile(*path_, kPropertyListByteLimit);
+    return now ? *now != contents_ : contents_.has_value();
 }
 
 }  // namespace velmora

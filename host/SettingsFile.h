@@ -6,25 +6,26 @@
 #include <string>
 
 #include "platform/foundation/PropertyList.h"
+#include "platform/foundation/Result.h"
 
 namespace velmora {
 
-// Main thread only.
+// Main thread only. Failures name the file.
 class SettingsFile {
   public:
     // Without a path there are no saved settings and nothing is ever written.
     explicit SettingsFile(std::optional<std::filesystem::path> path);
     const std::optional<std::filesystem::path>& path() const { return path_; }
 
-    // Reads the file; one that does not exist stands for no saved settings, an empty dictionary. False and an `error`
-    // that names the file when it cannot be read or does not hold settings; nothing is written to it from then on.
-    bool read(std::string* error);
+    // Reads the file; one that does not exist stands for no saved settings, an empty dictionary. Fails when it cannot
+    // be read or does not hold settings; nothing is written to it from then on.
+    Result<void> read();
     const DictionaryReference& settings() const { return settings_; }
-    // Whether there was no file when it was to be read.
+    // Whether there was no file to read.
     bool isMissing() const { return isMissing_; }
 
-    // What the plugin makes of the settings that it has just been given: from here on its changes count. Keys of the
-    // file that it does not give back are not its own and stay in the file.
+    // Takes what the plugin makes of the settings that it has just been given: from here on its changes count. Keys of
+    // the file that it does not give back are not its own and stay in the file.
     void setPluginSettings(const DictionaryReference& settings);
     // The file's entries that are not the plugin's.
     const PropertyListDictionary& foreignEntries() const { return foreign_; }
@@ -32,15 +33,17 @@ class SettingsFile {
     // seen at the moment ("availableDevices") do not count as a difference: they change without anyone's doing and are
     // never read back.
     bool isChanged(const DictionaryReference& settings) const;
-    // Writes the plugin's settings to the file when they are changed. So a run in which nobody changes a setting leaves
-    // the file as its owner wrote it. False and an `error` when they cannot be written; the file then stands unchanged.
-    bool writeIfChanged(const DictionaryReference& settings, std::string* error);
+    // Writes the plugin's settings to the file when they are changed, so that a run in which nobody changes a setting
+    // leaves the file as its owner wrote it. When that fails, the file stands unchanged.
+    Result<void> writeIfChanged(const DictionaryReference& settings);
     // The same, changed or not. There must be a path, and it must have been read.
-    bool write(const DictionaryReference& settings, std::string* error);
-    // Whether the file is no longer as it was last read or written here: somebody else has changed it.
+    Result<void> write(const DictionaryReference& settings);
+    // Whether somebody else has changed the file since it was last read or written here.
     bool isChangedOnDisk() const;
 
   private:
+    Failure failure(const std::string& reason) const;
+
     std::optional<std::filesystem::path> path_;
     bool mayWrite_ = false;
     bool isMissing_ = false;

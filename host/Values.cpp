@@ -23,10 +23,10 @@ std::optional<std::int64_t> numberOf(std::string_view text) {
     return hasNumber ? std::optional(integerValue(text)) : std::nullopt;
 }
 
-// Digits alone, or digits and a blank: what a plugin reads leniently may be meant otherwise ("1e3", "-1").
+// Four digits, or fewer before a blank or the end: what a plugin reads leniently may be meant otherwise ("1e3", "-1").
 bool beginsWithNumber(std::string_view text) {
     const std::size_t digits = std::min(text.find_first_not_of("0123456789"), text.size());
-    return digits > 0 && (digits == text.size() || text[digits] == ' ');
+    return digits >= kNumberDigits || (digits > 0 && (digits == text.size() || text[digits] == ' '));
 }
 
 bool countUp(const std::vector<std::string>& texts) {

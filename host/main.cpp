@@ -7,12 +7,14 @@
 #include <cstdlib>
 #include <memory>
 
-#include "host/Commands.h"
 #include "host/Console.h"
+#include "host/ExitCode.h"
 #include "host/Options.h"
 #include "host/PluginHost.h"
+#include "host/Quotes.h"
 #include "host/SettingsCheck.h"
 #include "host/SettingsFile.h"
+#include "host/terminal/Commands.h"
 #include "host/workbench/Workbench.h"
 #include "platform/foundation/Descriptor.h"
 #include "platform/foundation/NSLog.h"
@@ -22,70 +24,69 @@ namespace velmora {
 
 namespace {
 
-bool interfacesExist(const std::vector<std::string>& names) {
+Result<void> checkInterfaces(const std::vector<std::string>& names) {
     for (const std::string& name : names) {
-        if (if_nametoindex(name.c_str()) != 0) continue;
-        complain("there is no network interface " + inQuotes(name) + "; \"ip link\" lists those that there are");
-        return false;
+        if (if_nametoindex(name.c_str()) == 0)
+            return Failure{"there is no network interface " + inQuotes(name) + "; \"ip link\" lists them"};
     }
-    return true;
+    return {};
 }
 
-// The bundle that was asked for, or the one that was built or installed with this program; none when there is none.
-std::optional<std::filesystem::path> bundleFolder(const Options& options) {
-    if (options.bundle) return options.bundle;
+// The bundle that was asked for, or the one that was built or installed with this program.
+Result<std::filesystem::path> bundleFolder(const Options& options) {
+    if (options.bundle) return *options.bundle;
     const std::filesystem::path folder = QCoreApplication::applicationDirPath().toStdString();
     const std::filesystem::path place = (folder / VELMORA_BUNDLE_FROM_PROGRAMS).lexically_normal();
     std::error_code fault;
     if (std::filesystem::is_directory(place, fault)) return place;
-    complain("the plugin's bundle is not at " + inQuotes(place.string()) + "; --bundle DIR says where it is");
-    return std::nullopt;
+    return Failure{"the plugin's bundle is not at " + inQuotes(place.string()) + "; --bundle DIR says where it is"};
 }
 
-// The workbench shows them in its window.
+ExitCode unusable(const std::string& why) {
+    complain(why);
+    return ExitCode::unusable;
+}
+
+// For a person at the terminal; the workbench shows them in its window.
 void complainOfSettings(const PluginHost& host, const SettingsFile& file) {
     for (const std::string& doubt : doubtsAboutSettings(host.plugin().defaultSettings(), file.foreignEntries())) {
         complain(doubt);
     }
 }
 
+ExitCode runLoaded(PluginHost& host, SettingsFile& settingsFile, const Options& options) {
+    if (options.command == CommandName::workbench) return runWorkbench(host, settingsFile, options);
+    complainOfSettings(host, settingsFile);
+    return runCommand(host, options);
+}
+
 ExitCode run(const Options& options) {
     NSLogMirrorToStandardError(options.verbose);
-    if (!interfacesExist(options.interfaces)) return ExitCode::unusable;
+    if (const auto checked = checkInterfaces(options.interfaces); !checked) return unusable(checked.failure().reason);
     limitNetServicesToInterfaces(options.interfaces);
 
-    std::string error;
     SettingsFile settingsFile(options.settings);
-    if (!settingsFile.read(&error)) {
-        complain(error + "; the file is left as it is: mend it, or name another with --settings");
-        return ExitCode::unusable;
-    }
+    if (const auto read = settingsFile.read(); !read)
+        return unusable(read.failure().reason + "; it is left as it is: mend it, or name another with --settings");
     const auto bundle = bundleFolder(options);
-    if (!bundle) return ExitCode::unusable;
+    if (!bundle) return unusable(bundle.failure().reason);
     if (settingsFile.isMissing())
         complain("there is no settings file " + inQuotes(settingsFile.path()->string()) +
                  "; the plugin starts without settings");
     PluginHost host(settingsFile);
-    if (!host.load(*bundle, &error)) {
-        complain("the bundle " + inQuotes(bundle->string()) + " cannot be loaded: " + error +
-                 "; --bundle DIR names another");
-        return ExitCode::unusable;
-    }
-    if (options.command != CommandName::workbench) complainOfSettings(host, settingsFile);
-    ExitCode code = options.command == CommandName::workbench ? runWorkbench(host, settingsFile, options)
-                                                              : Commands(host, options).run();
-    if (!host.unload(&error)) {
-        complain(error);
-        if (code == ExitCode::done) code = ExitCode::unusable;
-    }
-    if (!outputIsGood()) {
-        complain("the results could not be written to standard output");
-        if (code == ExitCode::done) code = ExitCode::unusable;
-    }
+    if (const auto loaded = host.load(*bundle); !loaded)
+        return unusable("the bundle " + inQuotes(bundle->string()) + " cannot be loaded: " + loaded.failure().reason +
+                        "; --bundle DIR names another");
+    ExitCode code = runLoaded(host, settingsFile, options);
+    const auto unloaded = host.unload();
+    if (!unloaded) complain(unloaded.failure().reason);
+    if (!outputIsGood()) complain("the results could not be written to standard output");
+    // What went wrong first counts.
+    if (code == ExitCode::done && !(unloaded && outputIsGood())) code = ExitCode::unusable;
     return code;
 }
 
-// Without a window system Qt ends the process; it shall end as this program ends where something is missing.
+// Without a window system Qt aborts the process. It must end as this program ends wherever something is missing.
 void endWithoutWindows(QtMsgType type, const QMessageLogContext&, const QString& message) {
     if (type == QtFatalMsg) {
         complain("the workbench needs a window system: " + message.section('\n', 0, 0).toStdString());
@@ -106,18 +107,14 @@ int start(int argc, char** argv) {
     occupyStandardDescriptors();
     std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error for whoever writes it, and ends nobody
     std::signal(SIGPIPE, SIG_IGN);  // a closed pipe shows when it is written to, so that the plugin is stopped in order
-    const auto parsed = parseOptions(argc, argv);
-    if (const auto* end = std::get_if<EarlyEnd>(&parsed)) {
-        if (end->code == ExitCode::done) {
-            printText(end->text);
-        } else {
-            complain(end->text);
-        }
-        return static_cast<int>(outputIsGood() ? end->code : ExitCode::unusable);
+    const Result<Options> options = parseOptions(argc, argv);
+    if (!options) return static_cast<int>(unusable(options.failure().reason));
+    if (!options->information.empty()) {
+        printText(options->information);
+        return static_cast<int>(outputIsGood() ? ExitCode::done : ExitCode::unusable);
     }
-    const auto& options = std::get<Options>(parsed);
-    const auto application = makeApplication(options.command, argc, argv);
-    return static_cast<int>(run(options));
+    const auto application = makeApplication(options->command, argc, argv);
+    return static_cast<int>(run(*options));
 }
 
 }  // namespace

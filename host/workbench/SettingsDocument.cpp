@@ -5,7 +5,7 @@
 #include <system_error>
 #include <utility>
 
-#include "host/Console.h"
+#include "host/Quotes.h"
 #include "host/SettingsCheck.h"
 #include "platform/widgets/DisplayText.h"
 
@@ -41,9 +41,8 @@ bool SettingsDocument::load() {
     const auto path = person_.fileToLoad();
     if (!path) return false;
     SettingsFile loaded(*path);
-    std::string error;
-    if (!loaded.read(&error)) {
-        person_.hearOfFailure(error);
+    if (const auto read = loaded.read(); !read) {
+        person_.hearOfFailure(read.failure());
         return false;
     }
     session_.handOver(loaded.settings());
@@ -59,22 +58,21 @@ bool SettingsDocument::save() {
     } else if (std::error_code fault; !isUnsaved() && std::filesystem::exists(*file_.path(), fault)) {
         return true;
     }
-    std::string error;
-    if (file_.write(session_.settings(), &error)) return true;
-    person_.hearOfFailure(error);
-    return false;
+    const auto written = file_.write(session_.settings());
+    if (!written) person_.hearOfFailure(written.failure());
+    return bool(written);
 }
 
-// Over a file that holds something else than settings nothing is written.
+// A file that holds something other than settings is not overwritten.
 bool SettingsDocument::saveAs() {
     const auto path = person_.fileToSave();
     if (!path) return false;
     SettingsFile saved(*path);
-    std::string error;
-    const bool isRead = saved.read(&error);
+    Result<void> outcome = saved.read();
     saved.setPluginSettings(session_.settings());
-    if (!isRead || !saved.write(session_.settings(), &error)) {
-        person_.hearOfFailure(error);
+    if (outcome) outcome = saved.write(session_.settings());
+    if (!outcome) {
+        person_.hearOfFailure(outcome.failure());
         return false;
     }
     file_ = std::move(saved);

@@ -5,7 +5,6 @@
 #include <QString>
 #include <filesystem>
 #include <optional>
-#include <string>
 
 #include "host/SettingsFile.h"
 #include "host/workbench/WorkbenchSession.h"
@@ -26,7 +25,7 @@ class SettingsDocument {
         // None: nothing is loaded, or saved.
         virtual std::optional<std::filesystem::path> fileToLoad() = 0;
         virtual std::optional<std::filesystem::path> fileToSave() = 0;
-        virtual void hearOfFailure(const std::string& error) = 0;
+        virtual void hearOfFailure(const Failure& failure) = 0;
     };
 
     // None is owned; all outlive the document. The file has been read, and its settings are the plugin's.

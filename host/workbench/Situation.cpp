@@ -42,22 +42,27 @@ QString attributesText(VelmoraNodePluginProtocol& plugin) {
     return text;
 }
 
-QString lossText(const QString& server, const NodePluginConnectionStatus& status) {
+QString lossText(VelmoraNodePluginProtocol& plugin, const QString& server, const NodePluginConnectionStatus& status) {
     const bool isFailure = status.state == NodePluginConnectionState::failed;
     const auto since = std::chrono::duration_cast<std::chrono::milliseconds>(status.since.time_since_epoch());
+    const char* const hope =
+        knowsServers(plugin)
+            ? "The plugin connects again when the server announces itself anew; Reconnect tries at once."
+            : "Reconnect hands the plugin its settings once more.";
     return "The connection to " + server + (isFailure ? " failed at " : " ended at ") +
            QDateTime::fromMSecsSinceEpoch(since.count()).toString("HH:mm:ss") +
-           (status.reason.empty() ? QString() : ": " + displayText(status.reason)) +
-           ". The plugin connects again when the server announces itself anew; Reconnect tries at once.";
+           (status.reason.empty() ? QString() : ": " + displayText(status.reason)) + ". " + hope;
 }
 
 Situation toldSituation(VelmoraNodePluginProtocol& plugin, const NodePluginConnectionStatus& status) {
     const QString server = status.serverName.empty() ? "the device" : quotedName(status.serverName);
     switch (status.state) {
         case NodePluginConnectionState::noServerSelected:
+            if (!knowsServers(plugin)) return {Kind::unnamed, "The plugin has no device to connect to."};
             return {Kind::unnamed, "The settings name no switch server." + foundServers(plugin)};
         case NodePluginConnectionState::notFound:
-            return {Kind::absent, "Looking for the switch server " + server + "." + foundServers(plugin)};
+            return {Kind::absent, (knowsServers(plugin) ? "Looking for the switch server " : "Looking for ") + server +
+                                      "." + foundServers(plugin)};
         case NodePluginConnectionState::connecting:
             return {Kind::connecting,
                     "Connecting to " + server + ". The window may stand still until it has answered."};
@@ -67,7 +72,7 @@ Situation toldSituation(VelmoraNodePluginProtocol& plugin, const NodePluginConne
         case NodePluginConnectionState::failed:
             break;
     }
-    return {Kind::lost, lossText(server, status)};
+    return {Kind::lost, lossText(plugin, server, status)};
 }
 
 }  // namespace

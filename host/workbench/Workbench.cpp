@@ -8,6 +8,7 @@
 #include "host/Console.h"
 #include "host/Patience.h"
 #include "host/PluginState.h"
+#include "host/Quotes.h"
 #include "host/Waiting.h"
 #include "host/workbench/WorkbenchWindow.h"
 #include "platform/foundation/FileContents.h"

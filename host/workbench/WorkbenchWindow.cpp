@@ -2,11 +2,9 @@
 
 #include <QCloseEvent>
 #include <QCoreApplication>
-#include <QFileDialog>
 #include <QGroupBox>
 #include <QGuiApplication>
 #include <QLabel>
-#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScopedValueRollback>
@@ -15,7 +13,6 @@
 #include <QSplitter>
 #include <QVBoxLayout>
 
-#include "host/Console.h"
 #include "host/DefaultRoutes.h"
 #include "host/workbench/AttributesTable.h"
 #include "platform/widgets/DisplayText.h"
@@ -30,7 +27,6 @@ constexpr int kNarrow = 900;
 constexpr int kLogLines = 2000;
 constexpr std::chrono::milliseconds kDocumentWatch{500};
 constexpr const char* kWaiting = "Waiting for the device\u2026";
-constexpr const char* kFileKinds = "Property lists (*.plist);;All files (*)";
 
 QLabel* newLabel(const char* name) {
     auto* const label = new QLabel;
@@ -49,25 +45,13 @@ QGroupBox* newPane(const char* title, QWidget* contents, int margin = 6) {
     return pane;
 }
 
-std::optional<std::filesystem::path> chosenFile(const QString& name) {
-    return name.isEmpty() ? std::nullopt : std::optional<std::filesystem::path>(name.toStdString());
-}
-
-QMessageBox::StandardButton ask(QWidget* parent, const QString& question, const QString& details,
-                                QMessageBox::StandardButtons buttons, QMessageBox::StandardButton standard) {
-    QMessageBox box(QMessageBox::Warning, "Velmora Workbench", question, buttons, parent);
-    box.setTextFormat(Qt::PlainText);
-    box.setInformativeText(details);
-    box.setDefaultButton(standard);
-    return static_cast<QMessageBox::StandardButton>(box.exec());
-}
-
 }  // namespace
 
 WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
     : logFeed_([this](const std::deque<LogFeed::Line>& lines) { showLog(lines); }),
       session_(host, *this),
-      document_(settingsFile, session_, *this),
+      dialogs_(*this),
+      document_(settingsFile, session_, dialogs_),
       settingsView_(host.plugin().settingsView()),
       situation_(newLabel("situationLabel")),
       outcome_(newLabel("outcomeLabel")),
@@ -75,52 +59,16 @@ WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
       doubts_(newLabel("doubtsLabel")),
       log_(new QPlainTextEdit),
       sides_(new QSplitter) {
-    auto* const pluginRow = new QHBoxLayout;
-    addButton(*pluginRow, startButton_, "startButton", "Star&t", "Start the plugin; routes are left as they are",
-              &WorkbenchWindow::start);
-    addButton(*pluginRow, startWithDefaultsButton_, "startWithDefaultsButton", "Start with &Defaults",
-              (std::string("Start the plugin; ") + kWhatDefaultsDo).c_str(), &WorkbenchWindow::startWithDefaults);
-    addButton(*pluginRow, stopButton_, "stopButton", "Sto&p", "Stop the plugin", &WorkbenchWindow::stop);
-    addButton(
-        *pluginRow, reconnectButton_, "reconnectButton", "Reco&nnect",
-        "Hand the plugin its settings once more, so that it connects anew; started with defaults, it then routes them",
-        &WorkbenchWindow::reconnect);
-    auto* const settingsRow = new QHBoxLayout;
-    addButton(*settingsRow, refreshButton_, "refreshButton", "Re&fresh Values",
-              "Ask the device for all current values (F5)", &WorkbenchWindow::refresh);
-    addButton(*settingsRow, loadButton_, "loadButton", "L&oad Settings\u2026",
-              "Hand the plugin the settings of a file (Ctrl+O)", &WorkbenchWindow::load);
-    addButton(*settingsRow, saveButton_, "saveButton", "Sa&ve Settings",
-              "Write the plugin's settings to the file (Ctrl+S)", &WorkbenchWindow::save);
-    new QShortcut(QKeySequence::Refresh, refreshButton_, [this] { refreshButton_->click(); });
-    new QShortcut(QKeySequence::Open, loadButton_, [this] { loadButton_->click(); });
-    new QShortcut(QKeySequence::Save, saveButton_, [this] { saveButton_->click(); });
-    new QShortcut(QKeySequence::Quit, this, [this] { close(); });
-    buttonRows_ = new QHBoxLayout;
-    buttonRows_->addLayout(pluginRow);
-    buttonRows_->addLayout(settingsRow);
-    buttonRows_->addStretch();
-
     QFont bold = font();
     bold.setBold(true);
     situation_->setFont(bold);
-    sides_->addWidget(makeAttributes());
-    sides_->addWidget(makeSettings());
-    sides_->setChildrenCollapsible(false);
-    sides_->setStretchFactor(0, 3);
-    sides_->setStretchFactor(1, 2);
-    auto* const halves = new QSplitter(Qt::Vertical);
-    halves->addWidget(sides_);
-    halves->addWidget(makeLog());
-    halves->setStretchFactor(0, 4);
-    halves->setStretchFactor(1, 1);
     auto* const rows = new QVBoxLayout(this);
-    rows->addLayout(buttonRows_);
+    rows->addLayout(makeButtons());
     rows->addWidget(situation_);
     rows->addWidget(outcome_);
     rows->addWidget(notice_);
     rows->addWidget(doubts_);
-    rows->addWidget(halves, 1);
+    rows->addWidget(makePanes(), 1);
 
     connect(&documentWatch_, &QTimer::timeout, this, &WorkbenchWindow::showDocument);
     documentWatch_.start(kDocumentWatch);
@@ -146,6 +94,49 @@ void WorkbenchWindow::addButton(QBoxLayout& row, QPushButton*& button, const cha
     button->setAutoDefault(false);
     connect(button, &QPushButton::clicked, this, action);
     row.addWidget(button);
+}
+
+QBoxLayout* WorkbenchWindow::makeButtons() {
+    auto* const pluginRow = new QHBoxLayout;
+    addButton(*pluginRow, startButton_, "startButton", "Star&t", "Start the plugin; routes are left as they are",
+              &WorkbenchWindow::start);
+    addButton(*pluginRow, startWithDefaultsButton_, "startWithDefaultsButton", "Start with &Defaults",
+              (std::string("Start the plugin; ") + kWhatDefaultsDo).c_str(), &WorkbenchWindow::startWithDefaults);
+    addButton(*pluginRow, stopButton_, "stopButton", "Sto&p", "Stop the plugin", &WorkbenchWindow::stop);
+    addButton(
+        *pluginRow, reconnectButton_, "reconnectButton", "Reco&nnect",
+        "Hand the plugin its settings once more, so that it connects anew; started with defaults, it then routes them",
+        &WorkbenchWindow::reconnect);
+    auto* const settingsRow = new QHBoxLayout;
+    addButton(*settingsRow, refreshButton_, "refreshButton", "Re&fresh Values",
+              "Ask the device for all current values (F5)", &WorkbenchWindow::refresh);
+    addButton(*settingsRow, loadButton_, "loadButton", "L&oad Settings\u2026",
+              "Hand the plugin the settings of a file (Ctrl+O)", &WorkbenchWindow::load);
+    addButton(*settingsRow, saveButton_, "saveButton", "Sa&ve Settings",
+              "Write the plugin's settings to the file (Ctrl+S)", &WorkbenchWindow::save);
+    new QShortcut(QKeySequence::Refresh, refreshButton_, [this] { refreshButton_->click(); });
+    new QShortcut(QKeySequence::Open, loadButton_, [this] { loadButton_->click(); });
+    new QShortcut(QKeySequence::Save, saveButton_, [this] { saveButton_->click(); });
+    new QShortcut(QKeySequence::Quit, this, [this] { close(); });
+    buttonRows_ = new QHBoxLayout;
+    buttonRows_->addLayout(pluginRow);
+    buttonRows_->addLayout(settingsRow);
+    buttonRows_->addStretch();
+    return buttonRows_;
+}
+
+QWidget* WorkbenchWindow::makePanes() {
+    sides_->addWidget(makeAttributes());
+    sides_->addWidget(makeSettings());
+    sides_->setChildrenCollapsible(false);
+    sides_->setStretchFactor(0, 3);
+    sides_->setStretchFactor(1, 2);
+    auto* const halves = new QSplitter(Qt::Vertical);
+    halves->addWidget(sides_);
+    halves->addWidget(makeLog());
+    halves->setStretchFactor(0, 4);
+    halves->setStretchFactor(1, 1);
+    return halves;
 }
 
 QWidget* WorkbenchWindow::makeAttributes() {
@@ -278,40 +269,6 @@ void WorkbenchWindow::closeEvent(QCloseEvent* event) {
     const bool mayClose = document_.mayLetGo();
     if (mayClose) document_.discardChanges();
     event->setAccepted(mayClose);
-}
-
-SettingsDocument::Unsaved WorkbenchWindow::whatAboutUnsavedSettings() {
-    using Unsaved = SettingsDocument::Unsaved;
-    switch (ask(this, "The plugin's settings have changed. Save them?", "Changes that are not saved are lost.",
-                QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Save)) {
-        case QMessageBox::Save:
-            return Unsaved::save;
-        case QMessageBox::Discard:
-            return Unsaved::discard;
-        default:
-            return Unsaved::keep;
-    }
-}
-
-bool WorkbenchWindow::mayOverwriteChangedFile(const std::filesystem::path& path) {
-    std::error_code fault;
-    return ask(this,
-               std::filesystem::exists(path, fault) ? "The settings file was changed by somebody else. Overwrite it?"
-                                                    : "The settings file was deleted. Write it anew?",
-               displayText(inQuotes(path.string())), QMessageBox::Yes | QMessageBox::Cancel,
-               QMessageBox::Cancel) == QMessageBox::Yes;
-}
-
-std::optional<std::filesystem::path> WorkbenchWindow::fileToLoad() {
-    return chosenFile(QFileDialog::getOpenFileName(this, "Load Settings", {}, kFileKinds));
-}
-
-std::optional<std::filesystem::path> WorkbenchWindow::fileToSave() {
-    return chosenFile(QFileDialog::getSaveFileName(this, "Save Settings", {}, kFileKinds));
-}
-
-void WorkbenchWindow::hearOfFailure(const std::string& error) {
-    ask(this, "That did not work.", displayText(error), QMessageBox::Ok, QMessageBox::Ok);
 }
 
 }  // namespace velmora

@@ -7,6 +7,7 @@
 #include <deque>
 
 #include "host/workbench/LogFeed.h"
+#include "host/workbench/SettingsDialogs.h"
 #include "host/workbench/SettingsDocument.h"
 #include "host/workbench/WorkbenchSession.h"
 
@@ -21,7 +22,7 @@ namespace velmora {
 class AttributesTable;
 
 // Main thread. Closing it asks what becomes of unsaved settings.
-class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer, private SettingsDocument::Person {
+class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer {
   public:
     // Neither is owned; both outlive the window. The host has loaded the plugin with the file's settings.
     WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile);
@@ -39,12 +40,9 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     void sessionHasChanged() override;
     void serverWillBeAwaited() override;
     void serverWasAwaited() override;
-    SettingsDocument::Unsaved whatAboutUnsavedSettings() override;
-    bool mayOverwriteChangedFile(const std::filesystem::path& path) override;
-    std::optional<std::filesystem::path> fileToLoad() override;
-    std::optional<std::filesystem::path> fileToSave() override;
-    void hearOfFailure(const std::string& error) override;
 
+    QBoxLayout* makeButtons();
+    QWidget* makePanes();
     QWidget* makeAttributes();
     QWidget* makeSettings();
     QWidget* makeLog();
@@ -67,6 +65,7 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
 
     LogFeed logFeed_;
     WorkbenchSession session_;
+    SettingsDialogs dialogs_;
     SettingsDocument document_;
     AttributesTable* attributesTable_ = nullptr;
     QPointer<QWidget> settingsView_;

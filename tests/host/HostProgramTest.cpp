@@ -6,6 +6,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include "platform/foundation/PropertyListXML.h"
@@ -76,7 +77,7 @@ class HostWithServer : public HostProgram {
 
 }  // namespace
 
-TEST_F(HostProgram, WrongUsageSaysWhatToDoAndEndsWithTwo) {
+TEST_F(HostProgram, wrongUsageSaysWhatToDoAndEndsWithTwo) {
     const std::vector<std::pair<QStringList, const char*>> cases = {
         {{}, "no command"},
         {{"fly"}, "no command \"fly\""},
@@ -88,6 +89,8 @@ TEST_F(HostProgram, WrongUsageSaysWhatToDoAndEndsWithTwo) {
         {{"servers", "--wait=-1"}, "--wait"},
         {{"servers", "--interface", "nowhere0"}, "nowhere0"},
         {{"settings", "--bundle", path("no.bundle")}, "--bundle"},
+        {{"settings", "--bundle", ""}, "--bundle"},
+        {{"settings", "--settings", ""}, "--settings"},
     };
     for (const auto& [arguments, hint] : cases) {
         const Result result = runHost(arguments);
@@ -96,10 +99,27 @@ TEST_F(HostProgram, WrongUsageSaysWhatToDoAndEndsWithTwo) {
         EXPECT_EQ(result.output, "");
         EXPECT_TRUE(result.errors.contains(hint));
     }
-    EXPECT_EQ(runHost({"--help"}).code, 0);
+    ChildProcess other({VELMORA_HOST, "get", "\xFF"});
+    EXPECT_TRUE(
+        other.errorLine().ends_with("not UTF-8: \"\\xFF\"; \"velmora-host --help\" explains commands and options") &&
+        other.exitCode() == 2);
 }
 
-TEST_F(HostProgram, SettingsFileThatCannotBeUsedIsLeftAlone) {
+TEST_F(HostProgram, tellsOfEachCommandInTheHelp) {
+    const Result help = runHost({"--help"});
+    EXPECT_EQ(help.code, 0);
+    QStringList explained;
+    for (QRegularExpressionMatchIterator line =
+             QRegularExpression("^  ([a-z]+( [A-Z]+)*)  +[^ ]", QRegularExpression::MultilineOption)
+                 .globalMatch(help.output.left(help.output.indexOf("Options:")));
+         line.hasNext();) {
+        explained << line.next().captured(1);
+    }
+    EXPECT_TRUE(runHost({}).errors.contains("the commands are: " + explained.join(", ").toUtf8() + ';'))
+        << runHost({}).errors.constData();
+}
+
+TEST_F(HostProgram, settingsFileThatCannotBeUsedIsLeftAlone) {
     const std::vector<QByteArray> cases = {
         "",
         "<plist version='1.0'><dict><key>selectedDeviceName</key><string>Cut o",
@@ -120,7 +140,7 @@ TEST_F(HostProgram, SettingsFileThatCannotBeUsedIsLeftAlone) {
     EXPECT_EQ(runHost({"--settings", path(""), "settings"}).code, 2) << "a folder is no settings file";
 }
 
-TEST_F(HostProgram, WithoutSavedSettings) {
+TEST_F(HostProgram, withoutSavedSettings) {
     const Result result = runHost({"--settings", path("none.plist"), "settings"});
     EXPECT_EQ(result.code, 0) << result.errors.constData();
     const auto settings = propertyListWithXML(result.output.toStdString());
@@ -136,7 +156,7 @@ TEST_F(HostProgram, WithoutSavedSettings) {
     EXPECT_EQ(runHost({"get", "Velmora Switch Output 1"}).code, 1);
 }
 
-TEST_F(HostProgram, ChangedSettingsAreWrittenBackOnceAndThePluginIsReleasedInOrder) {
+TEST_F(HostProgram, changedSettingsAreWrittenBackOnceAndThePluginIsReleasedInOrder) {
     const QString file = path("kept.plist");
     const QStringList arguments = {"--bundle", WILFUL_BUNDLE, "--settings", file, "--wait", "0", "servers"};
     const Result first = runHost(arguments);
@@ -169,7 +189,7 @@ TEST_F(HostProgram, ChangedSettingsAreWrittenBackOnceAndThePluginIsReleasedInOrd
     EXPECT_TRUE(runMainLoopUntil([&] { return contentsOf(file).contains("Picked"); }));
 }
 
-TEST_F(HostWithServer, ListsServersAndAttributes) {
+TEST_F(HostWithServer, listsServersAndAttributes) {
     const QString file = writeSettings(name_, {{"Monitor 1", 1, 2}, {"Monitor 0", 0, 0}});
     const QByteArray before = contentsOf(file);
     const Result servers = runHost({"--settings", file, "--json", "servers"});
@@ -199,7 +219,7 @@ TEST_F(HostWithServer, ListsServersAndAttributes) {
     EXPECT_EQ(contentsOf(file), before);
 }
 
-TEST_F(HostWithServer, GetsSetsAndShowsTheReasonOfARefusal) {
+TEST_F(HostWithServer, getsSetsAndShowsTheReasonOfARefusal) {
     // The last one is an output that the switcher does not have.
     const QString file = writeSettings(name_, {{"One", 0, 0}, {"Two", 1, 1}, {"Beyond", 8, 0}});
     const std::vector<std::tuple<QStringList, int, const char*, const char*>> cases = {
@@ -221,6 +241,38 @@ TEST_F(HostWithServer, GetsSetsAndShowsTheReasonOfARefusal) {
 }
 )",
          "out of range"},
+        {{"--json", "set", "Velmora Switch Output 2", "00012"},
+         1,
+         R"({
+    "answered": false,
+    "current": null,
+    "name": "Velmora Switch Output 2",
+    "value": "00012"
+}
+)",
+         "did not set"},
+        {{"--json", "possible", "Velmora Switch Output 7"},
+         1,
+         R"({
+    "answered": false,
+    "name": "Velmora Switch Output 7",
+    "possible": null
+}
+)",
+         "no attribute"},
+        // The plugin does not tell whether each label was answered.
+        {{"--json", "possible", "Velmora Switch Output 2"},
+         0,
+         R"({
+    "name": "Velmora Switch Output 2",
+    "possible": [
+        "0001 Input 1",
+        "0002 Input 2",
+        "0003 Input 3"
+    ]
+}
+)",
+         ""},
         {{"get", "Gain"}, 1, "", "no attribute \"Gain\"; it has: \"Velmora Switch Output 1\", "},
     };
     for (const auto& [command, code, output, errors] : cases) {
@@ -232,7 +284,7 @@ TEST_F(HostWithServer, GetsSetsAndShowsTheReasonOfARefusal) {
     }
 }
 
-TEST_F(HostWithServer, TakesForAnAnswerOnlyWhatIsOne) {
+TEST_F(HostWithServer, takesForAnAnswerOnlyWhatIsOne) {
     const QStringList get = {"get", "Velmora Switch Output 2"};
     const QStringList set = {"set", "Velmora Switch Output 2", "1"};
     const std::vector<std::tuple<const char*, QStringList, int, const char*>> cases = {
@@ -262,7 +314,7 @@ TEST_F(HostWithServer, TakesForAnAnswerOnlyWhatIsOne) {
     }
 }
 
-TEST_F(HostProgram, KnowsNoPlugin) {
+TEST_F(HostProgram, knowsNoPlugin) {
     const auto run = [](const char* relays, const QStringList& command) {
         qputenv("RELAYS", relays);
         const Result result = runHost(QStringList{"--bundle", WILFUL_BUNDLE, "--wait", "20"} + command);
@@ -288,9 +340,37 @@ TEST_F(HostProgram, KnowsNoPlugin) {
     EXPECT_TRUE(possible.errors.contains("values left out: 1"));
     EXPECT_TRUE(run("numbered", {"set", "Relay 1", "10001 On"}).errors.contains("did not set"));
     EXPECT_EQ(run("numbered", {"set", "Relay 1", "1"}).output, "0001 Off\n");
+    const Result unwilling = run("unwilling", {"get", "Level"});
+    EXPECT_TRUE(unwilling.code == 1 && unwilling.errors.contains("did not start") &&
+                unwilling.errors.endsWith("stopped\nreleased\n"))
+        << unwilling.errors.constData();
+    for (const QStringList& command : {QStringList{"settings"}, {"--json", "settings"}}) {
+        const Result endless = run("endless", command);
+        EXPECT_TRUE(endless.code == 1 && endless.output.isEmpty() && endless.errors.contains("contains itself"))
+            << endless.errors.constData();
+    }
 }
 
-TEST_F(HostProgram, DoubtsSettingsThatAreProbablyNotMeant) {
+// With what a shell does to the program.
+TEST_F(HostProgram, saysWhatItCannotWrite) {
+    const QString file = write("kept.plist", "<plist version='1.0'><dict/></plist>");
+    const auto run = [&](const char* shell, const QStringList& command) {
+        Program host("/bin/sh", QStringList{"-c", shell, "sh", VELMORA_HOST, "--interface", "lo", "--bundle",
+                                            WILFUL_BUNDLE, "--settings", file, "--wait", "0"} +
+                                    command);
+        return resultOf(host);
+    };
+    const Result limited = run("ulimit -f 0; exec \"$@\"", {"servers"});
+    EXPECT_TRUE(limited.code == 3 && limited.errors.contains("\nreleased\n") &&
+                limited.errors.endsWith("File too large\n"))
+        << limited.errors.constData();
+    EXPECT_EQ(contentsOf(file), "<plist version='1.0'><dict/></plist>");
+    const Result full = run("exec \"$@\" >/dev/full", {"settings"});
+    EXPECT_TRUE(full.code == 2 && full.errors.contains("could not be written to standard output"))
+        << full.errors.constData();
+}
+
+TEST_F(HostProgram, doubtsSettingsThatAreProbablyNotMeant) {
     const char* const form =
         "<plist version='1.0'><dict><key>selectedDevicename</key><string/>"
         "<key>configuredOutputs</key><array><dict><key>label</key><string>A</string>%1</dict>"
@@ -303,7 +383,8 @@ TEST_F(HostProgram, DoubtsSettingsThatAreProbablyNotMeant) {
           "entry 2 of \"configuredOutputs\" (\"A\") has the same \"label\" as entry 1"}},
         {"<key>outputNumber</key><integer>-1</integer><key>defaultInputNumber</key><integer>-2</integer>",
          {"\"outputNumber\" is -1", "\"defaultInputNumber\" is -2"}},
-        {"<key>outputNumber</key><string>1</string>", {"is no integer", "has the same output as entry 1"}},
+        {"<key>outputNumber</key><string>1</string><key>outputType</key><true/>",
+         {"is no integer", "has the same output as entry 1", "\"outputType\" is not the text \"output\""}},
     };
     for (const auto& [keys, doubts] : cases) {
         const QString file = write("doubtful.plist", QString(form).arg(keys).toUtf8());
@@ -314,7 +395,7 @@ TEST_F(HostProgram, DoubtsSettingsThatAreProbablyNotMeant) {
     }
 }
 
-TEST_F(HostProgram, PrintsNothingThatATerminalObeys) {
+TEST_F(HostProgram, printsNothingThatATerminalObeys) {
     const std::string label = "A\x7F\u009B\u202E\u2028\U000E0041\x1B";
     const auto isClean = [](const QByteArray& text) {
         const QString shown = QString::fromUtf8(text).remove('\n');
@@ -342,7 +423,7 @@ TEST_F(HostProgram, PrintsNothingThatATerminalObeys) {
     }
 }
 
-TEST_F(HostWithServer, WatchesUntilInterrupted) {
+TEST_F(HostWithServer, watchesUntilInterrupted) {
     const QStringList arguments = {"--interface", "lo", "--settings", writeSettings(name_, {{"", 0, 0}, {"1", 1, 7}}),
                                    "watch"};
     Program text(VELMORA_HOST, arguments);
@@ -369,7 +450,7 @@ TEST_F(HostWithServer, WatchesUntilInterrupted) {
     EXPECT_EQ(blocked.exitCodeAfterSignal(SIGINT), -1);
 }
 
-TEST_F(HostWithServer, TimesOutWithWhatWasMissing) {
+TEST_F(HostWithServer, timesOutWithWhatWasMissing) {
     const QStringList arguments = {"--interface", "lo", "--settings", writeSettings("Elsewhere", {{"", 0, 0}}),
                                    "--wait",      "8"};
     Program attributes(VELMORA_HOST, arguments + QStringList{"attributes"});
@@ -384,7 +465,7 @@ TEST_F(HostWithServer, TimesOutWithWhatWasMissing) {
     EXPECT_EQ(list.output, "  " + name_.toUtf8() + '\n') << "what there is, is shown all the same";
 }
 
-TEST_F(HostProgram, TimesOutOnAServerThatSaysNothing) {
+TEST_F(HostProgram, timesOutOnAServerThatSaysNothing) {
     const ListeningPort port;
     const QString name = uniqueName("Silent");
     const PublishedService service(name.toStdString(), port.port());

@@ -59,19 +59,30 @@ class WilfulPlugin : public NSObject, public VelmoraNodePluginProtocol {
 };
 
 // RELAYS says how they are: "late" ones are there a while after the start, "stuck" ones ignore what is set, "numbered"
-// ones have a number before each value. Their status is of a time to come: what a host does not know, it does not call.
+// ones have a number before each value, "unwilling" ones do not start, "endless" ones have settings that contain
+// themselves, and of "lost" ones the status says so. That of the others is of a version to come: a host does not call
+// what it does not know.
 class RelayPlugin final : public WilfulPlugin, public VelmoraNodePluginStatusProtocol {
   public:
+    ~RelayPlugin() override { settings_->clear(); }
+
     std::int32_t startAndSetCurrentValuesToDefaults(bool) override {
+        if (is("unwilling")) return -1;
         QTimer::singleShot(is("late") ? 300 : 0, &context_, [this] {
             values_ = {{"Level", "0.5"}, {"Relay 1", "Off"}, {"Relay 2", "On"}};
             delegate_->attributesChangedForPluginName(pluginName());
         });
         return 0;
     }
-    void stop() override { values_.clear(); }
+    void stop() override {
+        if (is("unwilling")) WilfulPlugin::stop();
+        values_.clear();
+    }
     void setDefaultSettings(const DictionaryReference&) override {}
-    DictionaryReference defaultSettings() override { return makeDictionary(); }
+    DictionaryReference defaultSettings() override {
+        if (is("endless")) *settings_ = {{"This", settings_}, {"The same", settings_}};
+        return settings_;
+    }
     StringList attributeNames() const override {
         std::vector<std::string> names;
         for (const auto& [name, value] : values_)
@@ -91,15 +102,25 @@ class RelayPlugin final : public WilfulPlugin, public VelmoraNodePluginStatusPro
         return 0;
     }
 
-    std::uint32_t statusProtocolVersion() const override { return kVelmoraNodePluginStatusProtocolVersion + 1; }
-    NodePluginConnectionStatus connectionStatus() const override { std::abort(); }
-    NodePluginOutcome lastOutcome() const override { std::abort(); }
-    void setStatusObserver(VelmoraNodePluginStatusProtocol_Observer*) override { std::abort(); }
+    std::uint32_t statusProtocolVersion() const override {
+        return kVelmoraNodePluginStatusProtocolVersion + (is("lost") ? 0 : 1);
+    }
+    NodePluginConnectionStatus connectionStatus() const override {
+        if (!is("lost")) std::abort();
+        return {NodePluginConnectionState::failed, "", "The cable is out", {}};
+    }
+    NodePluginOutcome lastOutcome() const override {
+        return is("lost") ? NodePluginOutcome{} : (std::abort(), NodePluginOutcome{});
+    }
+    void setStatusObserver(VelmoraNodePluginStatusProtocol_Observer*) override {
+        if (!is("lost")) std::abort();
+    }
 
   private:
     static bool is(const char* what) { return qgetenv("RELAYS").contains(what); }
 
     std::map<std::string, std::string> values_;
+    const DictionaryReference settings_ = makeDictionary();
     QObject context_;
 };
 

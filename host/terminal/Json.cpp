@@ -1,11 +1,10 @@
-#include "host/Json.h"
+#include "host/terminal/Json.h"
 
 #include <QChar>
 #include <QJsonArray>
 #include <QJsonObject>
 
 #include "host/Console.h"
-#include "platform/foundation/PropertyListXML.h"
 #include "platform/foundation/QtText.h"
 #include "platform/foundation/Text.h"
 
@@ -37,22 +36,18 @@ QJsonValue jsonValue(const std::vector<std::string>& texts) {
     return array;
 }
 
-namespace {
-
-// A plugin's settings may contain themselves; what is nested deeper than a file may be is left out.
-QJsonValue jsonOfPropertyListAt(const PropertyList& value, int depth) {
-    if (depth > kPropertyListDepthLimit) return {};
+QJsonValue jsonOfPropertyList(const PropertyList& value) {
     if (const auto dictionary = value.dictionary()) {
         QJsonObject object;
         for (const auto& [key, entry] : *dictionary) {
-            object.insert(qString(key), jsonOfPropertyListAt(entry, depth + 1));
+            object.insert(qString(key), jsonOfPropertyList(entry));
         }
         return object;
     }
     if (const auto list = value.array()) {
         QJsonArray array;
         for (const PropertyList& entry : *list) {
-            array.append(jsonOfPropertyListAt(entry, depth + 1));
+            array.append(jsonOfPropertyList(entry));
         }
         return array;
     }
@@ -60,12 +55,6 @@ QJsonValue jsonOfPropertyListAt(const PropertyList& value, int depth) {
     if (const auto boolean = value.boolean()) return *boolean;
     if (const auto real = value.real()) return *real;
     return jsonValue(value.text());
-}
-
-}  // namespace
-
-QJsonValue jsonOfPropertyList(const PropertyList& value) {
-    return jsonOfPropertyListAt(value, 0);
 }
 
 void printJson(const QJsonObject& document, QJsonDocument::JsonFormat format) {

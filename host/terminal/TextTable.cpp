@@ -1,11 +1,10 @@
-#include "host/TextTable.h"
+#include "host/terminal/TextTable.h"
 
-#include <QChar>
-#include <QString>
-#include <algorithm>
-#include <array>
+#include <clocale>
+#include <cwchar>
 #include <utility>
 
+#include "platform/foundation/QtText.h"
 #include "platform/foundation/Text.h"
 
 namespace velmora {
@@ -14,38 +13,19 @@ namespace {
 
 constexpr std::size_t kGap = 2;
 
-// The blocks whose characters terminals draw two columns wide.
-constexpr std::array<std::pair<char32_t, char32_t>, 10> kWide = {{
-    {0x1100, 0x115F},
-    {0x2E80, 0x303E},
-    {0x3041, 0xA4CF},
-    {0xAC00, 0xD7A3},
-    {0xF900, 0xFAFF},
-    {0xFE30, 0xFE6F},
-    {0xFF00, 0xFF60},
-    {0xFFE0, 0xFFE6},
-    {0x1F300, 0x1FAFF},
-    {0x20000, 0x3FFFD},
-}};
-
-std::size_t widthOfCharacter(char32_t character) {
-    const QChar::Category category = QChar::category(character);
-    if (category == QChar::Mark_NonSpacing || category == QChar::Mark_Enclosing || category == QChar::Other_Format)
-        return 0;
-    const bool wide = std::any_of(kWide.begin(), kWide.end(), [&](const auto& block) {
-        return character >= block.first && character <= block.second;
-    });
-    return wide ? 2 : 1;
-}
-
 }  // namespace
 
 std::size_t displayWidth(std::string_view text) {
+    // Not the user's locale, which need not be one of UTF-8. Null where the system does not have it: the thread keeps
+    // its own, and what that does not know counts as one column.
+    static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    const locale_t earlier = uselocale(unicode);
     std::size_t width = 0;
-    for (const char32_t character :
-         QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())).toStdU32String()) {
-        width += widthOfCharacter(character);
+    for (const char32_t character : qString(text).toStdU32String()) {
+        const int columns = wcwidth(static_cast<wchar_t>(character));
+        width += columns < 0 ? 1 : static_cast<std::size_t>(columns);
     }
+    uselocale(earlier);
     return width;
 }
 

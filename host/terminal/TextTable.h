@@ -8,8 +8,8 @@
 
 namespace velmora {
 
-// The columns that a text takes on a terminal: none for a combining mark, two for a wide East Asian character or a
-// pictograph.
+// The columns that a text takes on a terminal, as the C library knows them: none for a combining mark, two for a wide
+// East Asian character or a pictograph.
 std::size_t displayWidth(std::string_view text);
 
 class TextTable {
