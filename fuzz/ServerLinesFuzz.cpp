@@ -95,7 +95,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     VirtualMatrix matrix(3, 12);
     const std::string label = chunks.front();
     const bool fits = label.size() <= VirtualMatrix::kMaximumLabelBytes && isValidUTF8(label);
-    fuzz::require(static_cast<bool>(matrix.apply({{label}, {"", label}, {}})) == fits, "a label is accepted when it fits");
+    fuzz::require(static_cast<bool>(matrix.apply({{label}, {"", label}, {}})) == fits,
+                  "a label is accepted when it fits");
     chunks.erase(chunks.begin());
     const SwitchProtocol protocol(matrix);
     for (const auto& line : fuzz::checkReader(chunks))

@@ -49,12 +49,12 @@ Result<Target> targetOf(const std::filesystem::path& file) {
     Target target{std::filesystem::canonical(file, unresolved), std::nullopt};
     if (unresolved) target.path = file;
     struct stat status {};
-    // Only what is certainly not there is new: of anything else the owner and the permissions would be lost.
+    // A file is new only when it is certainly not there: of any other, owner and permissions would be lost.
     if (lstat(target.path.c_str(), &status) != 0) {
         if (errno == ENOENT) return target;
         return failureOfSystem(errno);
     }
-    // A link that leads nowhere is none of ours to cut.
+    // A link that leads nowhere stays as its owner made it.
     if (unresolved == std::errc::no_such_file_or_directory) return Failure{"it is a link that leads nowhere"};
     if (unresolved) return failureOfSystem(unresolved.value());
     if (!S_ISREG(status.st_mode)) return noFile(status.st_mode);
@@ -122,7 +122,7 @@ class NewFile {
     std::string name_;
     bool hasName_ = false;
     Descriptor descriptor_;
-    Descriptor lock_;  // the same open file: closing the other, which may fail, shall not unlock it
+    Descriptor lock_;  // the same open file: closing the other, which may fail, must not unlock it
 };
 
 bool NewFile::create() {
@@ -131,13 +131,13 @@ bool NewFile::create() {
         std::string digits = std::to_string(arc4random() % 100'000'000);
         digits.insert(0, kDigits - digits.size(), '0');
         name_ = companionOf(target_.path, "-" + digits).string();
-        // Instead of a file that is there: open to its owner only, until it has that one's owner and permissions.
+        // One that replaces another is open to its owner only, until it has the owner and permissions of the other.
         descriptor_ =
             Descriptor(open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, target_.old ? 0600 : 0666));
         if (!descriptor_ && errno != EEXIST) return false;
         if (!descriptor_) continue;
-        // Somebody who clears away may have come between, and then removes it. A file system without locks has nobody
-        // who clears away.
+        // Another writer that removes leftovers may have found it before it was locked, and then removes it. On a file
+        // system without locks nobody removes leftovers.
         struct stat status {};
         if (flock(descriptor_.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) continue;
         if (fstat(descriptor_.number(), &status) == 0 && status.st_nlink == 0) continue;
@@ -161,7 +161,7 @@ bool NewFile::takePlace() {
     return true;
 }
 
-// Those new files of this target whose writers are gone.
+// Removes the new files of this target whose writers are gone.
 void removeLeftovers(const std::filesystem::path& target) {
     const std::string beginning = companionOf(target, "-").filename().string();
     std::error_code fault;
@@ -184,13 +184,13 @@ Result<std::string> readFile(const std::filesystem::path& file, std::size_t byte
     if (stat(file.c_str(), &status) != 0) return failureOfSystem(errno);
     if (!S_ISREG(status.st_mode)) return noFile(status.st_mode);
     const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    // Again: another may be called so by now.
+    // Again, because the name may belong to another file by now.
     if (!descriptor || fstat(descriptor.number(), &status) != 0) return failureOfSystem(errno);
     if (!S_ISREG(status.st_mode)) return noFile(status.st_mode);
     if (static_cast<std::uintmax_t>(status.st_size) > byteLimit) return tooLarge(byteLimit);
     constexpr std::size_t kPiece = 64 * 1024;
     std::size_t size = 0;
-    // One byte more than there seems to be, which shows the end.
+    // One byte more than there seems to be, so that the first read can show the end.
     std::string contents(static_cast<std::size_t>(status.st_size) + 1, '\0');
     for (;;) {
         if (size == contents.size()) contents.resize(size + kPiece);
@@ -213,8 +213,8 @@ Result<void> replaceFile(const std::filesystem::path& file, std::string_view con
     removeLeftovers(target->path);
     NewFile newFile(*target);
     if (!newFile.create() || !newFile.fill(contents) || !newFile.takePlace()) return failureOfSystem(errno);
-    // The new name survives a power cut only when the folder is on the disk, too. One that may not be read, or whose
-    // file system knows no such thing, is left to the system.
+    // The new name survives a power cut only when the folder is on the disk, too. A folder that may not be read, or
+    // whose file system cannot flush it, is left to the system.
     if (folder && fsync(folder.number()) != 0 && errno != EINVAL && errno != EACCES) {
         return Failure{"its folder cannot be written: " + failureOfSystem(errno).reason};
     }

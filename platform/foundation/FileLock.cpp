@@ -15,7 +15,7 @@ namespace velmora {
 
 namespace {
 
-// One that somebody else left behind may only be read, which is enough to lock it on most file systems.
+// One that another user left may only be read, which is enough to lock it on most file systems.
 Descriptor openLockFile(const std::string& name) {
     constexpr int kFlags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
     Descriptor descriptor(open(name.c_str(), O_RDWR | O_CREAT | kFlags, 0644));
@@ -44,7 +44,7 @@ Result<FileLock> FileLock::take(const std::filesystem::path& file) {
             return errno == EWOULDBLOCK ? Failure{"another program has it in use"} : failureOfSystem(errno);
         }
         if (lstat(name.c_str(), &named) == 0 && isSameFile(ours, named)) return FileLock(std::move(descriptor), name);
-        // Its owner before has removed it since it was opened here.
+        // Its previous owner has removed it since it was opened here.
     }
     return Failure{"another program has it in use"};
 }

@@ -44,17 +44,17 @@ class NSBundle : public NSObject {
     // The file NAME.TYPE in Resources/; none when there is no such file or the name is not a plain file name.
     std::optional<std::filesystem::path> pathForResource(std::string_view name, std::string_view type) const;
 
-    // Loads the module named by "CFBundleExecutable", a file in Contents/. A failure when it is missing, not a module of
-    // this kind, or built against another version of the protocol; none of its functions has been called then. Loading
-    // twice is harmless.
+    // Loads the module named by "CFBundleExecutable", a file in Contents/. A failure when it is missing, not a module
+    // of this kind, or built against another version of the protocol; none of its functions has been called then.
+    // Loading twice is harmless.
     Result<void> load(std::uint32_t protocolVersion);
     bool isLoaded() const { return entry_ != nullptr; }
 
     // A new object of the principal class, never null; a failure when the module is not loaded or makes none.
     Result<std::shared_ptr<NSObject>> makePrincipalObject();
 
-    // Unmaps the module. A failure while an object that it made is alive, and while a modal panel is open: the code that
-    // waits for its end may be the module's. Threads that are winding down are ended first; then the event loop is
+    // Unmaps the module. A failure while an object that it made is alive, and while a modal panel is open: the code
+    // that waits for its end may be the module's. Threads that are winding down are ended first; then the event loop is
     // served until the work that waits for the main thread has been run. When that takes more than a few seconds the
     // module stays mapped, which is a failure, too.
     Result<void> unload();

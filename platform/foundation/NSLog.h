@@ -10,8 +10,8 @@
 
 namespace velmora {
 
-// Writes one line to the system log (syslog), and to standard error when that is a terminal or mirroring is on. There, a
-// line is lost that is not taken at once, or that would go to another user's terminal. Control characters, which can
+// Writes one line to the system log (syslog), and to standard error when that is a terminal or mirroring is on. There,
+// a line is lost that is not taken at once, or that would go to another user's terminal. Control characters, which can
 // only have come from outside, are escaped. Any thread.
 void NSLogLine(std::string_view line);
 

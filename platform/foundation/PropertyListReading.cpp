@@ -229,8 +229,7 @@ Result<PropertyList> propertyListWithXML(std::string_view xml) {
 
 Result<PropertyList> propertyListWithContentsOfFile(const std::filesystem::path& file) {
     const Result<std::string> contents = readFile(file, kPropertyListByteLimit);
-    if (!contents)
-        return Failure{stringWithFormat("%@ cannot be read: %@", file.string(), contents.failure().reason)};
+    if (!contents) return Failure{stringWithFormat("%@ cannot be read: %@", file.string(), contents.failure().reason)};
     Result<PropertyList> value = propertyListWithXML(*contents);
     if (!value)
         return Failure{stringWithFormat("%@ is not a usable property list: %@", file.string(), value.failure().reason)};

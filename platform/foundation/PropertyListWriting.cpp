@@ -132,8 +132,7 @@ Result<std::string> XMLWithPropertyList(const PropertyList& value) {
 Result<void> writePropertyListToFile(const PropertyList& value, const std::filesystem::path& file) {
     const Result<std::string> xml = XMLWithPropertyList(value);
     const Result<void> written = xml ? replaceFile(file, *xml) : xml.failure();
-    if (!written)
-        return Failure{stringWithFormat("%@ cannot be written: %@", file.string(), written.failure().reason)};
+    if (!written) return Failure{stringWithFormat("%@ cannot be written: %@", file.string(), written.failure().reason)};
     return {};
 }
 

@@ -11,8 +11,8 @@
 
 namespace velmora {
 
-// Bounds of the documents that are read: one of more bytes or values, or nested deeper, is refused. The same bounds hold
-// for writing, so that each document can be read again.
+// Bounds of the documents that are read: one of more bytes or values, or nested deeper, is refused. The same bounds
+// hold for writing, so that each document can be read again.
 inline constexpr std::size_t kPropertyListByteLimit = 16 * 1024 * 1024;
 inline constexpr std::size_t kPropertyListValueLimit = 100'000;
 inline constexpr int kPropertyListDepthLimit = 64;

@@ -140,15 +140,15 @@ std::string stringByTrimmingControlCharacters(std::string_view text);
 // The text on one line and safe to show: control characters (Cc, Cf, and the line and paragraph separators) become
 // "\n", "\t", "\r", "\xNN" or "\u{NNNN}"; bytes that are not UTF-8 become "\xNN". Backslashes stay as they are.
 std::string stringByEscapingControlCharacters(std::string_view text);
-// The same characters, each as `notation` writes it, for documents that have a notation of their own; bytes that are not
-// UTF-8 are handed over as U+FFFD.
+// The same characters, each as `notation` writes it, for documents that have a notation of their own; bytes that are
+// not UTF-8 are handed over as U+FFFD.
 std::string stringByReplacingControlCharacters(std::string_view text,
                                                const std::function<std::string(char32_t character)>& notation);
 // The character's number in hexadecimal digits, capitals, at least `width` of them.
 std::string hexadecimalDigits(char32_t number, std::size_t width);
 
-// For a sentence that quotes what somebody else wrote: the text between quotation marks, escaped as above; of a long one
-// the beginning and "...".
+// For a sentence that quotes what somebody else wrote: the text between quotation marks, escaped as above; of a long
+// one the beginning and "...".
 std::string quotedText(std::string_view text);
 
 }  // namespace velmora

@@ -59,7 +59,8 @@ TEST(PropertyListXML, everyValueComesBackFromWritingAndReading) {
     EXPECT_EQ(componentsSeparatedByString(stringByEscapingControlCharacters(*xml), "\\x").size(), 1u);
     EXPECT_EQ(xml->find("\u200F"), std::string::npos);
     EXPECT_EQ(*propertyListWithXML(*xml), PropertyList(dictionary));
-    EXPECT_EQ(*propertyListWithXML(*XMLWithPropertyList("a\0b\xFF\x1B\uFFFF"s)), PropertyList("a\uFFFDb\uFFFD\uFFFD\uFFFD"));
+    EXPECT_EQ(*propertyListWithXML(*XMLWithPropertyList("a\0b\xFF\x1B\uFFFF"s)),
+              PropertyList("a\uFFFDb\uFFFD\uFFFD\uFFFD"));
 }
 
 TEST(PropertyListXML, readsWhatOtherProgramsWrite) {

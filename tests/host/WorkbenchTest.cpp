@@ -49,9 +49,8 @@ class Workbench : public testing::Test, protected SettingsDocument::Person {
     }
     // Of a file's settings, or of the plugin's.
     DictionaryReference firstOutput(const char* of = nullptr) const {
-        const auto settings = of != nullptr
-                                  ? propertyListWithContentsOfFile(path(of).toStdString()).value().dictionary()
-                                  : window->session().settings();
+        const auto settings = of != nullptr ? propertyListWithContentsOfFile(path(of).toStdString())->dictionary()
+                                            : window->session().settings();
         return valueForKey(settings, "configuredOutputs")->array()->front().dictionary();
     }
     std::string label(const char* of = nullptr) const { return textForKey(firstOutput(of), "label").value(); }
