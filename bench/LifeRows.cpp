@@ -15,30 +15,37 @@ namespace {
 class Life {
   public:
     void load() {
-        bundle_ = NSBundle::bundleWithPath(programBeside(VELMORA_BUNDLE_FROM_PROGRAMS), &error_);
-        check(bundle_ != nullptr && bundle_->load(kVelmoraNodePluginProtocolVersion, &error_));
+        bundle_ = checked(NSBundle::bundleWithPath(programBeside(VELMORA_BUNDLE_FROM_PROGRAMS)));
+        check(bundle_->load(kVelmoraNodePluginProtocolVersion));
     }
     void create() {
-        plugin_ = std::dynamic_pointer_cast<VelmoraNodePluginProtocol>(bundle_->makePrincipalObject(&error_));
-        check(plugin_ != nullptr);
+        plugin_ = std::dynamic_pointer_cast<VelmoraNodePluginProtocol>(checked(bundle_->makePrincipalObject()));
+        if (plugin_ == nullptr) throw Wrong("the bundle holds no node plugin");
         plugin_->setDefaultSettings(settingsFor("Nobody", 8));
     }
-    void start() { check(plugin_->startAndSetCurrentValuesToDefaults(false) == 0); }
+    void start() {
+        if (plugin_->startAndSetCurrentValuesToDefaults(false) != 0) throw Wrong("the plugin does not start");
+    }
     void stop() {
         plugin_->stop();
         plugin_ = nullptr;
     }
     void unload() {
-        check(bundle_->unload(&error_));
+        check(bundle_->unload());
         bundle_ = nullptr;
     }
 
   private:
-    void check(bool good) const {
-        if (!good) throw Wrong("the bundle's life went wrong: " + error_);
+    template <typename Value>
+    static void check(const Result<Value>& result) {
+        if (!result) throw Wrong("the bundle's life went wrong: " + result.failure().reason);
+    }
+    template <typename Value>
+    static Value checked(const Result<Value>& result) {
+        check(result);
+        return *result;
     }
 
-    std::string error_;
     std::shared_ptr<NSBundle> bundle_;
     std::shared_ptr<VelmoraNodePluginProtocol> plugin_;
 };

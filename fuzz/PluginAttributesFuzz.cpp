@@ -17,7 +17,7 @@ const std::string kPrefix = "Velmora Switch Output ";
 class System {
   public:
     System() {
-        require(!server_.start("127.0.0.1", 0), "the server starts");
+        require(static_cast<bool>(server_.start("127.0.0.1", 0)), "the server starts");
         service_ = std::make_unique<AnnouncedService>(server_.port());
         auto settings = makeDictionary();
         settings->emplace("selectedDeviceName", service_->name());
@@ -32,7 +32,7 @@ class System {
     // As it was at first, so that every input can be tried again alone.
     void reset() {
         plugin->setAttributes(std::make_shared<const AttributeDictionary>());
-        require(!matrix_.apply({{}, {}, {1, 2, 3, 1}}), "the routes fit");
+        require(static_cast<bool>(matrix_.apply({{}, {}, {1, 2, 3, 1}})), "the routes fit");
     }
 
     const std::shared_ptr<VelmoraSwitchNodePlugin> plugin = std::make_shared<VelmoraSwitchNodePlugin>(nullptr);

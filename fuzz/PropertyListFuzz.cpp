@@ -1,6 +1,6 @@
 // Property lists, as documents and as values, and bundles whose Info.plist they are.
 //
-// The input is a document; behind a leading "V" it is a value instead.
+// The input is a document; after a leading "V" it is a value instead.
 #include <stdlib.h>
 
 #include <filesystem>
@@ -16,11 +16,10 @@ namespace {
 namespace fs = std::filesystem;
 
 PropertyList writtenAndRead(const PropertyList& value) {
-    std::string error;
-    const auto xml = XMLWithPropertyList(value, &error);
-    require(xml.has_value(), "a value of this size can be written");
-    const auto again = propertyListWithXML(*xml, &error);
-    require(again.has_value(), "what was written can be read");
+    const auto xml = XMLWithPropertyList(value);
+    require(static_cast<bool>(xml), "a value of this size can be written");
+    const auto again = propertyListWithXML(*xml);
+    require(static_cast<bool>(again), "what was written can be read");
     return *again;
 }
 
@@ -29,7 +28,7 @@ void checkRoundTrip(const PropertyList& value) {
     const PropertyList again = writtenAndRead(value);
     // What is not a number is not equal to itself.
     require(again == value || xml->find("nan</real>") != std::string::npos, "a value comes back as it was");
-    require(XMLWithPropertyList(again) == xml, "a value is always written alike");
+    require(*XMLWithPropertyList(again) == *xml, "a value is always written alike");
 }
 
 // One bundle for the whole run, on a file system in memory where there is one. Removed at the end.
@@ -50,25 +49,28 @@ class BundleFolder {
 void checkBundle(std::string_view document, const DictionaryReference& expected) {
     static const BundleFolder folder;
     std::ofstream(folder.path / "Contents" / "Info.plist", std::ios::binary) << document;
-    std::string error;
-    const auto bundle = NSBundle::bundleWithPath(folder.path, &error);
-    require((bundle != nullptr) == (expected != nullptr), "a bundle's information is a dictionary");
-    require((bundle == nullptr) == !error.empty(), "a refusal has a reason");
-    if (bundle == nullptr) return;
+    const auto opened = NSBundle::bundleWithPath(folder.path);
+    require(static_cast<bool>(opened) == (expected != nullptr), "a bundle's information is a dictionary");
+    require(opened || !opened.failure().reason.empty(), "a refusal has a reason");
+    if (!opened) return;
+    const auto bundle = *opened;
     for (const auto& [key, value] : *expected) {
         require(bundle->objectForInfoDictionaryKey(key) == value.text(), "the bundle knows what its Info.plist says");
         const auto resource = bundle->pathForResource(key, "");
         require(!resource || resource->filename() == "Settings.ui", "a resource stands in the bundle's Resources");
     }
-    require(!bundle->load(1, &error) && !error.empty() && !bundle->isLoaded(), "nothing is loaded from elsewhere");
+    const auto loaded = bundle->load(1);
+    require(!loaded && !loaded.failure().reason.empty() && !bundle->isLoaded(), "nothing is loaded from elsewhere");
 }
 
 void checkDocument(std::string_view document) {
-    std::string error;
-    const auto value = propertyListWithXML(document, &error);
-    require(value.has_value() == error.empty(), "a refusal has a reason");
-    require(isValidUTF8(error) && error.find('\n') == std::string::npos, "a reason is one line of text");
-    if (!value) return;
+    const auto value = propertyListWithXML(document);
+    if (!value) {
+        const std::string& reason = value.failure().reason;
+        require(!reason.empty() && isValidUTF8(reason) && reason.find('\n') == std::string::npos,
+                "a reason is one line of text");
+        return;
+    }
     checkRoundTrip(*value);
     checkBundle(document, value->dictionary());
 }

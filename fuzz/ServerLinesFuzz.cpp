@@ -42,8 +42,8 @@ std::vector<Line> checkReader(const Texts& chunks) {
     // The stream is the lines and their ends, and nothing else, but for what is too long to be kept.
     std::size_t at = 0;
     for (const auto& [text, tooLong] : lines) {
-        require(text.size() <= LineReader::maximumLength, "a line is bounded");
-        require(!tooLong || text.size() == LineReader::maximumLength, "only a long line is cut");
+        require(text.size() <= LineReader::kMaximumLength, "a line is bounded");
+        require(!tooLong || text.size() == LineReader::kMaximumLength, "only a long line is cut");
         require(text.find_first_of("\r\n") == std::string::npos, "a line holds no line end");
         at = stream.find(text, at);
         require(at != std::string::npos, "a line holds what has arrived");
@@ -94,8 +94,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     auto chunks = componentsSeparatedByString(fuzz::asText(data, size), "|");
     VirtualMatrix matrix(3, 12);
     const std::string label = chunks.front();
-    const bool fits = label.size() <= VirtualMatrix::maximumLabelBytes && isValidUTF8(label);
-    fuzz::require(matrix.apply({{label}, {"", label}, {}}).has_value() != fits, "a label is accepted when it fits");
+    const bool fits = label.size() <= VirtualMatrix::kMaximumLabelBytes && isValidUTF8(label);
+    fuzz::require(static_cast<bool>(matrix.apply({{label}, {"", label}, {}})) == fits,
+                  "a label is accepted when it fits");
     chunks.erase(chunks.begin());
     const SwitchProtocol protocol(matrix);
     for (const auto& line : fuzz::checkReader(chunks))

@@ -11,11 +11,13 @@ PluginHost::~PluginHost() {
 }
 
 Result<void> PluginHost::load(const std::filesystem::path& bundle) {
-    std::string error;
-    bundle_ = NSBundle::bundleWithPath(bundle, &error);
-    if (bundle_ == nullptr || !bundle_->load(kVelmoraNodePluginProtocolVersion, &error)) return Failure{error};
-    const auto object = bundle_->makePrincipalObject(&error);
-    if (object == nullptr) return Failure{error};
+    const auto opened = NSBundle::bundleWithPath(bundle);
+    if (!opened) return opened.failure();
+    bundle_ = *opened;
+    if (const auto loaded = bundle_->load(kVelmoraNodePluginProtocolVersion); !loaded) return loaded;
+    const auto made = bundle_->makePrincipalObject();
+    if (!made) return made.failure();
+    const std::shared_ptr<NSObject> object = *made;
     plugin_ = std::dynamic_pointer_cast<VelmoraNodePluginProtocol>(object);
     if (plugin_ == nullptr) return Failure{"its principal class is no node plugin"};
     status_ = std::dynamic_pointer_cast<VelmoraNodePluginStatusProtocol>(object);
@@ -41,9 +43,8 @@ Result<void> PluginHost::unload() {
         status_ = nullptr;
         plugin_ = nullptr;
     }
-    std::string error;
-    const bool isUnloaded = bundle_ == nullptr || !bundle_->isLoaded() || bundle_->unload(&error);
-    if (!isUnloaded && outcome) outcome = Failure{error};
+    const Result<void> unloaded = bundle_ != nullptr ? bundle_->unload() : Result<void>();
+    if (outcome) outcome = unloaded;
     bundle_ = nullptr;
     return outcome;
 }

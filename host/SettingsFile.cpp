@@ -33,9 +33,8 @@ Result<DictionaryReference> usableSettings(const PropertyList& value) {
 }
 
 Result<DictionaryReference> settingsInDocument(const std::string& document) {
-    std::string reason;
-    const auto value = propertyListWithXML(document, &reason);
-    if (!value) return Failure{"it is no property list: " + reason};
+    const auto value = propertyListWithXML(document);
+    if (!value) return Failure{"it is no property list: " + value.failure().reason};
     return usableSettings(*value);
 }
 
@@ -43,7 +42,9 @@ Result<DictionaryReference> settingsInDocument(const std::string& document) {
 std::optional<std::string> documentWithoutAvailableDevices(const DictionaryReference& settings) {
     const DictionaryReference kept = shallowCopy(settings);
     kept->erase(kAvailableDevices);
-    return XMLWithPropertyList(kept);
+    Result<std::string> document = XMLWithPropertyList(kept);
+    if (!document) return std::nullopt;
+    return *std::move(document);
 }
 
 }  // namespace
@@ -96,12 +97,11 @@ Result<void> SettingsFile::writeIfChanged(const DictionaryReference& settings) {
 Result<void> SettingsFile::write(const DictionaryReference& settings) {
     const DictionaryReference kept = shallowCopy(settings);
     kept->insert(foreign_.begin(), foreign_.end());
-    std::string reason;
-    auto document = XMLWithPropertyList(kept, &reason);
-    if (!document) return failure("cannot be written: " + reason);
+    Result<std::string> document = XMLWithPropertyList(kept);
+    if (!document) return failure("cannot be written: " + document.failure().reason);
     if (const auto replaced = replaceFile(*path_, *document); !replaced)
         return failure("cannot be written: " + replaced.failure().reason);
-    contents_ = std::move(document);
+    contents_ = *std::move(document);
     isMissing_ = false;
     known_ = documentWithoutAvailableDevices(settings);
     return {};

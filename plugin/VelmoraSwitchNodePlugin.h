@@ -11,6 +11,7 @@
 #include "discovery/VelmoraSwitchController.h"
 #include "platform/foundation/NSBundle.h"
 #include "platform/foundation/NSObject.h"
+#include "platform/foundation/Text.h"
 #include "platform/threads/AtomicReference.h"
 #include "plugin/AttributeRecord.h"
 #include "plugin/PluginStatus.h"
@@ -94,7 +95,7 @@ class VelmoraSwitchNodePlugin final : public NSObject,
     // Refuse to read or set an attribute, in the log and in the outcome: because there is none of that name, or because
     // a number is out of range, as every number is before the matrix is known.
     void refuseName(const std::string& name);
-    void refuseNumber(const std::string& name, const char* format, std::int64_t number);
+    void refuseNumber(const std::string& name, FormatOfOneInteger format, std::int64_t number);
 
     const std::string _pluginName;
     const std::shared_ptr<NSBundle> _bundle;

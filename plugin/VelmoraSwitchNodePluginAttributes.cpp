@@ -222,7 +222,7 @@ void VelmoraSwitchNodePlugin::refuseName(const std::string& name) {
     status_.noteRefusal(name, "There is no attribute " + quotedText(name));
 }
 
-void VelmoraSwitchNodePlugin::refuseNumber(const std::string& name, const char* format, std::int64_t number) {
+void VelmoraSwitchNodePlugin::refuseNumber(const std::string& name, FormatOfOneInteger format, std::int64_t number) {
     const std::string reason = stringWithFormat(format, number);
     NSLog("%@ (Velmora Switch Plugin)", reason);
     if (connectionStatus().state == NodePluginConnectionState::connected) {

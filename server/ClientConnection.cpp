@@ -11,8 +11,8 @@ namespace velmora {
 
 namespace {
 
-// What a connection keeps for its next replies; a rare burst is given back.
-constexpr std::size_t roomKept = 4096;
+// Bytes that a connection keeps for its next replies; the room for a rare burst is given back.
+constexpr std::size_t kRoomKept = 4096;
 
 }  // namespace
 
@@ -35,7 +35,7 @@ void ClientConnection::start() {
     asio::error_code failure;
     const auto peer = socket_.remote_endpoint(failure);
     if (!failure) socket_.set_option(asio::ip::tcp::no_delay(true), failure);
-    // A client that has vanished without a word is given up by the kernel's probes.
+    // The kernel's probes end the connection of a client that has vanished without a word.
     if (!failure) socket_.set_option(asio::socket_base::keep_alive(true), failure);
     if (!failure) socket_.non_blocking(true, failure);
     if (failure) return;  // already gone
@@ -65,7 +65,7 @@ void ClientConnection::answerLine(const LineReader::Line& line) {
     if (delegate_) delegate_->serverDidReceiveLine(name_, line.text);
     const std::size_t begin = replies_.size();
     if (line.tooLong) {
-        replies_ += SwitchProtocol::error;
+        replies_ += SwitchProtocol::kError;
     } else {
         protocol_.answer(line.text, replies_);
     }
@@ -87,7 +87,7 @@ void ClientConnection::writeReplies() {
     const std::size_t written = socket_.write_some(asio::buffer(replies_), failure);
     if (failure && failure != asio::error::would_block) return;
     if (written == replies_.size()) return repliesWritten();
-    // The client does not take its replies. Nothing more is read from it until it has.
+    // The client does not take its replies. Nothing more is read from it until it does.
     asio::async_write(socket_, asio::buffer(replies_) + written,
                       [self = shared_from_this()](asio::error_code ended, std::size_t) {
                           if (!ended) self->repliesWritten();
@@ -96,7 +96,7 @@ void ClientConnection::writeReplies() {
 
 void ClientConnection::repliesWritten() {
     replies_.clear();
-    if (replies_.capacity() > roomKept) replies_.shrink_to_fit();
+    if (replies_.capacity() > kRoomKept) replies_.shrink_to_fit();
     if (faultyReply_) return sendFaultyReply();
     readNext();
 }

@@ -17,7 +17,7 @@
 
 namespace velmora {
 
-// Lives as long as something is to be read or written, held by its own pending operation. Server's thread only.
+// Kept alive by its own pending operation, as long as something is to be read or written. Server's thread only.
 class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   public:
     // Protocol, delegate, faults (both may be null) and count are not owned. The count is one higher while the
@@ -48,9 +48,9 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
     std::string name_;
     LineReader reader_;
     std::array<char, 2048> incoming_;
-    std::string_view unanswered_;          // what is left of them
-    std::optional<Delivery> faultyReply_;  // comes behind the replies, and before the next line is read
-    std::string replies_;                  // grows to what the lines of one read ask for and keeps its room
+    std::string_view unanswered_;          // the rest of the incoming bytes
+    std::optional<Delivery> faultyReply_;  // goes out after the replies, and before the next line is read
+    std::string replies_;                  // as much as the lines of one read ask for
 };
 
 }  // namespace velmora

@@ -24,25 +24,25 @@ struct FaultVerb {
 
 namespace {
 
-constexpr std::string_view lineEnd = "\r\n";
-constexpr std::string_view commands[] = {"MATRIXSIZE", "GET", "SET", "INPUTLABEL", "OUTPUTLABEL", "REFRESH"};
+constexpr std::string_view kLineEnd = "\r\n";
+constexpr std::string_view kCommands[] = {"MATRIXSIZE", "GET", "SET", "INPUTLABEL", "OUTPUTLABEL", "REFRESH"};
 
 std::string body(const Delivery& delivery) {
-    return delivery.text.substr(0, delivery.text.rfind(lineEnd));
+    return delivery.text.substr(0, delivery.text.rfind(kLineEnd));
 }
 
 void setBody(Delivery& delivery, const std::string& text) {
-    delivery.text = text + std::string(lineEnd);
+    delivery.text = text + std::string(kLineEnd);
 }
 
 template <typename Replace>
 void replaceNumbers(Delivery& delivery, Replace replace) {
-    constexpr const char* digits = "0123456789";
+    constexpr const char* kDigits = "0123456789";
     std::string changed;
     std::string_view rest = delivery.text;
     while (!rest.empty()) {
-        const bool isNumber = rest.find_first_of(digits) == 0;
-        const std::size_t end = isNumber ? rest.find_first_not_of(digits) : rest.find_first_of(digits);
+        const bool isNumber = rest.find_first_of(kDigits) == 0;
+        const std::size_t end = isNumber ? rest.find_first_not_of(kDigits) : rest.find_first_of(kDigits);
         const std::string part(rest.substr(0, end));
         changed += isNumber ? replace(part) : part;
         rest.remove_prefix(part.size());
@@ -63,14 +63,14 @@ void endUnansweredBy(Delivery& delivery, const Fault&) {
 
 using After = Delivery::After;
 using Level = FaultVerb::Level;
-constexpr int largest = 16 * 1024 * 1024;
+constexpr int kLargest = 16 * 1024 * 1024;
 
-constexpr FaultVerb verbs[] = {
-    {"delay", "MS", "", 600'000, "The reply comes so many milliseconds late.", Level::reply,
+constexpr FaultVerb kVerbs[] = {
+    {"delay", "MS", "", 600'000, "The reply comes this many milliseconds late.", Level::reply,
      [](Delivery& delivery, const Fault& fault) { delivery.delay = std::chrono::milliseconds(fault.number); }},
     {"silence", "", "", 0, "There is no reply.", Level::reply,
      [](Delivery& delivery, const Fault&) { delivery.text.clear(); }},
-    {"pieces", "N", "", largest, "The reply comes N bytes at a time, with pauses of 50 milliseconds.", Level::reply,
+    {"pieces", "N", "", kLargest, "The reply comes N bytes at a time, with pauses of 50 milliseconds.", Level::reply,
      [](Delivery& delivery, const Fault& fault) { delivery.pieceSize = static_cast<std::size_t>(fault.number); }},
     {"double", "", "", 0, "The reply comes twice, in one segment.", Level::reply,
      [](Delivery& delivery, const Fault&) { delivery.text += delivery.text; }},
@@ -80,7 +80,7 @@ constexpr FaultVerb verbs[] = {
      [](Delivery& delivery, const Fault&) { setBody(delivery, ""); }},
     {"not-utf8", "", "", 0, "The reply is bytes that are not UTF-8.", Level::reply,
      [](Delivery& delivery, const Fault&) { setBody(delivery, "\xFF\xFE\xC3( \x80"); }},
-    {"long", "N", "", largest, "The reply is N bytes and a line end.", Level::reply,
+    {"long", "N", "", kLargest, "The reply is N bytes and a line end.", Level::reply,
      [](Delivery& delivery, const Fault& fault) {
          setBody(delivery, std::string(static_cast<std::size_t>(fault.number), 'x'));
      }},
@@ -107,9 +107,9 @@ constexpr FaultVerb verbs[] = {
          delivery.text.resize(body(delivery).size() / 2);
          delivery.after = After::close;
      }},
-    {"close-after", "", "", 0, "The connection is closed behind the reply.", Level::reply, endBy<After::close>},
+    {"close-after", "", "", 0, "The connection is closed after the reply.", Level::reply, endBy<After::close>},
     {"reset", "", "", 0, "The connection is reset instead of a reply.", Level::reply, endUnansweredBy<After::reset>},
-    {"stop-reading", "", "", 0, "Behind the reply nothing more is read from the client.", Level::reply,
+    {"stop-reading", "", "", 0, "After the reply nothing more is read from the client.", Level::reply,
      endBy<After::stopReading>},
     {"mute", "", "", 0, "The connection is accepted, and nothing is ever said on it.", Level::connection, nullptr},
     {"no-accept", "", "", 0, "The connection and all after it are never accepted.", Level::listener, nullptr},
@@ -122,8 +122,8 @@ std::optional<int> parsedNumber(std::string_view text, int most) {
     return value;
 }
 
-// Takes the text behind the separator, and the separator, off.
-std::optional<std::string> takeBehind(char separator, std::string_view& text) {
+// Takes the separator and the text after it off the end.
+std::optional<std::string> takeAfter(char separator, std::string_view& text) {
     const std::size_t at = text.rfind(separator);
     if (at == std::string_view::npos) return std::nullopt;
     const std::string taken(text.substr(at + 1));
@@ -134,8 +134,9 @@ std::optional<std::string> takeBehind(char separator, std::string_view& text) {
 template <typename List, typename Name>
 std::string joined(const List& list, Name name) {
     std::string names;
-    for (const auto& item : list)
+    for (const auto& item : list) {
         names.append(names.empty() ? "" : ", ").append(name(item));
+    }
     return names;
 }
 
@@ -145,42 +146,45 @@ std::string_view commandOf(std::string_view line) {
 
 }  // namespace
 
-std::optional<std::string> parseFault(std::string_view text, Fault& fault) {
-    const auto occasion = takeBehind('#', text);
-    const auto command = takeBehind('@', text);
+Result<Fault> parseFault(std::string_view text) {
+    const auto occasion = takeAfter('#', text);
+    const auto command = takeAfter('@', text);
     const std::string_view name = text.substr(0, text.find('='));
-    const auto verb = std::ranges::find(verbs, name, &FaultVerb::name);
-    if (verb == std::end(verbs))
-        return stringWithFormat("\"%@\" is no fault; there are %@", name,
-                                joined(verbs, [](const FaultVerb& each) { return each.name; }));
-    Fault parsed{verb, verb->standard, 0, command.value_or(""), 0};
-    const bool given = name.size() < text.size();
-    if (given) parsed.text = text.substr(name.size() + 1);
-    if (given && *verb->argument == 0) return stringWithFormat("%@ takes no argument", name);
-    if (verb->most > 0) {
-        const auto value = parsedNumber(parsed.text, verb->most);
-        if (!value)
-            return stringWithFormat("%@ takes a number from 1 to %i, as in %@=100, not \"%@\"", name, verb->most, name,
-                                    parsed.text);
-        parsed.number = *value;
+    const auto verb = std::ranges::find(kVerbs, name, &FaultVerb::name);
+    if (verb == std::end(kVerbs)) {
+        return Failure{stringWithFormat("\"%@\" is not a fault; there are %@", name,
+                                        joined(kVerbs, [](const FaultVerb& each) { return each.name; }))};
     }
-    if (command && verb->level != Level::reply)
-        return stringWithFormat("%@ is of a whole connection, not of a command", name);
-    if (command && std::ranges::find(commands, *command) == std::end(commands))
-        return stringWithFormat("\"%@\" is no command; there are %@", *command,
-                                joined(commands, [](std::string_view each) { return each; }));
+    Fault fault{verb, verb->standard, 0, command.value_or(""), 0};
+    const bool given = name.size() < text.size();
+    if (given) fault.text = text.substr(name.size() + 1);
+    if (given && *verb->argument == 0) return Failure{stringWithFormat("%@ takes no argument", name)};
+    if (verb->most > 0) {
+        const auto value = parsedNumber(fault.text, verb->most);
+        if (!value) {
+            return Failure{stringWithFormat("%@ takes a number from 1 to %i, as in %@=100, not \"%@\"", name,
+                                            verb->most, name, fault.text)};
+        }
+        fault.number = *value;
+    }
+    if (command && verb->level != Level::reply) {
+        return Failure{stringWithFormat("%@ concerns a whole connection, not a command", name)};
+    }
+    if (command && std::ranges::find(kCommands, *command) == std::end(kCommands)) {
+        return Failure{stringWithFormat("\"%@\" is not a command; there are %@", *command,
+                                        joined(kCommands, [](std::string_view each) { return each; }))};
+    }
     if (occasion) {
         const auto value = parsedNumber(*occasion, 1'000'000'000);
-        if (!value) return stringWithFormat("behind # stands a number from 1 on, not \"%@\"", *occasion);
-        parsed.occasion = *value;
+        if (!value) return Failure{stringWithFormat("# takes a number from 1 on, not \"%@\"", *occasion)};
+        fault.occasion = *value;
     }
-    fault = std::move(parsed);
-    return std::nullopt;
+    return fault;
 }
 
 std::string faultHelp() {
     std::string help;
-    for (const FaultVerb& verb : verbs) {
+    for (const FaultVerb& verb : kVerbs) {
         const bool optional = *verb.standard != 0;
         std::string form = verb.name;
         if (*verb.argument != 0) form.append(optional ? "[=" : "=").append(verb.argument).append(optional ? "]" : "");
@@ -194,8 +198,9 @@ void FaultPlan::set(std::vector<Fault> faults) {
     MutexLock lock(mutex_);
     entries_.clear();
     connections_ = 0;
-    for (Fault& fault : faults)
+    for (Fault& fault : faults) {
         entries_.push_back({std::move(fault)});
+    }
 }
 
 std::optional<Delivery> FaultPlan::delivery(std::string_view line, std::string_view reply) {
@@ -216,8 +221,9 @@ bool FaultPlan::nextConnectionIsMute() {
     MutexLock lock(mutex_);
     ++connections_;
     for (const auto& [fault, met] : entries_) {
-        if (fault.verb->level == Level::connection && (fault.occasion == 0 || fault.occasion == connections_))
+        if (fault.verb->level == Level::connection && (fault.occasion == 0 || fault.occasion == connections_)) {
             return true;
+        }
     }
     return false;
 }

@@ -10,17 +10,18 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/foundation/Result.h"
 #include "platform/threads/ThreadAnnotations.h"
 
 namespace velmora {
 
-// How a reply goes out, and what the connection does behind it.
+// How a reply goes out, and what the connection does after it.
 struct Delivery {
     enum class After { serve, close, reset, stopReading };
 
     std::string text;                    // with its line end
     std::size_t pieceSize = 0;           // bytes that go out at once; 0 stands for all
-    std::string unasked;                 // goes out by itself behind the text; empty for nothing
+    std::string unasked;                 // goes out by itself after the text; empty for nothing
     std::chrono::milliseconds delay{0};  // before the first byte
     After after = After::serve;
 };
@@ -35,22 +36,22 @@ struct Fault {
     int occasion = 0;     // counted from 1; 0 for every one
 };
 
-// From VERB[=ARG][@COMMAND][#N]. None when it was understood; otherwise the reason in words, naming what is allowed.
-std::optional<std::string> parseFault(std::string_view text, Fault& fault);
-// All verbs with what they do, one a line, for a reader.
+// From VERB[=ARG][@COMMAND][#N]. The reason of a failure names what is allowed.
+Result<Fault> parseFault(std::string_view text);
+// All verbs with what they do, one to a line, for a reader.
 std::string faultHelp();
 
-// Whatever the fault, the server does what a command says; only the reply goes wrong. Any thread may call.
+// Whatever the fault, the server does what a command says; only the reply goes wrong. Any thread.
 class FaultPlan {
   public:
     explicit FaultPlan(std::vector<Fault> faults = {}) { set(std::move(faults)); }
-    // Replaces the faults; what they count starts anew.
+    // Replaces the faults and starts their counts anew.
     void set(std::vector<Fault> faults) EXCLUDES(mutex_);
 
-    // Counts a command line. What is to become of its reply (given without its end), by all the faults that are due, in
-    // their order; none for the usual.
+    // Counts a command line, and answers what all the faults that are due, in their order, make of its reply (given
+    // without its end); none when no fault is due.
     std::optional<Delivery> delivery(std::string_view line, std::string_view reply) EXCLUDES(mutex_);
-    // Counts a connection: true for one on which nothing may be said.
+    // Counts a connection, and answers whether nothing may be said on it.
     bool nextConnectionIsMute() EXCLUDES(mutex_);
     // Whether the next connection may not be accepted for now. Counts nothing.
     bool acceptingIsHeld() const EXCLUDES(mutex_);
@@ -58,7 +59,7 @@ class FaultPlan {
   private:
     struct Entry {
         Fault fault;
-        std::int64_t met = 0;  // the commands that it concerned so far
+        std::int64_t met = 0;  // how many commands it has concerned so far
     };
 
     mutable Mutex mutex_;

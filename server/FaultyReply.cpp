@@ -10,15 +10,16 @@ namespace velmora {
 
 namespace {
 
-constexpr std::chrono::milliseconds pauseBetweenSegments(50);
+constexpr std::chrono::milliseconds kPauseBetweenSegments{50};
 // How often a connection that is not read from is asked whether the client still has it.
-constexpr std::chrono::milliseconds endLook(100);
+constexpr std::chrono::milliseconds kEndLook{100};
 
 std::vector<std::string> segmentsOf(const Delivery& delivery) {
     std::vector<std::string> segments;
     const std::size_t size = delivery.pieceSize == 0 ? delivery.text.size() : delivery.pieceSize;
-    for (std::size_t at = 0; at < delivery.text.size(); at += size)
+    for (std::size_t at = 0; at < delivery.text.size(); at += size) {
         segments.push_back(delivery.text.substr(at, size));
+    }
     if (!delivery.unasked.empty()) segments.push_back(delivery.unasked);
     return segments;
 }
@@ -52,9 +53,9 @@ void FaultyReply::sendNext() {
     asio::async_write(socket_, asio::buffer(segment),
                       [self = shared_from_this()](asio::error_code failure, std::size_t) {
                           if (failure) return;
-                          // Behind the last of several comes a pause too: what follows is no part of them.
+                          // A pause follows the last of several, too: what comes next is not one of them.
                           if (self->segments_.size() == 1) return self->finish();
-                          self->wait(pauseBetweenSegments, &FaultyReply::sendNext);
+                          self->wait(kPauseBetweenSegments, &FaultyReply::sendNext);
                       });
 }
 
@@ -64,7 +65,7 @@ void FaultyReply::finish() {
         case Delivery::After::serve:
             return done_();
         case Delivery::After::close:
-            // In order, whatever the client still says: closing at once would reset the connection under its words.
+            // In order, whatever the client still sends: closing at once would answer that with a reset.
             socket_.shutdown(asio::ip::tcp::socket::shutdown_send, failure);
             return discardUntilTheEnd();
         case Delivery::After::reset:
@@ -85,7 +86,7 @@ void FaultyReply::discardUntilTheEnd() {
 
 void FaultyReply::holdUntilTheEnd() {
     pollfd end{socket_.native_handle(), POLLRDHUP, 0};
-    if (::poll(&end, 1, 0) == 0) wait(endLook, &FaultyReply::holdUntilTheEnd);
+    if (::poll(&end, 1, 0) == 0) wait(kEndLook, &FaultyReply::holdUntilTheEnd);
 }
 
 }  // namespace velmora

@@ -16,13 +16,14 @@
 
 namespace velmora {
 
-// Lives, and holds what its callbacks hold, as long as something is to be sent or the end of the client is awaited.
+// Lives, and keeps alive what its callbacks hold, until everything is sent and, where it waits for that, the client has
+// gone.
 // Server's thread only.
 class FaultyReply : public std::enable_shared_from_this<FaultyReply> {
   public:
-    // What goes out at once, with a line end where it has one.
+    // A part of the reply that goes out at once, with its line end where it has one.
     using Sending = std::function<void(std::string_view segment)>;
-    // The connection is to be served on. Not called when that has ended, or is never to be.
+    // The connection is to be served further. Not called when it has ended, or must not be.
     using Done = std::function<void()>;
 
     // The socket is not owned; the callbacks keep it alive.

@@ -24,8 +24,9 @@ void appendAddresses(std::string_view interface, int family, socklen_t length, s
         if (name.substr(0, name.find(':')) != interface) continue;
         if (each->ifa_addr == nullptr || each->ifa_addr->sa_family != family) continue;
         char text[NI_MAXHOST];
-        if (getnameinfo(each->ifa_addr, length, text, sizeof text, nullptr, 0, NI_NUMERICHOST) == 0)
+        if (getnameinfo(each->ifa_addr, length, text, sizeof text, nullptr, 0, NI_NUMERICHOST) == 0) {
             addresses.emplace_back(text);
+        }
     }
 }
 

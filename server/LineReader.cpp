@@ -20,14 +20,14 @@ std::optional<LineReader::Line> LineReader::next(std::string_view& chunk) {
     partner_ = chunk[end] == '\n' ? '\r' : '\n';
     chunk.remove_prefix(end + 1);
     // The usual case: the whole line is in the chunk and need not be copied.
-    if (kept_.empty() && text.size() <= maximumLength) return Line{text, false};
+    if (kept_.empty() && text.size() <= kMaximumLength) return Line{text, false};
     keep(text);
     lineGivenOut_ = true;
     return Line{kept_, keptTooLong_};
 }
 
 void LineReader::keep(std::string_view bytes) {
-    const std::size_t taken = std::min(bytes.size(), maximumLength - kept_.size());
+    const std::size_t taken = std::min(bytes.size(), kMaximumLength - kept_.size());
     kept_.append(bytes.substr(0, taken));
     if (taken < bytes.size()) keptTooLong_ = true;
 }

@@ -8,19 +8,19 @@
 
 namespace velmora {
 
-// LF CR, CR LF, LF and CR end a line; the first byte of a pair already does, and its partner is passed over when it
-// comes. Any other byte is part of the line. Holds at most maximumLength bytes. One thread at a time.
+// LF CR, CR LF, LF and CR end a line. The first byte of a pair already ends it; its partner is skipped when it comes.
+// Any other byte is part of the line. Holds at most kMaximumLength bytes. One thread at a time.
 class LineReader {
   public:
-    static constexpr std::size_t maximumLength = 1024;
+    static constexpr std::size_t kMaximumLength = 1024;
 
     struct Line {
         std::string_view text;  // without its end; valid until the next call
-        bool tooLong;           // the text is only the first maximumLength bytes of the line
+        bool tooLong;           // the text is only the first kMaximumLength bytes of the line
     };
 
-    // Takes bytes off the front of the chunk up to the next line end. None when the chunk holds none; then all of it
-    // has been taken.
+    // Takes bytes off the front of the chunk up to the next line end. None when the chunk holds no line end; then all
+    // of it has been taken.
     std::optional<Line> next(std::string_view& chunk);
 
   private:

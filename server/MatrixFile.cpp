@@ -4,7 +4,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <optional>
 
 #include "platform/foundation/FileContents.h"
 #include "platform/foundation/Text.h"
@@ -13,79 +12,81 @@ namespace velmora {
 
 namespace {
 
-// No file of a matrix is as long as this, whatever its labels: two lists of labels, each byte of them escaped, and one
+// No file of a matrix is longer than this, whatever its labels: two lists of labels, each byte of them escaped, and one
 // of routes, each item on a line of its own.
-constexpr std::size_t longestLine = 16;  // without a label
-constexpr std::size_t longestLabelLine = 2 * VirtualMatrix::maximumLabelBytes + longestLine;
-constexpr std::size_t longestFile = VirtualMatrix::maximumSize * (2 * longestLabelLine + longestLine);
+constexpr std::size_t kLongestLine = 16;  // without a label
+constexpr std::size_t kLongestLabelLine = 2 * VirtualMatrix::kMaximumLabelBytes + kLongestLine;
+constexpr std::size_t kLongestFile = VirtualMatrix::kMaximumSize * (2 * kLongestLabelLine + kLongestLine);
 
-std::optional<std::string> readLabels(const QString& key, const QJsonValue& value, std::vector<std::string>& labels) {
-    if (!value.isArray()) return stringWithFormat("\"%@\" is not a list of labels", key.toStdString());
+Result<void> readLabels(const QString& key, const QJsonValue& value, std::vector<std::string>& labels) {
+    if (!value.isArray()) return Failure{stringWithFormat("\"%@\" is not a list of labels", key.toStdString())};
     const QJsonArray list = value.toArray();
     for (const QJsonValue item : list) {
-        if (!item.isString())
-            return stringWithFormat("item %li of \"%@\" is not a text", labels.size() + 1, key.toStdString());
+        if (!item.isString()) {
+            return Failure{stringWithFormat("item %li of \"%@\" is not a text", labels.size() + 1, key.toStdString())};
+        }
         labels.push_back(item.toString().toStdString());
     }
-    return std::nullopt;
+    return {};
 }
 
-std::optional<std::string> readRoutes(const QJsonValue& value, std::vector<int>& routes) {
-    if (!value.isArray()) return "\"routes\" is not a list of input numbers";
+Result<void> readRoutes(const QJsonValue& value, std::vector<int>& routes) {
+    if (!value.isArray()) return Failure{"\"routes\" is not a list of input numbers"};
     const QJsonArray list = value.toArray();
     for (const QJsonValue item : list) {
         const int input = item.toInt(0);  // 0 for everything that is not a whole number
-        if (input < 1)
-            return stringWithFormat("item %li of \"routes\" is not the number of an input", routes.size() + 1);
+        if (input < 1) {
+            return Failure{stringWithFormat("item %li of \"routes\" is not the number of an input", routes.size() + 1)};
+        }
         routes.push_back(input);
     }
-    return std::nullopt;
+    return {};
+}
+
+Result<void> readItem(const QString& key, const QJsonValue& value, MatrixContents& contents) {
+    if (key == u"inputs") return readLabels(key, value, contents.inputLabels);
+    if (key == u"outputs") return readLabels(key, value, contents.outputLabels);
+    if (key == u"routes") return readRoutes(value, contents.routes);
+    return Failure{
+        stringWithFormat("it holds \"%@\"; only \"inputs\", \"outputs\" and \"routes\" are known", key.toStdString())};
 }
 
 QJsonArray labelList(const std::vector<std::string>& labels) {
     QJsonArray list;
-    for (const std::string& label : labels)
+    for (const std::string& label : labels) {
         list.append(QString::fromStdString(label));
+    }
     return list;
 }
 
 }  // namespace
 
 Result<MatrixContents> readMatrixFile(const std::string& path) {
-    const Result<std::string> file = readFile(path, longestFile);
+    const Result<std::string> file = readFile(path, kLongestFile);
     if (!file) return file.failure();
 
     QJsonParseError failure;
     const QJsonDocument document =
         QJsonDocument::fromJson(QByteArray::fromRawData(file->data(), static_cast<qsizetype>(file->size())), &failure);
-    if (failure.error != QJsonParseError::NoError)
+    if (failure.error != QJsonParseError::NoError) {
         return Failure{
             stringWithFormat("it is damaged at byte %i: %@", failure.offset, failure.errorString().toStdString())};
+    }
     if (!document.isObject()) return Failure{"it is not a JSON object"};
 
     MatrixContents read;
     const QJsonObject object = document.object();
     for (auto item = object.begin(); item != object.end(); ++item) {
-        std::optional<std::string> reason;
-        if (item.key() == u"inputs") {
-            reason = readLabels(item.key(), item.value(), read.inputLabels);
-        } else if (item.key() == u"outputs") {
-            reason = readLabels(item.key(), item.value(), read.outputLabels);
-        } else if (item.key() == u"routes") {
-            reason = readRoutes(item.value(), read.routes);
-        } else {
-            reason = stringWithFormat("it holds \"%@\"; only \"inputs\", \"outputs\" and \"routes\" are known",
-                                      item.key().toStdString());
-        }
-        if (reason) return Failure{*reason};
+        if (const auto known = readItem(item.key(), item.value(), read); !known) return known.failure();
     }
     return read;
 }
 
 Result<void> writeMatrixFile(const std::string& path, const MatrixContents& contents) {
     QJsonArray routes;
-    for (const int input : contents.routes)
+    for (const int input : contents.routes) {
         routes.append(input);
+    }
     const QByteArray bytes = QJsonDocument(QJsonObject{{"inputs", labelList(contents.inputLabels)},
                                                        {"outputs", labelList(contents.outputLabels)},
                                                        {"routes", routes}})

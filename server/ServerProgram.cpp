@@ -34,8 +34,7 @@ namespace velmora {
 
 namespace {
 
-constexpr int exitFailed = 1;
-constexpr int exitWrongUsage = 2;
+constexpr const char* kProgramPrefix = "velmora-switch-server: ";
 
 // A new IPv6 address has this long to become one that can be listened on.
 constexpr std::chrono::seconds kNewAddressTime{3};
@@ -43,8 +42,9 @@ constexpr std::chrono::milliseconds kNewAddressPause{50};
 
 std::string joined(const std::vector<std::string>& names) {
     std::string text;
-    for (const std::string& name : names)
+    for (const std::string& name : names) {
         text += (text.empty() ? "" : ", ") + name;
+    }
     return text;
 }
 
@@ -57,8 +57,7 @@ class Program final : public SwitchServerDelegate {
           faults_(options.faults),
           server_(matrix_, this, options.faults.empty() ? nullptr : &faults_) {}
 
-    // The exit code.
-    int run();
+    ServerExitCode run();
 
     void serverDidReceiveLine(std::string_view client, std::string_view line) override {
         if (options_.verbose) output_.add(std::string(client).append(" < ").append(line));
@@ -72,10 +71,10 @@ class Program final : public SwitchServerDelegate {
     }
 
   private:
-    // Any thread; nobody waits for a terminal that has been stopped.
-    void complain(const std::string& what) { complaints_.add("velmora-switch-server: " + what); }
+    // Any thread; does not wait for a terminal that has been stopped.
+    void complain(const std::string& what) { complaints_.add(kProgramPrefix + what); }
 
-    // Each is false when the program cannot go on, and has said why.
+    // Each answers false when the program cannot go on, and has said why.
     bool takeState();
     bool takeLabels();
     bool listen();
@@ -111,17 +110,13 @@ bool Program::takeState() {
 
 bool Program::takeLabels() {
     auto contents = readMatrixFile(options_.labelsFile);
-    std::optional<std::string> reason;
-    if (contents) {
-        contents->routes.clear();  // a state file serves as well, for its labels
-        reason = matrix_.apply(*std::move(contents));
-    } else {
-        reason = contents.failure().reason;
-    }
-    if (reason)
-        complain("cannot use the labels file " + options_.labelsFile + ": " + *reason +
+    if (contents) contents->routes.clear();  // a state file serves as well, for its labels
+    const Result<void> taken = contents ? matrix_.apply(*std::move(contents)) : contents.failure();
+    if (!taken) {
+        complain("cannot use the labels file " + options_.labelsFile + ": " + taken.failure().reason +
                  ". Mend it, or see --labels, --inputs and --outputs in --help.");
-    return !reason;
+    }
+    return static_cast<bool>(taken);
 }
 
 // Everywhere that the announcement leads to, unless the user knows better. Without an interface nobody but this machine
@@ -159,19 +154,20 @@ bool Program::listen() {
                  ": it has no address. Set it up, or give --address (0.0.0.0 or :: for all that come and go).");
         return false;
     }
-    if (const auto reason = server_.start(addresses, options_.port)) {
+    if (const auto started = server_.start(addresses, options_.port); !started) {
         complain(
             stringWithFormat("cannot listen on %@ port %i: %@. Choose another --port (0 is any free one) or --address.",
-                             joined(addresses), options_.port, *reason));
+                             joined(addresses), options_.port, started.failure().reason));
         return false;
     }
     return true;
 }
 
 bool Program::canKeepState(const Result<void>& tried) {
-    if (!tried)
+    if (!tried) {
         complain("cannot keep the state in " + options_.stateFile + ": " + tried.failure().reason +
                  ". Mend that, or name another file with --state.");
+    }
     return static_cast<bool>(tried);
 }
 
@@ -204,45 +200,53 @@ void Program::announce() {
         });
 }
 
-int Program::run() {
-    if (!options_.stateFile.empty() && !takeState()) return exitWrongUsage;
-    if (!options_.labelsFile.empty() && !takeLabels()) return exitWrongUsage;
-    if (!listen()) return exitFailed;
-    // Written only now: a start that fails for another reason leaves no file of another size behind.
-    if (keeper_ && !canKeepState(keeper_->start())) return exitFailed;
+ServerExitCode Program::run() {
+    if (!options_.stateFile.empty() && !takeState()) return ServerExitCode::wrongUsage;
+    if (!options_.labelsFile.empty() && !takeLabels()) return ServerExitCode::wrongUsage;
+    if (!listen()) return ServerExitCode::failed;
+    // Written only now, so that a start that fails for another reason leaves no file of another size.
+    if (keeper_ && !canKeepState(keeper_->start())) return ServerExitCode::failed;
     output_.add("listening on " + server_.endpoint());
     if (options_.announce) announce();
     QCoreApplication::exec();
     announcement_.reset();
     server_.stop();
-    if (!keeper_) return 0;
+    if (!keeper_) return ServerExitCode::done;
     const auto kept = keeper_->stop();
-    if (!kept)
+    if (!kept) {
         complain("the state file " + options_.stateFile + " may lack the last changes: " + kept.failure().reason + ".");
-    return kept ? 0 : exitFailed;
+    }
+    return kept ? ServerExitCode::done : ServerExitCode::failed;
 }
 
-// The exit code: what could not be printed is no success.
-int print(const std::string& text, bool isError, int exitCode) {
-    std::FILE* const file = isError ? stderr : stdout;
-    if (std::fputs(text.c_str(), file) >= 0 && std::fflush(file) == 0) return exitCode;
-    const std::string reason = failureOfSystem(errno).reason;
-    if (!isError) std::fprintf(stderr, "velmora-switch-server: cannot print this: %s\n", reason.c_str());
-    return isError ? exitCode : exitFailed;
+// Outside a program's life: waits until it is printed.
+void complain(const std::string& what) {
+    std::fprintf(stderr, "%s%s\n", kProgramPrefix, stringByEscapingControlCharacters(what).c_str());
+}
+
+ServerExitCode print(const std::string& text) {
+    if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) return ServerExitCode::done;
+    complain("cannot print this: " + failureOfSystem(errno).reason);
+    return ServerExitCode::failed;
 }
 
 }  // namespace
 
-int runSwitchServer(const QStringList& arguments) {
-    const ParsedServerOptions parsed = parseServerOptions(arguments);
-    if (!parsed.options) return print(parsed.message, parsed.exitCode != 0, parsed.exitCode);
+ServerExitCode runSwitchServer(const QStringList& arguments) {
+    const Result<ServerOptions> options = parseServerOptions(arguments);
+    if (!options) {
+        complain(options.failure().reason + ". See velmora-switch-server --help.");
+        return ServerExitCode::wrongUsage;
+    }
+    if (!options->information.empty()) return print(options->information);
     raiseDescriptorLimit();  // before anything takes a descriptor
     const Interruption interruption([] { QCoreApplication::quit(); }, Interruption::Second::callsAgain);
     std::signal(SIGPIPE, SIG_IGN);  // a reader of our output that leaves does not end the server
     try {
-        return Program(*parsed.options).run();
+        return Program(*options).run();
     } catch (const std::exception& failure) {  // no memory, no threads
-        return print(stringWithFormat("velmora-switch-server: cannot go on: %@\n", failure.what()), true, exitFailed);
+        complain(std::string("cannot go on: ") + failure.what());
+        return ServerExitCode::failed;
     }
 }
 

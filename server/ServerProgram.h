@@ -5,11 +5,16 @@
 
 namespace velmora {
 
-// Runs the program on the main thread, under an application object, until a signal ends it. The exit code: 0 ended in
-// order, 1 the network or the disk did not let it work, 2 wrong command line or unusable file.
-int runSwitchServer(const QStringList& arguments);
+enum class ServerExitCode : int {
+    done = 0,
+    failed = 1,      // the network or the disk did not let it work
+    wrongUsage = 2,  // wrong command line or unusable file
+};
 
-// Lets this process have as many clients as the system allows it descriptors.
+// Runs the program on the main thread, under an application object, until a signal ends it.
+ServerExitCode runSwitchServer(const QStringList& arguments);
+
+// Allows this process as many descriptors, and so clients, as the system lets it have.
 void raiseDescriptorLimit();
 
 }  // namespace velmora

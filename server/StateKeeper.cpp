@@ -13,9 +13,9 @@ namespace velmora {
 namespace {
 
 // The least time between two writes: changes that come faster share one.
-constexpr auto writePause = std::chrono::milliseconds(100);
-// And after one that failed.
-constexpr auto retryPause = std::chrono::seconds(1);
+constexpr std::chrono::milliseconds kWritePause{100};
+// The pause after a write that failed.
+constexpr std::chrono::milliseconds kRetryPause{1000};
 
 }  // namespace
 
@@ -32,7 +32,7 @@ StateKeeper::~StateKeeper() {
 Result<void> StateKeeper::lock() {
     // The file that is locked is the one that is kept, wherever a link leads by then.
     std::error_code unresolved;
-    if (const auto file = std::filesystem::canonical(path_, unresolved); !unresolved) path_ = file.string();
+    if (const auto file = std::filesystem::weakly_canonical(path_, unresolved); !unresolved) path_ = file.string();
     Result<FileLock> lock = FileLock::take(path_);
     if (!lock) return lock.failure();
     lock_.emplace(*std::move(lock));
@@ -44,8 +44,7 @@ Result<void> StateKeeper::load() {
     if (std::filesystem::symlink_status(path_, unknown).type() == std::filesystem::file_type::not_found) return {};
     Result<MatrixContents> contents = readMatrixFile(path_);
     if (!contents) return contents.failure();
-    if (auto reason = matrix_.apply(*std::move(contents))) return Failure{*reason};
-    return {};
+    return matrix_.apply(*std::move(contents));
 }
 
 Result<void> StateKeeper::start() {
@@ -75,8 +74,9 @@ void StateKeeper::matrixChanged() {
 void StateKeeper::keep() {
     MutexLock lock(mutex_);
     for (;;) {
-        while (!changed_ && !stopping_)
+        while (!changed_ && !stopping_) {
             wake_.wait(lock);
+        }
         if (!changed_) return;
         changed_ = false;
         const bool isLast = stopping_;
@@ -85,7 +85,7 @@ void StateKeeper::keep() {
         try {
             written_ = writeMatrixFile(path_, matrix_.contents());
         } catch (const std::bad_alloc&) {
-            written_ = Failure{"there is no memory for it"};
+            written_ = Failure{"out of memory"};  // itself short enough to need none
         }
         if (!written_ && wasWritten && !isLast) trouble_(written_.failure().reason);
         lock.lock();
@@ -93,7 +93,7 @@ void StateKeeper::keep() {
             if (isLast) return;
             changed_ = true;
         }
-        const auto next = std::chrono::steady_clock::now() + (written_ ? writePause : retryPause);
+        const auto next = std::chrono::steady_clock::now() + (written_ ? kWritePause : kRetryPause);
         while (!stopping_ && wake_.wait_until(lock, next) == std::cv_status::no_timeout) {
         }
     }

@@ -17,8 +17,8 @@ namespace velmora {
 // Becomes the matrix's change observer. Made before and destroyed after everyone who changes the matrix, by one thread.
 class StateKeeper {
   public:
-    // Called on the keeper's thread when the file could not be written, once until it could be again. It is tried again
-    // until it can be.
+    // Called on the keeper's thread when the file could not be written: once, until it could be again. Writing is tried
+    // again until then.
     using Trouble = std::function<void(const std::string& reason)>;
 
     // The matrix is not owned.
@@ -27,15 +27,15 @@ class StateKeeper {
     StateKeeper& operator=(const StateKeeper&) = delete;
     ~StateKeeper();
 
-    // Has the file for this keeper alone, as long as it lives; a failure when another server keeps its matrix there.
-    // Comes first.
+    // Comes first. Has the file for this keeper alone, as long as it lives; a failure when another server keeps its
+    // matrix there.
     Result<void> lock();
-    // Takes the file's contents over into the matrix, where there is such a file. The file is only read.
+    // Takes the file's contents over into the matrix; a file that does not exist leaves the matrix as it is.
     Result<void> load();
-    // Writes the file once, so that a place that cannot be written is found at the start, and keeps it from then on.
-    // When it cannot be written, it is as it was.
+    // Writes the file once, so that a place that cannot be written is found at the start, and keeps it from then on. On
+    // failure the file is as it was.
     Result<void> start();
-    // Ends the keeping, with the last change written; a failure when that could not be.
+    // Writes the last change and ends; a failure when that could not be written.
     Result<void> stop();
 
   private:
@@ -49,7 +49,7 @@ class StateKeeper {
     Condition wake_;
     bool changed_ GUARDED_BY(mutex_) = false;
     bool stopping_ GUARDED_BY(mutex_) = false;
-    Result<void> written_;  // at the last try; keeper's thread, and of no thread before and after
+    Result<void> written_;  // at the last try; belongs to the keeper's thread while that runs
     std::optional<FileLock> lock_;
     std::thread thread_;
 };

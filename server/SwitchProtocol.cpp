@@ -15,7 +15,7 @@ std::string_view takeField(std::string_view& line) {
     return field;
 }
 
-// None for everything that is not the one way to write a number from 1 on.
+// A number from 1 on, written in the one way that is allowed; none for everything else.
 std::optional<int> number(std::string_view field) {
     int value = 0;
     const char* const end = field.data() + field.size();
@@ -32,14 +32,14 @@ void append(int value, std::string& text) {
 }  // namespace
 
 void SwitchProtocol::answer(std::string_view line, std::string& reply) const {
-    if (!answerKnown(line, reply)) reply += error;
+    if (!answerKnown(line, reply)) reply += kError;
 }
 
-// False, with nothing appended, for what is no request or asks for what the matrix does not have.
+// False, with nothing appended, for a line that is not a request or names a number that the matrix does not have.
 bool SwitchProtocol::answerKnown(std::string_view line, std::string& reply) const {
     // The commands without arguments first: they are the whole line, so no blank may follow them.
     if (line == "REFRESH") {
-        reply += acknowledgement;
+        reply += kAcknowledgement;
         return true;
     }
     if (line == "MATRIXSIZE") {
@@ -53,7 +53,7 @@ bool SwitchProtocol::answerKnown(std::string_view line, std::string& reply) cons
         const auto output = number(takeField(line));
         const auto input = number(line);
         if (!output || !input || !matrix_.route(*output, *input)) return false;
-        reply += acknowledgement;
+        reply += kAcknowledgement;
         return true;
     }
     const auto argument = number(line);

@@ -15,7 +15,7 @@ namespace velmora {
 namespace {
 
 // How long new clients wait before the next try when there was no room for them, or a fault held them back.
-constexpr auto acceptPause = std::chrono::milliseconds(50);
+constexpr std::chrono::milliseconds kAcceptPause{50};
 
 }  // namespace
 
@@ -24,7 +24,7 @@ class SwitchServer::Listener {
   public:
     Listener(SwitchServer& server, asio::io_context& context) : server_(server), acceptor_(context), pause_(context) {}
 
-    // Where it listens then: a port of 0 has become a free one.
+    // Answers where it listens: a port of 0 has become a free one.
     asio::ip::tcp::endpoint listen(const asio::ip::tcp::endpoint& endpoint) {
         acceptor_.open(endpoint.protocol());
         // A server that is started again at once gets its port back although old connections linger.
@@ -38,7 +38,7 @@ class SwitchServer::Listener {
 
   private:
     void acceptNext() {
-        // Waited for first and then taken: a fault may hold it back until the moment when it is there.
+        // First waited for, then taken: by then a fault may hold it back.
         acceptor_.async_wait(asio::ip::tcp::acceptor::wait_read, [this](asio::error_code failure) {
             if (failure) return;
             if (server_.faults_ && server_.faults_->acceptingIsHeld()) return acceptAfterPause();
@@ -62,13 +62,14 @@ class SwitchServer::Listener {
 
     // Out of descriptors or of memory: the clients wait in the kernel's queue and are tried again now and then.
     void acceptLater(asio::error_code failure) {
-        if (!std::exchange(troubleReported_, true) && server_.delegate_)
+        if (!std::exchange(troubleReported_, true) && server_.delegate_) {
             server_.delegate_->serverCannotAccept(failure.message());
+        }
         acceptAfterPause();
     }
 
     void acceptAfterPause() {
-        pause_.expires_after(acceptPause);
+        pause_.expires_after(kAcceptPause);
         pause_.async_wait([this](asio::error_code ended) {
             if (!ended) acceptNext();
         });
@@ -80,8 +81,7 @@ class SwitchServer::Listener {
     bool troubleReported_ = false;
 };
 
-// What exists only between start and stop. Connections are held by their pending operations, which end with the
-// io_context.
+// Exists only between start and stop. Connections are held by their pending operations, which end with the io_context.
 class SwitchServer::Listeners {
   public:
     Listeners(SwitchServer& server, const std::vector<std::string>& addresses, std::uint16_t port) {
@@ -111,7 +111,7 @@ SwitchServer::~SwitchServer() {
     stop();
 }
 
-std::optional<std::string> SwitchServer::start(const std::vector<std::string>& addresses, std::uint16_t port) {
+Result<void> SwitchServer::start(const std::vector<std::string>& addresses, std::uint16_t port) {
     stop();
     // A port that is free at one address may be taken at the next; then another free one is tried.
     constexpr int kAttempts = 20;
@@ -119,14 +119,14 @@ std::optional<std::string> SwitchServer::start(const std::vector<std::string>& a
         try {
             listeners_ = std::make_unique<Listeners>(*this, addresses, port);
             thread_ = std::thread([listeners = listeners_.get()] { listeners->run(); });
-            return std::nullopt;
+            return {};
         } catch (const asio::system_error& error) {
             listeners_.reset();
             if (port == 0 && error.code() == asio::error::address_in_use && attempt < kAttempts) continue;
-            return error.code().message();
+            return Failure{error.code().message()};
         } catch (const std::exception& error) {
             listeners_.reset();
-            return error.what();
+            return Failure{error.what()};
         }
     }
 }

@@ -5,12 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
 
+#include "platform/foundation/Result.h"
 #include "server/FaultPlan.h"
 #include "server/SwitchProtocol.h"
 #include "server/VirtualMatrix.h"
@@ -21,18 +21,18 @@ namespace velmora {
 class SwitchServerDelegate {
   public:
     virtual ~SwitchServerDelegate() = default;
-    // A line as it came, without its end, or its first part when it was too long.
+    // A line as it came, without its end; of one that is too long the beginning.
     virtual void serverDidReceiveLine(std::string_view client, std::string_view line) { (void)client, (void)line; }
-    // A reply as it goes, without its end; where a fault cuts it or adds to it, what goes out at once.
+    // A reply as it goes, without its end; where a fault cuts it or adds to it, each part that goes out at once.
     virtual void serverDidAnswerLine(std::string_view client, std::string_view reply) { (void)client, (void)reply; }
-    // New clients wait, with the reason in words, until some of the present ones have left.
+    // New clients wait until some of the present ones have left.
     virtual void serverCannotAccept(const std::string& reason) { (void)reason; }
 };
 
 // Each line is answered by one line that ends with CR LF; the replies to the lines that came together go out in one
 // write. A client whose replies do not leave is not read from until they have: what it can make the server hold is
-// bounded, and the others do not feel it. Faults, where they are given, change all that on purpose. Made, started,
-// stopped and destroyed by one thread; the plain questions may be asked on any.
+// bounded, and the others do not feel it. Faults change all that on purpose. Made, started, stopped and destroyed by
+// one thread; its port, endpoint and number of clients may be asked for on any.
 class SwitchServer {
   public:
     // None is owned; all outlive the server. Delegate and faults may be null.
@@ -41,13 +41,10 @@ class SwitchServer {
     SwitchServer& operator=(const SwitchServer&) = delete;
     ~SwitchServer();
 
-    // Listens on IPv4 or IPv6 addresses, at least one, all on the same port (a free one for port 0), and serves. None
-    // when it does, the reason in words when it cannot listen on each of them. A link-local address ends in "%" and its
-    // interface.
-    std::optional<std::string> start(const std::vector<std::string>& addresses, std::uint16_t port);
-    std::optional<std::string> start(const std::string& address, std::uint16_t port) {
-        return start(std::vector{address}, port);
-    }
+    // Listens on IPv4 or IPv6 addresses, at least one, all on the same port (a free one for port 0), and serves; a
+    // failure when it cannot listen on each of them. A link-local address ends in "%" and its interface.
+    Result<void> start(const std::vector<std::string>& addresses, std::uint16_t port);
+    Result<void> start(const std::string& address, std::uint16_t port) { return start(std::vector{address}, port); }
     // Closes every connection and ends the thread. A stopped server may be started again.
     void stop();
 

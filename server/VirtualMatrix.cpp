@@ -12,8 +12,9 @@ namespace {
 std::vector<std::string> numberedLabels(const char* kind, int count) {
     std::vector<std::string> labels;
     labels.reserve(static_cast<std::size_t>(count));
-    for (int number = 1; number <= count; ++number)
+    for (int number = 1; number <= count; ++number) {
         labels.push_back(std::string(kind) + std::to_string(number));
+    }
     return labels;
 }
 
@@ -37,28 +38,33 @@ void blankControlCharacters(std::string& label) {
     }
 }
 
-std::optional<std::string> whyUnfit(const std::vector<std::string>& labels, int count, const char* kind) {
-    if (labels.size() > static_cast<std::size_t>(count))
-        return stringWithFormat("it has %li %@ labels, but the matrix has %i %@s", labels.size(), kind, count, kind);
-    for (const std::string& label : labels) {
-        if (label.size() > VirtualMatrix::maximumLabelBytes)
-            return stringWithFormat("the label of %@ %li is longer than %li bytes", kind, &label - labels.data() + 1,
-                                    VirtualMatrix::maximumLabelBytes);
-        if (!isValidUTF8(label))
-            return stringWithFormat("the label of %@ %li is not UTF-8", kind, &label - labels.data() + 1);
+Result<void> checkLabels(const std::vector<std::string>& labels, int count, const char* kind) {
+    if (labels.size() > static_cast<std::size_t>(count)) {
+        return Failure{
+            stringWithFormat("it has %li %@ labels, but the matrix has %i %@s", labels.size(), kind, count, kind)};
     }
-    return std::nullopt;
+    for (const std::string& label : labels) {
+        if (label.size() > VirtualMatrix::kMaximumLabelBytes) {
+            return Failure{stringWithFormat("the label of %@ %li is longer than %li bytes", kind,
+                                            &label - labels.data() + 1, VirtualMatrix::kMaximumLabelBytes)};
+        }
+        if (!isValidUTF8(label)) {
+            return Failure{stringWithFormat("the label of %@ %li is not UTF-8", kind, &label - labels.data() + 1)};
+        }
+    }
+    return {};
 }
 
 }  // namespace
 
 VirtualMatrix::VirtualMatrix(int inputs, int outputs)
-    : inputs_(std::clamp(inputs, 1, maximumSize)), outputs_(std::clamp(outputs, 1, maximumSize)) {
+    : inputs_(std::clamp(inputs, 1, kMaximumSize)), outputs_(std::clamp(outputs, 1, kMaximumSize)) {
     contents_.inputLabels = numberedLabels("Input ", inputs_);
     contents_.outputLabels = numberedLabels("Output ", outputs_);
     contents_.routes.reserve(static_cast<std::size_t>(outputs_));
-    for (int output = 0; output < outputs_; ++output)
+    for (int output = 0; output < outputs_; ++output) {
         contents_.routes.push_back(output % inputs_ + 1);
+    }
 }
 
 std::optional<int> VirtualMatrix::routedInput(int output) const {
@@ -93,19 +99,23 @@ bool VirtualMatrix::appendOutputLabel(int output, std::string& text) const {
     return true;
 }
 
-std::optional<std::string> VirtualMatrix::apply(MatrixContents contents) {
-    if (const auto reason = whyUnfit(contents.inputLabels, inputs_, "input")) return reason;
-    if (const auto reason = whyUnfit(contents.outputLabels, outputs_, "output")) return reason;
-    if (contents.routes.size() > static_cast<std::size_t>(outputs_))
-        return stringWithFormat("it has %li routes, but the matrix has %i outputs", contents.routes.size(), outputs_);
+Result<void> VirtualMatrix::apply(MatrixContents contents) {
+    if (auto fit = checkLabels(contents.inputLabels, inputs_, "input"); !fit) return fit;
+    if (auto fit = checkLabels(contents.outputLabels, outputs_, "output"); !fit) return fit;
+    if (contents.routes.size() > static_cast<std::size_t>(outputs_)) {
+        return Failure{
+            stringWithFormat("it has %li routes, but the matrix has %i outputs", contents.routes.size(), outputs_)};
+    }
     for (const int& input : contents.routes) {
-        if (input < 1 || input > inputs_)
-            return stringWithFormat("output %li is routed from input %i, but the matrix has %i inputs",
-                                    &input - contents.routes.data() + 1, input, inputs_);
+        if (input < 1 || input > inputs_) {
+            return Failure{stringWithFormat("output %li is routed from input %i, but the matrix has %i inputs",
+                                            &input - contents.routes.data() + 1, input, inputs_)};
+        }
     }
     for (auto* labels : {&contents.inputLabels, &contents.outputLabels}) {
-        for (std::string& label : *labels)
+        for (std::string& label : *labels) {
             blankControlCharacters(label);
+        }
     }
     {
         MutexLock lock(mutex_);
@@ -114,7 +124,7 @@ std::optional<std::string> VirtualMatrix::apply(MatrixContents contents) {
         std::ranges::move(contents.routes, contents_.routes.begin());
     }
     notifyChange();
-    return std::nullopt;
+    return {};
 }
 
 MatrixContents VirtualMatrix::contents() const {

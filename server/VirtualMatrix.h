@@ -7,26 +7,26 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/foundation/Result.h"
 #include "platform/threads/ThreadAnnotations.h"
 
 namespace velmora {
 
-// What a matrix holds, in the order of its numbers: item 0 belongs to number 1. Lists may be shorter than the matrix.
+// The state of a matrix, in the order of its numbers: item 0 belongs to number 1. Lists may be shorter than the matrix.
 struct MatrixContents {
     std::vector<std::string> inputLabels;
     std::vector<std::string> outputLabels;
     std::vector<int> routes;  // for each output the number of its input, counted from 1
 };
 
-// Inputs and outputs are counted from 1, as people and the wire count them. Any thread may call; the size never
-// changes.
+// Inputs and outputs are counted from 1, as people and the wire count them. Any thread; the size never changes.
 class VirtualMatrix {
   public:
-    static constexpr int maximumSize = 65536;
-    static constexpr std::size_t maximumLabelBytes = 1024;  // a reply with one fits what clients read at once
+    static constexpr int kMaximumSize = 65536;
+    static constexpr std::size_t kMaximumLabelBytes = 1024;  // a reply with one fits what clients read at once
 
-    // 1 to maximumSize each. Labels are "Input 1" and "Output 1" and so on; output n is fed by input n, or from input 1
-    // on again where there are fewer inputs.
+    // 1 to kMaximumSize each. Labels are "Input 1" and "Output 1" and so on; output n is fed by input n, or from input
+    // 1 on again where there are fewer inputs.
     VirtualMatrix(int inputs, int outputs);
 
     int inputs() const { return inputs_; }
@@ -42,8 +42,8 @@ class VirtualMatrix {
     bool appendOutputLabel(int output, std::string& text) const EXCLUDES(mutex_);
 
     // Takes over what is given and keeps the rest. Control characters in a label become blanks, so that a label is
-    // always one line on the wire. All or nothing: contents that do not fit are refused with the reason in words.
-    std::optional<std::string> apply(MatrixContents contents) EXCLUDES(mutex_);
+    // always one line on the wire. All or nothing: contents that do not fit are a failure.
+    Result<void> apply(MatrixContents contents) EXCLUDES(mutex_);
     MatrixContents contents() const EXCLUDES(mutex_);
 
     // Called after each change, on the thread that made it. Set it before other threads know the matrix.

@@ -6,9 +6,9 @@
 
 int main(int argc, char** argv) {
     velmora::occupyStandardDescriptors();
-    std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error for whoever writes it, and ends nobody
+    std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error for its writer and does not end the program
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName("velmora-switch-server");
     QCoreApplication::setApplicationVersion(VELMORA_VERSION);
-    return velmora::runSwitchServer(QCoreApplication::arguments());
+    return static_cast<int>(velmora::runSwitchServer(QCoreApplication::arguments()));
 }

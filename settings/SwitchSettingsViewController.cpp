@@ -202,7 +202,7 @@ void SwitchSettingsViewController::fillTableViewPopUpButtons() {
 }
 
 void SwitchSettingsViewController::fillMenu(Menu& menu, std::int64_t count, const MenuItem& prototype,
-                                            const char* fallbackFormat,
+                                            FormatOfOneInteger fallbackFormat,
                                             std::optional<std::string> (TCPMatrixSwitcher::*labelAtIndex)(std::int32_t),
                                             TCPMatrixSwitcher* device) {
     for (std::size_t left = menu.numberOfItems(); left > 0; --left) {

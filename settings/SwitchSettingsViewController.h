@@ -12,6 +12,7 @@
 #include "platform/foundation/NSBundle.h"
 #include "platform/foundation/NSObject.h"
 #include "platform/foundation/PropertyList.h"
+#include "platform/foundation/Text.h"
 #include "settings/SettingsControls.h"
 #include "switcher/TCPMatrixSwitcher.h"
 
@@ -106,7 +107,7 @@ class SwitchSettingsViewController final : public NSObject {
   private:
     // Null when the settings hold no such list.
     ArrayReference configuredOutputs() const;
-    void fillMenu(Menu& menu, std::int64_t count, const MenuItem& prototype, const char* fallbackFormat,
+    void fillMenu(Menu& menu, std::int64_t count, const MenuItem& prototype, FormatOfOneInteger fallbackFormat,
                   std::optional<std::string> (TCPMatrixSwitcher::*labelAtIndex)(std::int32_t),
                   TCPMatrixSwitcher* device);
     void fillView();

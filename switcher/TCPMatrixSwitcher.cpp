@@ -211,7 +211,7 @@ std::optional<std::string> TCPMatrixSwitcher::outputLabelAtIndex(std::int32_t in
     return labelAtIndex("OUTPUTLABEL %li", index);
 }
 
-std::optional<std::string> TCPMatrixSwitcher::labelAtIndex(const char* format, std::int32_t index) {
+std::optional<std::string> TCPMatrixSwitcher::labelAtIndex(FormatOfOneInteger format, std::int32_t index) {
     if (!telnetController_->isConnected()) return std::nullopt;
     const auto command = processCommand(stringWithFormat(format, numberOf(index)));
     if (!command->hasResponse()) return std::nullopt;

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/foundation/Text.h"
 #include "switcher/CommandOutcome.h"
 #include "switcher/MatrixSwitcher.h"
 #include "transport/SwitchTelnetController.h"
@@ -100,7 +101,7 @@ class TCPMatrixSwitcher final : public MatrixSwitcher, private SwitchTelnetContr
     void nodeConnectionDidNotOpen(SwitchTelnetController& controller) override;
 
     std::shared_ptr<SwitchTelnetCommand> processCommand(std::string text);
-    std::optional<std::string> labelAtIndex(const char* format, std::int32_t index);
+    std::optional<std::string> labelAtIndex(FormatOfOneInteger format, std::int32_t index);
     // Stores the outcome of a question by its last command: `ofReply` if that has a reply.
     void noteOutcome(const SwitchTelnetCommand& command, bool anythingWasSent, CommandOutcome ofReply);
     CommandOutcome outcomeWithoutReply(bool anythingWasSent) const;

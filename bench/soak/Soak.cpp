@@ -55,7 +55,7 @@ struct Holdings {
 class Soak {
   public:
     Soak(unsigned seed, int faultEvery) : random_(seed), faultEvery_(faultEvery) {
-        if (const auto reason = server_.start("127.0.0.1", 0)) fail(*reason);
+        if (const auto started = server_.start("127.0.0.1", 0); !started) fail(started.failure().reason);
     }
     ~Soak() { disconnect(); }
 
@@ -126,9 +126,9 @@ class Soak {
     }
 
     void arm(const char* text) {
-        Fault fault;
-        if (const auto reason = parseFault(text, fault)) fail(*reason);
-        plan_.set({fault});
+        const auto fault = parseFault(text);
+        if (!fault) fail(fault.failure().reason);
+        plan_.set({*fault});
     }
 
     void check(const SwitchTelnetCommand& command, std::int64_t before, bool mayFail) {

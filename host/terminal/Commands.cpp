@@ -63,11 +63,10 @@ ExitCode servers(PluginHost& host, const Options& options) {
 
 ExitCode settings(const PluginHost& host, const Options& options) {
     const PropertyList settings(host.plugin().defaultSettings());
-    std::string error;
     // What cannot be written as a property list, such as settings that contain themselves, cannot be shown as JSON.
-    const auto document = XMLWithPropertyList(settings, &error);
+    const auto document = XMLWithPropertyList(settings);
     if (!document) {
-        complain("the plugin's settings cannot be shown: " + error);
+        complain("the plugin's settings cannot be shown: " + document.failure().reason);
         return ExitCode::refused;
     }
     if (options.json) {

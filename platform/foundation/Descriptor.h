@@ -35,9 +35,9 @@ class Descriptor {
 // or socket there, and print into it. What is printed to one that was closed still fails.
 inline void occupyStandardDescriptors() {
     int number = 0;
-    do
+    do {
         number = ::open("/dev/null", O_RDONLY);
-    while (number >= 0 && number <= STDERR_FILENO);
+    } while (number >= 0 && number <= STDERR_FILENO);
     if (number >= 0) ::close(number);
 }
 

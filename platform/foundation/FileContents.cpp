@@ -6,6 +6,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <QCryptographicHash>
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -48,18 +49,19 @@ Result<Target> targetOf(const std::filesystem::path& file) {
     Target target{std::filesystem::canonical(file, unresolved), std::nullopt};
     if (unresolved) target.path = file;
     struct stat status {};
-    // Only what is certainly not there is new: of anything else the owner and the permissions would be lost.
+    // A file is new only when it is certainly not there: of any other, owner and permissions would be lost.
     if (lstat(target.path.c_str(), &status) != 0) {
         if (errno == ENOENT) return target;
         return failureOfSystem(errno);
     }
-    // A link that leads nowhere is none of ours to cut.
+    // A link that leads nowhere stays as its owner made it.
     if (unresolved == std::errc::no_such_file_or_directory) return Failure{"it is a link that leads nowhere"};
     if (unresolved) return failureOfSystem(unresolved.value());
     if (!S_ISREG(status.st_mode)) return noFile(status.st_mode);
     // That the folder would allow it does not mean that the file's owner wants it.
-    if (faccessat(AT_FDCWD, target.path.c_str(), W_OK, AT_EACCESS) != 0)
+    if (faccessat(AT_FDCWD, target.path.c_str(), W_OK, AT_EACCESS) != 0) {
         return errno == EACCES ? Failure{"it is write-protected"} : failureOfSystem(errno);
+    }
     target.old = status;
     return target;
 }
@@ -75,24 +77,29 @@ bool writeAll(int descriptor, std::string_view contents) {
     return true;
 }
 
-// An access list shows in the mode as permissions of the group, which that may not have: the list goes along, or the
-// group is let in to nothing.
-bool keepAccessList(int descriptor, const Target& target, mode_t mode) {
+bool isAbsentAttribute(int error) {
+    return error == ENODATA || error == ENOTSUP;
+}
+
+// The list that lets further users in. Where the old file has none, the one that the folder gives to its new files
+// goes.
+bool keepAccessList(int descriptor, const std::filesystem::path& old) {
     constexpr const char* kAccessList = "system.posix_acl_access";
-    std::array<char, 64 * 1024> list;
-    const ssize_t size = getxattr(target.path.c_str(), kAccessList, list.data(), list.size());
-    if (size < 0 && errno != ERANGE) return true;  // there is none
-    return (size >= 0 && fsetxattr(descriptor, kAccessList, list.data(), static_cast<std::size_t>(size), 0) == 0) ||
-           fchmod(descriptor, mode & 0707) == 0;
+    std::array<char, 64 * 1024> list;  // the longest that there can be
+    const ssize_t size = getxattr(old.c_str(), kAccessList, list.data(), list.size());
+    if (size >= 0) return fsetxattr(descriptor, kAccessList, list.data(), static_cast<std::size_t>(size), 0) == 0;
+    return isAbsentAttribute(errno) && (fremovexattr(descriptor, kAccessList) == 0 || isAbsentAttribute(errno));
 }
 
 bool keepOwnerAndPermissions(int descriptor, const Target& target) {
     const struct stat& old = *target.old;
-    // Only root gives files away. A group that cannot be kept must not be let in by the permissions of another.
-    const bool isKept =
+    // Only root gives files away.
+    const bool isGroupKept =
         fchown(descriptor, old.st_uid, old.st_gid) == 0 || fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) == 0;
-    const mode_t mode = old.st_mode & (isKept ? 07777 : 0707);
-    return fchmod(descriptor, mode) == 0 && (!isKept || keepAccessList(descriptor, target, mode));
+    // The permissions of the group are at the same time the most that an access list grants. They must let in nobody
+    // else than before.
+    const bool isSame = isGroupKept && keepAccessList(descriptor, target.path);
+    return fchmod(descriptor, old.st_mode & (isSame ? 07777 : 0707)) == 0;
 }
 
 // The file that is to take the target's place. It is locked for as long as it has a name of its own, so that others
@@ -115,7 +122,7 @@ class NewFile {
     std::string name_;
     bool hasName_ = false;
     Descriptor descriptor_;
-    Descriptor lock_;  // the same open file: closing the other, which may fail, shall not unlock it
+    Descriptor lock_;  // the same open file: closing the other, which may fail, must not unlock it
 };
 
 bool NewFile::create() {
@@ -124,13 +131,13 @@ bool NewFile::create() {
         std::string digits = std::to_string(arc4random() % 100'000'000);
         digits.insert(0, kDigits - digits.size(), '0');
         name_ = companionOf(target_.path, "-" + digits).string();
-        // Instead of a file that is there: open to its owner only, until it has that one's owner and permissions.
+        // One that replaces another is open to its owner only, until it has the owner and permissions of the other.
         descriptor_ =
             Descriptor(open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, target_.old ? 0600 : 0666));
         if (!descriptor_ && errno != EEXIST) return false;
         if (!descriptor_) continue;
-        // Somebody who clears away may have come between, and then removes it. A file system without locks has nobody
-        // who clears away.
+        // Another writer that removes leftovers may have found it before it was locked, and then removes it. On a file
+        // system without locks nobody removes leftovers.
         struct stat status {};
         if (flock(descriptor_.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) continue;
         if (fstat(descriptor_.number(), &status) == 0 && status.st_nlink == 0) continue;
@@ -154,7 +161,7 @@ bool NewFile::takePlace() {
     return true;
 }
 
-// Those new files of this target whose writers are gone.
+// Removes the new files of this target whose writers are gone.
 void removeLeftovers(const std::filesystem::path& target) {
     const std::string beginning = companionOf(target, "-").filename().string();
     std::error_code fault;
@@ -177,13 +184,13 @@ Result<std::string> readFile(const std::filesystem::path& file, std::size_t byte
     if (stat(file.c_str(), &status) != 0) return failureOfSystem(errno);
     if (!S_ISREG(status.st_mode)) return noFile(status.st_mode);
     const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    // Again: another may be called so by now.
+    // Again, because the name may belong to another file by now.
     if (!descriptor || fstat(descriptor.number(), &status) != 0) return failureOfSystem(errno);
     if (!S_ISREG(status.st_mode)) return noFile(status.st_mode);
     if (static_cast<std::uintmax_t>(status.st_size) > byteLimit) return tooLarge(byteLimit);
     constexpr std::size_t kPiece = 64 * 1024;
     std::size_t size = 0;
-    // One byte more than there seems to be, which shows the end.
+    // One byte more than there seems to be, so that the first read can show the end.
     std::string contents(static_cast<std::size_t>(status.st_size) + 1, '\0');
     for (;;) {
         if (size == contents.size()) contents.resize(size + kPiece);
@@ -206,24 +213,32 @@ Result<void> replaceFile(const std::filesystem::path& file, std::string_view con
     removeLeftovers(target->path);
     NewFile newFile(*target);
     if (!newFile.create() || !newFile.fill(contents) || !newFile.takePlace()) return failureOfSystem(errno);
-    // The new name survives a power cut only when the folder is on the disk, too. One that may not be read, or whose
-    // file system knows no such thing, is left to the system.
-    if (folder && fsync(folder.number()) != 0 && errno != EINVAL && errno != EACCES)
+    // The new name survives a power cut only when the folder is on the disk, too. A folder that may not be read, or
+    // whose file system cannot flush it, is left to the system.
+    if (folder && fsync(folder.number()) != 0 && errno != EINVAL && errno != EACCES) {
         return Failure{"its folder cannot be written: " + failureOfSystem(errno).reason};
+    }
     return {};
 }
 
 Result<void> mayReplaceFile(const std::filesystem::path& file) {
     const Result<Target> target = targetOf(file);
     if (!target) return target.failure();
-    if (faccessat(AT_FDCWD, folderOf(target->path).c_str(), W_OK | X_OK, AT_EACCESS) != 0)
+    if (faccessat(AT_FDCWD, folderOf(target->path).c_str(), W_OK | X_OK, AT_EACCESS) != 0) {
         return failureOfSystem(errno);
+    }
     return {};
 }
 
 std::filesystem::path companionOf(const std::filesystem::path& file, std::string_view suffix) {
     constexpr std::size_t kLongest = 200;  // of the 255 bytes that a name may have
-    return folderOf(file) / (".velmora-" + file.filename().string().substr(0, kLongest)).append(suffix);
+    std::string name = file.filename().string();
+    if (name.size() > kLongest) {
+        const QByteArray digest = QCryptographicHash::hash(
+            QByteArray::fromRawData(name.data(), static_cast<qsizetype>(name.size())), QCryptographicHash::Md5);
+        name.replace(kLongest / 2, std::string::npos, digest.toHex().toStdString());
+    }
+    return folderOf(file) / (".velmora-" + name).append(suffix);
 }
 
 }  // namespace velmora

@@ -18,8 +18,9 @@ Result<std::string> readFile(const std::filesystem::path& file, std::size_t byte
 // unchanged; only where the folder cannot be flushed, which comes last and is a failure, too, the new one is there,
 // though perhaps not after a power cut.
 // A symbolic link stays one; the file that it leads to is replaced, and has to be there. What is no regular file, or
-// what this process may not write to, is not replaced. The permissions stay, and so do owner and group as far as the
-// system lets this process give files away; other attributes and further hard links do not follow.
+// what this process may not write to, is not replaced. The permissions and the access list stay, and so do
+// owner and group as far as the system lets this process give files away; other attributes and further hard links do
+// not follow.
 // The new file is called ".velmora-FILE-" and eight digits while it is written. One that was left behind, because its
 // writer was killed, is removed by the next who replaces this file.
 Result<void> replaceFile(const std::filesystem::path& file, std::string_view contents);
@@ -27,7 +28,8 @@ Result<void> replaceFile(const std::filesystem::path& file, std::string_view con
 // Whether it looks as if replaceFile would work: said before long work, not a promise.
 Result<void> mayReplaceFile(const std::filesystem::path& file);
 
-// The hidden file of that folder that is called ".velmora-FILE" and the suffix; a very long FILE is cut.
+// The hidden file of that folder that is called ".velmora-FILE" and the suffix; of a very long FILE the end is replaced
+// by a checksum of the whole.
 std::filesystem::path companionOf(const std::filesystem::path& file, std::string_view suffix);
 
 }  // namespace velmora

@@ -15,7 +15,7 @@ namespace velmora {
 
 namespace {
 
-// One that somebody else left behind may only be read, which is enough to lock it on most file systems.
+// One that another user left may only be read, which is enough to lock it on most file systems.
 Descriptor openLockFile(const std::string& name) {
     constexpr int kFlags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
     Descriptor descriptor(open(name.c_str(), O_RDWR | O_CREAT | kFlags, 0644));
@@ -23,11 +23,8 @@ Descriptor openLockFile(const std::string& name) {
     return descriptor;
 }
 
-bool hasName(const Descriptor& descriptor, const std::string& name) {
-    struct stat ours {
-    }, named{};
-    return fstat(descriptor.number(), &ours) == 0 && lstat(name.c_str(), &named) == 0 && ours.st_dev == named.st_dev &&
-           ours.st_ino == named.st_ino;
+bool isSameFile(const struct stat& left, const struct stat& right) {
+    return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
 }
 
 }  // namespace
@@ -39,11 +36,15 @@ Result<FileLock> FileLock::take(const std::filesystem::path& file) {
     const std::string name = companionOf(unresolved ? file : resolved, ".lock").string();
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         Descriptor descriptor = openLockFile(name);
-        if (!descriptor) return failureOfSystem(errno);
-        if (flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0)
+        struct stat ours {
+        }, named{};
+        if (!descriptor || fstat(descriptor.number(), &ours) != 0) return failureOfSystem(errno);
+        if (!S_ISREG(ours.st_mode)) return Failure{name + " is not a file"};
+        if (flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0) {
             return errno == EWOULDBLOCK ? Failure{"another program has it in use"} : failureOfSystem(errno);
-        if (hasName(descriptor, name)) return FileLock(std::move(descriptor), name);
-        // Its owner before has removed it since it was opened here.
+        }
+        if (lstat(name.c_str(), &named) == 0 && isSameFile(ours, named)) return FileLock(std::move(descriptor), name);
+        // Its previous owner has removed it since it was opened here.
     }
     return Failure{"another program has it in use"};
 }

@@ -10,12 +10,13 @@
 namespace velmora {
 
 // Keeps out only those who ask for the lock, too. It is held on a hidden file beside the file, ".velmora-FILE.lock",
-// because the file itself is another one each time that it is replaced; whoever reaches the file through a link meets
-// the same lock. It ends with its owner, however that ends; what a killed process leaves behind is an empty file that
-// keeps nobody out. Any thread; in one process, too, only one can have it.
+// because each replacing makes the file itself another one; whoever reaches the file through a link meets the same
+// lock. It ends with its owner, however that ends: a killed process leaves an empty file, which keeps nobody out. Any
+// thread; within one process, too, only one owner can have it.
 class FileLock {
   public:
-    // Does not wait: a failure when somebody else has it, or when nothing can be locked there. The file need not exist.
+    // Does not wait: a failure when somebody else has it, or when nothing can be locked there, also because something
+    // else than a file has the lock's name. The file itself need not exist.
     static Result<FileLock> take(const std::filesystem::path& file);
     FileLock(FileLock&&) = default;
     FileLock& operator=(FileLock&&) = delete;

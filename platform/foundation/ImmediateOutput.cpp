@@ -18,7 +18,7 @@ ssize_t writeAtOnce(int descriptor, std::string_view bytes) {
     struct stat status {};
     if (fstat(descriptor, &status) != 0) return -1;
     if (S_ISREG(status.st_mode)) return write(descriptor, bytes.data(), bytes.size());
-    // Opened anew, because whether a write may wait would otherwise be changed for everybody who has the descriptor.
+    // Opened anew: on the descriptor itself, "do not wait" would hold for everybody who shares it.
     const std::string name = "/proc/self/fd/" + std::to_string(descriptor);
     const int own = open(name.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (own >= 0) {
@@ -28,7 +28,7 @@ ssize_t writeAtOnce(int descriptor, std::string_view bytes) {
         errno = reason;
         return written;
     }
-    // Another user's. Of a pipe it is known what it takes at once, of a terminal it is not.
+    // Another user's cannot be opened. A pipe tells how much it takes at once; a terminal does not.
     pollfd space{descriptor, POLLOUT, 0};
     const bool hasSpace = S_ISFIFO(status.st_mode) && bytes.size() <= PIPE_BUF && poll(&space, 1, 0) == 1 &&
                           (space.revents & POLLOUT) != 0;

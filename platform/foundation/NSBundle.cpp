@@ -7,11 +7,13 @@
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QTimer>
+#include <chrono>
 #include <system_error>
 
 #include "platform/foundation/PropertyListXML.h"
 #include "platform/foundation/Text.h"
 #include "platform/threads/MainThread.h"
+#include "platform/threads/Moment.h"
 #include "platform/threads/NSThread.h"
 
 namespace velmora {
@@ -19,13 +21,10 @@ namespace velmora {
 namespace {
 
 constexpr const char* kEntrySymbol = "VelmoraBundleEntry";
-// How long unload waits for threads to end, and for work to be run that they handed to the main thread.
+// How long unload waits for threads to end, and then for the work that they handed to the main thread.
 constexpr Seconds kWindDownTime{5};
-
-bool fail(std::string* error, const std::string& reason) {
-    if (error != nullptr) *error = reason;
-    return false;
-}
+// How often the main thread looks meanwhile, should nothing wake it.
+constexpr std::chrono::milliseconds kLookTime{50};
 
 // A name that leads nowhere else than to an entry of the folder itself.
 bool isPlainFileName(std::string_view name) {
@@ -57,24 +56,24 @@ const VelmoraBundleEntryRecord* entryOfModule(void* module) {
     return isData ? static_cast<const VelmoraBundleEntryRecord*>(symbol) : nullptr;
 }
 
-// Why the module cannot be used with this version and principal class; none when it can.
-std::optional<std::string> objectionToEntry(const VelmoraBundleEntryRecord* entry, std::uint32_t protocolVersion,
-                                            const std::optional<std::string>& principalClass) {
-    if (entry == nullptr) return stringWithFormat("it does not export \"%@\"", kEntrySymbol);
+// Whether the module can be used with this version and principal class.
+Result<void> checkEntry(const VelmoraBundleEntryRecord* entry, std::uint32_t protocolVersion,
+                        const std::optional<std::string>& principalClass) {
+    if (entry == nullptr) return Failure{stringWithFormat("it does not export \"%@\"", kEntrySymbol)};
     if (entry->protocolVersion != protocolVersion) {
-        return stringWithFormat(
+        return Failure{stringWithFormat(
             "it was built for version %li of the host protocol, this host has version %li; install the plugin that "
             "belongs to the host",
-            entry->protocolVersion, protocolVersion);
+            entry->protocolVersion, protocolVersion)};
     }
     if (entry->principalClass == nullptr || entry->makePrincipalObject == nullptr) {
-        return stringWithFormat("its \"%@\" is incomplete", kEntrySymbol);
+        return Failure{stringWithFormat("its \"%@\" is incomplete", kEntrySymbol)};
     }
     if (principalClass != entry->principalClass) {
-        return stringWithFormat("its principal class is %@, but Info.plist names %@ under \"NSPrincipalClass\"",
-                                entry->principalClass, principalClass);
+        return Failure{stringWithFormat("its principal class is %@, but Info.plist names %@ under \"NSPrincipalClass\"",
+                                        entry->principalClass, principalClass)};
     }
-    return std::nullopt;
+    return {};
 }
 
 // Runs what has been handed to the main thread so far: it may be code of the module. False when it was not all run in
@@ -84,9 +83,8 @@ bool runHandedOverWork() {
     const auto reached = std::make_shared<bool>(false);
     MainThread::performLater([reached] { *reached = true; });
     const Date deadline = fromNow(kWindDownTime);
-    // Wakes the loop should nothing else happen.
     QTimer lookAgain;
-    lookAgain.start(50);
+    lookAgain.start(kLookTime);
     while (!*reached && std::chrono::steady_clock::now() < deadline) {
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents | QEventLoop::WaitForMoreEvents);
     }
@@ -102,21 +100,18 @@ NSBundle::NSBundle(std::filesystem::path path, DictionaryReference infoDictionar
 
 NSBundle::~NSBundle() = default;
 
-std::shared_ptr<NSBundle> NSBundle::bundleWithPath(const std::filesystem::path& folder, std::string* error) {
-    // What is looked up later does not depend on the working directory of that moment.
+Result<std::shared_ptr<NSBundle>> NSBundle::bundleWithPath(const std::filesystem::path& folder) {
+    // The working directory may be another when something is looked up later.
     std::error_code unresolved;
     const std::filesystem::path path = std::filesystem::canonical(folder, unresolved);
     if (unresolved) {
-        fail(error, stringWithFormat("there is no bundle at %@: %@", folder.string(), unresolved.message()));
-        return nullptr;
+        return Failure{stringWithFormat("there is no bundle at %@: %@", folder.string(), unresolved.message())};
     }
-    const auto information = propertyListWithContentsOfFile(path / "Contents" / "Info.plist", error);
-    if (!information) return nullptr;
+    const std::filesystem::path file = path / "Contents" / "Info.plist";
+    const auto information = propertyListWithContentsOfFile(file);
+    if (!information) return information.failure();
     DictionaryReference dictionary = information->dictionary();
-    if (!dictionary) {
-        fail(error, stringWithFormat("%@ is no dictionary", (path / "Contents" / "Info.plist").string()));
-        return nullptr;
-    }
+    if (!dictionary) return Failure{stringWithFormat("%@ does not hold a dictionary", file.string())};
     return std::shared_ptr<NSBundle>(new NSBundle(path, std::move(dictionary)));
 }
 
@@ -132,47 +127,38 @@ std::optional<std::filesystem::path> NSBundle::pathForResource(std::string_view 
     return path;
 }
 
-bool NSBundle::load(std::uint32_t protocolVersion, std::string* error) {
+Result<void> NSBundle::load(std::uint32_t protocolVersion) {
     const auto executable = objectForInfoDictionaryKey("CFBundleExecutable");
     if (!executable || !isPlainFileName(*executable)) {
-        return fail(
-            error,
-            stringWithFormat(
-                "%@ names no module: \"CFBundleExecutable\" in its Info.plist must be a file name without a path",
-                path_.string()));
+        return Failure{stringWithFormat(
+            "%@ names no module: \"CFBundleExecutable\" in its Info.plist must be a file name without a path",
+            path_.string())};
     }
     const std::filesystem::path file = path_ / "Contents" / *executable;
-    const std::string refused = stringWithFormat("%@ cannot be loaded: ", file.string());
+    const auto refusal = [&file](const std::string& reason) {
+        return Failure{stringWithFormat("%@ cannot be loaded: %@", file.string(), reason)};
+    };
     // The loader would open anything, and wait for a pipe.
-    if (!isFile(file)) return fail(error, refused + "there is no such file");
+    if (!isFile(file)) return refusal("there is no such file");
     const auto principalClass = objectForInfoDictionaryKey("NSPrincipalClass");
-    if (isLoaded()) {
-        const auto objection = objectionToEntry(entry_, protocolVersion, principalClass);
-        return !objection || fail(error, refused + *objection);
-    }
-
-    void* const module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (module == nullptr) return fail(error, refused + loaderReason());
-    const VelmoraBundleEntryRecord* const entry = entryOfModule(module);
-    if (const auto objection = objectionToEntry(entry, protocolVersion, principalClass)) {
-        dlclose(module);
-        return fail(error, refused + *objection);
+    void* const module = isLoaded() ? module_ : dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (module == nullptr) return refusal(loaderReason());
+    const VelmoraBundleEntryRecord* const entry = isLoaded() ? entry_ : entryOfModule(module);
+    if (const auto checked = checkEntry(entry, protocolVersion, principalClass); !checked) {
+        if (!isLoaded()) dlclose(module);
+        return refusal(checked.failure().reason);
     }
     module_ = module;
     entry_ = entry;
-    return true;
+    return {};
 }
 
-std::shared_ptr<NSObject> NSBundle::makePrincipalObject(std::string* error) {
-    if (!isLoaded()) {
-        fail(error, stringWithFormat("%@ is not loaded", path_.string()));
-        return nullptr;
-    }
+Result<std::shared_ptr<NSObject>> NSBundle::makePrincipalObject() {
+    if (!isLoaded()) return Failure{stringWithFormat("%@ is not loaded", path_.string())};
     NSObject* const object = entry_->makePrincipalObject(std::static_pointer_cast<NSBundle>(shared_from_this()));
     if (object == nullptr) {
-        fail(error,
-             stringWithFormat("%@ made no object of its principal class %@", path_.string(), entry_->principalClass));
-        return nullptr;
+        return Failure{
+            stringWithFormat("%@ made no object of its principal class %@", path_.string(), entry_->principalClass)};
     }
     ++*livePrincipalObjects_;
     // Counted down when the last of the module's code that belongs to the object has run.
@@ -182,22 +168,26 @@ std::shared_ptr<NSObject> NSBundle::makePrincipalObject(std::string* error) {
     });
 }
 
-bool NSBundle::unload(std::string* error) {
-    if (!isLoaded()) return true;
-    const std::string refused = stringWithFormat("%@ stays loaded: ", path_.string());
+Result<void> NSBundle::unload() {
+    if (!isLoaded()) return {};
+    const auto refusal = [this](const std::string& reason) {
+        return Failure{stringWithFormat("%@ stays loaded: %@", path_.string(), reason)};
+    };
     const auto inUse = [&] { return livePrincipalObjects_->load() > 0; };
-    if (MainThread::currentMode() != NSDefaultRunLoopMode)
-        return fail(error, refused + "a panel, which may be the module's, is open");
-    if (inUse()) return fail(error, refused + "an object that it made is alive");
-    if (!NSThread::finishCancelledThreads(kWindDownTime))
-        return fail(error, refused + "one of its threads has not ended");
-    if (!runHandedOverWork()) return fail(error, refused + "work for the main thread has not been run");
+    if (MainThread::currentMode() != NSDefaultRunLoopMode) {
+        return refusal("a panel, which may be the module's, is open");
+    }
+    if (inUse()) return refusal("an object that it made is alive");
+    if (!NSThread::finishCancelledThreads(kWindDownTime)) {
+        return refusal("one of its threads has not ended");
+    }
+    if (!runHandedOverWork()) return refusal("work for the main thread has not been run");
     // That work may have been the host's, too.
-    if (inUse()) return fail(error, refused + "an object that it made is alive");
-    if (!isLoaded()) return true;
+    if (inUse()) return refusal("an object that it made is alive");
+    if (!isLoaded()) return {};
     entry_ = nullptr;
-    if (dlclose(std::exchange(module_, nullptr)) != 0) return fail(error, refused + loaderReason());
-    return true;
+    if (dlclose(std::exchange(module_, nullptr)) != 0) return refusal(loaderReason());
+    return {};
 }
 
 }  // namespace velmora

@@ -11,12 +11,13 @@
 
 #include "platform/foundation/NSObject.h"
 #include "platform/foundation/PropertyList.h"
+#include "platform/foundation/Result.h"
 
 namespace velmora {
 
 class NSBundle;
 
-// What a module exports, as the one C symbol "VelmoraBundleEntry": data, so that the version is read before any code is
+// A module exports this as its one C symbol "VelmoraBundleEntry": data, so that the version is read before any code is
 // called.
 extern "C" struct VelmoraBundleEntryRecord {
     // The version of the protocol between host and plugin that the module was built against.
@@ -30,8 +31,8 @@ extern "C" struct VelmoraBundleEntryRecord {
 // Main thread only. Made with bundleWithPath; an object that its module made keeps the bundle as long as it wants to.
 class NSBundle : public NSObject {
   public:
-    // The bundle in that folder, or null and an `error` when there is no readable information dictionary.
-    static std::shared_ptr<NSBundle> bundleWithPath(const std::filesystem::path& folder, std::string* error = nullptr);
+    // The bundle in that folder, never null; a failure when it has no readable information dictionary.
+    static Result<std::shared_ptr<NSBundle>> bundleWithPath(const std::filesystem::path& folder);
 
     // Leaves a loaded module mapped: code that may still run is never taken away. Only unload() unmaps.
     ~NSBundle() override;
@@ -43,20 +44,20 @@ class NSBundle : public NSObject {
     // The file NAME.TYPE in Resources/; none when there is no such file or the name is not a plain file name.
     std::optional<std::filesystem::path> pathForResource(std::string_view name, std::string_view type) const;
 
-    // Loads the module named by "CFBundleExecutable", a file in Contents/. False and an `error` when it is missing, no
-    // module of this kind, or built against another version of the protocol; none of its functions has been called
-    // then. Loading twice is harmless.
-    bool load(std::uint32_t protocolVersion, std::string* error = nullptr);
+    // Loads the module named by "CFBundleExecutable", a file in Contents/. A failure when it is missing, not a module
+    // of this kind, or built against another version of the protocol; none of its functions has been called then.
+    // Loading twice is harmless.
+    Result<void> load(std::uint32_t protocolVersion);
     bool isLoaded() const { return entry_ != nullptr; }
 
-    // A new object of the principal class; null and an `error` when the module is not loaded or makes none.
-    std::shared_ptr<NSObject> makePrincipalObject(std::string* error = nullptr);
+    // A new object of the principal class, never null; a failure when the module is not loaded or makes none.
+    Result<std::shared_ptr<NSObject>> makePrincipalObject();
 
-    // Unmaps the module. Refused (false and an `error`) while an object that it made is alive, and while a modal panel
-    // is open: what waits for its end may be code of the module. Threads that are winding down are ended first, then
-    // the event loop is served until the work that waits for the main thread has been run; when that takes more than a
-    // few seconds the module stays mapped and the call is refused.
-    bool unload(std::string* error = nullptr);
+    // Unmaps the module. A failure while an object that it made is alive, and while a modal panel is open: the code
+    // that waits for its end may be the module's. Threads that are winding down are ended first; then the event loop is
+    // served until the work that waits for the main thread has been run. When that takes more than a few seconds the
+    // module stays mapped, which is a failure, too.
+    Result<void> unload();
 
   private:
     NSBundle(std::filesystem::path path, DictionaryReference infoDictionary);

@@ -54,8 +54,8 @@ class WithoutSIGPIPE {
     sigset_t before_;
 };
 
-// In one piece where the system lets us, so that lines of several processes do not mix. What cannot be written is no
-// reason to fail; the line that was cut short is ended before the next one.
+// In one piece where the system allows it, so that the lines of several processes do not mix. A line that cannot be
+// written is lost; one that was cut short is ended before the next.
 void writeToStandardError(const std::string& line, bool& isCutShort) {
     const WithoutSIGPIPE withoutSIGPIPE;
     const std::string text = (isCutShort ? "\n" : "") + line + '\n';

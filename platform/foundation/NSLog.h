@@ -10,13 +10,14 @@
 
 namespace velmora {
 
-// Writes one line to the system log (syslog), and to standard error when that is a terminal or mirroring is on; what
-// standard error does not take at once is lost there, and so is what a terminal of another user would be told. Control
-// characters, which can only have come from outside, are escaped. Any thread.
+// Writes one line to the system log (syslog), and to standard error when that is a terminal or mirroring is on. There,
+// a line is lost that is not taken at once, or that would go to another user's terminal. Control characters, which can
+// only have come from outside, are escaped. Any thread.
 void NSLogLine(std::string_view line);
 
+// The format is checked as that of stringWithFormat is.
 template <typename... Arguments>
-void NSLog(std::string_view format, const Arguments&... arguments) {
+void NSLog(std::type_identity_t<Format<std::integral<Arguments>...>> format, const Arguments&... arguments) {
     NSLogLine(stringWithFormat(format, arguments...));
 }
 

@@ -1,4 +1,5 @@
-// Notifications: a name, an object and user info, delivered to whoever observes them.
+// Notifications: a name, an object and user info, delivered to whoever observes them. The product posts one of its own,
+// "nodeConnectionDidNotOpen", and observes none; hosts may.
 #pragma once
 
 #include <functional>
@@ -14,7 +15,7 @@ namespace velmora {
 
 struct NSNotification {
     std::string name;
-    // The sender; compared only, never used, so it may be gone. Null means none.
+    // The sender; only compared, so it may be gone. Null means none.
     const void* object = nullptr;
     // Null means none.
     DictionaryReference userInfo;

@@ -19,7 +19,7 @@ bool coalesce(const NSNotification& left, const NSNotification& right, std::uint
 
 NSNotificationQueue::NSNotificationQueue(NSNotificationCenter& center)
     : center_(center), self_(std::make_shared<NSNotificationQueue*>(this)) {
-    // What waits for a mode is looked at again when the loop gets into another.
+    // Notifications that wait for a mode are looked at again when the loop changes its mode.
     modeObserver_ = MainThread::addModeObserver([this] {
         arrangePosting(NSPostASAP);
         arrangePosting(NSPostWhenIdle);

@@ -1,4 +1,5 @@
-// A queue in front of a notification center: notifications are posted later, and equal ones only once.
+// A queue in front of a notification center: notifications are posted later, and equal ones only once. Nothing in the
+// product enqueues; it is here for the queue's extensions in transport/, which nothing in the product calls either.
 #pragma once
 
 #include <cstdint>
@@ -57,11 +58,11 @@ class NSNotificationQueue {
     NSNotificationCenter& center_;
     std::list<Waiting> waiting_;
     std::uint64_t lastNumber_ = 0;
-    // Alive while posting in that style is arranged; gone, too, when the main loop has dropped the work.
+    // Not expired while posting in that style is arranged; expired, too, when the main loop has dropped the work.
     std::weak_ptr<void> asapPosting_;
     std::weak_ptr<void> idlePosting_;
     int modeObserver_ = 0;
-    // Outlives the queue, so that posting that was arranged finds out that the queue is gone.
+    // Outlives the queue, so that arranged posting can tell that the queue is gone.
     std::shared_ptr<NSNotificationQueue*> self_;
 };
 

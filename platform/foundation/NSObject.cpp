@@ -2,6 +2,7 @@
 
 #include <cxxabi.h>
 
+#include <QString>
 #include <cstdlib>
 #include <typeinfo>
 
@@ -21,15 +22,6 @@ std::string className(const std::type_info& type) {
     return namespacesEnd == std::string::npos ? name : name.substr(namespacesEnd + 2);
 }
 
-std::string hexadecimal(std::uintptr_t number) {
-    std::string digits;
-    do {
-        digits.insert(digits.begin(), "0123456789abcdef"[number % 16]);
-        number /= 16;
-    } while (number != 0);
-    return digits;
-}
-
 }  // namespace
 
 NSObject::~NSObject() = default;
@@ -37,7 +29,7 @@ NSObject::~NSObject() = default;
 std::string NSObject::description() const {
     // The address of the whole object, which is the same whatever base it is looked at through.
     const auto identity = reinterpret_cast<std::uintptr_t>(dynamic_cast<const void*>(this));
-    return stringWithFormat("<%@: 0x%@>", className(typeid(*this)), hexadecimal(identity));
+    return stringWithFormat("<%@: 0x%@>", className(typeid(*this)), QString::number(identity, 16).toStdString());
 }
 
 }  // namespace velmora

@@ -70,8 +70,9 @@ std::int32_t PropertyList::intValue() const {
 bool operator==(const PropertyList& left, const PropertyList& right) {
     if (left.value_.index() != right.value_.index()) return false;
     if (const ArrayReference array = left.array()) return equalReferences(array, right.array());
-    if (const DictionaryReference dictionary = left.dictionary())
+    if (const DictionaryReference dictionary = left.dictionary()) {
         return equalReferences(dictionary, right.dictionary());
+    }
     return left.value_ == right.value_;
 }
 

@@ -55,8 +55,8 @@ class PropertyList {
     std::variant<std::string, std::int64_t, bool, double, ArrayReference, DictionaryReference> value_;
 };
 
-// New and empty. Made here, in code that is never unloaded, so that a host may keep what a plugin gave it longer than
-// the plugin.
+// New and empty. They are made here, in code that is never unloaded, so that a host may keep them longer than the
+// plugin that gave them.
 ArrayReference makeArray();
 DictionaryReference makeDictionary();
 

@@ -9,8 +9,8 @@
 
 namespace velmora {
 
-// The text with U+FFFD in place of what XML does not have, not even by reference: control characters but for tab, line
-// feed and carriage return, U+FFFE and U+FFFF. Bytes that are not UTF-8 become U+FFFD, too.
+// The text with U+FFFD in place of the characters that XML cannot hold, not even as a reference: control characters but
+// for tab, line feed and carriage return, U+FFFE and U+FFFF. Bytes that are not UTF-8 become U+FFFD, too.
 inline QString withCharactersOfXML(std::string_view text) {
     QString result = qString(text);
     const auto isMissing = [](QChar unit) {

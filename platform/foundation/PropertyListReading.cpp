@@ -15,8 +15,8 @@ namespace {
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t\r\n";
 
-// Whether a tag holds what property lists never do and what Qt 6.4 is not hardened against: names with a prefix
-// (CVE-2023-37369) and declarations of entities (CVE-2023-38197).
+// Whether a tag holds something that no property list has and that Qt 6.4 is not hardened against: names with a prefix
+// (CVE-2023-37369) or declarations of entities (CVE-2023-38197).
 bool isHostileTag(std::string_view tag) {
     return tag.find_first_of(":[%") != std::string_view::npos || (tag.starts_with("!") && !tag.starts_with("!DOCTYPE"));
 }
@@ -53,15 +53,15 @@ bool hasHostileTag(std::string_view xml) {
     return false;
 }
 
-// "" when the bytes may be given to the reader of XML.
-std::string faultOfBytes(std::string_view xml) {
+// Whether the bytes may be given to the reader of XML.
+Result<void> checkBytes(std::string_view xml) {
     if (xml.size() > kPropertyListByteLimit)
-        return stringWithFormat("the document has more than %li bytes", kPropertyListByteLimit);
-    if (xml.starts_with("bplist")) return "the document is a binary property list; only XML is read";
-    if (xml.find('\0') != std::string_view::npos) return "the document contains a zero byte";
-    if (!isValidUTF8(xml)) return "the document is not valid UTF-8";
-    if (hasHostileTag(xml)) return "declarations in the DOCTYPE and names with a colon are not allowed";
-    return "";
+        return Failure{stringWithFormat("the document has more than %li bytes", kPropertyListByteLimit)};
+    if (xml.starts_with("bplist")) return Failure{"the document is a binary property list; only XML is read"};
+    if (xml.find('\0') != std::string_view::npos) return Failure{"the document contains a zero byte"};
+    if (!isValidUTF8(xml)) return Failure{"the document is not valid UTF-8"};
+    if (hasHostileTag(xml)) return Failure{"declarations in the DOCTYPE and names with a colon are not allowed"};
+    return {};
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -81,15 +81,13 @@ std::optional<Number> wholeNumber(std::string_view text) {
     return number;
 }
 
-// Goes through the document once. After the first fault the reader of XML stands still, and whatever is read is empty.
+// Goes through the document once. After the first fault the reader of XML stands still, and everything that is read is
+// empty.
 class Reader {
   public:
     explicit Reader(const QString& xml) : xml_(xml) { xml_.setNamespaceProcessing(false); }
 
-    // Of no meaning when there is a fault.
-    PropertyList document();
-    // "" for none.
-    std::string fault() const;
+    Result<PropertyList> document();
 
   private:
     using Token = QXmlStreamReader::TokenType;
@@ -98,7 +96,7 @@ class Reader {
     Token next();
     bool nextElement();
     bool opens(QStringView name) const { return xml_.isStartElement() && xml_.name() == name; }
-    // As it may be told.
+    // Short, and safe to show.
     std::string name() const {
         return stringByEscapingControlCharacters(xml_.name().left(40).toString().toStdString());
     }
@@ -114,30 +112,25 @@ class Reader {
     std::size_t values_ = 0;
 };
 
-std::string Reader::fault() const {
-    if (!xml_.hasError()) return "";
-    const std::string reason = stringByEscapingControlCharacters(xml_.errorString().left(200).toStdString());
-    return stringWithFormat("line %li: %@", xml_.lineNumber(), reason);
-}
-
 void Reader::refuse(const std::string& reason) {
     if (!xml_.hasError()) xml_.raiseError(QString::fromStdString(reason));
 }
 
 Reader::Token Reader::next() {
     const Token token = xml_.readNext();
-    // What the document may have declared elsewhere; nothing else is fetched to read one.
+    // The document may have declared it elsewhere; nothing else is fetched to read a document.
     if (token == Token::EntityReference) refuse("a character reference cannot be read");
     return xml_.tokenType();
 }
 
-// Goes to the next tag; false when that closes the element that is open, or does not come.
+// Goes to the next tag; false when it closes the element that is open, or does not come.
 bool Reader::nextElement() {
     for (;;) {
         switch (next()) {
             case Token::StartElement:
-                if (xml_.name() != u"plist" && !xml_.attributes().isEmpty())
+                if (xml_.name() != u"plist" && !xml_.attributes().isEmpty()) {
                     refuse(stringWithFormat("<%@> has attributes", name()));
+                }
                 return !xml_.hasError();
             case Token::EndElement:
             case Token::EndDocument:
@@ -152,7 +145,7 @@ bool Reader::nextElement() {
     }
 }
 
-PropertyList Reader::document() {
+Result<PropertyList> Reader::document() {
     if (!nextElement() || !opens(u"plist")) refuse("the document does not begin with <plist>");
     if (!nextElement()) refuse("the document holds no value");
     PropertyList root = value(0);
@@ -160,15 +153,19 @@ PropertyList Reader::document() {
     while (!xml_.atEnd()) {
         next();
     }
-    return root;
+    if (!xml_.hasError()) return root;
+    const std::string reason = stringByEscapingControlCharacters(xml_.errorString().left(200).toStdString());
+    return Failure{stringWithFormat("line %li: %@", xml_.lineNumber(), reason)};
 }
 
-// Of the element that was opened last; it is closed afterwards.
+// The value of the element that was opened last; the element is closed afterwards.
 PropertyList Reader::value(int depth) {
-    if (++values_ > kPropertyListValueLimit)
+    if (++values_ > kPropertyListValueLimit) {
         refuse(stringWithFormat("there are more than %li values", kPropertyListValueLimit));
-    if (depth == kPropertyListDepthLimit && (opens(u"array") || opens(u"dict")))
+    }
+    if (depth == kPropertyListDepthLimit && (opens(u"array") || opens(u"dict"))) {
         refuse(stringWithFormat("values are nested more than %li deep", kPropertyListDepthLimit));
+    }
     if (opens(u"array")) return array(depth + 1);
     if (opens(u"dict")) return dictionary(depth + 1);
     if (opens(u"string")) return text();
@@ -221,36 +218,21 @@ PropertyList Reader::boolean(bool value) {
     return value;
 }
 
-bool fail(std::string* error, const std::string& reason) {
-    if (error != nullptr) *error = reason;
-    return false;
-}
-
 }  // namespace
 
-std::optional<PropertyList> propertyListWithXML(std::string_view xml, std::string* error) {
-    std::string fault = faultOfBytes(xml);
-    if (fault.empty()) {
-        if (xml.starts_with(kByteOrderMark)) xml.remove_prefix(kByteOrderMark.size());
-        // What declares another encoding is UTF-8 all the same, as property lists are.
-        Reader reader(withCharactersOfXML(xml));
-        PropertyList value = reader.document();
-        fault = reader.fault();
-        if (fault.empty()) return value;
-    }
-    fail(error, fault);
-    return std::nullopt;
+Result<PropertyList> propertyListWithXML(std::string_view xml) {
+    if (const auto checked = checkBytes(xml); !checked) return checked.failure();
+    if (xml.starts_with(kByteOrderMark)) xml.remove_prefix(kByteOrderMark.size());
+    // A document that declares another encoding is UTF-8 all the same, as property lists are.
+    return Reader(withCharactersOfXML(xml)).document();
 }
 
-std::optional<PropertyList> propertyListWithContentsOfFile(const std::filesystem::path& file, std::string* error) {
+Result<PropertyList> propertyListWithContentsOfFile(const std::filesystem::path& file) {
     const Result<std::string> contents = readFile(file, kPropertyListByteLimit);
-    if (!contents) {
-        fail(error, stringWithFormat("%@ cannot be read: %@", file.string(), contents.failure().reason));
-        return std::nullopt;
-    }
-    std::string reason;
-    auto value = propertyListWithXML(*contents, &reason);
-    if (!value) fail(error, stringWithFormat("%@ is no usable property list: %@", file.string(), reason));
+    if (!contents) return Failure{stringWithFormat("%@ cannot be read: %@", file.string(), contents.failure().reason)};
+    Result<PropertyList> value = propertyListWithXML(*contents);
+    if (!value)
+        return Failure{stringWithFormat("%@ is not a usable property list: %@", file.string(), value.failure().reason)};
     return value;
 }
 

@@ -11,14 +11,14 @@ namespace velmora {
 
 namespace {
 
-// What a terminal would obey instead of showing it, and a carriage return, which would be read as a line feed, are
-// written as references: the file can be looked at, and comes back as it was.
+// Characters that a terminal would obey instead of showing them are written as references, so that the file can be
+// looked at; so is a carriage return, which would be read as a line feed.
 std::string reference(char32_t character) {
     if (character == '\t' || character == '\n') return std::string(1, static_cast<char>(character));
     return "&#x" + hexadecimalDigits(character, 1) + ";";
 }
 
-// How long the text is at the least with its markup escaped.
+// The least length of the text with its markup escaped.
 std::size_t escapedLength(std::string_view text) {
     std::size_t length = 0;
     for (const char byte : text) {
@@ -35,13 +35,10 @@ std::string characterData(std::string_view text) {
 
 class Writer {
   public:
-    // False when the value is beyond the bounds; `fault` then says which.
-    bool writeDocument(const PropertyList& value);
-
-    std::string xml;
-    std::string fault;
+    Result<std::string> document(const PropertyList& value);
 
   private:
+    // Each answers false, and has set the failure, when the value is beyond the bounds.
     bool write(const PropertyList& value, int depth);
     bool writeItems(const PropertyListArray& items, int depth);
     bool writeItems(const PropertyListDictionary& entries, int depth);
@@ -52,17 +49,19 @@ class Writer {
     bool refuse(const std::string& reason);
     bool refuseLength();
 
+    std::string xml_;
+    Failure failure_;
     std::size_t values_ = 0;
 };
 
 bool Writer::refuse(const std::string& reason) {
-    fault = reason;
+    failure_ = {reason};
     return false;
 }
 
 bool Writer::writeLine(std::string_view line, int depth) {
-    xml.append(static_cast<std::size_t>(depth), '\t').append(line) += '\n';
-    return xml.size() <= kPropertyListByteLimit || refuseLength();
+    xml_.append(static_cast<std::size_t>(depth), '\t').append(line) += '\n';
+    return xml_.size() <= kPropertyListByteLimit || refuseLength();
 }
 
 bool Writer::refuseLength() {
@@ -70,19 +69,23 @@ bool Writer::refuseLength() {
 }
 
 bool Writer::writeText(const char* type, std::string_view text, int depth) {
-    // What is too long need not be escaped first.
-    if (xml.size() + escapedLength(text) > kPropertyListByteLimit) return refuseLength();
+    // A text that is too long need not be escaped first.
+    if (xml_.size() + escapedLength(text) > kPropertyListByteLimit) return refuseLength();
     return writeLine(stringWithFormat("<%s>%@</%s>", type, characterData(text), type), depth);
 }
 
-bool Writer::writeDocument(const PropertyList& value) {
-    return writeLine(R"(<?xml version="1.0" encoding="UTF-8"?>)", 0) && writeLine(R"(<plist version="1.0">)", 0) &&
-           write(value, 0) && writeLine("</plist>", 0);
+Result<std::string> Writer::document(const PropertyList& value) {
+    if (writeLine(R"(<?xml version="1.0" encoding="UTF-8"?>)", 0) && writeLine(R"(<plist version="1.0">)", 0) &&
+        write(value, 0) && writeLine("</plist>", 0)) {
+        return std::move(xml_);
+    }
+    return failure_;
 }
 
 bool Writer::write(const PropertyList& value, int depth) {
-    if (++values_ > kPropertyListValueLimit)
+    if (++values_ > kPropertyListValueLimit) {
         return refuse(stringWithFormat("the value holds more than %li values", kPropertyListValueLimit));
+    }
     if (const ArrayReference items = value.array()) return writeContainer("array", *items, depth);
     if (const DictionaryReference entries = value.dictionary()) return writeContainer("dict", *entries, depth);
     if (const auto text = value.text()) return writeText("string", *text, depth);
@@ -120,28 +123,17 @@ bool Writer::writeItems(const PropertyListDictionary& entries, int depth) {
     return true;
 }
 
-bool fail(std::string* error, const std::string& reason) {
-    if (error != nullptr) *error = reason;
-    return false;
-}
-
 }  // namespace
 
-std::optional<std::string> XMLWithPropertyList(const PropertyList& value, std::string* error) {
-    Writer writer;
-    if (writer.writeDocument(value)) return std::move(writer.xml);
-    fail(error, writer.fault);
-    return std::nullopt;
+Result<std::string> XMLWithPropertyList(const PropertyList& value) {
+    return Writer().document(value);
 }
 
-bool writePropertyListToFile(const PropertyList& value, const std::filesystem::path& file, std::string* error) {
-    std::string reason;
-    const auto xml = XMLWithPropertyList(value, &reason);
-    if (!xml) return fail(error, stringWithFormat("%@ cannot be written: %@", file.string(), reason));
-    const Result<void> replaced = replaceFile(file, *xml);
-    if (!replaced)
-        return fail(error, stringWithFormat("%@ cannot be written: %@", file.string(), replaced.failure().reason));
-    return true;
+Result<void> writePropertyListToFile(const PropertyList& value, const std::filesystem::path& file) {
+    const Result<std::string> xml = XMLWithPropertyList(value);
+    const Result<void> written = xml ? replaceFile(file, *xml) : xml.failure();
+    if (!written) return Failure{stringWithFormat("%@ cannot be written: %@", file.string(), written.failure().reason)};
+    return {};
 }
 
 }  // namespace velmora

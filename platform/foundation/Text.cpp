@@ -1,6 +1,7 @@
 #include "platform/foundation/Text.h"
 
 #include <QChar>
+#include <QString>
 #include <algorithm>
 #include <charconv>
 #include <limits>
@@ -39,9 +40,9 @@ Step stepAt(std::string_view text, std::size_t position) {
         if ((byteAt(position + i) & 0xC0) != 0x80) return invalid;
         character = (character << 6) | (byteAt(position + i) & 0x3F);
     }
-    constexpr char32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
     const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
-    if (character < smallest[length] || character > kLastCharacter || surrogate) return invalid;
+    if (character < kSmallest[length] || character > kLastCharacter || surrogate) return invalid;
     return {character, length};
 }
 
@@ -60,12 +61,12 @@ bool isControl(char32_t character) {
     return category == QChar::Other_Control || category == QChar::Other_Format;
 }
 
-// What a terminal obeys, or takes for the end of a line, instead of showing it.
+// Characters that a terminal obeys, or takes for the end of a line, instead of showing them.
 bool isUnsafeToShow(char32_t character) {
     return isControl(character) || character == QChar::LineSeparator || character == QChar::ParagraphSeparator;
 }
 
-// Each step that is unsafe to show as what `notation` makes of it.
+// The text with each step that is unsafe to show written by `notation`.
 template <typename Notation>
 std::string byReplacingUnsafe(std::string_view text, Notation notation) {
     std::string result;
@@ -110,42 +111,10 @@ Integer lenientInteger(std::string_view text) {
     return number;
 }
 
-// A placeholder that stands for an argument. The length includes the percent sign; 0 when there is no placeholder.
-struct Placeholder {
-    enum class Kind { text, integer32, integer64 };
-    Kind kind = Kind::text;
-    std::size_t width = 0;
-    std::size_t length = 0;
-};
-
-Placeholder placeholderAt(std::string_view format, std::size_t position) {
-    const std::string_view rest = format.substr(position + 1);
-    if (rest.starts_with('@') || rest.starts_with('s')) return {Placeholder::Kind::text, 0, 2};
-
-    Placeholder placeholder;
-    std::size_t digits = 0;
-    if (rest.starts_with('0')) {
-        // Two digits of width are more than any of our texts asks for.
-        digits = 1;
-        while (digits < 3 && digits < rest.size() && rest[digits] >= '0' && rest[digits] <= '9') {
-            placeholder.width = placeholder.width * 10 + static_cast<std::size_t>(rest[digits++] - '0');
-        }
-    }
-    const std::string_view letters = rest.substr(digits);
-    if (letters.starts_with("li")) {
-        placeholder.kind = Placeholder::Kind::integer64;
-        placeholder.length = 1 + digits + 2;
-    } else if (letters.starts_with('i')) {
-        placeholder.kind = Placeholder::Kind::integer32;
-        placeholder.length = 1 + digits + 1;
-    }
-    return placeholder;
-}
-
-std::string formatted(const Placeholder& placeholder, const FormatArgument& argument) {
-    if (placeholder.kind == Placeholder::Kind::text) return argument.text();
+std::string formatted(const FormatPlaceholder& placeholder, const FormatArgument& argument) {
+    if (placeholder.kind == FormatPlaceholder::Kind::text) return argument.text();
     std::int64_t number = argument.integer();
-    if (placeholder.kind == Placeholder::Kind::integer32) number = static_cast<std::int32_t>(number);
+    if (placeholder.kind == FormatPlaceholder::Kind::integer32) number = static_cast<std::int32_t>(number);
     return paddedWithZeros(number, placeholder.width);
 }
 
@@ -160,9 +129,8 @@ FormatArgument::FormatArgument(const std::optional<std::string>& text) {
 }
 
 std::int64_t FormatArgument::integer() const {
-    if (const auto* number = std::get_if<std::int64_t>(&value_)) return *number;
-    if (const auto* text = std::get_if<std::string_view>(&value_)) return integerValue(*text);
-    return 0;
+    const auto* number = std::get_if<std::int64_t>(&value_);
+    return number != nullptr ? *number : 0;
 }
 
 std::string FormatArgument::text() const {
@@ -171,31 +139,23 @@ std::string FormatArgument::text() const {
     return "(null)";
 }
 
-std::string stringWithFormat(std::string_view format, std::span<const FormatArgument> arguments) {
+std::string stringWithArguments(std::string_view checkedFormat, std::span<const FormatArgument> arguments) {
     std::string result;
-    result.reserve(format.size() + 16 * arguments.size());
-    std::size_t position = 0;
-    while (position < format.size()) {
-        const std::size_t percent = std::min(format.find('%', position), format.size());
-        result.append(format, position, percent - position);
-        position = percent;
-        if (position == format.size()) break;
-        if (format.substr(position).starts_with("%%")) {
+    result.reserve(checkedFormat.size() + 16 * arguments.size());
+    for (std::string_view rest = checkedFormat;;) {
+        const std::size_t percent = std::min(rest.find('%'), rest.size());
+        result.append(rest, 0, percent);
+        rest.remove_prefix(percent);
+        if (rest.empty()) return result;
+        const auto placeholder = FormatPlaceholder::atBeginningOf(rest);
+        rest.remove_prefix(placeholder.length);
+        if (placeholder.kind == FormatPlaceholder::Kind::percentSign) {
             result += '%';
-            position += 2;
-            continue;
+        } else {
+            result += formatted(placeholder, arguments.front());
+            arguments = arguments.subspan(1);
         }
-        const Placeholder placeholder = placeholderAt(format, position);
-        if (placeholder.length == 0 || arguments.empty()) {
-            result += '%';
-            ++position;
-            continue;
-        }
-        result += formatted(placeholder, arguments.front());
-        arguments = arguments.subspan(1);
-        position += placeholder.length;
     }
-    return result;
 }
 
 std::int64_t integerValue(std::string_view text) {
@@ -262,11 +222,7 @@ std::string stringByTrimmingControlCharacters(std::string_view text) {
 }
 
 std::string hexadecimalDigits(char32_t number, std::size_t width) {
-    std::string digits;
-    for (; number != 0 || digits.size() < width; number /= 16) {
-        digits.insert(digits.begin(), "0123456789ABCDEF"[number % 16]);
-    }
-    return digits;
+    return QString::number(number, 16).toUpper().rightJustified(static_cast<qsizetype>(width), '0').toStdString();
 }
 
 std::string stringByEscapingControlCharacters(std::string_view text) {
@@ -295,8 +251,9 @@ std::string quotedText(std::string_view text) {
     std::size_t end = text.size();
     if (end > kLongest) {
         end = kLongest;
-        while (end > kLongest - 4 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U)
+        while (end > kLongest - 4 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {
             --end;  // no part of a character
+        }
     }
     return '"' + stringByEscapingControlCharacters(text.substr(0, end)) + (end < text.size() ? "...\"" : "\"");
 }

@@ -5,14 +5,19 @@
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 #include <QTemporaryDir>
+#include <array>
+#include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <fstream>
 #include <set>
 #include <thread>
 
 #include "platform/foundation/Descriptor.h"
+#include "platform/foundation/FileLock.h"
 
 namespace velmora {
 namespace {
@@ -22,8 +27,9 @@ namespace fs = std::filesystem;
 struct FileContents : testing::Test {
     std::set<std::string> names() const {
         std::set<std::string> names;
-        for (const auto& entry : fs::directory_iterator(folder))
+        for (const auto& entry : fs::directory_iterator(folder)) {
             names.insert(entry.path().filename());
+        }
         return names;
     }
 
@@ -32,7 +38,7 @@ struct FileContents : testing::Test {
     const fs::path file = folder / "file";
 };
 
-TEST_F(FileContents, TakesTheMemoryOfWhatIsThereAndRefusesWhatIsNoFileOrTooLarge) {
+TEST_F(FileContents, takesTheMemoryOfWhatIsThereAndRefusesWhatIsNoFileOrTooLarge) {
     ASSERT_TRUE(replaceFile(file, "contents"));
     const auto read = readFile(file, std::size_t{1} << 40);
     ASSERT_TRUE(read);
@@ -58,7 +64,7 @@ TEST_F(FileContents, TakesTheMemoryOfWhatIsThereAndRefusesWhatIsNoFileOrTooLarge
     }
 }
 
-TEST_F(FileContents, LeaveTheOldOnesWhereTheyStandWhenTheyCannotBeReplaced) {
+TEST_F(FileContents, leaveTheOldOnesWhereTheyStandWhenTheyCannotBeReplaced) {
     ASSERT_TRUE(replaceFile(file, "old"));
     rlimit before{};
     getrlimit(RLIMIT_FSIZE, &before);
@@ -82,10 +88,11 @@ TEST_F(FileContents, LeaveTheOldOnesWhereTheyStandWhenTheyCannotBeReplaced) {
     EXPECT_EQ(names(), std::set<std::string>{"file"});
 }
 
-TEST_F(FileContents, OfAKilledWriterAreRemovedByTheNextOneAndNobodyElses) {
-    const std::set<std::string> others{".velmora-file-1234567", ".velmora-file-1-12345678", ".velmora-file-87654321"};
-    for (const std::string& name : others)
+TEST_F(FileContents, ofAKilledWriterAreRemovedByTheNextOneAndNobodyElses) {
+    const std::set<std::string> others{".velmora-file-1-12345678", ".velmora-file-123.lock", ".velmora-file-87654321"};
+    for (const std::string& name : others) {
         std::ofstream(folder / name) << "half";
+    }
     const Descriptor writer(open((folder / ".velmora-file-87654321").c_str(), O_WRONLY | O_CLOEXEC));
     ASSERT_EQ(flock(writer.number(), LOCK_EX), 0);
     std::ofstream(folder / ".velmora-file-12345678") << "half";
@@ -95,11 +102,49 @@ TEST_F(FileContents, OfAKilledWriterAreRemovedByTheNextOneAndNobodyElses) {
     EXPECT_EQ(names(), expected);
 }
 
-TEST_F(FileContents, AreWholeWhenManyWriteThem) {
+TEST_F(FileContents, letInWhomTheAccessListOfTheOldOnesLetsInAndNobodyElse) {
+    // As the kernel keeps it: a version, then kind, permissions and user of each entry. User 1234 may read.
+    std::string list("\2\0\0\0", 4);
+    for (const auto& [kind, permissions, user] :
+         {std::array{1, 6, -1}, {2, 4, 1234}, {4, 0, -1}, {16, 4, -1}, {32, 0, -1}}) {
+        for (const int byte : {kind, 0, permissions, 0, user, user >> 8, user >> 16, user >> 24}) {
+            list += static_cast<char>(byte);
+        }
+    }
+    constexpr const char* kOfFile = "system.posix_acl_access";
+    const auto listOfFile = [this] {
+        std::string read(1000, ' ');
+        read.resize(std::max<ssize_t>(getxattr(file.c_str(), kOfFile, read.data(), read.size()), 0));
+        return read;
+    };
+    ASSERT_TRUE(replaceFile(file, "old"));
+    ASSERT_EQ(setxattr(file.c_str(), kOfFile, list.data(), list.size(), 0), 0) << std::strerror(errno);
+    ASSERT_TRUE(replaceFile(file, "new"));
+    EXPECT_EQ(listOfFile(), list);
+    ASSERT_EQ(removexattr(file.c_str(), kOfFile), 0);
+    ASSERT_EQ(chmod(file.c_str(), 0640), 0);
+    ASSERT_EQ(setxattr(folder.c_str(), "system.posix_acl_default", list.data(), list.size(), 0), 0);
+    ASSERT_TRUE(replaceFile(file, "newer"));
+    EXPECT_EQ(listOfFile(), "") << "a folder lets others in to its new files, and this is none";
+}
+
+TEST_F(FileContents, eachHaveALockOfTheirOwnAndOnlyAFileServesAsOne) {
+    const std::string longName(200, 'n');
+    const auto first = FileLock::take(folder / (longName + "1"));
+    EXPECT_FALSE(FileLock::take(folder / (longName + "1")));
+    EXPECT_TRUE(FileLock::take(folder / (longName + "2")));
+    const fs::path lock = companionOf(file, ".lock");
+    ASSERT_EQ(mkfifo(lock.c_str(), 0600), 0);
+    EXPECT_EQ(FileLock::take(file).failure().reason, lock.string() + " is not a file");
+    EXPECT_TRUE(fs::is_fifo(lock));
+}
+
+TEST_F(FileContents, areWholeWhenManyWriteThem) {
     ASSERT_TRUE(replaceFile(file, "x"));
     const auto write = [this](char letter) {
-        for (int turn = 0; turn < 50; ++turn)
+        for (int turn = 0; turn < 50; ++turn) {
             EXPECT_TRUE(replaceFile(file, std::string(100'000, letter)));
+        }
     };
     std::thread first(write, 'a');
     std::thread second(write, 'b');

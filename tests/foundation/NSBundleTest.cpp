@@ -36,7 +36,7 @@ class TestBundle {
 
     std::shared_ptr<NSBundle> open() const {
         EXPECT_TRUE(writePropertyListToFile(information, contents() / "Info.plist"));
-        return NSBundle::bundleWithPath(path());
+        return *NSBundle::bundleWithPath(path());
     }
 
     const DictionaryReference information = std::make_shared<PropertyListDictionary>();
@@ -44,6 +44,12 @@ class TestBundle {
   private:
     const QTemporaryDir folder_;
 };
+
+template <typename Value>
+void expectRefusal(const Result<Value>& result, const std::string& reason) {
+    ASSERT_FALSE(result) << reason;
+    EXPECT_NE(result.failure().reason.find(reason), std::string::npos) << result.failure().reason;
+}
 
 TEST(NSBundle, findsItsInformationAndOnlyItsOwnResources) {
     TestBundle files;
@@ -55,14 +61,13 @@ TEST(NSBundle, findsItsInformationAndOnlyItsOwnResources) {
     EXPECT_EQ(bundle->pathForResource("Settings", "ui"),
               bundle->bundlePath() / "Contents" / "Resources" / "Settings.ui");
     EXPECT_EQ(bundle->pathForResource("Settings.ui", ""), bundle->pathForResource("Settings", "ui"));
-    for (const std::string name : {"../Secret", "..", "", "Folder", "Missing", "./Settings", "../Resources/Settings"})
+    for (const std::string name : {"../Secret", "..", "", "Folder", "Missing", "./Settings", "../Resources/Settings"}) {
         EXPECT_EQ(bundle->pathForResource(name, "ui"), std::nullopt) << name;
+    }
     EXPECT_EQ(bundle->pathForResource("Settings", std::string_view("ui\0", 3)), std::nullopt);
 
-    std::string error;
     std::ofstream(files.contents() / "Info.plist") << "<plist><array/></plist>";
-    EXPECT_FALSE(NSBundle::bundleWithPath(files.path(), &error));
-    EXPECT_NE(error.find("no dictionary"), std::string::npos) << error;
+    expectRefusal(NSBundle::bundleWithPath(files.path()), "does not hold a dictionary");
 }
 
 TEST(NSBundle, refusesModulesThatDoNotFitAndSaysWhy) {
@@ -83,12 +88,10 @@ TEST(NSBundle, refusesModulesThatDoNotFitAndSaysWhy) {
         TestBundle files(moduleKind);
         files.information->insert_or_assign(key, value);
         const auto bundle = files.open();
-        std::string error;
-        EXPECT_FALSE(bundle->load(1, &error)) << expected;
-        EXPECT_NE(error.find(expected), std::string::npos) << error;
+        expectRefusal(bundle->load(1), expected);
         EXPECT_FALSE(bundle->isLoaded());
         EXPECT_FALSE(files.isMapped()) << expected;
-        EXPECT_FALSE(bundle->makePrincipalObject(&error));
+        expectRefusal(bundle->makePrincipalObject(), "not loaded");
     }
 }
 
@@ -99,24 +102,21 @@ TEST(NSBundle, unloadsOnlyWhenNothingOfTheModuleCanRunAnyMore) {
     const auto observation = NSNotificationCenter::defaultCenter().addObserver(
         "TestModuleThreadEnded", nullptr, [&](const NSNotification&) { ++threadsEnded; });
     for (int round = 1; round <= 3; ++round) {
-        std::string error;
-        ASSERT_TRUE(bundle->load(1, &error)) << error;
+        ASSERT_TRUE(bundle->load(1));
         EXPECT_TRUE(bundle->load(1));
         EXPECT_FALSE(bundle->load(2));
-        auto object = bundle->makePrincipalObject(&error);
-        ASSERT_TRUE(object) << error;
-        EXPECT_FALSE(bundle->unload(&error));
-        EXPECT_NE(error.find("alive"), std::string::npos) << error;
+        auto object = *bundle->makePrincipalObject();
+        expectRefusal(bundle->unload(), "alive");
         EXPECT_TRUE(files.isMapped());
 
         object.reset();
         {
             const MainThread::ModeScope mode(NSModalPanelRunLoopMode);
-            EXPECT_FALSE(bundle->unload(&error));
-            EXPECT_NE(error.find("panel"), std::string::npos) << error;
+            expectRefusal(bundle->unload(), "panel");
         }
         // The thread sleeps for thirty seconds and then hands work over; neither may outlive the module.
-        EXPECT_TRUE(bundle->unload(&error)) << error;
+        const auto unloaded = bundle->unload();
+        EXPECT_TRUE(unloaded) << unloaded.failure().reason;
         EXPECT_EQ(NSThread::runningThreads(), 0);
         EXPECT_EQ(threadsEnded, round);
         EXPECT_FALSE(bundle->isLoaded());

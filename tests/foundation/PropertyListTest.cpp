@@ -23,8 +23,9 @@ ArrayReference arrayWith(std::initializer_list<PropertyList> items) {
 
 std::string repeated(std::string_view text, std::size_t times) {
     std::string result;
-    while (times-- > 0)
+    while (times-- > 0) {
         result += text;
+    }
     return result;
 }
 
@@ -40,8 +41,9 @@ TEST(PropertyList, readsNumbersAsTheSystemDoes) {
 
 TEST(PropertyListXML, everyValueComesBackFromWritingAndReading) {
     std::string everyCharacter = "\uFEFF\t\n\r\x7F\u0080\u009B\u200F\u2028\uFFFD";
-    for (char byte = 32; byte < 127; ++byte)
+    for (char byte = 32; byte < 127; ++byte) {
         everyCharacter += byte;
+    }
     auto dictionary = std::make_shared<PropertyListDictionary>();
     for (const std::string& text : {""s, " "s, "\n"s, "<&>\"'"s, "]]>"s, "]]><&"s, "&lt;&#65;"s, "<![CDATA[x]]>"s,
                                     "é\U0001F600\r\n"s, everyCharacter}) {
@@ -50,16 +52,15 @@ TEST(PropertyListXML, everyValueComesBackFromWritingAndReading) {
     }
     dictionary->emplace("others", arrayWith({std::numeric_limits<std::int64_t>::min(), 0.1, 5e-324, HUGE_VAL, true,
                                              std::make_shared<PropertyListDictionary>(), arrayWith({})}));
-    std::string error;
-    const auto xml = XMLWithPropertyList(dictionary, &error);
-    ASSERT_TRUE(xml) << error;
+    const auto xml = XMLWithPropertyList(dictionary);
+    ASSERT_TRUE(xml) << xml.failure().reason;
     EXPECT_TRUE(xml->ends_with("</plist>\n"));
     // Nothing stands in it that a terminal would obey.
     EXPECT_EQ(componentsSeparatedByString(stringByEscapingControlCharacters(*xml), "\\x").size(), 1u);
     EXPECT_EQ(xml->find("\u200F"), std::string::npos);
-    EXPECT_EQ(propertyListWithXML(*xml, &error), PropertyList(dictionary)) << error;
-    const auto replaced = XMLWithPropertyList("a\0b\xFF\x1B\uFFFF"s);
-    EXPECT_EQ(propertyListWithXML(replaced.value_or("")), PropertyList("a\uFFFDb\uFFFD\uFFFD\uFFFD"));
+    EXPECT_EQ(*propertyListWithXML(*xml), PropertyList(dictionary));
+    EXPECT_EQ(*propertyListWithXML(*XMLWithPropertyList("a\0b\xFF\x1B\uFFFF"s)),
+              PropertyList("a\uFFFDb\uFFFD\uFFFD\uFFFD"));
 }
 
 TEST(PropertyListXML, readsWhatOtherProgramsWrite) {
@@ -81,23 +82,21 @@ TEST(PropertyListXML, readsWhatOtherProgramsWrite) {
     expected->emplace("", arrayWith({true, false, 10, 25.0}));
     expected->emplace("twice", std::make_shared<PropertyListDictionary>());
     expected->emplace("\uFFFD<a:b>", "\n");
-    std::string error;
-    EXPECT_EQ(propertyListWithXML(document, &error), PropertyList(expected)) << error;
+    EXPECT_EQ(*propertyListWithXML(document), PropertyList(expected));
     // Cut off anywhere, it is refused.
     for (std::size_t length = 0; length < document.find("</plist><!--") + 8; ++length) {
-        error.clear();
-        EXPECT_FALSE(propertyListWithXML(document.substr(0, length), &error)) << length;
-        EXPECT_FALSE(error.empty());
+        EXPECT_NE(propertyListWithXML(document.substr(0, length)).failure().reason, "") << length;
     }
 }
 
 TEST(PropertyListXML, refusesDamagedAndHostileDocumentsWithAReason) {
     const auto nested = [](std::size_t depth) { return repeated("<array>", depth) + repeated("</array>", depth); };
     const auto refused = [](const std::string& document, const std::string& reason) {
-        std::string error;
-        EXPECT_FALSE(propertyListWithXML(document, &error)) << document.substr(0, 80);
-        EXPECT_FALSE(error.empty()) << document.substr(0, 80);
-        EXPECT_NE(error.find(reason), std::string::npos) << error << " for " << document.substr(0, 80);
+        const auto read = propertyListWithXML(document);
+        ASSERT_FALSE(read) << document.substr(0, 80);
+        const std::string& words = read.failure().reason;
+        EXPECT_FALSE(words.empty()) << document.substr(0, 80);
+        EXPECT_NE(words.find(reason), std::string::npos) << words << " for " << document.substr(0, 80);
     };
     // "" for what no XML is: those reasons are the library's words.
     const std::pair<std::string, std::vector<std::string>> bodies[] = {
@@ -126,8 +125,9 @@ TEST(PropertyListXML, refusesDamagedAndHostileDocumentsWithAReason) {
          {"<a:b/>", "<" + repeated("x", 70'000) + ":b/>", "<true xmlns:x='y'/>", "</x:y>",
           "<dict x='>' a:b='c'></dict>"}}};
     for (const auto& [reason, list] : bodies) {
-        for (const std::string& body : list)
+        for (const std::string& body : list) {
             refused("<plist>" + body + "</plist>", reason);
+        }
     }
     refused("bplist00\xD0", "binary");
     refused("{\"a\":1}", "");
@@ -145,19 +145,19 @@ TEST(PropertyListXML, refusesDamagedAndHostileDocumentsWithAReason) {
 
 TEST(PropertyListXML, refusesToWriteWhatCouldNotBeReadAgain) {
     PropertyList deep(1);
-    for (int i = 0; i < 65; ++i)
+    for (int i = 0; i < 65; ++i) {
         deep = arrayWith({deep});
+    }
     const ArrayReference cycle = arrayWith({1});
     cycle->push_back(cycle);
     // Every list holds the one below twice: small in memory, endless on paper.
     PropertyList doubling("x");
-    for (int i = 0; i < 60; ++i)
+    for (int i = 0; i < 60; ++i) {
         doubling = arrayWith({doubling, doubling});
+    }
     const std::string wide(kPropertyListByteLimit / 4, '&');
     for (const PropertyList& value : {deep, PropertyList(cycle), doubling, PropertyList(wide)}) {
-        std::string error;
-        EXPECT_FALSE(XMLWithPropertyList(value, &error));
-        EXPECT_FALSE(error.empty());
+        EXPECT_NE(XMLWithPropertyList(value).failure().reason, "");
     }
     cycle->clear();
 }
@@ -167,24 +167,23 @@ TEST(PropertyListXML, replacesFilesAtomicallyAndKeepsThemOnFailure) {
     const fs::path folder = temporary.path().toStdString();
     const fs::path file = folder / "settings.plist";
     const fs::path link = folder / "link.plist";
-    std::string error;
-    ASSERT_TRUE(writePropertyListToFile("first", file, &error)) << error;
+    ASSERT_TRUE(writePropertyListToFile("first", file));
     [[maybe_unused]] const int given = chown(file.c_str(), 1234, 1234);  // for root only
     ASSERT_EQ(chmod(file.c_str(), 0640), 0);
     struct stat before {
     }, after{};
     ASSERT_EQ(stat(file.c_str(), &before), 0);
     fs::create_symlink(file, link);
-    ASSERT_TRUE(writePropertyListToFile("second", link, &error)) << error;
+    ASSERT_TRUE(writePropertyListToFile("second", link));
     EXPECT_TRUE(fs::is_symlink(link));
     ASSERT_EQ(stat(file.c_str(), &after), 0);
     EXPECT_EQ(std::tuple(after.st_mode, after.st_uid, after.st_gid),
               std::tuple(before.st_mode, before.st_uid, before.st_gid));
-    EXPECT_FALSE(writePropertyListToFile(std::string(kPropertyListByteLimit, '&'), file, &error));
-    EXPECT_EQ(propertyListWithContentsOfFile(file), PropertyList("second"));
-    EXPECT_FALSE(writePropertyListToFile("x", folder, &error));
-    EXPECT_FALSE(writePropertyListToFile("x", folder / "missing" / "file", &error));
-    EXPECT_NE(error.find("missing/file"), std::string::npos) << error;
+    EXPECT_FALSE(writePropertyListToFile(std::string(kPropertyListByteLimit, '&'), file));
+    EXPECT_EQ(*propertyListWithContentsOfFile(file), PropertyList("second"));
+    EXPECT_FALSE(writePropertyListToFile("x", folder));
+    const auto nowhere = writePropertyListToFile("x", folder / "missing" / "file");
+    EXPECT_NE(nowhere.failure().reason.find("missing/file"), std::string::npos);
     // Nothing is left behind.
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2);
 
@@ -198,9 +197,8 @@ TEST(PropertyListXML, replacesFilesAtomicallyAndKeepsThemOnFailure) {
     std::ofstream(folder / "damaged") << "<plist>\n<dict>";
     std::ofstream(folder / "large") << std::string(kPropertyListByteLimit + 1, ' ');
     for (const std::string name : {"missing", "", "pipe", "damaged", "large"}) {
-        error.clear();
-        EXPECT_FALSE(propertyListWithContentsOfFile(folder / name, &error)) << name;
-        EXPECT_NE(error.find((folder / name).string()), std::string::npos) << error;
+        const auto read = propertyListWithContentsOfFile(folder / name);
+        EXPECT_NE(read.failure().reason.find((folder / name).string()), std::string::npos) << name;
     }
 }
 

@@ -19,8 +19,9 @@ class TestPrincipal : public NSObject {
 
   private:
     static void run() {
-        while (!NSThread::currentThreadIsCancelled())
+        while (!NSThread::currentThreadIsCancelled()) {
             NSRunLoop::currentRunLoop()->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(30.0));
+        }
         MainThread::performLater([] {
             NSNotificationCenter::defaultCenter().postNotification({"TestModuleThreadEnded", nullptr, nullptr});
         });

@@ -56,7 +56,7 @@ class HostProgram : public testing::Test {
     }
     // Ends as no library writes it, so that a rewriting shows.
     QString writeSettings(const QString& server, const Outputs& outputs) const {
-        const auto text = XMLWithPropertyList(settingsWith(server.toStdString(), outputs)).value_or("");
+        const std::string text = *XMLWithPropertyList(settingsWith(server.toStdString(), outputs));
         return write("settings.plist", QByteArray::fromStdString(text) + "<!-- by hand -->");
     }
 

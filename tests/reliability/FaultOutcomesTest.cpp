@@ -77,7 +77,7 @@ const Row kRows[] = {
 class FaultOutcomes : public testing::Test {
   protected:
     FaultOutcomes() {
-        switch_.matrix.apply({{"Input 1", "Input 2", "Input 3", "Input 4", "Camera 5"}, {"Camera 5"}, {}});
+        EXPECT_TRUE(switch_.matrix.apply({{"Input 1", "Input 2", "Input 3", "Input 4", "Camera 5"}, {"Camera 5"}, {}}));
     }
     ~FaultOutcomes() override {
         plugin_->stop();

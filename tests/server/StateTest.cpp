@@ -12,7 +12,7 @@
 
 namespace velmora {
 
-TEST(State, IsWrittenWhileTheServerRunsAndTroubleIsToldOnceAndMended) {
+TEST(State, isWrittenWhileTheServerRunsAndTroubleIsToldOnceAndMended) {
     QTemporaryDir folder;
     const std::string path = folder.filePath("state.json").toStdString();
     VirtualMatrix matrix(4, 3);
@@ -38,7 +38,7 @@ TEST(State, IsWrittenWhileTheServerRunsAndTroubleIsToldOnceAndMended) {
     EXPECT_EQ(keeper.stop().failure().reason, "No such file or directory");
 }
 
-TEST(State, FilesThatCannotBeUsedAreRefusedAndLeftAlone) {
+TEST(State, filesThatCannotBeUsedAreRefusedAndLeftAlone) {
     const QTemporaryDir folder;
     const std::string path = folder.filePath("state.json").toStdString();
     const std::pair<std::string, const char*> table[] = {

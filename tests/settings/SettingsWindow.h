@@ -147,7 +147,7 @@ class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol
     }
 
     std::shared_ptr<VelmoraSwitchNodePlugin> plugin =
-        std::make_shared<VelmoraSwitchNodePlugin>(NSBundle::bundleWithPath(VELMORA_BUNDLE));
+        std::make_shared<VelmoraSwitchNodePlugin>(*NSBundle::bundleWithPath(VELMORA_BUNDLE));
     int notices = 0;
     std::function<void()> onNotice;
     std::function<void()> onAlert;  // before it is closed

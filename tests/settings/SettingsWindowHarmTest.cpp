@@ -72,7 +72,7 @@ TEST_F(SettingsWindowHarm, thePluginGoesWhileItsViewIsInUse) {
         [&] { chooser->showPopup(), destroy(), release(); },
     };
     for (const auto& use : uses) {
-        plugin = std::make_shared<VelmoraSwitchNodePlugin>(NSBundle::bundleWithPath(VELMORA_BUNDLE));
+        plugin = std::make_shared<VelmoraSwitchNodePlugin>(*NSBundle::bundleWithPath(VELMORA_BUNDLE));
         onNotice = nullptr;
         open("Studio", kFull);
         const QPointer<QWidget> shown = view;

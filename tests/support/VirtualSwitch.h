@@ -13,9 +13,9 @@
 namespace velmora::test {
 
 inline Fault fault(const std::string& text) {
-    Fault parsed;
-    EXPECT_EQ(parseFault(text, parsed), std::nullopt) << text;
-    return parsed;
+    const Result<Fault> parsed = parseFault(text);
+    EXPECT_TRUE(parsed) << text;
+    return parsed ? *parsed : Fault();
 }
 
 class VirtualSwitch {
@@ -26,7 +26,7 @@ class VirtualSwitch {
 
     void start() {
         server = std::make_unique<SwitchServer>(matrix, nullptr, &faults);
-        EXPECT_EQ(server->start("127.0.0.1", 0), std::nullopt);
+        EXPECT_TRUE(server->start("127.0.0.1", 0));
         announcement_ = std::make_unique<PublishedService>(name_, server->port());
     }
     void stop() {
