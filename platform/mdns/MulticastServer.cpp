@@ -95,7 +95,7 @@ class MulticastServer::Group {
 
 MulticastServer::MulticastServer(AvahiSimplePoll* poll)
     : poll_(poll),
-      screen_(avahi_simple_poll_get(poll)),
+      filter_(avahi_simple_poll_get(poll)),
       host_(avahi_simple_poll_get(poll), [this](const MdnsFrame& frame) { heard(frame); }) {
     // What fails is told to the host; the rest that the library writes is what the network makes it write, packet by
     // packet.
@@ -172,7 +172,7 @@ void MulticastServer::start(const MdnsFrame& frame) {
 
     int error = 0;
     server_ = avahi_server_new(
-        screen_.poll(), &config,
+        filter_.poll(), &config,
         [](AvahiServer* server, AvahiServerState state, void* self) {
             static_cast<MulticastServer*>(self)->stateChanged(server, state);
         },

@@ -9,7 +9,7 @@
 #include <unordered_map>
 
 #include "platform/mdns/HostConnection.h"
-#include "platform/mdns/PacketScreen.h"
+#include "platform/mdns/PacketFilter.h"
 
 namespace velmora {
 
@@ -38,7 +38,7 @@ class MulticastServer {
     void giveUp(int error);
 
     AvahiSimplePoll* const poll_;
-    PacketScreen screen_;
+    PacketFilter filter_;
     HostConnection host_;
     bool ended_ = false;
     AvahiServer* server_ = nullptr;

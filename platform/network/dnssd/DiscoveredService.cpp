@@ -43,7 +43,7 @@ std::string fullName(const ServiceKey& key) {
 
 }  // namespace
 
-DiscoveredService::DiscoveredService(ServiceKey key, DiscoveryLoop& loop, BackendKeeper& keeper, HostDirectory& hosts,
+DiscoveredService::DiscoveredService(ServiceKey key, DiscoveryLoop& loop, BackendSupply& keeper, HostDirectory& hosts,
                                      std::function<void()> touched)
     : key_(std::move(key)), nextLook_(loop), keeper_(keeper), directory_(hosts), touched_(std::move(touched)) {}
 

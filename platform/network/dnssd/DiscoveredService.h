@@ -44,7 +44,7 @@ struct ResolutionRequest {
 // Discovery thread only. `touched` asks for an update() before long; it may be called from within Avahi.
 class DiscoveredService {
   public:
-    DiscoveredService(ServiceKey key, DiscoveryLoop& loop, BackendKeeper& keeper, HostDirectory& hosts,
+    DiscoveredService(ServiceKey key, DiscoveryLoop& loop, BackendSupply& keeper, HostDirectory& hosts,
                       std::function<void()> touched);
     // Open requests are dropped unanswered.
     ~DiscoveredService();
@@ -94,7 +94,7 @@ class DiscoveredService {
 
     const ServiceKey key_;
     DiscoveryLoop::Timer nextLook_;
-    BackendKeeper& keeper_;
+    BackendSupply& keeper_;
     HostDirectory& directory_;
     const std::function<void()> touched_;
 

@@ -89,7 +89,7 @@ class DiscoveryEngine {
 
     DiscoveryLoop& loop_;
     const std::size_t maximumServices_;
-    BackendKeeper keeper_;
+    BackendSupply keeper_;
     HostDirectory hosts_;
     std::map<Kind, Browse> browses_;
     Services services_;

@@ -4,7 +4,7 @@
 
 namespace velmora {
 
-HostAddresses::HostAddresses(BackendKeeper& keeper, const std::string& name, const std::function<void()>& changed)
+HostAddresses::HostAddresses(BackendSupply& keeper, const std::string& name, const std::function<void()>& changed)
     : v6_(keeper, name, AVAHI_DNS_TYPE_AAAA, kMaximumAddresses, [changed](const NetworkRecord&, bool) { changed(); }),
       v4_(keeper, name, AVAHI_DNS_TYPE_A, kMaximumAddresses, [changed](const NetworkRecord&, bool) { changed(); }) {}
 

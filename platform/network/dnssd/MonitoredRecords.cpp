@@ -13,7 +13,7 @@ constexpr double kLookTime = 1.0;
 
 }  // namespace
 
-MonitoredRecords::MonitoredRecords(BackendKeeper& keeper, std::string name, std::uint16_t type, std::size_t limit,
+MonitoredRecords::MonitoredRecords(BackendSupply& keeper, std::string name, std::uint16_t type, std::size_t limit,
                                    Handler handler)
     : keeper_(keeper), name_(std::move(name)), type_(type), limit_(limit), handler_(std::move(handler)) {
     keeper_.addUser(*this);

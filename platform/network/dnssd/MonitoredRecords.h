@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/network/dnssd/BackendKeeper.h"
+#include "platform/network/dnssd/BackendSupply.h"
 
 namespace velmora {
 
@@ -19,7 +19,7 @@ class MonitoredRecords final : public BackendUser {
     // Keeps at most `limit` records. A new one takes the place of the oldest, because a server that has moved says so
     // last; what had to give way is looked for again when there is room. The handler is told of each that comes or
     // goes; it may be called from within Avahi, and must not destroy this object.
-    MonitoredRecords(BackendKeeper& keeper, std::string name, std::uint16_t type, std::size_t limit, Handler handler);
+    MonitoredRecords(BackendSupply& keeper, std::string name, std::uint16_t type, std::size_t limit, Handler handler);
     MonitoredRecords(const MonitoredRecords&) = delete;
     MonitoredRecords& operator=(const MonitoredRecords&) = delete;
     ~MonitoredRecords();
@@ -48,7 +48,7 @@ class MonitoredRecords final : public BackendUser {
     void heard(const NetworkRecord& record, bool present);
     void dropOldest();
 
-    BackendKeeper& keeper_;
+    BackendSupply& keeper_;
     const std::string name_;
     const std::uint16_t type_;
     const std::size_t limit_;

@@ -46,19 +46,19 @@ std::optional<std::string> faultOf(const ServiceKey& key, std::uint16_t port) {
 
 }  // namespace
 
-ServicePublication::ServicePublication(DiscoveryLoop& loop, BackendKeeper& keeper, ServiceKey key, std::uint16_t port,
+ServicePublication::ServicePublication(DiscoveryLoop& loop, BackendSupply& supply, ServiceKey key, std::uint16_t port,
                                        Report report)
-    : keeper_(keeper), key_(std::move(key)), port_(port), report_(std::move(report)), nextClaim_(loop) {
-    keeper_.addUser(*this);
+    : supply_(supply), key_(std::move(key)), port_(port), report_(std::move(report)), nextClaim_(loop) {
+    supply_.addUser(*this);
     if (const auto fault = faultOf(key_, port_)) {
         fail(*fault);
     } else {
-        keeper_.requirePublishing();
+        supply_.requirePublishing();
     }
 }
 
 ServicePublication::~ServicePublication() {
-    keeper_.removeUser(*this);
+    supply_.removeUser(*this);
 }
 
 void ServicePublication::backendGoes() {
@@ -68,10 +68,10 @@ void ServicePublication::backendGoes() {
 
 void ServicePublication::update() {
     if (failed_ || isWaiting_) return;
-    DiscoveryBackend* backend = keeper_.backend();
+    DiscoveryBackend* backend = supply_.backend();
     if (backend == nullptr) {
         // Once announced, it waits for better times.
-        if (announcedName_.empty() && !keeper_.isRestarting()) fail(keeper_.lastError());
+        if (announcedName_.empty() && !supply_.isRestarting()) fail(supply_.lastError());
         return;
     }
     if (!backend->isReadyToPublish()) {

@@ -26,9 +26,9 @@ inline constexpr Seconds kFirstRestartTime{0.25};
 inline constexpr Seconds kGoodServiceTime{30};
 
 // Discovery thread only. A backend is made and destroyed in settle() only, never within one of Avahi's callbacks.
-class BackendKeeper {
+class BackendSupply {
   public:
-    BackendKeeper(DiscoveryLoop& loop, std::vector<std::string> interfaces)
+    BackendSupply(DiscoveryLoop& loop, std::vector<std::string> interfaces)
         : loop_(loop),
           interfaces_(std::move(interfaces)),
           nextSettling_(loop),
@@ -37,10 +37,10 @@ class BackendKeeper {
           nextAsking_(loop),
           nextOwn_(loop),
           graceEnd_(loop) {}
-    BackendKeeper(const BackendKeeper&) = delete;
-    BackendKeeper& operator=(const BackendKeeper&) = delete;
+    BackendSupply(const BackendSupply&) = delete;
+    BackendSupply& operator=(const BackendSupply&) = delete;
     // There must be no users any more.
-    ~BackendKeeper() = default;
+    ~BackendSupply() = default;
 
     // A user is attached at once when there is a backend, and detached when it is removed.
     void addUser(BackendUser& user);
