@@ -21,6 +21,8 @@ namespace {
 constexpr unsigned kCacheEntries = 16 * 1024;
 // The longest data that is of use: a service's location with a name of 255 bytes.
 constexpr std::size_t kMaximumData = 512;
+// The end takes no longer than this, goodbyes included.
+constexpr std::chrono::seconds kGoodbyeTime{2};
 
 }  // namespace
 
@@ -103,17 +105,17 @@ MulticastServer::MulticastServer(AvahiSimplePoll* poll)
 }
 
 MulticastServer::~MulticastServer() {
-    expectProgressWithin(2);
+    expectProgressWithin(kGoodbyeTime);
     questions_.clear();
     groups_.clear();
     if (server_ != nullptr) avahi_server_free(server_);
-    expectProgressWithin(0);
+    expectProgressWithin(kNoLimit);
 }
 
 bool MulticastServer::run() {
     while (!ended_ && !host_.hasEnded()) {
         if (avahi_simple_poll_prepare(poll_, -1) != 0) return false;
-        expectProgressWithin(0);
+        expectProgressWithin(kNoLimit);
         if (avahi_simple_poll_run(poll_) < 0) return false;
         expectProgressWithin(kPatience);
         if (avahi_simple_poll_dispatch(poll_) != 0) return false;

@@ -4,6 +4,7 @@
 #include <avahi-common/simple-watch.h>
 #include <avahi-core/core.h>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <unordered_map>
@@ -13,8 +14,8 @@
 
 namespace velmora {
 
-// A turn of the loop that takes longer (seconds) is taken for one that never ends, and ends the program.
-inline constexpr unsigned kPatience = 10;
+// A turn of the loop that takes longer than this is taken for one that never ends, and ends the program.
+inline constexpr std::chrono::seconds kPatience{10};
 
 // One thread.
 class MulticastServer {

@@ -53,14 +53,15 @@ void BackendSupply::settleOwn() {
     if (active_ != nullptr) takeDown();
     own_.reset();
     restarting_ = restartIsLogged_ = false;
-    own_ = ProgramBackend::create(
-        loop_, interfaces_, publishing_, [this] { changed(); }, lastError_);
-    if (own_) {
-        ownEarnsTrust_ = fromNow(kGoodServiceTime);
-        bringUp(*own_);
-    } else {
+    auto created = ProgramBackend::create(loop_, interfaces_, publishing_, [this] { changed(); });
+    if (!created) {
+        lastError_ = created.failure().reason;
         retryLater();
+        return;
     }
+    own_ = *std::move(created);
+    ownEarnsTrust_ = fromNow(kGoodServiceTime);
+    bringUp(*own_);
 }
 
 void BackendSupply::ownHasFailed() {

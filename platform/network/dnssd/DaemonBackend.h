@@ -8,11 +8,11 @@
 #include <vector>
 
 #include "platform/network/dnssd/DiscoveryBackend.h"
-#include "platform/threads/NSLock.h"
+#include "platform/threads/Moment.h"
 
 namespace velmora {
 
-// Serves from when the daemon answers; until then it waits for it.
+// Waits for the daemon, and serves once it answers.
 class DaemonBackend final : public DiscoveryBackend {
   public:
     // Looks and announces on the interfaces of these names only, or on all when there are none. `changed` is called

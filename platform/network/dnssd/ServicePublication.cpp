@@ -8,6 +8,7 @@
 #include <random>
 #include <utility>
 
+#include "platform/foundation/Result.h"
 #include "platform/foundation/Text.h"
 
 namespace velmora {
@@ -28,20 +29,21 @@ std::chrono::milliseconds randomClaimPause() {
     return kClaimPause + std::chrono::milliseconds(more(source));
 }
 
-std::optional<std::string> faultOf(const ServiceKey& key, std::uint16_t port) {
-    if (key.name.empty()) return "the service has no name";
+Result<void> canBeAnnounced(const ServiceKey& key, std::uint16_t port) {
+    if (key.name.empty()) return Failure{"the service has no name"};
     if (key.name.size() > kMaximumNameBytes) {
-        return stringWithFormat("the name is %li bytes long, at most %li are possible", key.name.size(),
-                                kMaximumNameBytes);
+        return Failure{stringWithFormat("the name is %li bytes long, at most %li are possible", key.name.size(),
+                                        kMaximumNameBytes)};
     }
-    if (!isValidUTF8(key.name) || key.name.find('\0') != std::string::npos) return "the name is no text";
+    if (!isValidUTF8(key.name) || key.name.find('\0') != std::string::npos) return Failure{"the name is no text"};
     if (!avahi_is_valid_service_type_generic(key.type.c_str())) {
-        return stringWithFormat("%@ is no type of services", key.type);
+        return Failure{stringWithFormat("%@ is no type of services", key.type)};
     }
-    if (!isValidUTF8(key.domain) || !avahi_is_valid_domain_name(key.domain.c_str()))
-        return "the domain has no valid name";
-    if (port == 0) return "the service has no port";
-    return std::nullopt;
+    if (!isValidUTF8(key.domain) || !avahi_is_valid_domain_name(key.domain.c_str())) {
+        return Failure{"the domain has no valid name"};
+    }
+    if (port == 0) return Failure{"the service has no port"};
+    return {};
 }
 
 }  // namespace
@@ -50,8 +52,8 @@ ServicePublication::ServicePublication(DiscoveryLoop& loop, BackendSupply& suppl
                                        Report report)
     : supply_(supply), key_(std::move(key)), port_(port), report_(std::move(report)), nextClaim_(loop) {
     supply_.addUser(*this);
-    if (const auto fault = faultOf(key_, port_)) {
-        fail(*fault);
+    if (const auto possible = canBeAnnounced(key_, port_); !possible) {
+        fail(possible.failure().reason);
     } else {
         supply_.requirePublishing();
     }
