@@ -180,8 +180,8 @@ void Program::complainOfUnreachedInterfaces() {
         const std::vector<std::string> there = addressesOfInterface(interface);
         if (there.empty()) {
             complain(
-                stringWithFormat("%@ has no address, so nobody finds the server there. Set it up, and start the "
-                                 "server anew (not with --address 0.0.0.0 or ::).",
+                stringWithFormat("%@ has no address, so nobody finds the server there. Set it up; unless it listens "
+                                 "on 0.0.0.0 or ::, start the server anew then.",
                                  interface));
         } else if (!options_.address.empty() && !isReachedThroughInterface(options_.address, interface)) {
             complain(

@@ -99,8 +99,7 @@ MulticastServer::MulticastServer(AvahiSimplePoll* poll)
     : poll_(poll),
       filter_(avahi_simple_poll_get(poll)),
       host_(avahi_simple_poll_get(poll), [this](const MdnsFrame& frame) { heard(frame); }) {
-    // What fails is told to the host; the rest that the library writes is what the network makes it write, packet by
-    // packet.
+    // Failures are told to the host. The rest of the library's log grows with each packet that somebody sends.
     avahi_set_log_function([](AvahiLogLevel, const char*) {});
 }
 

@@ -51,7 +51,7 @@ bool isNetlinkSocket(int descriptor) {
 
 }  // namespace
 
-// What Avahi takes for its watch.
+// Avahi takes this for its watch.
 struct PacketFilter::Watch {
     PacketFilter& filter;
     const bool filtered;

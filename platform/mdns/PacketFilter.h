@@ -9,10 +9,10 @@
 
 namespace velmora {
 
-// An alias (CNAME) that leads back to itself, by whatever way, makes the library call itself until the stack is used
-// up, and whoever is on the same network can send one. Discovery needs no aliases, so packets with an alias are
-// dropped, as are those that are cut off, garbled, or longer than multicast DNS allows (the library asserts that none
-// is).
+// An alias (CNAME) that leads back to itself, by whatever way, makes Avahi 0.8 call itself until the stack is used up,
+// and anybody on the same network can send one (see docs/oddities.md). Discovery needs no aliases, so packets with an
+// alias are dropped, as are those that are cut off, garbled, or longer than multicast DNS allows (the library asserts
+// that none is).
 //
 // Only a packet that has been looked at reaches the library: where a look finds none, nothing is read. No order of
 // packets gets by. The library reads a socket only when a watch of this poll tells it to, one packet each time, and

@@ -18,7 +18,7 @@ namespace velmora {
 // news. So a server that left while velmora-mdns crashes every few seconds stays listed until one lasts this long. The
 // other way round, servers that never left would be told as gone and found again, and hosts would connect to them anew.
 inline constexpr Seconds kGraceTime{10};
-// What did not work is tried again after this time.
+// After this time everything that did not work is tried again.
 inline constexpr Seconds kRetryTime{5};
 // A program of ours that has failed is started again after the first time, and then each time after twice as long, up
 // to kRetryTime, unless it had served for the second.

@@ -44,7 +44,7 @@ char** environmentOfProgram() {
 }
 #endif
 
-// What the helper runs in is made ready before, so that it does as little as possible.
+// Everything that the helper needs is made ready before, so that it does as little as possible.
 class Launch {
   public:
     Launch(const char* path, int socket) : path_(path) {

@@ -42,7 +42,7 @@ class Query final : public RecordQuery {
         if (seen) query->handler_(*seen, event == AVAHI_BROWSER_NEW);
     }
 
-    // What was asked before is taken back when this cannot be.
+    // Takes back all that was asked before when this cannot be asked.
     bool ask(AvahiClient* client, AvahiIfIndex interface, const std::string& name) {
         AvahiRecordBrowser* browser =
             avahi_record_browser_new(client, interface, AVAHI_PROTO_UNSPEC, name.c_str(), AVAHI_DNS_CLASS_IN, type_,

@@ -16,7 +16,7 @@ namespace velmora {
 namespace {
 
 constexpr std::size_t kMaximumNameBytes = 63;
-// A network in which so many names are taken is one that does not want us.
+// A network in which this many names are taken does not want us.
 constexpr int kMaximumRenames = 100;
 
 // A name that was lost is claimed again after this time, and up to as much more by chance, so that two who have both
