@@ -6,14 +6,12 @@
 #include <QCoreApplication>
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -38,8 +36,7 @@ constexpr int exitFailed = 1;
 constexpr int exitWrongUsage = 2;
 
 // A new IPv6 address has this long to become one that can be listened on.
-constexpr std::chrono::seconds kNewAddressTime{3};
-constexpr std::chrono::milliseconds kNewAddressPause{50};
+constexpr Seconds kNewAddressTime{3};
 
 std::string joined(const std::vector<std::string>& names) {
     std::string text;
@@ -138,16 +135,10 @@ std::vector<std::string> Program::addressesToListenOn() {
     if (!options_.interfacesAreChosen && addresses.empty()) return {"127.0.0.1"};
     const Date end = fromNow(kNewAddressTime);
     std::erase_if(addresses, [this, end](const std::string& address) {
-        while (!canListenOn(address)) {
-            if (std::chrono::steady_clock::now() < end) {
-                std::this_thread::sleep_for(kNewAddressPause);
-                continue;
-            }
-            complain("cannot listen on " + address +
-                     " yet, and clients that try it do not get through. Set it up, and start the server anew.");
-            return true;
-        }
-        return false;
+        if (canListenOn(address, end)) return false;
+        complain("cannot listen on " + address +
+                 " yet, and clients that try it do not get through. Set it up, and start the server anew.");
+        return true;
     });
     return addresses;
 }
