@@ -1,4 +1,4 @@
-// What the discovery of this process makes of the messages of velmora-mdns, whatever they are.
+// Whatever velmora-mdns sends, discovery makes sense of it or ends the connection.
 #include <sys/socket.h>
 
 #include <array>

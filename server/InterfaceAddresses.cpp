@@ -9,10 +9,13 @@
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
 #include <memory>
+#include <thread>
 
 namespace velmora {
 
 namespace {
+
+constexpr std::chrono::milliseconds kPause{50};
 
 void appendAddresses(std::string_view interface, int family, socklen_t length, std::vector<std::string>& addresses) {
     ifaddrs* first = nullptr;
@@ -39,13 +42,15 @@ std::vector<std::string> addressesOfInterface(std::string_view interface) {
     return addresses;
 }
 
-bool canListenOn(const std::string& address) {
-    asio::io_context context;
-    asio::error_code failure;
+bool canListenOn(const std::string& address, Date then) {
     const asio::ip::tcp::endpoint endpoint(asio::ip::make_address(address), 0);
-    asio::ip::tcp::socket socket(context, endpoint.protocol());
-    socket.bind(endpoint, failure);
-    return !failure;
+    for (;;) {
+        asio::io_context context;
+        asio::error_code failure;
+        asio::ip::tcp::socket(context, endpoint.protocol()).bind(endpoint, failure);
+        if (!failure || std::chrono::steady_clock::now() >= then) return !failure;
+        std::this_thread::sleep_for(kPause);
+    }
 }
 
 bool isReachedThroughInterface(const std::string& address, std::string_view interface) {

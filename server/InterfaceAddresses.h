@@ -5,14 +5,16 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/threads/Moment.h"
+
 namespace velmora {
 
 // All that the interface has at this moment, IPv4 first; a link-local one ends in "%" and the interface. Any thread.
 std::vector<std::string> addressesOfInterface(std::string_view interface);
 
-// Whether a socket can listen on the address. An IPv6 address that is new cannot for a second or two, while the system
-// asks whether another machine has it. Any thread.
-bool canListenOn(const std::string& address);
+// Whether a socket can listen on the address. A new IPv6 address cannot for a second or two, while the system asks
+// whether another machine has it: that is waited for until then. Any thread.
+bool canListenOn(const std::string& address, Date then);
 
 // Whether somebody who listens on the address is reached at one of the interface's. An address for any ("0.0.0.0",
 // "::") is.

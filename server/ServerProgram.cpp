@@ -6,14 +6,12 @@
 #include <QCoreApplication>
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -37,8 +35,7 @@ namespace {
 constexpr const char* kProgramPrefix = "velmora-switch-server: ";
 
 // A new IPv6 address has this long to become one that can be listened on.
-constexpr std::chrono::seconds kNewAddressTime{3};
-constexpr std::chrono::milliseconds kNewAddressPause{50};
+constexpr Seconds kNewAddressTime{3};
 
 std::string joined(const std::vector<std::string>& names) {
     std::string text;
@@ -133,16 +130,10 @@ std::vector<std::string> Program::addressesToListenOn() {
     if (!options_.interfacesAreChosen && addresses.empty()) return {"127.0.0.1"};
     const Date end = fromNow(kNewAddressTime);
     std::erase_if(addresses, [this, end](const std::string& address) {
-        while (!canListenOn(address)) {
-            if (std::chrono::steady_clock::now() < end) {
-                std::this_thread::sleep_for(kNewAddressPause);
-                continue;
-            }
-            complain("cannot listen on " + address +
-                     " yet, and clients that try it do not get through. Set it up, and start the server anew.");
-            return true;
-        }
-        return false;
+        if (canListenOn(address, end)) return false;
+        complain("cannot listen on " + address +
+                 " yet, and clients that try it do not get through. Set it up, and start the server anew.");
+        return true;
     });
     return addresses;
 }
@@ -176,8 +167,8 @@ void Program::complainOfUnreachedInterfaces() {
         const std::vector<std::string> there = addressesOfInterface(interface);
         if (there.empty()) {
             complain(
-                stringWithFormat("%@ has no address, so nobody finds the server there. Set it up, and start the "
-                                 "server anew (not with --address 0.0.0.0 or ::).",
+                stringWithFormat("%@ has no address, so nobody finds the server there. Set it up; unless it listens "
+                                 "on 0.0.0.0 or ::, start the server anew then.",
                                  interface));
         } else if (!options_.address.empty() && !isReachedThroughInterface(options_.address, interface)) {
             complain(

@@ -51,8 +51,8 @@ void confineThisProcess() {
     }
 }
 
-void expectProgressWithin(unsigned seconds) {
-    alarm(seconds);
+void expectProgressWithin(std::chrono::seconds time) {
+    alarm(static_cast<unsigned>(time.count()));
 }
 
 }  // namespace velmora

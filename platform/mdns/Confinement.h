@@ -1,5 +1,7 @@
-// What a process gives up that reads what anybody on the network sends.
+// A process that reads packets from anybody on the network gives up what it does not need.
 #pragma once
+
+#include <chrono>
 
 namespace velmora {
 
@@ -8,7 +10,8 @@ namespace velmora {
 // left as it is: each is a second line of defence.
 void confineThisProcess();
 
-// Ends this process unless it is called again within so many seconds; 0 for no limit.
-void expectProgressWithin(unsigned seconds);
+inline constexpr std::chrono::seconds kNoLimit{0};
+// Ends this process unless it is called again within this time.
+void expectProgressWithin(std::chrono::seconds time);
 
 }  // namespace velmora

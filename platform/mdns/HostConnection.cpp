@@ -68,7 +68,7 @@ void HostConnection::send(const MdnsFrame& frame) {
         const ssize_t sent = ::send(kMdnsDescriptor, bytes->data(), bytes->size(), MSG_DONTWAIT | MSG_NOSIGNAL);
         if (sent >= 0) return;
         if (errno == EAGAIN || errno == ENOBUFS) {
-            expectProgressWithin(0);
+            expectProgressWithin(kNoLimit);
             std::array<pollfd, 2> polled = {{{kMdnsDescriptor, POLLOUT, 0}, {host_, POLLIN, 0}}};
             poll(polled.data(), polled.size(), -1);
             if (polled[1].revents != 0) deaf_ = true;

@@ -24,8 +24,8 @@ class HostConnection {
     static bool exists();
 
     // Waits until the host has taken it: a host that stands still has this program stand still, and nothing piles up.
-    // What the network says meanwhile stays in the kernel's buffer, and what does not fit is lost, as it is when a
-    // process is busy. The host never waits for this program, so neither waits for the other.
+    // Packets that come meanwhile stay in the kernel's buffer, and those that do not fit are lost, as with any
+    // process that is busy. The host never waits for this program, so neither waits for the other.
     void send(const MdnsFrame& frame);
     // Handles what the host has sent, some of it at a time.
     void read();

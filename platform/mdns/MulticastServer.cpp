@@ -21,6 +21,8 @@ namespace {
 constexpr unsigned kCacheEntries = 16 * 1024;
 // The longest data that is of use: a service's location with a name of 255 bytes.
 constexpr std::size_t kMaximumData = 512;
+// The end takes no longer than this, goodbyes included.
+constexpr std::chrono::seconds kGoodbyeTime{2};
 
 }  // namespace
 
@@ -95,25 +97,24 @@ class MulticastServer::Group {
 
 MulticastServer::MulticastServer(AvahiSimplePoll* poll)
     : poll_(poll),
-      screen_(avahi_simple_poll_get(poll)),
+      filter_(avahi_simple_poll_get(poll)),
       host_(avahi_simple_poll_get(poll), [this](const MdnsFrame& frame) { heard(frame); }) {
-    // What fails is told to the host; the rest that the library writes is what the network makes it write, packet by
-    // packet.
+    // Failures are told to the host. The rest of the library's log grows with each packet that somebody sends.
     avahi_set_log_function([](AvahiLogLevel, const char*) {});
 }
 
 MulticastServer::~MulticastServer() {
-    expectProgressWithin(2);
+    expectProgressWithin(kGoodbyeTime);
     questions_.clear();
     groups_.clear();
     if (server_ != nullptr) avahi_server_free(server_);
-    expectProgressWithin(0);
+    expectProgressWithin(kNoLimit);
 }
 
 bool MulticastServer::run() {
     while (!ended_ && !host_.hasEnded()) {
         if (avahi_simple_poll_prepare(poll_, -1) != 0) return false;
-        expectProgressWithin(0);
+        expectProgressWithin(kNoLimit);
         if (avahi_simple_poll_run(poll_) < 0) return false;
         expectProgressWithin(kPatience);
         if (avahi_simple_poll_dispatch(poll_) != 0) return false;
@@ -172,7 +173,7 @@ void MulticastServer::start(const MdnsFrame& frame) {
 
     int error = 0;
     server_ = avahi_server_new(
-        screen_.poll(), &config,
+        filter_.poll(), &config,
         [](AvahiServer* server, AvahiServerState state, void* self) {
             static_cast<MulticastServer*>(self)->stateChanged(server, state);
         },

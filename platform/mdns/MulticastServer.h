@@ -4,17 +4,18 @@
 #include <avahi-common/simple-watch.h>
 #include <avahi-core/core.h>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <unordered_map>
 
 #include "platform/mdns/HostConnection.h"
-#include "platform/mdns/PacketScreen.h"
+#include "platform/mdns/PacketFilter.h"
 
 namespace velmora {
 
-// A turn of the loop that takes longer (seconds) is taken for one that never ends, and ends the program.
-inline constexpr unsigned kPatience = 10;
+// A turn of the loop that takes longer than this is taken for one that never ends, and ends the program.
+inline constexpr std::chrono::seconds kPatience{10};
 
 // One thread.
 class MulticastServer {
@@ -38,7 +39,7 @@ class MulticastServer {
     void giveUp(int error);
 
     AvahiSimplePoll* const poll_;
-    PacketScreen screen_;
+    PacketFilter filter_;
     HostConnection host_;
     bool ended_ = false;
     AvahiServer* server_ = nullptr;

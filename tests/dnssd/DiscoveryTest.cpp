@@ -12,7 +12,7 @@
 #include <mutex>
 #include <tuple>
 
-#include "platform/mdns/PacketScreen.h"
+#include "platform/mdns/PacketFilter.h"
 #include "platform/network/dnssd/DiscoveryThread.h"
 #include "tests/dnssd/RawAnnouncer.h"
 #include "tests/support/ChildProcess.h"
@@ -283,9 +283,9 @@ TEST_F(Discovery, NewsThatIsOvertakenBeforeTheMainThreadComesToItIsNotTold) {
     EXPECT_EQ(watcher.events, (Strings{"not resolved Router", "removed Router"}));
 }
 
-TEST_F(Discovery, PacketsWithAnAliasOrCutOffAreScreenedOut) {
+TEST_F(Discovery, PacketsWithAnAliasOrCutOffAreFilteredOut) {
     const auto passes = [](std::string_view packet) {
-        return PacketScreen::passes({reinterpret_cast<const std::uint8_t*>(packet.data()), packet.size()});
+        return PacketFilter::passes({reinterpret_cast<const std::uint8_t*>(packet.data()), packet.size()});
     };
     RawAnnouncer announcer;
     const std::string good = announcer.pointer({"a"}, {"b", "c"}).location({"b", "c"}, {"d"}, 1).take();
@@ -304,7 +304,7 @@ TEST_F(Discovery, PacketsWithAnAliasOrCutOffAreScreenedOut) {
         return static_cast<AvahiWatch*>(watch = userdata);
     };
     inner.watch_free = [](AvahiWatch*) {};
-    PacketScreen screen(&inner);
+    PacketFilter filter(&inner);
     std::array<int, 2> ends{};
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, ends.data()), 0);
     const Socket reader(ends[0]), sender(ends[1]);
@@ -313,7 +313,7 @@ TEST_F(Discovery, PacketsWithAnAliasOrCutOffAreScreenedOut) {
         std::array<char, 100> packet;
         *static_cast<int*>(count) += recv(descriptor, packet.data(), packet.size(), MSG_DONTWAIT) < 0 ? 100 : 1;
     };
-    AvahiWatch* const screened = screen.poll()->watch_new(screen.poll(), ends[0], AVAHI_WATCH_IN, library, &reads);
+    AvahiWatch* const filtered = filter.poll()->watch_new(filter.poll(), ends[0], AVAHI_WATCH_IN, library, &reads);
     const std::string alias = announcer.alias({"a"}, {"a"}).take();
     for (const std::string& packet : {std::string(), std::string(9001, 'x'), alias, good, std::string(1, 'x')}) {
         event(nullptr, ends[0], AVAHI_WATCH_IN, watch);
@@ -321,7 +321,7 @@ TEST_F(Discovery, PacketsWithAnAliasOrCutOffAreScreenedOut) {
         event(nullptr, ends[0], AVAHI_WATCH_IN, watch);
     }
     EXPECT_EQ(reads, 1);
-    screen.poll()->watch_free(screened);
+    filter.poll()->watch_free(filtered);
 }
 
 // Whatever becomes of the program that listens to the network, in the host nothing is to be seen of it but a log line.

@@ -1,7 +1,7 @@
 // Where discovery has no room for everything, and how it treats names that lead nowhere.
 #include <gtest/gtest.h>
 
-#include "platform/network/dnssd/BackendKeeper.h"
+#include "platform/network/dnssd/BackendSupply.h"
 #include "platform/network/dnssd/MonitoredRecords.h"
 #include "platform/network/dnssd/UnannouncedServices.h"
 #include "tests/dnssd/RawAnnouncer.h"
@@ -27,10 +27,10 @@ class SilentBackend : public DiscoveryBackend {
 
 TEST(MonitoredRecords, setAsideTheOldestAndTakeItBackAsOldAsItWas) {
     DiscoveryLoop loop(-1);
-    BackendKeeper keeper(loop, {});
+    BackendSupply supply(loop, {});
     SilentBackend backend;
     Strings told;
-    MonitoredRecords records(keeper, "name", 33, 2, [&](const NetworkRecord& record, bool present) {
+    MonitoredRecords records(supply, "name", 33, 2, [&](const NetworkRecord& record, bool present) {
         told.push_back((present ? "+" : "-") + record.target);
     });
     records.backendCame(backend);

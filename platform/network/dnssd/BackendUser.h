@@ -12,7 +12,7 @@ class BackendUser {
     virtual void backendCame(DiscoveryBackend& backend) = 0;
     // The backend is about to be destroyed: everything that it has made must go now.
     virtual void backendGoes() = 0;
-    // What the present backend has not confirmed is to be taken for gone.
+    // Everything that the present backend has not confirmed is to be taken for gone.
     virtual void graceTimeEnded() = 0;
     // The interface of this index is no longer there, nor is what was seen on it.
     virtual void interfaceWent(int interface) = 0;

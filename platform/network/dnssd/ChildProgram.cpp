@@ -14,7 +14,6 @@
 #include <csignal>
 #include <utility>
 
-#include "platform/foundation/Result.h"
 #include "platform/network/dnssd/MdnsFrame.h"
 
 // This header of the C library does not say so itself.
@@ -45,7 +44,7 @@ char** environmentOfProgram() {
 }
 #endif
 
-// What the helper runs in is made ready before, so that it does as little as possible.
+// Everything that the helper needs is made ready before, so that it does as little as possible.
 class Launch {
   public:
     Launch(const char* path, int socket) : path_(path) {
@@ -135,17 +134,17 @@ class Launch {
 
 }  // namespace
 
-std::optional<ChildProgram> ChildProgram::start(const std::string& path, std::string& error) {
+Result<ChildProgram> ChildProgram::start(const std::string& path) {
     std::array<int, 2> sockets = {-1, -1};
     int process = -1;
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets.data()) == 0) {
         process = Launch(path.c_str(), sockets[1]).perform();
     }
-    if (process < 0) error = path + " cannot be started: " + failureOfSystem(errno).reason;
+    const int error = errno;
     for (const int socket : sockets) {
         if (socket >= 0 && (process < 0 || socket == sockets[1])) close(socket);
     }
-    if (process < 0) return std::nullopt;
+    if (process < 0) return Failure{path + " cannot be started: " + failureOfSystem(error).reason};
     return ChildProgram(sockets[0], process);
 }
 

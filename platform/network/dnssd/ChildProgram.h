@@ -2,8 +2,9 @@
 #pragma once
 
 #include <chrono>
-#include <optional>
 #include <string>
+
+#include "platform/foundation/Result.h"
 
 namespace velmora {
 
@@ -25,8 +26,8 @@ namespace velmora {
 // One thread.
 class ChildProgram {
   public:
-    // None, with the reason in `error`, when the program cannot be started. `path` is absolute.
-    static std::optional<ChildProgram> start(const std::string& path, std::string& error);
+    // `path` is absolute.
+    static Result<ChildProgram> start(const std::string& path);
     // Takes over both descriptors; the one of the process may be -1, for an other end without a process of its own.
     ChildProgram(int socket, int process) : socket_(socket), process_(process) {}
     ChildProgram(ChildProgram&& other) noexcept;

@@ -13,9 +13,9 @@ namespace {
 
 // Connections to the daemon, each good for about a thousand questions.
 constexpr std::size_t kMaximumClients = 16;
-// A daemon that has no room, or does not reply, is left alone for so long (seconds): the next question would try every
+// A daemon that has no room, or does not reply, is left alone for this time: the next question would try every
 // connection, or wait for the reply, just as long.
-constexpr double kPause = 1.0;
+constexpr Seconds kPause{1};
 
 using Interfaces = std::set<AvahiIfIndex>;
 
@@ -42,7 +42,7 @@ class Query final : public RecordQuery {
         if (seen) query->handler_(*seen, event == AVAHI_BROWSER_NEW);
     }
 
-    // What was asked before is taken back when this cannot be.
+    // Takes back all that was asked before when this cannot be asked.
     bool ask(AvahiClient* client, AvahiIfIndex interface, const std::string& name) {
         AvahiRecordBrowser* browser =
             avahi_record_browser_new(client, interface, AVAHI_PROTO_UNSPEC, name.c_str(), AVAHI_DNS_CLASS_IN, type_,
@@ -163,7 +163,7 @@ std::unique_ptr<RecordQuery> DaemonBackend::query(const std::string& name, std::
         if (query->start(clients_.back(), indexes_, name, type)) return query;
         error_ = avahi_client_errno(clients_.back());
     }
-    if (error_ == AVAHI_ERR_TOO_MANY_OBJECTS || error_ == AVAHI_ERR_DBUS_ERROR) pauseEnd_ = secondsFromNow(kPause);
+    if (error_ == AVAHI_ERR_TOO_MANY_OBJECTS || error_ == AVAHI_ERR_DBUS_ERROR) pauseEnd_ = fromNow(kPause);
     return nullptr;
 }
 

@@ -8,11 +8,11 @@
 #include <vector>
 
 #include "platform/network/dnssd/DiscoveryBackend.h"
-#include "platform/threads/NSLock.h"
+#include "platform/threads/Moment.h"
 
 namespace velmora {
 
-// Serves from when the daemon answers; until then it waits for it.
+// Waits for the daemon, and serves once it answers.
 class DaemonBackend final : public DiscoveryBackend {
   public:
     // Looks and announces on the interfaces of these names only, or on all when there are none. `changed` is called
@@ -26,7 +26,7 @@ class DaemonBackend final : public DiscoveryBackend {
     // The daemon or the bus has gone: this object is of no more use.
     bool hasFailed() const { return failed_; }
 
-    // What is asked and announced is bound to the indexes of the interfaces, and one that is made anew gets another
+    // Questions and announcements are bound to the indexes of the interfaces, and one that is made anew gets another
     // index. These are the indexes of those that there were when they were looked up last, at first when this was made;
     // without a limit AVAHI_IF_UNSPEC alone. Looking them up changes nothing for what has been asked and announced.
     const std::set<AvahiIfIndex>& interfaces() const { return indexes_; }

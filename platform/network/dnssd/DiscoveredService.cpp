@@ -25,9 +25,9 @@ std::string fullName(const ServiceKey& key) {
 
 }  // namespace
 
-DiscoveredService::DiscoveredService(ServiceKey key, DiscoveryLoop& loop, BackendKeeper& keeper, HostDirectory& hosts,
+DiscoveredService::DiscoveredService(ServiceKey key, DiscoveryLoop& loop, BackendSupply& supply, HostDirectory& hosts,
                                      std::function<void()> touched)
-    : key_(std::move(key)), nextLook_(loop), keeper_(keeper), directory_(hosts), touched_(std::move(touched)) {}
+    : key_(std::move(key)), nextLook_(loop), supply_(supply), directory_(hosts), touched_(std::move(touched)) {}
 
 DiscoveredService::~DiscoveredService() {
     if (withdrawn_ != nullptr) *withdrawn_ = true;
@@ -109,7 +109,7 @@ void DiscoveredService::updateQuestions() {
         return;
     }
     if (locations_ == nullptr) {
-        locations_ = std::make_unique<MonitoredRecords>(keeper_, name, AVAHI_DNS_TYPE_SRV, kMaximumLocations,
+        locations_ = std::make_unique<MonitoredRecords>(supply_, name, AVAHI_DNS_TYPE_SRV, kMaximumLocations,
                                                         [this](const NetworkRecord&, bool) { touched_(); });
     }
     std::map<std::string, std::shared_ptr<HostAddresses>> hosts;

@@ -25,7 +25,7 @@ inline constexpr Seconds kSettlingTime{0.5};
 // Discovery thread only. `touched` asks for an update() soon; it may be called from within Avahi.
 class DiscoveredService {
   public:
-    DiscoveredService(ServiceKey key, DiscoveryLoop& loop, BackendKeeper& keeper, HostDirectory& hosts,
+    DiscoveredService(ServiceKey key, DiscoveryLoop& loop, BackendSupply& supply, HostDirectory& hosts,
                       std::function<void()> touched);
     // Open requests are dropped unanswered.
     ~DiscoveredService();
@@ -81,7 +81,7 @@ class DiscoveredService {
 
     const ServiceKey key_;
     DiscoveryLoop::Timer nextLook_;
-    BackendKeeper& keeper_;
+    BackendSupply& supply_;
     HostDirectory& directory_;
     const std::function<void()> touched_;
 

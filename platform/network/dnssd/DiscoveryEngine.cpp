@@ -8,7 +8,7 @@
 
 #include "platform/foundation/NSLog.h"
 #include "platform/foundation/Text.h"
-#include "platform/network/dnssd/BackendKeeper.h"
+#include "platform/network/dnssd/BackendSupply.h"
 #include "platform/network/dnssd/DiscoveredService.h"
 #include "platform/network/dnssd/ServicePublication.h"
 
@@ -29,8 +29,8 @@ constexpr Seconds kPlaceTime{10};
 DiscoveryEngine::DiscoveryEngine(DiscoveryLoop& loop, std::vector<std::string> interfaces, std::size_t maximumServices)
     : loop_(loop),
       maximumServices_(maximumServices),
-      keeper_(std::make_unique<BackendKeeper>(loop, std::move(interfaces))),
-      hosts_(std::make_unique<HostDirectory>(*keeper_, [this](const std::string& name) { touchUsersOf(name); })),
+      supply_(std::make_unique<BackendSupply>(loop, std::move(interfaces))),
+      hosts_(std::make_unique<HostDirectory>(*supply_, [this](const std::string& name) { touchUsersOf(name); })),
       nextTurn_(loop) {}
 
 DiscoveryEngine::~DiscoveryEngine() = default;
@@ -42,11 +42,11 @@ void DiscoveryEngine::touchUsersOf(const std::string& host) {
 }
 
 void DiscoveryEngine::limitToInterfaces(std::vector<std::string> interfaces) {
-    keeper_->limitToInterfaces(std::move(interfaces));
+    supply_->limitToInterfaces(std::move(interfaces));
 }
 
 void DiscoveryEngine::settle() {
-    keeper_->settle();
+    supply_->settle();
     takeBack();
     makeRoom();
     while (!touched_.empty()) {
@@ -121,7 +121,7 @@ void DiscoveryEngine::askAhead() {
 DiscoveredService& DiscoveryEngine::service(const ServiceKey& key) {
     auto& known = services_[key];
     if (known == nullptr)
-        known = std::make_unique<DiscoveredService>(key, loop_, *keeper_, *hosts_, [this, key] { touch(key); });
+        known = std::make_unique<DiscoveredService>(key, loop_, *supply_, *hosts_, [this, key] { touch(key); });
     return *known;
 }
 
@@ -213,7 +213,7 @@ void DiscoveryEngine::browse(const std::string& type, const std::string& domain,
     browse.listeners.push_back(std::move(listener));
     if (browse.pointers != nullptr) return;
     browse.pointers = std::make_unique<MonitoredRecords>(
-        *keeper_, type + domain, AVAHI_DNS_TYPE_PTR, kMaximumPointers,
+        *supply_, type + domain, AVAHI_DNS_TYPE_PTR, kMaximumPointers,
         [this, kind](const NetworkRecord& record, bool present) { heardPointer(kind, record, present); });
 }
 
@@ -286,7 +286,7 @@ void DiscoveryEngine::findAddresses(const ServiceKey& key, std::function<void(st
 void DiscoveryEngine::publish(std::uint64_t owner, const ServiceKey& key, std::uint16_t port,
                               std::function<void(const std::string&, const std::optional<std::string>&)> report) {
     publications_.erase(owner);
-    publications_.emplace(owner, std::make_unique<ServicePublication>(loop_, *keeper_, key, port, std::move(report)));
+    publications_.emplace(owner, std::make_unique<ServicePublication>(loop_, *supply_, key, port, std::move(report)));
 }
 
 void DiscoveryEngine::withdraw(std::uint64_t owner, std::function<void()> done) {

@@ -18,7 +18,7 @@
 
 namespace velmora {
 
-class BackendKeeper;
+class BackendSupply;
 class DiscoveredService;
 class HostDirectory;
 class MonitoredRecords;
@@ -103,7 +103,7 @@ class DiscoveryEngine {
 
     DiscoveryLoop& loop_;
     const std::size_t maximumServices_;
-    const std::unique_ptr<BackendKeeper> keeper_;
+    const std::unique_ptr<BackendSupply> supply_;
     const std::unique_ptr<HostDirectory> hosts_;
     std::map<Kind, Browse> browses_;
     Services services_;

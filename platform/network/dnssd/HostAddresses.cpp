@@ -4,9 +4,9 @@
 
 namespace velmora {
 
-HostAddresses::HostAddresses(BackendKeeper& keeper, const std::string& name, const std::function<void()>& changed)
-    : v6_(keeper, name, AVAHI_DNS_TYPE_AAAA, kMaximumAddresses, [changed](const NetworkRecord&, bool) { changed(); }),
-      v4_(keeper, name, AVAHI_DNS_TYPE_A, kMaximumAddresses, [changed](const NetworkRecord&, bool) { changed(); }) {}
+HostAddresses::HostAddresses(BackendSupply& supply, const std::string& name, const std::function<void()>& changed)
+    : v6_(supply, name, AVAHI_DNS_TYPE_AAAA, kMaximumAddresses, [changed](const NetworkRecord&, bool) { changed(); }),
+      v4_(supply, name, AVAHI_DNS_TYPE_A, kMaximumAddresses, [changed](const NetworkRecord&, bool) { changed(); }) {}
 
 std::vector<std::string> HostAddresses::onInterface(int interface) const {
     std::vector<std::string> addresses;
@@ -26,7 +26,7 @@ std::shared_ptr<HostAddresses> HostDirectory::host(const std::string& name) {
     auto& known = hosts_[name];
     auto host = known.lock();
     if (host == nullptr) {
-        host = std::make_shared<HostAddresses>(keeper_, name, [this, name] { changed_(name); });
+        host = std::make_shared<HostAddresses>(supply_, name, [this, name] { changed_(name); });
         known = host;
     }
     return host;

@@ -17,7 +17,7 @@ inline constexpr std::size_t kMaximumAddresses = 64;
 class HostAddresses {
   public:
     // `name` is escaped as Avahi writes names. `changed` is called as the handler of MonitoredRecords is.
-    HostAddresses(BackendKeeper& keeper, const std::string& name, const std::function<void()>& changed);
+    HostAddresses(BackendSupply& supply, const std::string& name, const std::function<void()>& changed);
 
     // Those that were heard on this interface: IPv4 before IPv6, each in numerical order. An address that was heard
     // over both protocols is listed once.
@@ -33,13 +33,13 @@ class HostAddresses {
 class HostDirectory {
   public:
     // `changed` is called with the host's name.
-    HostDirectory(BackendKeeper& keeper, std::function<void(const std::string& name)> changed)
-        : keeper_(keeper), changed_(std::move(changed)) {}
+    HostDirectory(BackendSupply& supply, std::function<void(const std::string& name)> changed)
+        : supply_(supply), changed_(std::move(changed)) {}
 
     std::shared_ptr<HostAddresses> host(const std::string& name);
 
   private:
-    BackendKeeper& keeper_;
+    BackendSupply& supply_;
     const std::function<void(const std::string& name)> changed_;
     std::map<std::string, std::weak_ptr<HostAddresses>> hosts_;
 };

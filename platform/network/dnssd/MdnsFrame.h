@@ -1,4 +1,4 @@
-// What the process that discovers and velmora-mdns, the program that speaks multicast DNS for it, say to each other.
+// The messages between a process that discovers and velmora-mdns, the program that speaks multicast DNS for it.
 #pragma once
 
 #include <array>

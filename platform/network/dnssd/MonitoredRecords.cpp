@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/network/dnssd/BackendKeeper.h"
+#include "platform/network/dnssd/BackendSupply.h"
 
 namespace velmora {
 
@@ -19,21 +19,21 @@ bool isOlder(const MonitoredRecords::Records::value_type& left, const MonitoredR
 
 }  // namespace
 
-MonitoredRecords::MonitoredRecords(BackendKeeper& keeper, std::string name, std::uint16_t type, std::size_t limit,
+MonitoredRecords::MonitoredRecords(BackendSupply& supply, std::string name, std::uint16_t type, std::size_t limit,
                                    Handler handler)
-    : keeper_(keeper), name_(std::move(name)), type_(type), limit_(limit), handler_(std::move(handler)) {
-    keeper_.addUser(*this);
+    : supply_(supply), name_(std::move(name)), type_(type), limit_(limit), handler_(std::move(handler)) {
+    supply_.addUser(*this);
 }
 
 MonitoredRecords::~MonitoredRecords() {
-    keeper_.removeUser(*this);
+    supply_.removeUser(*this);
 }
 
 // An old question ends after the start of the new one, so that nothing goes unnoticed in between.
 void MonitoredRecords::backendCame(DiscoveryBackend& backend) {
     auto query =
         backend.query(name_, type_, [this](const NetworkRecord& record, bool present) { heard(record, present); });
-    if (query == nullptr) return keeper_.wasRefused(*this);
+    if (query == nullptr) return supply_.wasRefused(*this);
     query_ = std::move(query);
 }
 

@@ -11,7 +11,7 @@
 
 namespace velmora {
 
-class BackendKeeper;
+class BackendSupply;
 
 // Discovery thread only.
 class MonitoredRecords final : public BackendUser {
@@ -27,7 +27,7 @@ class MonitoredRecords final : public BackendUser {
     // Keeps at most `limit` records. A new one takes the place of the oldest, because a server that has moved says so
     // last; the oldest is set aside. The handler is told of each record that comes or goes. It may be called from
     // within Avahi, and must not destroy or change this object.
-    MonitoredRecords(BackendKeeper& keeper, std::string name, std::uint16_t type, std::size_t limit, Handler handler);
+    MonitoredRecords(BackendSupply& supply, std::string name, std::uint16_t type, std::size_t limit, Handler handler);
     MonitoredRecords(const MonitoredRecords&) = delete;
     MonitoredRecords& operator=(const MonitoredRecords&) = delete;
     ~MonitoredRecords();
@@ -54,7 +54,7 @@ class MonitoredRecords final : public BackendUser {
     void heard(const NetworkRecord& record, bool present);
     void makeRoom();
 
-    BackendKeeper& keeper_;
+    BackendSupply& supply_;
     const std::string name_;
     const std::uint16_t type_;
     const std::size_t limit_;

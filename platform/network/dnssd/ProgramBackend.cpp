@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <optional>
 #include <utility>
 
 namespace velmora {
@@ -22,8 +21,8 @@ constexpr std::size_t kWaitingForQuestions = 1024 * 1024;
 constexpr std::size_t kMaximumWaiting = 16 * 1024 * 1024;
 // Messages of the program that are taken in one turn of the loop, which has others to serve.
 constexpr int kFramesAtOnce = 256;
-// So often (seconds) the program is asked whether it lives, and so many times it may owe the answer.
-constexpr double kBeat = 2.0;
+// The program is asked each time after this whether it lives, and may owe this many answers.
+constexpr Seconds kBeat{2};
 constexpr int kMaximumUnanswered = 2;
 
 // Of the library that this is in. Found out when it is loaded, because it may have been loaded by a relative path,
@@ -67,21 +66,17 @@ class ProgramBackend::Group final : public EntryGroup {
     const std::uint64_t id_;
 };
 
-std::unique_ptr<ProgramBackend> ProgramBackend::create(DiscoveryLoop& loop, const std::vector<std::string>& interfaces,
-                                                       bool publishing, std::function<void()> changed,
-                                                       std::string& error) {
-    if (kFolderOfLibrary.empty()) {
-        error = "the folder of the platform library is not known";
-        return nullptr;
-    }
+Result<std::unique_ptr<ProgramBackend>> ProgramBackend::create(DiscoveryLoop& loop,
+                                                               const std::vector<std::string>& interfaces,
+                                                               bool publishing, std::function<void()> changed) {
+    if (kFolderOfLibrary.empty()) return Failure{"the folder of the platform library is not known"};
     // In the build tree as where it is installed or moved to: never where the PATH or the current folder lead.
-    auto program = ChildProgram::start(kFolderOfLibrary / "velmora" / "velmora-mdns", error);
-    if (!program) return nullptr;
+    auto program = ChildProgram::start(kFolderOfLibrary / "velmora" / "velmora-mdns");
+    if (!program) return program.failure();
     auto backend =
-        std::make_unique<ProgramBackend>(loop, std::move(*program), interfaces, publishing, std::move(changed));
-    if (!backend->hasFailed()) return backend;
-    error = backend->lastError();
-    return nullptr;
+        std::make_unique<ProgramBackend>(loop, *std::move(program), interfaces, publishing, std::move(changed));
+    if (backend->hasFailed()) return Failure{backend->lastError()};
+    return backend;
 }
 
 ProgramBackend::ProgramBackend(DiscoveryLoop& loop, ChildProgram program, const std::vector<std::string>& interfaces,
@@ -100,7 +95,7 @@ ProgramBackend::ProgramBackend(DiscoveryLoop& loop, ChildProgram program, const 
         return;
     }
     send({MdnsFrame::Kind::start, 0, {kMdnsFrameVersion, publishing ? 1 : 0, 0}, interfaces});
-    nextBeat_.set(secondsFromNow(kBeat), [this] { beat(); });
+    nextBeat_.set(fromNow(kBeat), [this] { beat(); });
 }
 
 ProgramBackend::~ProgramBackend() {
@@ -220,7 +215,7 @@ void ProgramBackend::sendWaiting() {
         if (sent < 0 && (errno == EAGAIN || errno == ENOBUFS)) break;
         waitingBytes_ -= bytes.size();
         waiting_.pop_front();
-        // When the program has ended, reading tells, behind what it had to say.
+        // When the program has ended, reading tells, after what it had to say.
     }
     const auto events = waiting_.empty() ? AVAHI_WATCH_IN : AVAHI_WATCH_IN | AVAHI_WATCH_OUT;
     loop_.poll()->watch_update(watch_, static_cast<AvahiWatchEvent>(events));
@@ -234,7 +229,7 @@ void ProgramBackend::beat() {
     if (unansweredPings_ >= kMaximumUnanswered) return fail("velmora-mdns does not answer");
     ++unansweredPings_;
     send({.kind = MdnsFrame::Kind::ping, .texts = {}});
-    nextBeat_.set(secondsFromNow(kBeat), [this] { beat(); });
+    nextBeat_.set(fromNow(kBeat), [this] { beat(); });
 }
 
 void ProgramBackend::fail(std::string reason) {

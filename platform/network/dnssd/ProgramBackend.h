@@ -26,10 +26,11 @@ class ProgramBackend final : public DiscoveryBackend {
   public:
     // On the interfaces of these names, or on all when there are none. Without `publishing` the network learns nothing
     // of this machine; with it, its host name and addresses are announced, which services of its own need. `changed` is
-    // called when one of the next four or isReadyToPublish may answer something else. Null, with the reason in
-    // `error`, when the program cannot be started.
-    static std::unique_ptr<ProgramBackend> create(DiscoveryLoop& loop, const std::vector<std::string>& interfaces,
-                                                  bool publishing, std::function<void()> changed, std::string& error);
+    // called when one of the next four or isReadyToPublish may answer something else.
+    // Fails when the program cannot be started.
+    static Result<std::unique_ptr<ProgramBackend>> create(DiscoveryLoop& loop,
+                                                          const std::vector<std::string>& interfaces, bool publishing,
+                                                          std::function<void()> changed);
     ProgramBackend(DiscoveryLoop& loop, ChildProgram program, const std::vector<std::string>& interfaces,
                    bool publishing, std::function<void()> changed);
     ~ProgramBackend() override;

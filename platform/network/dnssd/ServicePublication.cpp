@@ -8,6 +8,7 @@
 #include <random>
 #include <utility>
 
+#include "platform/foundation/Result.h"
 #include "platform/foundation/Text.h"
 
 namespace velmora {
@@ -15,7 +16,7 @@ namespace velmora {
 namespace {
 
 constexpr std::size_t kMaximumNameBytes = 63;
-// A network in which so many names are taken is one that does not want us.
+// A network in which this many names are taken does not want us.
 constexpr int kMaximumRenames = 100;
 
 // A name that was lost is claimed again after this time, and up to as much more by chance, so that two who have both
@@ -28,37 +29,38 @@ std::chrono::milliseconds randomClaimPause() {
     return kClaimPause + std::chrono::milliseconds(more(source));
 }
 
-std::optional<std::string> faultOf(const ServiceKey& key, std::uint16_t port) {
-    if (key.name.empty()) return "the service has no name";
+Result<void> canBeAnnounced(const ServiceKey& key, std::uint16_t port) {
+    if (key.name.empty()) return Failure{"the service has no name"};
     if (key.name.size() > kMaximumNameBytes) {
-        return stringWithFormat("the name is %li bytes long, at most %li are possible", key.name.size(),
-                                kMaximumNameBytes);
+        return Failure{stringWithFormat("the name is %li bytes long, at most %li are possible", key.name.size(),
+                                        kMaximumNameBytes)};
     }
-    if (!isValidUTF8(key.name) || key.name.find('\0') != std::string::npos) return "the name is no text";
+    if (!isValidUTF8(key.name) || key.name.find('\0') != std::string::npos) return Failure{"the name is no text"};
     if (!avahi_is_valid_service_type_generic(key.type.c_str())) {
-        return stringWithFormat("%@ is no type of services", key.type);
+        return Failure{stringWithFormat("%@ is no type of services", key.type)};
     }
-    if (!isValidUTF8(key.domain) || !avahi_is_valid_domain_name(key.domain.c_str()))
-        return "the domain has no valid name";
-    if (port == 0) return "the service has no port";
-    return std::nullopt;
+    if (!isValidUTF8(key.domain) || !avahi_is_valid_domain_name(key.domain.c_str())) {
+        return Failure{"the domain has no valid name"};
+    }
+    if (port == 0) return Failure{"the service has no port"};
+    return {};
 }
 
 }  // namespace
 
-ServicePublication::ServicePublication(DiscoveryLoop& loop, BackendKeeper& keeper, ServiceKey key, std::uint16_t port,
+ServicePublication::ServicePublication(DiscoveryLoop& loop, BackendSupply& supply, ServiceKey key, std::uint16_t port,
                                        Report report)
-    : keeper_(keeper), key_(std::move(key)), port_(port), report_(std::move(report)), nextClaim_(loop) {
-    keeper_.addUser(*this);
-    if (const auto fault = faultOf(key_, port_)) {
-        fail(*fault);
+    : supply_(supply), key_(std::move(key)), port_(port), report_(std::move(report)), nextClaim_(loop) {
+    supply_.addUser(*this);
+    if (const auto possible = canBeAnnounced(key_, port_); !possible) {
+        fail(possible.failure().reason);
     } else {
-        keeper_.requirePublishing();
+        supply_.requirePublishing();
     }
 }
 
 ServicePublication::~ServicePublication() {
-    keeper_.removeUser(*this);
+    supply_.removeUser(*this);
 }
 
 void ServicePublication::backendGoes() {
@@ -68,10 +70,10 @@ void ServicePublication::backendGoes() {
 
 void ServicePublication::update() {
     if (failed_ || isWaiting_) return;
-    DiscoveryBackend* backend = keeper_.backend();
+    DiscoveryBackend* backend = supply_.backend();
     if (backend == nullptr) {
         // Once announced, it waits for better times.
-        if (announcedName_.empty() && !keeper_.isRestarting()) fail(keeper_.lastError());
+        if (announcedName_.empty() && !supply_.isRestarting()) fail(supply_.lastError());
         return;
     }
     if (!backend->isReadyToPublish()) {

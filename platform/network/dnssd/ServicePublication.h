@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/network/dnssd/BackendKeeper.h"
+#include "platform/network/dnssd/BackendSupply.h"
 #include "platform/network/dnssd/ServiceKey.h"
 
 namespace velmora {
@@ -30,7 +30,7 @@ class ServicePublication final : public BackendUser {
     // once, and as the last call, with the reason why it cannot be announced.
     using Report = std::function<void(const std::string& name, const std::optional<std::string>& failure)>;
 
-    ServicePublication(DiscoveryLoop& loop, BackendKeeper& keeper, ServiceKey key, std::uint16_t port, Report report);
+    ServicePublication(DiscoveryLoop& loop, BackendSupply& supply, ServiceKey key, std::uint16_t port, Report report);
     ServicePublication(const ServicePublication&) = delete;
     ServicePublication& operator=(const ServicePublication&) = delete;
     ~ServicePublication();
@@ -50,7 +50,7 @@ class ServicePublication final : public BackendUser {
     void rename();
     void fail(const std::string& reason);
 
-    BackendKeeper& keeper_;
+    BackendSupply& supply_;
     ServiceKey key_;
     const std::uint16_t port_;
     const Report report_;

@@ -1,4 +1,4 @@
-#include "platform/network/dnssd/BackendKeeper.h"
+#include "platform/network/dnssd/BackendSupply.h"
 
 #include <algorithm>
 #include <atomic>
@@ -8,18 +8,18 @@
 
 namespace velmora {
 
-void BackendKeeper::addUser(BackendUser& user) {
+void BackendSupply::addUser(BackendUser& user) {
     users_.insert(&user);
     if (active_ != nullptr) user.backendCame(*active_);
 }
 
-void BackendKeeper::removeUser(BackendUser& user) {
+void BackendSupply::removeUser(BackendUser& user) {
     users_.erase(&user);
     askingAgain_.erase(&user);
     user.backendGoes();
 }
 
-void BackendKeeper::settle() {
+void BackendSupply::settle() {
     if (!unsettled_) return;
     unsettled_ = false;
     if (daemon_ && daemon_->hasFailed()) {
@@ -42,28 +42,29 @@ void BackendKeeper::settle() {
     noteSituation();
 }
 
-void BackendKeeper::changed() {
+void BackendSupply::changed() {
     unsettled_ = true;
     nextSettling_.set(fromNow(Seconds{0}), [] {});  // so that this is looked at even when it happens within settle()
 }
 
-void BackendKeeper::settleOwn() {
+void BackendSupply::settleOwn() {
     if (own_ && own_->hasFailed()) ownHasFailed();
     if (ownPauses_ || (own_ && (own_->publishes() || !publishing_))) return;
     if (active_ != nullptr) takeDown();
     own_.reset();
     restarting_ = restartIsLogged_ = false;
-    own_ = ProgramBackend::create(
-        loop_, interfaces_, publishing_, [this] { changed(); }, lastError_);
-    if (own_) {
-        ownEarnsTrust_ = fromNow(kGoodServiceTime);
-        bringUp(*own_);
-    } else {
+    auto created = ProgramBackend::create(loop_, interfaces_, publishing_, [this] { changed(); });
+    if (!created) {
+        lastError_ = created.failure().reason;
         retryLater();
+        return;
     }
+    own_ = *std::move(created);
+    ownEarnsTrust_ = fromNow(kGoodServiceTime);
+    bringUp(*own_);
 }
 
-void BackendKeeper::ownHasFailed() {
+void BackendSupply::ownHasFailed() {
     lastError_ = own_->lastError();
     restarting_ = own_->hasStarted() || !own_->hasDeclined();
     // One that never served is the situation's matter.
@@ -80,7 +81,7 @@ void BackendKeeper::ownHasFailed() {
     restartTime_ = std::min(2 * restartTime_, kRetryTime);
 }
 
-void BackendKeeper::takeDown() {
+void BackendSupply::takeDown() {
     active_ = nullptr;
     nextInterfaceLook_.cancel();
     nextAsking_.cancel();
@@ -92,7 +93,7 @@ void BackendKeeper::takeDown() {
     graceEnd_.cancel();
 }
 
-void BackendKeeper::bringUp(DiscoveryBackend& backend) {
+void BackendSupply::bringUp(DiscoveryBackend& backend) {
     active_ = &backend;
     for (BackendUser* user : users_) {
         user->backendCame(backend);
@@ -104,7 +105,7 @@ void BackendKeeper::bringUp(DiscoveryBackend& backend) {
     });
 }
 
-void BackendKeeper::retryLater() {
+void BackendSupply::retryLater() {
     if (retrying_) return;
     retrying_ = true;
     nextRetry_.set(fromNow(kRetryTime), [this] {
@@ -114,7 +115,7 @@ void BackendKeeper::retryLater() {
 }
 
 // The daemon alone has to be asked and told anew when an interface has come, gone, or got another index.
-void BackendKeeper::lookAtInterfaces() {
+void BackendSupply::lookAtInterfaces() {
     if (daemon_->hasFailed()) return;  // about to be taken down
     const auto before = daemon_->interfaces();
     daemon_->lookUpInterfaces();
@@ -132,20 +133,20 @@ void BackendKeeper::lookAtInterfaces() {
     nextInterfaceLook_.set(fromNow(kRetryTime), [this] { lookAtInterfaces(); });
 }
 
-void BackendKeeper::askAgainLater(BackendUser& user) {
+void BackendSupply::askAgainLater(BackendUser& user) {
     if (active_ == nullptr) return;  // everybody asks the next one
     if (askingAgain_.empty()) nextAsking_.set(fromNow(kRetryTime), [this] { askAgain(); });
     askingAgain_.insert(&user);
 }
 
 // Many may be refused at a time: one line tells of all.
-void BackendKeeper::wasRefused(BackendUser& user) {
+void BackendSupply::wasRefused(BackendUser& user) {
     askAgainLater(user);
     if (!std::exchange(refusalNoted_, true))
         NSLog("Not every service can be followed now, trying again: %@", active_->lastError());
 }
 
-void BackendKeeper::askAgain() {
+void BackendSupply::askAgain() {
     if (active_ == daemon_.get() ? daemon_->hasFailed() : own_->hasFailed()) return;  // about to be taken down
     for (BackendUser* user : std::exchange(askingAgain_, {})) {
         user->backendCame(*active_);
@@ -153,13 +154,13 @@ void BackendKeeper::askAgain() {
     if (askingAgain_.empty()) refusalNoted_ = false;
 }
 
-void BackendKeeper::requirePublishing() {
+void BackendSupply::requirePublishing() {
     if (publishing_) return;
     publishing_ = true;
     unsettled_ = true;
 }
 
-void BackendKeeper::limitToInterfaces(std::vector<std::string> interfaces) {
+void BackendSupply::limitToInterfaces(std::vector<std::string> interfaces) {
     interfaces_ = std::move(interfaces);
     if (active_ != nullptr) takeDown();
     own_.reset();
@@ -169,7 +170,7 @@ void BackendKeeper::limitToInterfaces(std::vector<std::string> interfaces) {
 
 // A line when the situation has changed, whatever starts and ends of discovery lie between. That the program is started
 // again has its own.
-void BackendKeeper::noteSituation() const {
+void BackendSupply::noteSituation() const {
     enum Situation { unknown, daemon, program, nothing };
     static std::atomic<Situation> known{unknown};
     if (active_ == nullptr ? restartIsLogged_ : active_ == own_.get() && !own_->hasStarted()) return;

@@ -9,10 +9,10 @@
 
 namespace velmora {
 
-// An alias (CNAME) that leads back to itself, by whatever way, makes the library call itself until the stack is used
-// up, and whoever is on the same network can send one. Discovery needs no aliases, so packets with an alias are
-// dropped, as are those that are cut off, garbled, or longer than multicast DNS allows (the library asserts that none
-// is).
+// An alias (CNAME) that leads back to itself, by whatever way, makes Avahi 0.8 call itself until the stack is used up,
+// and anybody on the same network can send one (see docs/oddities.md). Discovery needs no aliases, so packets with an
+// alias are dropped, as are those that are cut off, garbled, or longer than multicast DNS allows (the library asserts
+// that none is).
 //
 // Only a packet that has been looked at reaches the library: where a look finds none, nothing is read. No order of
 // packets gets by. The library reads a socket only when a watch of this poll tells it to, one packet each time, and
@@ -21,15 +21,15 @@ namespace velmora {
 // drops wrong ones before it and puts new ones behind it, and nothing else reads the socket; so the size that the
 // library asks for first (FIONREAD) is that packet's, too. A packet without bytes, or too long to be looked at whole,
 // is taken from the socket here.
-class PacketScreen {
+class PacketFilter {
   public:
-    // What is read through `poll()` is screened; the events themselves are those of `inner`, which must live longer.
-    explicit PacketScreen(const AvahiPoll* inner);
-    PacketScreen(const PacketScreen&) = delete;
-    PacketScreen& operator=(const PacketScreen&) = delete;
+    // What is read through `poll()` is filtered; the events themselves are those of `inner`, which must live longer.
+    explicit PacketFilter(const AvahiPoll* inner);
+    PacketFilter(const PacketFilter&) = delete;
+    PacketFilter& operator=(const PacketFilter&) = delete;
 
     // Everything made through it must be freed before this is destroyed.
-    const AvahiPoll* poll() const { return &screened_; }
+    const AvahiPoll* poll() const { return &filtered_; }
 
     // Whether a packet may pass.
     static bool passes(std::span<const std::uint8_t> packet);
@@ -45,7 +45,7 @@ class PacketScreen {
     bool nextPacketPasses(int descriptor);
 
     const AvahiPoll* const inner_;
-    AvahiPoll screened_;
+    AvahiPoll filtered_;
     // As long as a packet of multicast DNS may be at most, headers included.
     std::array<std::uint8_t, 9000> packet_;
 };

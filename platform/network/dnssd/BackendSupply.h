@@ -18,7 +18,7 @@ namespace velmora {
 // news. So a server that left while velmora-mdns crashes every few seconds stays listed until one lasts this long. The
 // other way round, servers that never left would be told as gone and found again, and hosts would connect to them anew.
 inline constexpr Seconds kGraceTime{10};
-// What did not work is tried again after this time.
+// After this time everything that did not work is tried again.
 inline constexpr Seconds kRetryTime{5};
 // A program of ours that has failed is started again after the first time, and then each time after twice as long, up
 // to kRetryTime, unless it had served for the second.
@@ -26,9 +26,9 @@ inline constexpr Seconds kFirstRestartTime{0.25};
 inline constexpr Seconds kGoodServiceTime{30};
 
 // Discovery thread only. A backend is made and destroyed in settle() only, never within one of Avahi's callbacks.
-class BackendKeeper {
+class BackendSupply {
   public:
-    BackendKeeper(DiscoveryLoop& loop, std::vector<std::string> interfaces)
+    BackendSupply(DiscoveryLoop& loop, std::vector<std::string> interfaces)
         : loop_(loop),
           interfaces_(std::move(interfaces)),
           nextSettling_(loop),
@@ -37,10 +37,10 @@ class BackendKeeper {
           nextAsking_(loop),
           nextOwn_(loop),
           graceEnd_(loop) {}
-    BackendKeeper(const BackendKeeper&) = delete;
-    BackendKeeper& operator=(const BackendKeeper&) = delete;
+    BackendSupply(const BackendSupply&) = delete;
+    BackendSupply& operator=(const BackendSupply&) = delete;
     // There must be no users any more.
-    ~BackendKeeper() = default;
+    ~BackendSupply() = default;
 
     // A user is attached at once when there is a backend, and detached when it is removed.
     void addUser(BackendUser& user);

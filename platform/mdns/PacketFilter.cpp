@@ -1,4 +1,4 @@
-#include "platform/mdns/PacketScreen.h"
+#include "platform/mdns/PacketFilter.h"
 
 #include <avahi-common/defs.h>
 #include <sys/socket.h>
@@ -51,10 +51,10 @@ bool isNetlinkSocket(int descriptor) {
 
 }  // namespace
 
-// What Avahi takes for its watch.
-struct PacketScreen::Watch {
-    PacketScreen& screen;
-    const bool screened;
+// Avahi takes this for its watch.
+struct PacketFilter::Watch {
+    PacketFilter& filter;
+    const bool filtered;
     const AvahiWatchCallback callback;
     void* const userdata;
     AvahiWatch* inner = nullptr;
@@ -62,45 +62,45 @@ struct PacketScreen::Watch {
     static Watch* of(AvahiWatch* watch) { return reinterpret_cast<Watch*>(watch); }
 };
 
-PacketScreen::PacketScreen(const AvahiPoll* inner) : inner_(inner), screened_(*inner) {
-    screened_.userdata = this;
-    screened_.watch_new = makeWatch;
-    screened_.watch_update = [](AvahiWatch* watch, AvahiWatchEvent event) {
-        Watch::of(watch)->screen.inner_->watch_update(Watch::of(watch)->inner, event);
+PacketFilter::PacketFilter(const AvahiPoll* inner) : inner_(inner), filtered_(*inner) {
+    filtered_.userdata = this;
+    filtered_.watch_new = makeWatch;
+    filtered_.watch_update = [](AvahiWatch* watch, AvahiWatchEvent event) {
+        Watch::of(watch)->filter.inner_->watch_update(Watch::of(watch)->inner, event);
     };
-    screened_.watch_get_events = [](AvahiWatch* watch) {
-        return Watch::of(watch)->screen.inner_->watch_get_events(Watch::of(watch)->inner);
+    filtered_.watch_get_events = [](AvahiWatch* watch) {
+        return Watch::of(watch)->filter.inner_->watch_get_events(Watch::of(watch)->inner);
     };
-    screened_.watch_free = [](AvahiWatch* watch) {
-        Watch::of(watch)->screen.inner_->watch_free(Watch::of(watch)->inner);
+    filtered_.watch_free = [](AvahiWatch* watch) {
+        Watch::of(watch)->filter.inner_->watch_free(Watch::of(watch)->inner);
         delete Watch::of(watch);
     };
-    screened_.timeout_new = makeTimeout;
+    filtered_.timeout_new = makeTimeout;
 }
 
-AvahiWatch* PacketScreen::makeWatch(const AvahiPoll* api, int descriptor, AvahiWatchEvent event,
+AvahiWatch* PacketFilter::makeWatch(const AvahiPoll* api, int descriptor, AvahiWatchEvent event,
                                     AvahiWatchCallback callback, void* userdata) {
-    auto* screen = static_cast<PacketScreen*>(api->userdata);
-    auto* watch = new Watch{*screen, !isNetlinkSocket(descriptor), callback, userdata};
-    watch->inner = screen->inner_->watch_new(screen->inner_, descriptor, event, eventHappened, watch);
+    auto* filter = static_cast<PacketFilter*>(api->userdata);
+    auto* watch = new Watch{*filter, !isNetlinkSocket(descriptor), callback, userdata};
+    watch->inner = filter->inner_->watch_new(filter->inner_, descriptor, event, eventHappened, watch);
     if (watch->inner != nullptr) return reinterpret_cast<AvahiWatch*>(watch);
     delete watch;
     return nullptr;
 }
 
-AvahiTimeout* PacketScreen::makeTimeout(const AvahiPoll* api, const timeval* time, AvahiTimeoutCallback callback,
+AvahiTimeout* PacketFilter::makeTimeout(const AvahiPoll* api, const timeval* time, AvahiTimeoutCallback callback,
                                         void* userdata) {
-    const AvahiPoll* inner = static_cast<PacketScreen*>(api->userdata)->inner_;
+    const AvahiPoll* inner = static_cast<PacketFilter*>(api->userdata)->inner_;
     return inner->timeout_new(inner, time, callback, userdata);
 }
 
-void PacketScreen::eventHappened(AvahiWatch*, int descriptor, AvahiWatchEvent event, void* watch) {
+void PacketFilter::eventHappened(AvahiWatch*, int descriptor, AvahiWatchEvent event, void* watch) {
     auto* happened = static_cast<Watch*>(watch);
-    if (happened->screened && !happened->screen.nextPacketPasses(descriptor)) return;
+    if (happened->filtered && !happened->filter.nextPacketPasses(descriptor)) return;
     happened->callback(reinterpret_cast<AvahiWatch*>(happened), descriptor, event, happened->userdata);
 }
 
-bool PacketScreen::nextPacketPasses(int descriptor) {
+bool PacketFilter::nextPacketPasses(int descriptor) {
     // The true length, however long the packet is.
     const ssize_t size = recv(descriptor, packet_.data(), packet_.size(), MSG_PEEK | MSG_DONTWAIT | MSG_TRUNC);
     // Nothing to look at, nothing to read; an error has been taken from the socket by asking.
@@ -111,7 +111,7 @@ bool PacketScreen::nextPacketPasses(int descriptor) {
     return false;
 }
 
-bool PacketScreen::passes(std::span<const std::uint8_t> packet) {
+bool PacketFilter::passes(std::span<const std::uint8_t> packet) {
     Reader reader(packet);
     constexpr std::size_t idAndFlags = 4;
     if (!reader.skip(idAndFlags)) return false;
