@@ -18,7 +18,7 @@ namespace velmora::fuzz {
 
 // A condition that does not come true within half a minute is a finding.
 inline void runMainLoopUntil(const std::function<bool()>& condition) {
-    const Date deadline = secondsFromNow(30.0);
+    const Date deadline = fromNow(Seconds(30.0));
     QTimer lookAgain;
     lookAgain.start(2);
     while (!condition()) {

@@ -44,7 +44,7 @@ class Connection {
     Connection() {
         controller_->startConnectionWithHostAddressPort("127.0.0.1", peer_.port());
         peer_.accept();
-        const Date deadline = secondsFromNow(kPatience);
+        const Date deadline = fromNow(Seconds(kPatience));
         while (!controller_->isConnected()) {
             require(std::chrono::steady_clock::now() < deadline, "the connection is made");
             std::this_thread::yield();
@@ -77,7 +77,7 @@ class Connection {
 
     // Commands are sent until every byte has become part of a reply: nothing is lost, doubled or out of order.
     void takeEverything() {
-        const Date deadline = secondsFromNow(kPatience);
+        const Date deadline = fromNow(Seconds(kPatience));
         while (command_ != nullptr || taken_ < arrived_.size()) {
             if (command_ == nullptr) sendCommand();
             std::string data;
@@ -117,7 +117,7 @@ class Connection {
     }
 
     void onItsThread(const NSRunLoop::Work& work) const {
-        const auto handing = controller_->runLoop()->performAndWait(work, secondsFromNow(kPatience));
+        const auto handing = controller_->runLoop()->performAndWait(work, fromNow(Seconds(kPatience)));
         require(handing == NSRunLoop::Performed::yes, "the communications thread runs");
     }
 

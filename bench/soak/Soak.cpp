@@ -83,7 +83,7 @@ class Soak {
     }
     void disconnectOnBothSides() {
         disconnect();
-        const Date limit = secondsFromNow(kConnectTime);
+        const Date limit = fromNow(Seconds(kConnectTime));
         while (server_.clients() > 0) {
             if (std::chrono::steady_clock::now() > limit) fail("the server does not see its clients go");
             std::this_thread::yield();
@@ -117,7 +117,7 @@ class Soak {
         disconnect();
         connection_ = std::make_shared<SwitchTelnetController>(kLimits);
         connection_->startConnectionWithHostAddressPort("127.0.0.1", server_.port());
-        const Date limit = secondsFromNow(kConnectTime);
+        const Date limit = fromNow(Seconds(kConnectTime));
         while (!connection_->isConnected()) {
             if (std::chrono::steady_clock::now() > limit) fail("no connection");
             QCoreApplication::processEvents(QEventLoop::AllEvents, 1);

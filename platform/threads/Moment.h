@@ -16,10 +16,6 @@ using Seconds = std::chrono::duration<double>;
 inline Date fromNow(Seconds duration) {
     return std::chrono::steady_clock::now() + std::chrono::duration_cast<Date::duration>(duration);
 }
-// The same of a plain number of seconds.
-inline Date secondsFromNow(double seconds) {
-    return fromNow(Seconds(seconds));
-}
 
 // The moment on CLOCK_MONOTONIC, as the system's calls take it.
 inline timespec timespecOf(Date moment) {

@@ -229,7 +229,7 @@ TEST_F(Discovery, FullListKeepsWhatIsPreferredTakesWhatIsNewAndHealsWhenThereIsR
     const auto listener = std::make_shared<Listener>();
     engine.browse("_matrixswitcher._tcp.", "local.", listener);
     const auto hears = [&](const std::string& event) {
-        const Date end = secondsFromNow(10.0);
+        const Date end = fromNow(Seconds(10.0));
         while (!listener->hasHeard(event) && std::chrono::steady_clock::now() < end) {
             loop.performAfter(Seconds(0.05), [] {});  // ends the wait
             loop.runDueTimers();

@@ -20,7 +20,7 @@ class TestPrincipal : public NSObject {
   private:
     static void run() {
         while (!NSThread::currentThreadIsCancelled()) {
-            NSRunLoop::currentRunLoop()->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(30.0));
+            NSRunLoop::currentRunLoop()->runModeUntilDate(NSDefaultRunLoopMode, fromNow(Seconds(30.0)));
         }
         MainThread::performLater([] {
             NSNotificationCenter::defaultCenter().postNotification({"TestModuleThreadEnded", nullptr, nullptr});

@@ -88,14 +88,14 @@ TEST(NSRunLoop, handedWorkRunsOnceInOrderAndIsRefusedAfterTheEnd) {
     std::atomic<double> period = 0.001;
     const auto thread = std::make_shared<NSThread>([&period] {
         while (!NSThread::currentThreadIsCancelled())
-            NSRunLoop::currentRunLoop()->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(period));
+            NSRunLoop::currentRunLoop()->runModeUntilDate(NSDefaultRunLoopMode, fromNow(Seconds(period)));
     });
     EXPECT_TRUE(thread->start());
     std::vector<int> order;
     for (int i = 0; i < 1000; ++i) {
         ASSERT_TRUE(thread->runLoop()->perform([&order, i] { order.push_back(i); }));
         if (i % 100 != 99) continue;
-        ASSERT_EQ(thread->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Performed::yes);
+        ASSERT_EQ(thread->runLoop()->performAndWait([] {}, fromNow(Seconds(30.0))), NSRunLoop::Performed::yes);
         ASSERT_EQ(order.size(), static_cast<std::size_t>(i + 1));
     }
     EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
@@ -110,20 +110,20 @@ TEST(NSRunLoop, handedWorkRunsOnceInOrderAndIsRefusedAfterTheEnd) {
         release.get_future().wait();
     });
     blocked.get_future().wait();
-    EXPECT_EQ(thread->runLoop()->performAndWait([] {}, secondsFromNow(0.05)), NSRunLoop::Performed::deadlinePassed);
+    EXPECT_EQ(thread->runLoop()->performAndWait([] {}, fromNow(Seconds(0.05))), NSRunLoop::Performed::deadlinePassed);
     thread->cancel();
     release.set_value();
     EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(10)));
     EXPECT_EQ(NSThread::runningThreads(), 0);
     EXPECT_FALSE(thread->runLoop()->perform([held] {}));
-    EXPECT_EQ(thread->runLoop()->performAndWait([held] {}, secondsFromNow(30.0)), NSRunLoop::Performed::loopEnded);
+    EXPECT_EQ(thread->runLoop()->performAndWait([held] {}, fromNow(Seconds(30.0))), NSRunLoop::Performed::loopEnded);
     EXPECT_EQ(held.use_count(), 1);
 }
 
 TEST(NSThread, workHandedToAThreadThatEndsBeforeRunningItReturnsPromptly) {
     const auto neverRuns = std::make_shared<NSThread>([] {});
     std::thread waiter([&] {
-        EXPECT_EQ(neverRuns->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Performed::loopEnded);
+        EXPECT_EQ(neverRuns->runLoop()->performAndWait([] {}, fromNow(Seconds(30.0))), NSRunLoop::Performed::loopEnded);
     });
     EXPECT_TRUE(neverRuns->start());
     waiter.join();
@@ -136,11 +136,11 @@ TEST(NSThread, threadsThatComeAndGoFastDoNotPileUpAndGiveBackWhatTheyHeldAtTheir
     for (int i = 0; i < 40; ++i) {
         threads.push_back(std::make_shared<NSThread>([] {
             while (!NSThread::currentThreadIsCancelled())
-                NSRunLoop::currentRunLoop()->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(3600.0));
+                NSRunLoop::currentRunLoop()->runModeUntilDate(NSDefaultRunLoopMode, fromNow(Seconds(3600.0)));
         }));
         ASSERT_TRUE(threads.back()->start());
         // In a run that only its period ends, or somebody who wakes it.
-        ASSERT_EQ(threads.back()->runLoop()->performAndWait([] {}, secondsFromNow(30.0)), NSRunLoop::Performed::yes);
+        ASSERT_EQ(threads.back()->runLoop()->performAndWait([] {}, fromNow(Seconds(30.0))), NSRunLoop::Performed::yes);
         threads.back()->cancel();
     }
     EXPECT_TRUE(runMainLoopUntil([] { return NSThread::runningThreads() == NSThread::kWindingDownLimit + 1; }));
@@ -155,9 +155,9 @@ TEST(NSLock, isASignalThatAnyThreadMayGiveBack) {
     NSLock lock;
     EXPECT_TRUE(lock.tryLock());
     EXPECT_FALSE(lock.tryLock());
-    EXPECT_FALSE(lock.lockBeforeDate(secondsFromNow(0.01)));
+    EXPECT_FALSE(lock.lockBeforeDate(fromNow(Seconds(0.01))));
     std::thread other([&] { lock.unlock(); });
-    EXPECT_TRUE(lock.lockBeforeDate(secondsFromNow(30.0)));
+    EXPECT_TRUE(lock.lockBeforeDate(fromNow(Seconds(30.0))));
     other.join();
     lock.unlock();
     lock.unlock();
@@ -181,7 +181,7 @@ TEST(NSLock, losesNoSignalAndIsNeverFreeTwice) {
     constexpr int kRounds = 20'000;
     int count = 0;  // on either side of a signal in turn
     std::thread other([&] {
-        for (int i = 0; i < kRounds && asked.lockBeforeDate(secondsFromNow(60.0)); ++i) {
+        for (int i = 0; i < kRounds && asked.lockBeforeDate(fromNow(Seconds(60.0))); ++i) {
             ++count;
             answered.unlock();
         }
@@ -194,7 +194,7 @@ TEST(NSLock, losesNoSignalAndIsNeverFreeTwice) {
     });
     for (int i = 1; i <= kRounds; ++i) {
         asked.unlock();
-        ASSERT_TRUE(answered.lockBeforeDate(secondsFromNow(30.0)));
+        ASSERT_TRUE(answered.lockBeforeDate(fromNow(Seconds(30.0))));
         EXPECT_EQ(count, i);
         contended.tryLock();
         contended.unlock();

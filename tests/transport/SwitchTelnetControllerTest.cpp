@@ -294,7 +294,7 @@ TEST(Streams, giveEveryAddressItsTurnWhileACommandMayStillWaitAndSilentOnesASeco
     const auto comesTo = [&](const ListeningPort& port) {
         const Date limit = fromNow(TelnetTimeLimits().reply / 2);
         while (!port.hasConnection() && std::chrono::steady_clock::now() < limit)
-            loop->runModeUntilDate(NSDefaultRunLoopMode, secondsFromNow(0.05));
+            loop->runModeUntilDate(NSDefaultRunLoopMode, fromNow(Seconds(0.05)));
         return port.hasConnection();
     };
     EXPECT_TRUE(comesTo(good));
