@@ -52,7 +52,7 @@ TEST(MainThread, tellsOfDroppedWorkAlsoWhenTheNextApplicationStartsAtOnce) {
             }
             application = nullptr;
             application = std::make_unique<QCoreApplication>(count, arguments);
-            if (!runMainLoopUntil([&] { return answered == 8; }, 10.0)) _exit(1);
+            if (!runMainLoopUntil([&] { return answered == 8; }, Seconds(10.0))) _exit(1);
             for (std::thread& thread : waiting) {
                 thread.join();
             }
