@@ -1,7 +1,7 @@
-# The newcomer's face of the build; cmake and the presets in CMakePresets.json do the work.
+# The newcomer's way in; cmake and the presets in CMakePresets.json do the work.
 
 JOBS := $(shell nproc)
-# Tests mostly wait.
+# Tests mostly wait, so run more of them than there are processors.
 TESTS_AT_A_TIME := $(shell echo $$((3 * $(JOBS))))
 PROGRAMS := velmora-host velmora-switch-server VelmoraSwitch
 
@@ -12,9 +12,9 @@ help:
 	@echo 'make demo         see it work: a virtual switch server, the plugin, and a route set through it'
 	@echo 'make workbench    use it: the same in a window'
 	@echo 'make test         build everything and run the tests'
-	@echo 'make bench        measure it, into build/bench.json and docs/performance.md (some minutes on a quiet machine)'
+	@echo 'make bench        measure it and write build/bench.json and docs/performance.md (some minutes on a quiet machine)'
 	@echo 'make build        velmora-host, velmora-switch-server and VelmoraSwitch.bundle, in build/'
-	@echo 'make screenshots  take the pictures in docs/images/ anew (needs the package xvfb)'
+	@echo 'make screenshots  retake the pictures in docs/images/ (needs the package xvfb)'
 	@echo 'make clean        remove build/'
 
 demo: build

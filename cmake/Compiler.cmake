@@ -3,7 +3,7 @@ add_library(velmora-compiler INTERFACE)
 target_include_directories(velmora-compiler INTERFACE ${CMAKE_SOURCE_DIR})
 target_compile_options(velmora-compiler INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual)
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
-    # The lock annotations are checked by clang only; elsewhere they expand to nothing.
+    # Only clang checks the lock annotations; for other compilers they expand to nothing.
     target_compile_options(velmora-compiler INTERFACE -Wthread-safety -Werror=thread-safety)
 endif()
 if(VELMORA_WARNINGS_AS_ERRORS)
@@ -15,7 +15,7 @@ if(VELMORA_SANITIZE)
     target_link_options(velmora-compiler INTERFACE -fsanitize=${VELMORA_SANITIZE})
 endif()
 
-# Debian's hardening flags (dpkg-buildflags with hardening=+all) for what people use; the sanitizers do not go with them.
+# Debian's hardening flags (dpkg-buildflags with hardening=+all) for release builds; they do not work with sanitizers.
 if(CMAKE_BUILD_TYPE MATCHES "^Rel" AND NOT VELMORA_SANITIZE)
     include(CheckPIESupported)
     check_pie_supported(LANGUAGES CXX)

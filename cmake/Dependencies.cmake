@@ -1,9 +1,9 @@
-# Libraries of the system (Debian 12 packages; scripts/install-dependencies names them).
+# System libraries (Debian 12; scripts/install-dependencies lists the packages).
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets UiTools)
 pkg_check_modules(AVAHI REQUIRED IMPORTED_TARGET avahi-client)
-pkg_check_modules(AVAHI_CORE REQUIRED IMPORTED_TARGET avahi-core)  # for velmora-mdns alone
+pkg_check_modules(AVAHI_CORE REQUIRED IMPORTED_TARGET avahi-core)  # only for velmora-mdns
 if(VELMORA_BUILD_TESTS)
     find_package(Qt6 6.4 REQUIRED COMPONENTS Test)
     find_package(GTest REQUIRED)

@@ -1,6 +1,6 @@
-# For other scripts: virtual switch servers on the loopback interface, and settings that name them. Whatever still runs in
-# the background when the script ends is ended by its process id, what was started last first. Sets $folder, a scratch
-# folder that goes with the script.
+# For other scripts: virtual switch servers on the loopback interface, and settings that name them. When the script ends,
+# its background processes are ended by process id, the latest first. Sets $folder, a scratch folder that is removed
+# then.
 # shellcheck shell=bash
 
 patience=20 # seconds for any one step
@@ -10,7 +10,7 @@ clean_up() {
     local status=$? pid
     trap - EXIT
     set +e
-    # Only what still runs: the process id of what has ended may be another process's by now.
+    # Only running ones: the id of an ended process may belong to another process by now.
     for pid in $(jobs -pr | tac); do
         kill "$pid"
         wait "$pid"
@@ -29,7 +29,7 @@ fail() {
 }
 
 # start_switch_server BIN NAME INPUTS OUTPUTS: returns once the server is announced, with its process id in $!, its
-# arguments in $server_arguments and the lines that it has said in $server_said.
+# arguments in $server_arguments and the lines that it has printed in $server_said.
 start_switch_server() {
     local bin=$1 name=$2 line lines
     cat >"$folder/labels.json" <<'JSON'
@@ -43,7 +43,7 @@ JSON
     server_said=()
     mkfifo "$folder/server-output"
     "$bin/velmora-switch-server" "${server_arguments[@]}" >"$folder/server-output" &
-    exec {lines}<"$folder/server-output" # stays open: the server may have more to say
+    exec {lines}<"$folder/server-output" # stays open, because the server may print more
     rm "$folder/server-output"
     while IFS= read -r -t "$patience" line <&"$lines"; do
         server_said+=("$line")
@@ -52,7 +52,7 @@ JSON
     fail "the switch server was not announced as \"$name\""
 }
 
-# write_settings FILE NAME LABEL...: settings that name the server, with one configured output for each label.
+# write_settings FILE NAME LABEL...: writes settings that name the server, with one configured output for each label.
 write_settings() {
     local file=$1 name=$2 number=0 label
     shift 2
