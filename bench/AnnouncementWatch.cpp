@@ -20,7 +20,7 @@ constexpr const char* kMulticastDnsGroup = "224.0.0.251";
 constexpr int kLookForEnd = 50;  // milliseconds
 constexpr std::size_t kHeaderSize = 12;
 
-// Shares the port with everyone else on this machine who speaks multicast DNS.
+// Shares the port with every other program on this machine that speaks multicast DNS.
 int listeningSocket() {
     const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     const int one = 1;

@@ -10,13 +10,13 @@ namespace velmora::bench {
 
 class AnnouncementWatch {
   public:
-    // Watches from now on for the first response that names the service. Throws Wrong when it cannot listen.
+    // Watches for the first response that names the service. Throws Wrong when it cannot listen.
     explicit AnnouncementWatch(std::string serviceName);
     AnnouncementWatch(const AnnouncementWatch&) = delete;
     AnnouncementWatch& operator=(const AnnouncementWatch&) = delete;
     ~AnnouncementWatch();
 
-    // Throws Wrong when there has been none yet.
+    // Throws Wrong when none has come yet.
     std::chrono::steady_clock::time_point announcedAt() const;
 
   private:

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kSizes[] = {16, 128, 512, 1152};
 constexpr int kRebuiltOutputs = 8;
-// Smaller matrices are rebuilt as often as it takes for all to make about as many exchanges in a round.
+// Smaller matrices are rebuilt more often, so that all sizes make about as many exchanges per round.
 constexpr int kExchangesOfSmallRound = 1200;
 
 // A matrix of one size and a plugin that is connected to it.
@@ -81,7 +81,7 @@ void measureRebuild(Suite& suite) {
     }
 }
 
-// What the heap gets back when it is done.
+// The bytes that the heap gets back by the release.
 template <typename Release>
 double bytesHeldBy(Release release) {
     const HeapCount heap;
@@ -111,12 +111,12 @@ void measureMemory(Suite& suite) {
 
 void measureLookUps(Suite& suite) {
     constexpr int outputs = 1152;
-    // The number of inputs plays no part, and few make the one rebuild short.
+    // The number of inputs does not matter here, and a small one keeps the rebuild short.
     Matrix matrix(16, outputs, outputs);
     const VelmoraSwitchNodePlugin& plugin = matrix.session.plugin();
     const StringList names = plugin.attributeNames();
     if (names->size() != outputs) throw Wrong("there should be 1,152 attributes");
-    // Each looks one attribute up and says whether that was right.
+    // Each looks up one attribute and answers whether the result was right.
     using LookUp = std::function<bool(const std::string& name)>;
     const std::pair<const char*, LookUp> lookUps[] = {
         {"names", [&](const std::string&) { return plugin.attributeNames() == names; }},

@@ -1,4 +1,4 @@
-// What a program without any of this would do: a blocking socket, a line sent, its reply read.
+// The simplest program for the job: a blocking socket, a line sent, its reply read.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ class BareClient {
     BareClient& operator=(const BareClient&) = delete;
     ~BareClient();
 
-    // Sends the line, its end included, and returns the reply without its end. Throws Wrong when none comes.
+    // Sends the line, which includes its end, and returns the reply without its end. Throws Wrong when none comes.
     std::string_view exchange(std::string_view line);
 
   private:

@@ -19,15 +19,15 @@ double median(std::vector<double> values);
 
 struct Contender {
     std::string name;
-    std::function<double()> run;  // one round; answers its figure
+    std::function<double()> run;  // makes one round and returns its figure
     std::vector<double> figures = {};
 
     double medianFigure() const { return median(figures); }
 };
 
-// Everyone once in each round, so that whatever the machine does meanwhile meets all of them; after one round that does
-// not count. In an order of its own in each round, unless they are steps that follow from each other: how deep a core
-// sleeps depends on who ran before, and nobody shall always come behind the same one.
+// Every contender runs once in each round, so a disturbance of the machine affects all alike. The first round does not
+// count. How deep a core sleeps depends on what ran before, so the order changes with each round, unless the contenders
+// are steps that need each other.
 enum class Turns { shuffled, inOrder };
 void takeTurns(std::vector<Contender>& contenders, int rounds, Turns turns = Turns::shuffled);
 

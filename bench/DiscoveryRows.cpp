@@ -13,7 +13,7 @@ namespace velmora::bench {
 namespace {
 
 constexpr int kOutputs = 1;
-// Both sides browse before the server comes; their first questions are over then.
+// Both sides browse before the server appears, so that their first questions are over by then.
 constexpr std::chrono::milliseconds kSettle{1500};
 
 double millisecondsBetween(Clock::time_point start, Clock::time_point end) {

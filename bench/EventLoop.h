@@ -1,4 +1,4 @@
-// Serving the main thread's event loop for as long as something is awaited.
+// Serves the main thread's event loop while something is awaited.
 #pragma once
 
 #include <chrono>
@@ -7,7 +7,7 @@
 
 namespace velmora::bench {
 
-// Throws Wrong, which names what was awaited, when the condition does not come to hold in time.
+// Throws Wrong, which names what was awaited, when the condition does not become true in time.
 void serveUntil(const std::function<bool()>& condition, const std::string& awaited,
                 std::chrono::seconds limit = std::chrono::seconds(120));
 

@@ -25,7 +25,7 @@ constexpr const char* kValue = "0002 Input 2";
 constexpr const char* kExchange = "one exchange through the switcher";
 constexpr const char* kThreaded = "bare socket on a thread of its own";
 
-// Everyone who talks to the one server.
+// All clients of the one server.
 class Exchanges {
   public:
     explicit Exchanges(Suite& suite)
@@ -93,7 +93,7 @@ class Exchanges {
         time.target = "not measurable";
         time.note = "measurable begins at one tick of the processor-time clock, " +
                     std::to_string(static_cast<int>(tick)) + " ms";
-        // What holds for a minute says nothing when less was waited.
+        // The target is for a full minute, so a shorter wait cannot be judged.
         if (!suite_.quick) wakeUps.met = counts.wakeUps <= 31;
         if (!suite_.quick) time.met = counts.processorTime < tick;
         suite_.report.add(std::move(wakeUps));
@@ -148,7 +148,7 @@ class Exchanges {
         suite_.report.add({.group = "counts", .name = name, .figure = figure});
     }
 
-    // Besides the main thread, the one that was woken up the most.
+    // Apart from the main thread, the one that was woken up most often.
     static pid_t busiestThread(const std::map<pid_t, ThreadCounts>& threads) {
         pid_t busiest = -1;
         std::int64_t most = 0;

@@ -1,13 +1,12 @@
-// What this process does with the heap. The operators new and delete of the whole program, its libraries included, are
-// replaced by ones that can count.
+// Counts this process's use of the heap. It replaces the operators new and delete of the whole program, including its
+// libraries.
 #pragma once
 
 #include <cstdint>
 
 namespace velmora::bench {
 
-// Counts while it lives, on all threads; one at a time. Otherwise nothing is counted, so that nobody who is timed pays
-// for it.
+// Counts while it lives, on all threads; only one at a time. Without one nothing is counted, so timings do not suffer.
 class HeapCount {
   public:
     HeapCount();
@@ -15,9 +14,9 @@ class HeapCount {
     HeapCount& operator=(const HeapCount&) = delete;
     ~HeapCount();
 
-    // Made since then.
+    // Made since the count began.
     std::int64_t allocations() const;
-    // More in use than then, as the allocator rounds them up; below 0 for less.
+    // Growth in bytes since the count began, as the allocator rounds them up; below 0 when less is in use.
     std::int64_t bytes() const;
 };
 

@@ -11,7 +11,7 @@ namespace velmora::bench {
 
 namespace {
 
-// One plugin from the bundle, step by step; each step needs the one before.
+// One plugin from the bundle, step by step; each step needs the previous one.
 class Life {
   public:
     void load() {

@@ -9,21 +9,21 @@ namespace velmora::bench {
 
 class LoadGenerator {
   public:
-    // Connects so many clients to that port of 127.0.0.1. The request and the reply it must get are given with their
-    // ends. Throws Wrong when a client cannot connect.
+    // Connects this many clients to that port of 127.0.0.1. The request and the expected reply include their ends.
+    // Throws Wrong when a client cannot connect.
     LoadGenerator(std::uint16_t port, int clients, std::string request, std::string reply);
     LoadGenerator(const LoadGenerator&) = delete;
     LoadGenerator& operator=(const LoadGenerator&) = delete;
     ~LoadGenerator();
 
-    // Makes so many exchanges over all clients, and answers how many were made each second. Throws Wrong when a reply
-    // is another than it should be, or none comes for ten seconds.
+    // Makes this many exchanges over all clients and returns how many were made per second. Throws Wrong when a reply
+    // is not the expected one, or when none comes for ten seconds.
     double run(int exchanges);
 
   private:
     struct Client {
         int descriptor;
-        std::size_t received = 0;  // bytes of the reply that have come
+        std::size_t received = 0;  // bytes of the reply so far
     };
 
     void send(const Client& client) const;

@@ -12,7 +12,7 @@ namespace velmora::bench {
 
 namespace {
 
-// The value of the first line that begins so; "" without one.
+// The value of the first line that begins with this key; "" without one.
 std::string processorProperty(const std::string& key) {
     std::ifstream lines("/proc/cpuinfo");
     for (std::string line; std::getline(lines, line);) {

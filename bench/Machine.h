@@ -1,4 +1,4 @@
-// The machine that was measured on, for the report.
+// Describes this machine for the report.
 #pragma once
 
 #include <QJsonObject>

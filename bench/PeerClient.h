@@ -1,4 +1,4 @@
-// A client in another language, which exchanges lines with the server when it is told to and measures that itself.
+// A client in another language, which exchanges lines with the server on request and times that itself.
 #pragma once
 
 #include <cstdint>
@@ -11,15 +11,14 @@ namespace velmora::bench {
 
 class PeerClient {
   public:
-    // The command that starts the client; it gets the server's port, the request and the reply that it must be given as
-    // further arguments.
+    // The command that starts the client; the server's port, the request and the expected reply are added as arguments.
     PeerClient(std::vector<std::string> command, std::uint16_t port, const std::string& request,
                const std::string& reply);
 
     pid_t id() const { return process_.id(); }
-    // The language and its version, as the client says them.
+    // The language and its version, as the client reports them.
     const std::string& language() const { return language_; }
-    // Makes so many exchanges, one in flight. Answers microseconds for all of them.
+    // Makes this many exchanges, one in flight. Returns the microseconds for all of them.
     double run(int exchanges);
 
   private:

@@ -15,7 +15,7 @@ cpu_set_t only(int core) {
     return set;
 }
 
-// What the process was given at its start, before any placement.
+// The cores that the process was given at its start, before any placement.
 const cpu_set_t& allowed() {
     static const cpu_set_t set = [] {
         cpu_set_t given;
@@ -27,7 +27,7 @@ const cpu_set_t& allowed() {
 
 void pin(pid_t process, const cpu_set_t& cores) {
     for (const pid_t thread : threadsOf(process)) {
-        // Fails for a thread that has just ended.
+        // It fails for a thread that has just ended, which does no harm.
         sched_setaffinity(thread, sizeof cores, &cores);
     }
 }

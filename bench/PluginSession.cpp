@@ -38,7 +38,7 @@ void PluginSession::waitForAttributes() {
 
 void PluginSession::attributesChangedForPluginName(const std::string&) {
     if (toldAt_) return;
-    // While the connection is being made there are attributes that have no possible values yet.
+    // While the connection is being made, attributes have no possible values yet.
     const auto now = std::chrono::steady_clock::now();
     const auto names = plugin_->attributeNames();
     if (names->empty() || plugin_->possibleValuesOfAttributeWithName(names->front())->empty()) return;

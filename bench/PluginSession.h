@@ -18,10 +18,10 @@ class PluginSession final : private VelmoraNodePluginProtocol_Delegate {
     PluginSession& operator=(const PluginSession&) = delete;
     ~PluginSession() override;
 
-    // Serves the event loop until the host has been told of attributes that can be set, so that everything else of the
-    // connection's beginning is over. Throws Wrong when that does not come about.
+    // Serves the event loop until the host has been told of attributes that can be set; by then the connection is fully
+    // set up. Throws Wrong when that does not happen.
     void waitForAttributes();
-    // When that was. None before.
+    // When that happened; none before.
     std::optional<std::chrono::steady_clock::time_point> toldAt() const { return toldAt_; }
 
     VelmoraSwitchNodePlugin& plugin() { return *plugin_; }
@@ -35,7 +35,7 @@ class PluginSession final : private VelmoraNodePluginProtocol_Delegate {
     std::optional<std::chrono::steady_clock::time_point> toldAt_;
 };
 
-// What a host keeps for the plugin. The outputs are the first ones, all with the first input as their default.
+// The settings that a host keeps for the plugin. They have the first outputs, all with the first input as default.
 DictionaryReference settingsFor(const std::string& server, int configuredOutputs);
 
 }  // namespace velmora::bench

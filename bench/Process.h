@@ -1,4 +1,4 @@
-// A program that the benchmark runs and talks to, for as long as this lives.
+// A program that the benchmark runs and talks to; it ends with this object.
 #pragma once
 
 #include <sys/types.h>
@@ -20,14 +20,14 @@ class Process {
     ~Process();
 
     pid_t id() const { return process_; }
-    // The next line of its output without the end. Throws Wrong when the program has ended or is silent for so long.
+    // The next line of its output without the end. Throws Wrong when the program has ended or the time passes.
     std::string readLine(std::chrono::seconds limit = std::chrono::seconds(60));
     void writeLine(const std::string& line);
     // Throws Wrong unless it ends in time, with exit code 0.
     void waitForSuccess(std::chrono::seconds limit = std::chrono::seconds(120));
 
   private:
-    // Whether it has ended; its exit code is taken then.
+    // Whether it has ended; if so, its exit code has been collected.
     bool waitForEnd(std::chrono::seconds limit);
 
     const std::string program_;
@@ -38,7 +38,7 @@ class Process {
     std::string read_;
 };
 
-// Whether a plain name is that of a program in PATH.
+// Whether PATH has a program of this plain name.
 bool programExists(const std::string& name);
 
 }  // namespace velmora::bench

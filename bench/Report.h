@@ -1,4 +1,4 @@
-// What was measured, as one table and one JSON file.
+// The results, as one table and one JSON file.
 #pragma once
 
 #include <QJsonObject>
@@ -8,11 +8,11 @@
 
 namespace velmora::bench {
 
-// One line of the table: a figure, and where there is something to compare it with, that and what is to be reached.
+// One line of the table: a figure, and if there is a comparison, its figure and the target.
 struct Row {
     std::string group;
     std::string name;
-    std::string placement = {};  // "" where it plays no part
+    std::string placement = {};  // "" where it does not matter
     std::optional<double> figure = {};
     std::string unit = {};
     std::string against = {};
@@ -22,7 +22,7 @@ struct Row {
     std::optional<bool> met = {};  // none: only written down, or not measured
     std::string note = {};
     std::optional<int> size = {};  // inputs of the matrix, where the same is measured for several
-    // What the medians were taken of; only in the JSON file.
+    // The values behind the medians; only in the JSON file.
     std::vector<double> rounds = {};
     std::vector<double> againstRounds = {};
 
@@ -32,7 +32,7 @@ struct Row {
 
 class Report {
   public:
-    // Also says on stderr that it is there, for whoever waits.
+    // Also prints the row on stderr, to show progress.
     void add(Row row);
 
     void print() const;

@@ -10,26 +10,26 @@ namespace velmora::bench {
 
 struct Suite {
     Report report = {};
-    // Shows within a minute or two that everything works; its figures mean little.
+    // Only checks within a minute or two that everything works; its figures mean little.
     bool quick = false;
-    // Where the clients in other languages are.
+    // The folder with the clients in other languages.
     std::string peers = {};
 
     int rounds() const { return quick ? 3 : 25; }
 };
 
-// One command, one attribute set, beside clients that do without all this; what an exchange costs in allocations and
-// wake-ups; a connection on which nothing happens.
+// One command and one attribute set, compared with simpler clients; allocations and wake-ups per exchange; an idle
+// connection.
 void measureExchanges(Suite& suite);
-// With strace, where it is installed.
+// With strace, if it is installed.
 void measureSystemCalls(Suite& suite);
-// What measureSystemCalls runs under strace: so many exchanges with the server of that name, between two marks.
+// measureSystemCalls runs this under strace: so many exchanges with the server of that name, between two marks.
 void makeMarkedExchanges(const std::string& server, int count);
-// Rebuilding the attributes, their memory, looking them up.
+// Rebuilding the attributes, their memory, and looking them up.
 void measureAttributes(Suite& suite);
 // From the announcement of a server to attributes.
 void measureDiscovery(Suite& suite);
-// Loading the bundle, making, starting and stopping the plugin.
+// Loading the bundle; making, starting and stopping the plugin.
 void measureLife(Suite& suite);
 // The virtual server under many clients.
 void measureThroughput(Suite& suite);

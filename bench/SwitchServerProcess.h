@@ -11,7 +11,7 @@ namespace velmora::bench {
 class SwitchServerProcess {
   public:
     enum class Return { whenListening, whenAnnounced };
-    // The matrix has the labels "Input 1" and so on. Throws Wrong when the program does not say what it should.
+    // The matrix has the labels "Input 1" and so on. Throws Wrong when the program does not print what it should.
     SwitchServerProcess(const std::string& name, int inputs, int outputs, Return when = Return::whenAnnounced);
 
     const std::string& name() const { return name_; }
@@ -24,10 +24,10 @@ class SwitchServerProcess {
     std::uint16_t port_ = 0;
 };
 
-// A name of its own for each call.
+// A different name on each call.
 std::string newServerName();
 
-// The program, or what else there is, beside this one.
+// The path of a program, or of another file, relative to this program's folder.
 std::string programBeside(const std::string& name);
 
 }  // namespace velmora::bench

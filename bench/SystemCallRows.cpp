@@ -28,8 +28,8 @@ void mark() {
 // Calls by thread and name.
 using Counts = std::map<std::string, std::map<std::string, int>>;
 
-// Reads the lines "THREAD NAME(ARGUMENTS..." between the two marks. A call that another thread's line interrupts is
-// continued on a line of its own, which is not counted. Answers the thread that has made the marks.
+// Reads the lines "THREAD NAME(ARGUMENTS..." between the two marks. A call that another thread's line interrupts
+// continues on a second line, which is not counted. Returns the thread that made the marks.
 std::string readTrace(const std::string& path, Counts& counts) {
     std::ifstream lines(path);
     std::string marking;
@@ -52,7 +52,7 @@ Row rowFor(const std::string& name, const std::map<std::string, int>& calls) {
     Row row{.group = "counts", .name = name, .figure = 0.0};
     for (const auto& [call, count] : calls) {
         const double each = static_cast<double>(count) / kExchanges;
-        if (each < 0.05) continue;  // what the thread does now and then, besides
+        if (each < 0.05) continue;  // something that the thread does only now and then
         *row.figure += each;
         char text[64];
         std::snprintf(text, sizeof text, "%s%s %.2f", row.note.empty() ? "" : ", ", call.c_str(), each);

@@ -1,5 +1,5 @@
-// The smallest program that leaves the socket to a thread of its own: the bare client on that thread, and one semaphore
-// each way. What it costs more than the bare client is what any two hand-overs cost.
+// The smallest program that gives the socket its own thread: the bare client on that thread, and one semaphore each
+// way. What it adds to the bare client's time is the cost of any two hand-overs.
 #pragma once
 
 #include <semaphore.h>
@@ -21,7 +21,7 @@ class ThreadedClient {
     ThreadedClient& operator=(const ThreadedClient&) = delete;
     ~ThreadedClient();
 
-    // As BareClient::exchange. The thread runs where its caller may run.
+    // As BareClient::exchange. The thread runs on the cores that its caller may use.
     std::string_view exchange(std::string_view line);
 
   private:
@@ -31,7 +31,7 @@ class ThreadedClient {
     BareClient client_;
     sem_t asked_;
     sem_t answered_;
-    // Handed over with the semaphores; a line without text ends the thread.
+    // The semaphores hand these over; an empty line ends the thread.
     std::string_view line_;
     std::string_view reply_;
     std::exception_ptr failure_;

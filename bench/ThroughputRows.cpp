@@ -32,7 +32,7 @@ std::uint16_t freePort() {
     return ntohs(address.sin_port);
 }
 
-// redis-server, in memory only, for as long as this lives.
+// A redis-server that works in memory only; it ends with this object.
 class RedisServer {
   public:
     RedisServer()

@@ -1,4 +1,4 @@
-// What has gone over this process's TCP connections to a server, as the kernel counts it.
+// The kernel's counts for this process's TCP connections to a server.
 #pragma once
 
 #include <cstdint>
@@ -7,12 +7,12 @@ namespace velmora::bench {
 
 struct Traffic {
     std::uint64_t bytesSent = 0;
-    // Segments with data that came in. A server answers each short line in one segment, so this counts the replies.
+    // Received segments with data. A server answers each short line in one segment, so this counts the replies.
     std::uint64_t repliesReceived = 0;
     friend bool operator==(const Traffic&, const Traffic&) = default;
 };
 
-// Over all connections that are open to that port. Throws Wrong when there is none.
+// The sum over all open connections to that port. Throws Wrong when there is none.
 Traffic trafficWithPort(std::uint16_t port);
 
 }  // namespace velmora::bench

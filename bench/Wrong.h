@@ -1,4 +1,4 @@
-// What ends the whole benchmark: something did not work. Being slow never does.
+// Ends the whole benchmark because something did not work. Being slow never does.
 #pragma once
 
 #include <stdexcept>

@@ -1,5 +1,5 @@
-// velmora-bench: measures the whole system against what a user would have instead. Nothing in it is a timed test: it
-// fails only when something does not work.
+// velmora-bench: compares the whole system with what a user would have instead. It is not a timed test: it fails only
+// when something does not work.
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <csignal>
@@ -36,7 +36,7 @@ void measure(const QCommandLineParser& options) {
     const QStringList wanted = options.values("part");
     for (const Part& part : kParts) {
         if (!wanted.isEmpty() && !wanted.contains(part.name)) continue;
-        Placement::least().apply({});  // whatever the part before has left
+        Placement::least().apply({});  // whatever the previous part has left
         std::fprintf(stderr, "%s\n", part.name);
         part.measure(suite);
     }
@@ -50,7 +50,7 @@ void measure(const QCommandLineParser& options) {
 
 int main(int argc, char** argv) {
     QCoreApplication application(argc, argv);
-    std::signal(SIGPIPE, SIG_IGN);  // a program that has ended is noticed by what it no longer says
+    std::signal(SIGPIPE, SIG_IGN);  // the silence of a program that has ended is noticed anyway
     velmora::limitNetServicesToInterfaces({"lo"});
     QCommandLineParser options;
     options.setApplicationDescription("Measures the plugin and the virtual switch server. See scripts/bench.");

@@ -34,7 +34,7 @@ class AnnouncedService {
         static int argc = 1;
         static char program[] = "fuzz";
         static char* argv[] = {program, nullptr};
-        // A daemon of the machine would announce it to the machine's networks.
+        // Hides the machine's daemon, which would announce it to the machine's networks.
         setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
         new QCoreApplication(argc, argv);
         limitNetServicesToInterfaces({"lo"});

@@ -1,5 +1,5 @@
-// What the fuzz targets share: how a broken property becomes a finding, values made from the input, and the far end of
-// a connection. Each target is one program with one source file, which is the only one to include this.
+// Shared by the fuzz targets: turning a broken property into a finding, making values from the input, and the far end
+// of a connection. Each target is one program with one source file; only that file includes this one.
 #pragma once
 
 #include <arpa/inet.h>
@@ -20,7 +20,7 @@
 #include "platform/foundation/PropertyList.h"
 #include "platform/foundation/Text.h"
 
-// Takes the place of the system's: what hostile input makes the code log is not for the log of this machine.
+// Replaces the system's function, because lines caused by hostile input must not fill this machine's log.
 extern "C" __attribute__((used)) inline void syslog(int, const char*, ...) {}
 
 namespace velmora::fuzz {
@@ -71,13 +71,13 @@ class ValueMaker {
         }
         return dictionary;
     }
-    // Whether every text so far could be written as it is.
+    // Whether every text so far can be written unchanged.
     bool textsWereWritable() const { return textsWereWritable_; }
 
   private:
     std::string text() {
         std::string text = input_.ConsumeRandomLengthString(64);
-        // What XML has no characters for is written as U+FFFD.
+        // Characters that XML does not allow are written as U+FFFD.
         const bool hasControls = std::any_of(text.begin(), text.end(), [](char byte) {
             return static_cast<unsigned char>(byte) < 0x20 && byte != '\t' && byte != '\n' && byte != '\r';
         });
@@ -104,8 +104,8 @@ class ValueMaker {
     bool textsWereWritable_ = true;
 };
 
-// A port of 127.0.0.1 and the one connection that is made to it. Lives as long as the program. It waits without a
-// limit: libFuzzer has its own for each input, and its alarm would interrupt a wait that has one.
+// A port of 127.0.0.1 and the one connection that is made to it. Lives as long as the program. Waits have no time
+// limit: libFuzzer limits each input, and its alarm would interrupt a timed wait.
 class FarEnd {
   public:
     FarEnd() {

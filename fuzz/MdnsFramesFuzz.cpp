@@ -1,4 +1,4 @@
-// Whatever velmora-mdns sends, discovery makes sense of it or ends the connection.
+// Whatever velmora-mdns sends, discovery understands it or ends the connection.
 #include <sys/socket.h>
 
 #include <array>
@@ -44,7 +44,7 @@ void run(FuzzedDataProvider& input) {
         for (const std::uint16_t type : {AVAHI_DNS_TYPE_PTR, AVAHI_DNS_TYPE_SRV, AVAHI_DNS_TYPE_A, AVAHI_DNS_TYPE_AAAA})
             queries.push_back(backend.query("name.local", type, [&queries, type](const NetworkRecord& record, bool) {
                 checkRecord(record, type);
-                queries[0] = nullptr;  // a handler may end a question, its own, too
+                queries[0] = nullptr;  // a handler may end any question, even its own
             }));
         const auto group = backend.makeEntryGroup([](AvahiEntryGroupState) {});
         for (int frames = 0; input.remaining_bytes() > 0 && frames < kMaximumFrames && !backend.hasFailed(); ++frames) {

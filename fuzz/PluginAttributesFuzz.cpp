@@ -29,7 +29,7 @@ class System {
         });
     }
     std::vector<int> routes() const { return matrix_.contents().routes; }
-    // As it was at first, so that every input can be tried again alone.
+    // Back to the first state, so that every input can be repeated on its own.
     void reset() {
         plugin->setAttributes(std::make_shared<const AttributeDictionary>());
         require(static_cast<bool>(matrix_.apply({{}, {}, {1, 2, 3, 1}})), "the routes fit");
@@ -43,7 +43,7 @@ class System {
     std::unique_ptr<AnnouncedService> service_;
 };
 
-// What any host may hand to a plugin that is not started, and gets back. Answers the outputs that were accepted.
+// What a host may give a plugin that is not started, and what it gets back. Returns the accepted outputs.
 ArrayReference checkSettings(const PropertyList& given) {
     const auto plugin = std::make_shared<VelmoraSwitchNodePlugin>(nullptr);
     plugin->setDefaultSettings(given.dictionary());

@@ -26,7 +26,7 @@ PropertyList writtenAndRead(const PropertyList& value) {
 void checkRoundTrip(const PropertyList& value) {
     const auto xml = XMLWithPropertyList(value);
     const PropertyList again = writtenAndRead(value);
-    // What is not a number is not equal to itself.
+    // NaN does not equal itself.
     require(again == value || xml->find("nan</real>") != std::string::npos, "a value comes back as it was");
     require(*XMLWithPropertyList(again) == *xml, "a value is always written alike");
 }
@@ -78,7 +78,7 @@ void checkDocument(std::string_view document) {
 void checkValue(FuzzedDataProvider input) {
     ValueMaker maker(input);
     const PropertyList value = maker.value();
-    // The first writing may replace what no document can hold.
+    // The first write may replace characters that no document can hold.
     if (maker.textsWereWritable()) checkRoundTrip(value);
     checkRoundTrip(writtenAndRead(value));
 }

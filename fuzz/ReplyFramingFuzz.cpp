@@ -1,7 +1,7 @@
 // The framing and decoding of replies on a real connection, however the bytes are cut.
 //
-// The first byte says of which commands the reply is XML (its low bits, in turn) and whether a command is sent before
-// each chunk or after it (its top bit). Behind it come the chunks, parted by "|".
+// The low bits of the first byte say, in turn, which commands expect XML; its top bit says whether a command is sent
+// before or after each chunk. The chunks follow, separated by "|".
 #include <algorithm>
 #include <thread>
 
@@ -17,7 +17,7 @@ constexpr std::size_t kLongestRead = 2048;
 constexpr std::string_view kBeginning = "<?xml ver";
 constexpr std::string_view kEnd = "</plist>\n";
 
-// Too few bytes to tell count as framed; the texts are looked for in the first nine and the last twelve bytes.
+// Too few bytes to tell count as framed. The marks are searched for in the first nine and the last twelve bytes.
 bool isFramed(std::string_view data) {
     const auto tail = data.size() < 13 ? kEnd : data.substr(data.size() - 12);
     return (data.size() < 10 || data.starts_with(kBeginning)) && isValidUTF8(tail) &&
@@ -75,7 +75,7 @@ class Connection {
         require(peer_.receiveLine() == "COMMAND", "a command line goes out as it is");
     }
 
-    // Commands are sent until every byte has become part of a reply: nothing is lost, doubled or out of order.
+    // Sends commands until every byte has become part of a reply: nothing is lost, doubled or out of order.
     void takeEverything() {
         const Date deadline = fromNow(Seconds(kPatience));
         while (command_ != nullptr || taken_ < arrived_.size()) {
@@ -126,7 +126,7 @@ class Connection {
     std::shared_ptr<SwitchTelnetCommand> command_;
     std::uint8_t kinds_ = 0;
     std::string arrived_;
-    std::size_t taken_ = 0;  // the bytes of replies that are complete
+    std::size_t taken_ = 0;  // bytes of complete replies
 };
 
 }  // namespace

@@ -1,6 +1,6 @@
 // The server's side of the wire: lines cut out of a stream that arrives in chunks, and the answer to each.
 //
-// The input is a label, and then, behind each "|", one chunk of the stream.
+// The input is a label, then the chunks of the stream, each after a "|".
 #include "fuzz/Fuzz.h"
 #include "server/LineReader.h"
 #include "server/SwitchProtocol.h"
@@ -39,7 +39,7 @@ std::vector<Line> checkReader(const Texts& chunks) {
     require(lines == linesIn({stream}), "the lines are the same when the stream comes at once");
     require(lines == linesIn(bytes), "the lines are the same when it comes byte by byte");
 
-    // The stream is the lines and their ends, and nothing else, but for what is too long to be kept.
+    // The stream consists of the lines and their ends and nothing else, except for the rest of lines that are too long.
     std::size_t at = 0;
     for (const auto& [text, tooLong] : lines) {
         require(text.size() <= LineReader::kMaximumLength, "a line is bounded");

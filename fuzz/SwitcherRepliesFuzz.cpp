@@ -1,6 +1,6 @@
-// What the switcher makes of replies: its size, routes and labels.
+// How the switcher reads replies: its size, routes and labels.
 //
-// The input is an index in digits, and then, behind each "|", one reply. The questions take turns.
+// The input is an index in digits, then the replies, each after a "|". The questions take turns.
 #include <algorithm>
 #include <charconv>
 #include <deque>
@@ -77,7 +77,7 @@ class Session final : private TCPMatrixSwitcherDelegate {
     bool dimensionsKnown_ = false;
 };
 
-// The number, when the text is nothing else and small.
+// The number, if the text is only a number, and a small one.
 std::optional<int> plainNumber(std::string_view text) {
     int number = 0;
     if (text.empty() || text.size() > 6 ||
@@ -123,7 +123,7 @@ void checkRoute(Session& session, std::int32_t index, const std::string& reply) 
 
 void checkLabel(Session& session, const char* command, std::int32_t index, const std::string& reply,
                 std::optional<std::string> (TCPMatrixSwitcher::*label)(std::int32_t)) {
-    // The number after the highest is the lowest.
+    // Counting wraps: the lowest number follows the highest.
     const auto number = static_cast<std::int32_t>(static_cast<std::uint32_t>(index) + 1U);
     session.ask(command + std::to_string(number), reply);
     const auto text = (*session.switcher.*label)(index);
@@ -140,7 +140,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto pieces = componentsSeparatedByString(fuzz::asText(data, size), "|");
     const std::int32_t index = intValue(pieces.front());
     for (std::size_t i = 1; i < std::min<std::size_t>(pieces.size(), 13); ++i) {
-        // A longer one would not come in one read.
+        // A longer reply would not arrive in one read.
         const std::string reply = pieces[i].substr(0, 2000);
         if (i % 4 == 1) fuzz::checkSize(*session, reply);
         if (i % 4 == 2) fuzz::checkRoute(*session, index, reply);

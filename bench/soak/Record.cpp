@@ -17,7 +17,7 @@ void Record::serverDidReceiveLine(std::string_view client, std::string_view line
 
 void Record::serverDidAnswerLine(std::string_view client, std::string_view reply) {
     MutexLock lock(mutex_);
-    if (client == entry_.client) entry_.reply = reply;  // and no late reply of a connection that was given up
+    if (client == entry_.client) entry_.reply = reply;  // not a late reply on an abandoned connection
 }
 
 }  // namespace velmora::bench

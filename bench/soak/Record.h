@@ -1,4 +1,4 @@
-// What the server says of itself: the lines that came and the replies that they were to get.
+// The server's own record: the lines that came, and the replies that they should get.
 #pragma once
 
 #include <cstdint>
@@ -14,10 +14,10 @@ namespace velmora::bench {
 class Record : public SwitchServerDelegate {
   public:
     struct Entry {
-        std::int64_t lines = 0;  // so many came
-        std::string client;      // whose was the last one
-        std::string line;        // which was it
-        std::string reply;       // and what it was to be answered with, before any fault
+        std::int64_t lines = 0;  // how many came
+        std::string client;      // the sender of the last one
+        std::string line;        // the last one
+        std::string reply;       // its reply, before any fault
     };
     Entry entry() const;
 

@@ -1,5 +1,5 @@
-// A long run against a server that misbehaves at random: every reply is checked against the server's own record, and
-// memory, threads and descriptors must stay flat. Ends with 1 at the first thing that is not as it should be.
+// A long run with a server that misbehaves at random: every reply is checked against the server's own record, and
+// memory, threads and descriptors must not grow. Exits with 1 at the first fault.
 #include <malloc.h>
 
 #include <QCommandLineParser>
@@ -26,7 +26,7 @@ constexpr TelnetTimeLimits kLimits{.reply = Seconds(1)};
 constexpr double kConnectTime = 10.0;
 constexpr long kPagesOfChance = 1024;
 
-// Faults of a peer that keeps the protocol: what it answers, or that it does not, belongs to the command in flight.
+// Faults of a peer that keeps the protocol: its reply, or its silence, belongs to the command in flight.
 constexpr const char* kFair[] = {"delay=5", "delay=1500", "silence", "empty", "close-before", "close-after", "reset"};
 // After these nobody can tell which bytes answer what; the connection is given up.
 constexpr const char* kUnfair[] = {"pieces=3", "double",     "unasked", "not-utf8", "long=2049",   "long=1048576",
@@ -69,7 +69,7 @@ class Soak {
         const auto command = std::make_shared<SwitchTelnetCommand>();
         command->setCommand(nextLine());
         connection_->processCommandSynchronously(command);
-        // A connection that a fault has ended may not be known to be when the next commands go.
+        // A fault may have ended the connection without this being known yet when the next commands go out.
         if (!faulty || fair) check(*command, before, faulty || closing_);
         closing_ = fair || (closing_ && !command->hasResponse());
         if (!faulty) return;

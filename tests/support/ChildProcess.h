@@ -16,21 +16,21 @@ class ChildProcess {
     // The path of the program, then its arguments.
     explicit ChildProcess(const std::vector<std::string>& command);
     ChildProcess(const ChildProcess&) = delete;
-    // Kills the program where it still runs.
+    // Kills the program if it still runs.
     ~ChildProcess();
 
     pid_t id() const { return process_; }
-    // The next line, without its end; empty when the program has ended or says nothing.
+    // The next line, without its end; empty when the program has ended or prints nothing.
     std::string outputLine() { return output_.line(); }
-    // The next one that holds the text; empty where none comes.
+    // The next line that contains the text; empty when no such line comes.
     std::string outputLineWith(std::string_view text);
     std::string errorLine() { return errors_.line(); }
-    // The rest, until the program ends.
+    // The rest of the output, until the program ends.
     std::string output() { return output_.all(); }
     std::string errors() { return errors_.all(); }
 
     void sendSignal(int number = SIGTERM);
-    // Waits for the end; -1 when the program was ended by a signal or does not end.
+    // Waits for the end and returns the exit code; -1 when a signal ended the program or it does not end.
     int exitCode();
     int exitCodeAfterSignal(int number = SIGTERM) { return sendSignal(number), exitCode(); }
 

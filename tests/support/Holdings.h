@@ -1,4 +1,4 @@
-// Counts of what this process holds of the system now.
+// Counts of the system resources that this process holds now.
 #pragma once
 
 #include <cstddef>
@@ -15,7 +15,7 @@ inline std::ptrdiff_t openDescriptors() {
     return entriesIn("/proc/self/fd");
 }
 
-// One that has been joined may stay in the kernel's list for a moment.
+// A joined thread may stay in the kernel's list for a moment.
 inline std::ptrdiff_t threads() {
     return entriesIn("/proc/self/task");
 }

@@ -1,4 +1,4 @@
-// The log lines written while it lives.
+// Collects the log lines that are written while it lives.
 #pragma once
 
 #include <algorithm>

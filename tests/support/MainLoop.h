@@ -1,4 +1,4 @@
-// Running the main event loop from a test until a condition holds.
+// Runs the main event loop from a test until a condition holds.
 #pragma once
 
 #include <QCoreApplication>
@@ -10,10 +10,10 @@
 
 namespace velmora::test {
 
-// False when the condition does not hold within the time, which only bounds a failing test.
+// False when the condition does not become true in time. The limit only bounds a failing test.
 inline bool runMainLoopUntil(const std::function<bool()>& condition, Seconds timeout = Seconds{30}) {
     const QDeadlineTimer deadline(std::chrono::duration_cast<std::chrono::milliseconds>(timeout));
-    // Conditions that other threads make true raise no event here, so the loop looks again every few milliseconds.
+    // A condition that another thread makes true raises no event here, so the loop checks every few milliseconds.
     QTimer lookAgain;
     lookAgain.start(2);
     while (!condition()) {
@@ -23,7 +23,7 @@ inline bool runMainLoopUntil(const std::function<bool()>& condition, Seconds tim
     return true;
 }
 
-// Serves what the event loop has to do now, once.
+// Handles the events that are waiting now, once.
 inline void runMainLoopOnce() {
     QCoreApplication::processEvents();
 }

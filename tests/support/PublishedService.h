@@ -1,4 +1,4 @@
-// A service announced on the test's network, under a name of its own.
+// A service announced on the test's network, under a unique name.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 
 namespace velmora::test {
 
-// Returns from the constructor when the service is announced; withdraws it on destruction.
+// The constructor returns when the service is announced; the destructor withdraws it.
 class PublishedService : private NSNetServiceDelegate {
   public:
     PublishedService(const std::string& name, std::uint16_t port, const std::string& type = "_matrixswitcher._tcp.")

@@ -85,7 +85,7 @@ void ScriptedPeer::runStep(const PeerScript::Step& step) {
     }
 }
 
-// With the flag for not waiting, an end is not required.
+// With the flag for not waiting, the connection need not have ended.
 void ScriptedPeer::expectNothing(int flags) {
     std::string rest(4096, '\0');
     const ssize_t count = ::recv(connection_->descriptor(), rest.data(), rest.size(), flags);

@@ -1,4 +1,4 @@
-// A TCP peer that fails the test that owns it on every byte that is not in its script, or is missing from it.
+// A TCP peer that fails its test on every byte that differs from its script or is missing.
 #pragma once
 
 #include <chrono>
@@ -11,22 +11,22 @@
 
 namespace velmora::test {
 
-// What the peer does on one connection, step by step; a value. After the last step every further byte is unexpected.
+// The peer's actions on one connection, step by step; a value. After the last step every further byte is unexpected.
 class PeerScript {
   public:
-    // Exactly these bytes arrive, however they are cut into segments.
+    // Expects exactly these bytes, however they are cut into segments.
     PeerScript& expect(std::string bytes) { return add(Kind::expect, std::move(bytes)); }
-    // In one write of its own.
+    // Sends the bytes in a separate write.
     PeerScript& send(std::string bytes) { return add(Kind::send, std::move(bytes)); }
-    // One command line (LF CR is added) and its reply line (CR LF is added).
+    // Expects one command line (LF CR is added) and sends its reply line (CR LF is added).
     PeerScript& exchange(const std::string& command, const std::string& reply) {
         return expect(command + "\n\r").send(reply + "\r\n");
     }
-    // Nothing is read or sent until the test has called signal() once more.
+    // Reads and sends nothing until the test has called signal() again.
     PeerScript& waitForSignal() { return add(Kind::waitForSignal); }
     // Lets one waitForNotice() of the test pass.
     PeerScript& notifyTest() { return add(Kind::notifyTest); }
-    // The other side ends the connection, in order or by a reset, before any further byte.
+    // Expects the other side to end the connection, cleanly or by a reset, before any further byte.
     PeerScript& expectClose() { return add(Kind::expectClose); }
     // Ends the connection. Must be the last step.
     PeerScript& close() { return add(Kind::close); }
@@ -48,10 +48,10 @@ class PeerScript {
 // signal() and waitForNotice() from any thread. No step waits longer than 30 seconds.
 class ScriptedPeer {
   public:
-    // One connection for each script, one after the other; a connection more than there are scripts fails the test.
+    // One connection for each script, one after the other; any further connection fails the test.
     explicit ScriptedPeer(std::vector<PeerScript> scripts);
     explicit ScriptedPeer(PeerScript script) : ScriptedPeer(std::vector{std::move(script)}) {}
-    // Waits until the scripts have ended, and adds a test failure where anything was not as they say.
+    // Waits until the scripts have ended, and fails the test if anything differed from them.
     ~ScriptedPeer();
 
     std::uint16_t port() const { return listener_.port(); }
@@ -71,7 +71,7 @@ class ScriptedPeer {
     const ListeningPort listener_;
     std::counting_semaphore<> signals_{0};
     std::counting_semaphore<> notices_{0};
-    std::optional<Socket> connection_;  // as failure_, the thread's until it has ended
+    std::optional<Socket> connection_;  // like failure_, belongs to the thread until it has ended
     std::string failure_;
     std::thread thread_;
 };

@@ -1,4 +1,4 @@
-// The peer must not let any wrong conversation pass: every other test relies on that.
+// Every other test relies on the peer, so it must not let any wrong conversation pass.
 #include "tests/support/ScriptedPeer.h"
 
 #include <gtest/gtest-spi.h>

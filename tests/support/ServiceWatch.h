@@ -1,4 +1,4 @@
-// Browses for services and resolves what it finds, as the plugin does, and writes down what it is told.
+// Browses for services, resolves what it finds, as the plugin does, and records what it is told.
 #pragma once
 
 #include <map>
@@ -31,7 +31,7 @@ class ServiceWatch : public NSNetServiceBrowserDelegate, public NSNetServiceDele
 
     double timeout = 10.0;  // of the resolutions, in seconds; 0: nothing is resolved
     NSNetServiceBrowser browser;
-    std::map<std::string, std::shared_ptr<NSNetService>> services;  // those that are there, by name
+    std::map<std::string, std::shared_ptr<NSNetService>> services;  // the present ones, by name
     std::vector<std::string> events;                                // such as "found NAME"
 
   protected:

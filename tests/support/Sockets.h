@@ -50,7 +50,7 @@ class Socket {
     bool send(std::string_view bytes) {
         return ::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
     }
-    // This many bytes, or fewer where the other side ends the connection before.
+    // This many bytes, or fewer if the other side ends the connection first.
     std::string receive(std::size_t size, int flags = MSG_WAITALL) {
         std::string received(size, '\0');
         const ssize_t count = ::recv(descriptor_, received.data(), size, flags);
@@ -81,7 +81,7 @@ class RefusingPort {
     std::uint16_t port_;
 };
 
-// A port whose connections are made by the kernel, so that clients wait for an answer until they are accepted.
+// The kernel makes this port's connections, so clients wait for an answer until they are accepted.
 class ListeningPort : public RefusingPort {
   public:
     explicit ListeningPort(int backlog = 16) { EXPECT_EQ(::listen(socket_.descriptor(), backlog), 0); }
@@ -99,7 +99,7 @@ class TestClient : public Socket {
 
     bool connected() const { return connected_; }
     void finishSending() { ::shutdown(descriptor(), SHUT_WR); }
-    // Everything until the other side ends the connection; followed by "reset" where that is no orderly end.
+    // Everything until the other side ends the connection; followed by "reset" if that was not a clean end.
     std::string receiveAll() {
         std::string all;
         char buffer[4096];

@@ -1,4 +1,4 @@
-// The frame of every test program: a network of its own, only `lo`, where that is allowed; an application; the tests.
+// The frame of every test program: its own network with only `lo`, where allowed; an application; the tests.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -31,11 +31,11 @@ int runTests(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     std::printf("network: %s\n",
                 enterNetworkOfOurOwn() ? "a namespace of our own" : "the machine's loopback interface");
-    // Its descriptor, where there is a system log, is there before any test counts descriptors.
+    // If there is a system log, this opens its descriptor before any test counts descriptors.
     openlog(nullptr, LOG_NDELAY, LOG_USER);
-    // Windows go to a screen that nobody sees, unless told otherwise.
+    // Windows use an invisible screen, unless told otherwise.
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    // An Avahi daemon of the machine serves the machine's networks, not this one.
+    // The machine's Avahi daemon serves the machine's networks, not this one.
     setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
     Application application(argc, argv);
     limitNetServicesToInterfaces({"lo"});
