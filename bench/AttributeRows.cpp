@@ -81,7 +81,7 @@ void measureRebuild(Suite& suite) {
     }
 }
 
-// The bytes that the heap gets back by the release.
+// The bytes that the release gives back to the heap.
 template <typename Release>
 double bytesHeldBy(Release release) {
     const HeapCount heap;

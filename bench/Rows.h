@@ -23,7 +23,7 @@ struct Suite {
 void measureExchanges(Suite& suite);
 // With strace, if it is installed.
 void measureSystemCalls(Suite& suite);
-// measureSystemCalls runs this under strace: so many exchanges with the server of that name, between two marks.
+// measureSystemCalls runs this under strace: this many exchanges with the server of that name, between two marks.
 void makeMarkedExchanges(const std::string& server, int count);
 // Rebuilding the attributes, their memory, and looking them up.
 void measureAttributes(Suite& suite);

@@ -1,6 +1,6 @@
-"""Speaks the switch server's vocabulary with asyncio, one command in flight: PORT REQUEST REPLY.
+"""A switch client with asyncio, one command in flight. Arguments: PORT REQUEST REPLY.
 
-Says its language, then answers each line "run N" with the microseconds that N exchanges took.
+Prints its language, then answers each line "run N" with the microseconds that N exchanges took.
 """
 
 import asyncio

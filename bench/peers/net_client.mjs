@@ -1,5 +1,5 @@
-// Speaks the switch server's vocabulary with Node's `net`, one command in flight: PORT REQUEST REPLY.
-// Says its language, then answers each line "run N" with the microseconds that N exchanges took.
+// A switch client with Node's `net`, one command in flight. Arguments: PORT REQUEST REPLY.
+// Prints its language, then answers each line "run N" with the microseconds that N exchanges took.
 import { once } from 'node:events';
 import net from 'node:net';
 import readline from 'node:readline';
