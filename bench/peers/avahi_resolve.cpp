@@ -1,5 +1,5 @@
-// Resolves one service with the discovery library alone, on the loopback interface: SERVICE-NAME. Says "ready" once it
-// browses, and the moment of the resolution in nanoseconds of the monotonic clock. Gives up after a minute.
+// Resolves one service with the discovery library alone, on the loopback interface: SERVICE-NAME. Prints "ready" once
+// it browses, then the time of the resolution in nanoseconds of the monotonic clock. Gives up after a minute.
 #include <avahi-common/simple-watch.h>
 #include <avahi-core/core.h>
 #include <avahi-core/log.h>
