@@ -107,15 +107,45 @@ bool keepOwnerAndPermissions(int descriptor, const Target& target) {
 class NewFile {
   public:
     explicit NewFile(const Target& target) : target_(target) {}
-    NewFile(const NewFile&) = delete;
-    NewFile& operator=(const NewFile&) = delete;
     ~NewFile() {
         if (hasName_) unlink(name_.c_str());
     }
 
-    bool create();
-    bool fill(std::string_view contents);
-    bool takePlace();
+    bool create() {
+        constexpr int kAttempts = 100;
+        for (int attempt = 0; attempt < kAttempts; ++attempt) {
+            std::string digits = std::to_string(arc4random() % 100'000'000);
+            digits.insert(0, kDigits - digits.size(), '0');
+            name_ = companionOf(target_.path, "-" + digits).string();
+            // One that replaces another is open to its owner only, until it has the owner and permissions of the other.
+            descriptor_ =
+                Descriptor(open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, target_.old ? 0600 : 0666));
+            if (!descriptor_ && errno != EEXIST) return false;
+            if (!descriptor_) continue;
+            // Another writer that removes leftovers may have found it before it was locked, and then removes it. On a
+            // file system without locks nobody removes leftovers.
+            struct stat status {};
+            if (flock(descriptor_.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) continue;
+            if (fstat(descriptor_.number(), &status) == 0 && status.st_nlink == 0) continue;
+            hasName_ = true;
+            lock_ = Descriptor(fcntl(descriptor_.number(), F_DUPFD_CLOEXEC, 0));
+            return static_cast<bool>(lock_);
+        }
+        errno = EEXIST;
+        return false;
+    }
+
+    bool fill(std::string_view contents) {
+        return writeAll(descriptor_.number(), contents) &&
+               (!target_.old || keepOwnerAndPermissions(descriptor_.number(), target_)) &&
+               fsync(descriptor_.number()) == 0 && descriptor_.close();
+    }
+
+    bool takePlace() {
+        if (rename(name_.c_str(), target_.path.c_str()) != 0) return false;
+        hasName_ = false;
+        return true;
+    }
 
   private:
     const Target& target_;
@@ -124,42 +154,6 @@ class NewFile {
     Descriptor descriptor_;
     Descriptor lock_;  // the same open file: closing the other, which may fail, must not unlock it
 };
-
-bool NewFile::create() {
-    constexpr int kAttempts = 100;
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        std::string digits = std::to_string(arc4random() % 100'000'000);
-        digits.insert(0, kDigits - digits.size(), '0');
-        name_ = companionOf(target_.path, "-" + digits).string();
-        // One that replaces another is open to its owner only, until it has the owner and permissions of the other.
-        descriptor_ =
-            Descriptor(open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, target_.old ? 0600 : 0666));
-        if (!descriptor_ && errno != EEXIST) return false;
-        if (!descriptor_) continue;
-        // Another writer that removes leftovers may have found it before it was locked, and then removes it. On a file
-        // system without locks nobody removes leftovers.
-        struct stat status {};
-        if (flock(descriptor_.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) continue;
-        if (fstat(descriptor_.number(), &status) == 0 && status.st_nlink == 0) continue;
-        hasName_ = true;
-        lock_ = Descriptor(fcntl(descriptor_.number(), F_DUPFD_CLOEXEC, 0));
-        return static_cast<bool>(lock_);
-    }
-    errno = EEXIST;
-    return false;
-}
-
-bool NewFile::fill(std::string_view contents) {
-    return writeAll(descriptor_.number(), contents) &&
-           (!target_.old || keepOwnerAndPermissions(descriptor_.number(), target_)) &&
-           fsync(descriptor_.number()) == 0 && descriptor_.close();
-}
-
-bool NewFile::takePlace() {
-    if (rename(name_.c_str(), target_.path.c_str()) != 0) return false;
-    hasName_ = false;
-    return true;
-}
 
 // Removes the new files of this target whose writers are gone.
 void removeLeftovers(const std::filesystem::path& target) {

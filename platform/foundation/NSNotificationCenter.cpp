@@ -14,14 +14,6 @@ struct NSNotificationCenter::Observation::Entry {
     }
 };
 
-NSNotificationCenter::Observation::Observation(std::shared_ptr<Entry> entry) : entry_(std::move(entry)) {}
-
-NSNotificationCenter::Observation::~Observation() = default;
-
-NSNotificationCenter::NSNotificationCenter() = default;
-
-NSNotificationCenter::~NSNotificationCenter() = default;
-
 NSNotificationCenter& NSNotificationCenter::defaultCenter() {
     // Never destroyed: other threads may post while the process ends.
     static auto* center = new NSNotificationCenter;

@@ -32,19 +32,13 @@ class NSNotificationCenter {
       public:
         Observation(const Observation&) = delete;
         Observation& operator=(const Observation&) = delete;
-        ~Observation();
 
       private:
         friend class NSNotificationCenter;
         struct Entry;
-        explicit Observation(std::shared_ptr<Entry> entry);
+        explicit Observation(std::shared_ptr<Entry> entry) : entry_(std::move(entry)) {}
         std::shared_ptr<Entry> entry_;
     };
-
-    NSNotificationCenter();
-    ~NSNotificationCenter();
-    NSNotificationCenter(const NSNotificationCenter&) = delete;
-    NSNotificationCenter& operator=(const NSNotificationCenter&) = delete;
 
     // The center of the process.
     static NSNotificationCenter& defaultCenter();

@@ -27,31 +27,6 @@ bool equalReferences(const Reference& left, const Reference& right) {
 
 }  // namespace
 
-std::optional<std::string> PropertyList::text() const {
-    const auto* text = std::get_if<std::string>(&value_);
-    return text != nullptr ? std::optional(*text) : std::nullopt;
-}
-
-std::optional<bool> PropertyList::boolean() const {
-    const auto* boolean = std::get_if<bool>(&value_);
-    return boolean != nullptr ? std::optional(*boolean) : std::nullopt;
-}
-
-std::optional<double> PropertyList::real() const {
-    const auto* real = std::get_if<double>(&value_);
-    return real != nullptr ? std::optional(*real) : std::nullopt;
-}
-
-ArrayReference PropertyList::array() const {
-    const auto* array = std::get_if<ArrayReference>(&value_);
-    return array != nullptr ? *array : nullptr;
-}
-
-DictionaryReference PropertyList::dictionary() const {
-    const auto* dictionary = std::get_if<DictionaryReference>(&value_);
-    return dictionary != nullptr ? *dictionary : nullptr;
-}
-
 std::int64_t PropertyList::integerValue() const {
     if (const auto* integer = std::get_if<std::int64_t>(&value_)) return *integer;
     if (const auto* boolean = std::get_if<bool>(&value_)) return *boolean ? 1 : 0;
@@ -98,8 +73,7 @@ std::int32_t intForKey(const DictionaryReference& dictionary, std::string_view k
 }
 
 DictionaryReference shallowCopy(const DictionaryReference& dictionary) {
-    return dictionary ? std::make_shared<PropertyListDictionary>(*dictionary)
-                      : std::make_shared<PropertyListDictionary>();
+    return dictionary ? std::make_shared<PropertyListDictionary>(*dictionary) : makeDictionary();
 }
 
 ArrayReference makeArray() {

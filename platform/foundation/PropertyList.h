@@ -35,11 +35,11 @@ class PropertyList {
     PropertyList(DictionaryReference dictionary) : value_(std::move(dictionary)) {}
 
     // The value of that type, or none (null) when it is of another.
-    std::optional<std::string> text() const;
-    std::optional<bool> boolean() const;
-    std::optional<double> real() const;
-    ArrayReference array() const;
-    DictionaryReference dictionary() const;
+    std::optional<std::string> text() const { return held<std::string>(); }
+    std::optional<bool> boolean() const { return held<bool>(); }
+    std::optional<double> real() const { return held<double>(); }
+    ArrayReference array() const { return held<ArrayReference>().value_or(nullptr); }
+    DictionaryReference dictionary() const { return held<DictionaryReference>().value_or(nullptr); }
 
     bool isInteger() const { return std::holds_alternative<std::int64_t>(value_); }
 
@@ -52,6 +52,12 @@ class PropertyList {
     friend bool operator==(const PropertyList& left, const PropertyList& right);
 
   private:
+    template <typename Value>
+    std::optional<Value> held() const {
+        const auto* value = std::get_if<Value>(&value_);
+        return value != nullptr ? std::optional(*value) : std::nullopt;
+    }
+
     std::variant<std::string, std::int64_t, bool, double, ArrayReference, DictionaryReference> value_;
 };
 

@@ -87,136 +87,123 @@ class Reader {
   public:
     explicit Reader(const QString& xml) : xml_(xml) { xml_.setNamespaceProcessing(false); }
 
-    Result<PropertyList> document();
+    Result<PropertyList> document() {
+        if (!nextElement() || !opens(u"plist")) refuse("the document does not begin with <plist>");
+        if (!nextElement()) refuse("the document holds no value");
+        PropertyList root = value(0);
+        if (nextElement()) refuse("there is a second value beside the first");
+        while (!xml_.atEnd()) {
+            next();
+        }
+        if (!xml_.hasError()) return root;
+        const std::string reason = stringByEscapingControlCharacters(xml_.errorString().left(200).toStdString());
+        return Failure{stringWithFormat("line %li: %@", xml_.lineNumber(), reason)};
+    }
 
   private:
     using Token = QXmlStreamReader::TokenType;
 
-    void refuse(const std::string& reason);
-    Token next();
-    bool nextElement();
+    void refuse(const std::string& reason) {
+        if (!xml_.hasError()) xml_.raiseError(QString::fromStdString(reason));
+    }
+
+    Token next() {
+        const Token token = xml_.readNext();
+        // The document may have declared it elsewhere; nothing else is fetched to read a document.
+        if (token == Token::EntityReference) refuse("a character reference cannot be read");
+        return xml_.tokenType();
+    }
+
+    // Goes to the next tag; false when it closes the element that is open, or does not come.
+    bool nextElement() {
+        for (;;) {
+            switch (next()) {
+                case Token::StartElement:
+                    if (xml_.name() != u"plist" && !xml_.attributes().isEmpty()) {
+                        refuse(stringWithFormat("<%@> has attributes", name()));
+                    }
+                    return !xml_.hasError();
+                case Token::EndElement:
+                case Token::EndDocument:
+                case Token::Invalid:
+                    return false;
+                case Token::Characters:
+                    if (!xml_.isWhitespace()) refuse("there is text where an element is expected");
+                    break;
+                default:
+                    break;
+            }
+        }
+    }
+
     bool opens(QStringView name) const { return xml_.isStartElement() && xml_.name() == name; }
     // Short, and safe to show.
     std::string name() const {
         return stringByEscapingControlCharacters(xml_.name().left(40).toString().toStdString());
     }
-    PropertyList value(int depth);
-    PropertyList array(int depth);
-    PropertyList dictionary(int depth);
-    std::string text();
+    // The value of the element that was opened last; the element is closed afterwards.
+    PropertyList value(int depth) {
+        if (++values_ > kPropertyListValueLimit) {
+            refuse(stringWithFormat("there are more than %li values", kPropertyListValueLimit));
+        }
+        if (depth == kPropertyListDepthLimit && (opens(u"array") || opens(u"dict"))) {
+            refuse(stringWithFormat("values are nested more than %li deep", kPropertyListDepthLimit));
+        }
+        if (opens(u"array")) return array(depth + 1);
+        if (opens(u"dict")) return dictionary(depth + 1);
+        if (opens(u"string")) return text();
+        if (opens(u"integer")) return number<std::int64_t>("an integer");
+        if (opens(u"real")) return number<double>("a real number");
+        if (opens(u"true")) return boolean(true);
+        if (opens(u"false")) return boolean(false);
+        refuse(opens(u"key") ? "a key stands outside a dictionary, or has no value"
+                             : stringWithFormat("<%@> is no element that is read here", name()));
+        return "";
+    }
+
+    PropertyList array(int depth) {
+        const ArrayReference items = makeArray();
+        while (nextElement()) {
+            items->push_back(value(depth));
+        }
+        return items;
+    }
+
+    PropertyList dictionary(int depth) {
+        const DictionaryReference entries = makeDictionary();
+        while (nextElement()) {
+            if (!opens(u"key")) refuse("a value has no key");
+            const std::string key = text();
+            if (!nextElement()) refuse("a key has no value");
+            entries->insert_or_assign(key, value(depth));
+        }
+        return entries;
+    }
+
+    std::string text() {
+        QString characters;
+        while (next() != Token::EndElement && !xml_.hasError()) {
+            if (xml_.isCharacters()) characters += xml_.text();
+            if (xml_.isStartElement()) refuse(stringWithFormat("<%@> stands inside a text", name()));
+        }
+        return characters.toStdString();
+    }
+
     template <typename Number>
-    PropertyList number(const char* what);
-    PropertyList boolean(bool value);
+    PropertyList number(const char* what) {
+        const auto number = wholeNumber<Number>(text());
+        if (!number) refuse(stringWithFormat("%@ cannot be read or is out of range", what));
+        return number.value_or(0);
+    }
+
+    PropertyList boolean(bool value) {
+        if (!trimmed(text()).empty()) refuse("a boolean has content");
+        return value;
+    }
 
     QXmlStreamReader xml_;
     std::size_t values_ = 0;
 };
-
-void Reader::refuse(const std::string& reason) {
-    if (!xml_.hasError()) xml_.raiseError(QString::fromStdString(reason));
-}
-
-Reader::Token Reader::next() {
-    const Token token = xml_.readNext();
-    // The document may have declared it elsewhere; nothing else is fetched to read a document.
-    if (token == Token::EntityReference) refuse("a character reference cannot be read");
-    return xml_.tokenType();
-}
-
-// Goes to the next tag; false when it closes the element that is open, or does not come.
-bool Reader::nextElement() {
-    for (;;) {
-        switch (next()) {
-            case Token::StartElement:
-                if (xml_.name() != u"plist" && !xml_.attributes().isEmpty()) {
-                    refuse(stringWithFormat("<%@> has attributes", name()));
-                }
-                return !xml_.hasError();
-            case Token::EndElement:
-            case Token::EndDocument:
-            case Token::Invalid:
-                return false;
-            case Token::Characters:
-                if (!xml_.isWhitespace()) refuse("there is text where an element is expected");
-                break;
-            default:
-                break;
-        }
-    }
-}
-
-Result<PropertyList> Reader::document() {
-    if (!nextElement() || !opens(u"plist")) refuse("the document does not begin with <plist>");
-    if (!nextElement()) refuse("the document holds no value");
-    PropertyList root = value(0);
-    if (nextElement()) refuse("there is a second value beside the first");
-    while (!xml_.atEnd()) {
-        next();
-    }
-    if (!xml_.hasError()) return root;
-    const std::string reason = stringByEscapingControlCharacters(xml_.errorString().left(200).toStdString());
-    return Failure{stringWithFormat("line %li: %@", xml_.lineNumber(), reason)};
-}
-
-// The value of the element that was opened last; the element is closed afterwards.
-PropertyList Reader::value(int depth) {
-    if (++values_ > kPropertyListValueLimit) {
-        refuse(stringWithFormat("there are more than %li values", kPropertyListValueLimit));
-    }
-    if (depth == kPropertyListDepthLimit && (opens(u"array") || opens(u"dict"))) {
-        refuse(stringWithFormat("values are nested more than %li deep", kPropertyListDepthLimit));
-    }
-    if (opens(u"array")) return array(depth + 1);
-    if (opens(u"dict")) return dictionary(depth + 1);
-    if (opens(u"string")) return text();
-    if (opens(u"integer")) return number<std::int64_t>("an integer");
-    if (opens(u"real")) return number<double>("a real number");
-    if (opens(u"true")) return boolean(true);
-    if (opens(u"false")) return boolean(false);
-    refuse(opens(u"key") ? "a key stands outside a dictionary, or has no value"
-                         : stringWithFormat("<%@> is no element that is read here", name()));
-    return "";
-}
-
-PropertyList Reader::array(int depth) {
-    const ArrayReference items = makeArray();
-    while (nextElement()) {
-        items->push_back(value(depth));
-    }
-    return items;
-}
-
-PropertyList Reader::dictionary(int depth) {
-    const DictionaryReference entries = makeDictionary();
-    while (nextElement()) {
-        if (!opens(u"key")) refuse("a value has no key");
-        const std::string key = text();
-        if (!nextElement()) refuse("a key has no value");
-        entries->insert_or_assign(key, value(depth));
-    }
-    return entries;
-}
-
-std::string Reader::text() {
-    QString characters;
-    while (next() != Token::EndElement && !xml_.hasError()) {
-        if (xml_.isCharacters()) characters += xml_.text();
-        if (xml_.isStartElement()) refuse(stringWithFormat("<%@> stands inside a text", name()));
-    }
-    return characters.toStdString();
-}
-
-template <typename Number>
-PropertyList Reader::number(const char* what) {
-    const auto number = wholeNumber<Number>(text());
-    if (!number) refuse(stringWithFormat("%@ cannot be read or is out of range", what));
-    return number.value_or(0);
-}
-
-PropertyList Reader::boolean(bool value) {
-    if (!trimmed(text()).empty()) refuse("a boolean has content");
-    return value;
-}
 
 }  // namespace
 

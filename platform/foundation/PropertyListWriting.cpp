@@ -35,93 +35,86 @@ std::string characterData(std::string_view text) {
 
 class Writer {
   public:
-    Result<std::string> document(const PropertyList& value);
-
-  private:
-    // Each answers false, and has set the failure, when the value is beyond the bounds.
-    bool write(const PropertyList& value, int depth);
-    bool writeItems(const PropertyListArray& items, int depth);
-    bool writeItems(const PropertyListDictionary& entries, int depth);
-    template <typename Items>
-    bool writeContainer(const char* type, const Items& items, int depth);
-    bool writeText(const char* type, std::string_view text, int depth);
-    bool writeLine(std::string_view line, int depth);
-    bool refuse(const std::string& reason);
-    bool refuseLength();
-
-    std::string xml_;
-    Failure failure_;
-    std::size_t values_ = 0;
-};
-
-bool Writer::refuse(const std::string& reason) {
-    failure_ = {reason};
-    return false;
-}
-
-bool Writer::writeLine(std::string_view line, int depth) {
-    xml_.append(static_cast<std::size_t>(depth), '\t').append(line) += '\n';
-    return xml_.size() <= kPropertyListByteLimit || refuseLength();
-}
-
-bool Writer::refuseLength() {
-    return refuse(stringWithFormat("the document would have more than %li bytes", kPropertyListByteLimit));
-}
-
-bool Writer::writeText(const char* type, std::string_view text, int depth) {
-    // A text that is too long need not be escaped first.
-    if (xml_.size() + escapedLength(text) > kPropertyListByteLimit) return refuseLength();
-    return writeLine(stringWithFormat("<%s>%@</%s>", type, characterData(text), type), depth);
-}
-
-Result<std::string> Writer::document(const PropertyList& value) {
-    if (writeLine(R"(<?xml version="1.0" encoding="UTF-8"?>)", 0) && writeLine(R"(<plist version="1.0">)", 0) &&
-        write(value, 0) && writeLine("</plist>", 0)) {
+    Result<std::string> document(const PropertyList& value) {
+        writeLine(R"(<?xml version="1.0" encoding="UTF-8"?>)", 0);
+        writeLine(R"(<plist version="1.0">)", 0);
+        write(value, 0);
+        writeLine("</plist>", 0);
+        if (!outcome_) return outcome_.failure();
         return std::move(xml_);
     }
-    return failure_;
-}
 
-bool Writer::write(const PropertyList& value, int depth) {
-    if (++values_ > kPropertyListValueLimit) {
-        return refuse(stringWithFormat("the value holds more than %li values", kPropertyListValueLimit));
+  private:
+    // After the first refusal nothing more is written.
+    void refuse(const std::string& reason) {
+        if (outcome_) outcome_ = Failure{reason};
     }
-    if (const ArrayReference items = value.array()) return writeContainer("array", *items, depth);
-    if (const DictionaryReference entries = value.dictionary()) return writeContainer("dict", *entries, depth);
-    if (const auto text = value.text()) return writeText("string", *text, depth);
-    if (const auto boolean = value.boolean()) return writeLine(*boolean ? "<true/>" : "<false/>", depth);
-    if (const auto real = value.real()) {
-        // The shortest digits that read as the same number, whatever the user's locale.
-        char digits[32];
-        const auto [end, error] = std::to_chars(std::begin(digits), std::end(digits), *real);
-        return writeText("real", std::string_view(digits, static_cast<std::size_t>(end - digits)), depth);
-    }
-    return writeText("integer", std::to_string(value.integerValue()), depth);
-}
 
-template <typename Items>
-bool Writer::writeContainer(const char* type, const Items& items, int depth) {
-    if (depth == kPropertyListDepthLimit) {
-        return refuse(
-            stringWithFormat("the value is nested more than %li deep, or contains itself", kPropertyListDepthLimit));
+    void write(const PropertyList& value, int depth) {
+        if (++values_ > kPropertyListValueLimit) {
+            refuse(stringWithFormat("the value holds more than %li values", kPropertyListValueLimit));
+        }
+        if (!outcome_) return;
+        if (const ArrayReference items = value.array()) {
+            writeContainer("array", depth, [&] {
+                for (const PropertyList& item : *items) {
+                    write(item, depth + 1);
+                }
+            });
+        } else if (const DictionaryReference entries = value.dictionary()) {
+            writeContainer("dict", depth, [&] {
+                for (const auto& [key, item] : *entries) {
+                    writeText("key", key, depth + 1);
+                    write(item, depth + 1);
+                }
+            });
+        } else if (const auto text = value.text()) {
+            writeText("string", *text, depth);
+        } else if (const auto boolean = value.boolean()) {
+            writeLine(*boolean ? "<true/>" : "<false/>", depth);
+        } else if (const auto real = value.real()) {
+            // The shortest digits that read as the same number, whatever the user's locale.
+            char digits[32];
+            const auto [end, error] = std::to_chars(std::begin(digits), std::end(digits), *real);
+            writeText("real", std::string_view(digits, static_cast<std::size_t>(end - digits)), depth);
+        } else {
+            writeText("integer", std::to_string(value.integerValue()), depth);
+        }
     }
-    return writeLine(stringWithFormat("<%s>", type), depth) && writeItems(items, depth + 1) &&
-           writeLine(stringWithFormat("</%s>", type), depth);
-}
 
-bool Writer::writeItems(const PropertyListArray& items, int depth) {
-    for (const PropertyList& item : items) {
-        if (!write(item, depth)) return false;
+    template <typename WriteItems>
+    void writeContainer(const char* type, int depth, WriteItems writeItems) {
+        if (depth == kPropertyListDepthLimit) {
+            refuse(stringWithFormat("the value is nested more than %li deep, or contains itself",
+                                    kPropertyListDepthLimit));
+        }
+        if (!outcome_) return;
+        writeLine(stringWithFormat("<%s>", type), depth);
+        writeItems();
+        writeLine(stringWithFormat("</%s>", type), depth);
     }
-    return true;
-}
 
-bool Writer::writeItems(const PropertyListDictionary& entries, int depth) {
-    for (const auto& [key, value] : entries) {
-        if (!writeText("key", key, depth) || !write(value, depth)) return false;
+    void writeText(const char* type, std::string_view text, int depth) {
+        // A text that is too long need not be escaped first.
+        checkLength(xml_.size() + escapedLength(text));
+        if (outcome_) writeLine(stringWithFormat("<%s>%@</%s>", type, characterData(text), type), depth);
     }
-    return true;
-}
+
+    void writeLine(std::string_view line, int depth) {
+        if (!outcome_) return;
+        xml_.append(static_cast<std::size_t>(depth), '\t').append(line) += '\n';
+        checkLength(xml_.size());
+    }
+
+    void checkLength(std::size_t length) {
+        if (length <= kPropertyListByteLimit) return;
+        refuse(stringWithFormat("the document would have more than %li bytes", kPropertyListByteLimit));
+    }
+
+    std::string xml_;
+    Result<void> outcome_;
+    std::size_t values_ = 0;
+};
 
 }  // namespace
 

@@ -1,8 +1,10 @@
 #include "platform/foundation/Text.h"
 
+#include <QByteArrayView>
 #include <QChar>
 #include <QString>
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <limits>
 #include <utility>
@@ -24,35 +26,16 @@ struct Step {
 
 // The step at `position`, which is before the end.
 Step stepAt(std::string_view text, std::size_t position) {
-    const auto byteAt = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-    const unsigned char first = byteAt(position);
+    const auto first = static_cast<unsigned char>(text[position]);
     if (first < 0x80) return {first, 1};
-
-    const Step invalid{kLastCharacter + 1 + first, 1};
-    std::size_t length = 0;
-    if ((first & 0xE0) == 0xC0) length = 2;
-    if ((first & 0xF0) == 0xE0) length = 3;
-    if ((first & 0xF8) == 0xF0) length = 4;
-    if (length == 0 || text.size() - position < length) return invalid;
-
+    const auto length = static_cast<std::size_t>(std::countl_one(first));
+    const std::string_view bytes = text.substr(position, length);
+    if (!isValidUTF8(bytes)) return {kLastCharacter + 1 + first, 1};
     char32_t character = first & (0x7F >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byteAt(position + i) & 0xC0) != 0x80) return invalid;
-        character = (character << 6) | (byteAt(position + i) & 0x3F);
+    for (const char byte : bytes.substr(1)) {
+        character = (character << 6) | (static_cast<unsigned char>(byte) & 0x3F);
     }
-    constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-    const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
-    if (character < kSmallest[length] || character > kLastCharacter || surrogate) return invalid;
     return {character, length};
-}
-
-// The step that ends at `end`, which is not the beginning.
-Step stepBefore(std::string_view text, std::size_t end) {
-    for (std::size_t length = 1; length <= 4 && length <= end; ++length) {
-        const Step step = stepAt(text.substr(0, end), end - length);
-        if (step.valid() && step.length == length) return step;
-    }
-    return {kLastCharacter + 1, 1};
 }
 
 bool isControl(char32_t character) {
@@ -194,12 +177,7 @@ std::vector<std::string> componentsSeparatedByString(std::string_view text, std:
 }
 
 bool isValidUTF8(std::string_view bytes) {
-    for (std::size_t position = 0; position < bytes.size();) {
-        const Step step = stepAt(bytes, position);
-        if (!step.valid()) return false;
-        position += step.length;
-    }
-    return true;
+    return QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())).isValidUtf8();
 }
 
 std::optional<std::string> stringWithUTF8Bytes(std::string_view bytes) {
@@ -208,17 +186,16 @@ std::optional<std::string> stringWithUTF8Bytes(std::string_view bytes) {
 }
 
 std::string stringByTrimmingControlCharacters(std::string_view text) {
-    while (!text.empty()) {
-        const Step step = stepAt(text, 0);
-        if (!step.valid() || !isControl(step.character)) break;
-        text.remove_prefix(step.length);
+    std::size_t begin = text.size();
+    std::size_t end = text.size();
+    for (std::size_t position = 0; position < text.size();) {
+        const Step step = stepAt(text, position);
+        const bool stays = !step.valid() || !isControl(step.character);
+        if (stays) begin = std::min(begin, position);
+        position += step.length;
+        if (stays) end = position;
     }
-    while (!text.empty()) {
-        const Step step = stepBefore(text, text.size());
-        if (!step.valid() || !isControl(step.character)) break;
-        text.remove_suffix(step.length);
-    }
-    return std::string(text);
+    return std::string(text.substr(begin, end - begin));
 }
 
 std::string hexadecimalDigits(char32_t number, std::size_t width) {

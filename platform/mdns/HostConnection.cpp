@@ -51,14 +51,13 @@ HostConnection::HostConnection(const AvahiPoll* poll, Handler heard)
     const auto died = [](AvahiWatch*, int, AvahiWatchEvent, void* self) {
         static_cast<HostConnection*>(self)->ended_ = true;
     };
-    if (host_ >= 0) hostWatch_ = poll_->watch_new(poll_, host_, AVAHI_WATCH_IN, died, this);
+    if (host_) hostWatch_ = poll_->watch_new(poll_, host_.number(), AVAHI_WATCH_IN, died, this);
 }
 
 HostConnection::~HostConnection() {
     for (AvahiWatch* watch : {watch_, hostWatch_}) {
         if (watch != nullptr) poll_->watch_free(watch);
     }
-    if (host_ >= 0) close(host_);
 }
 
 void HostConnection::send(const MdnsFrame& frame) {
@@ -69,7 +68,7 @@ void HostConnection::send(const MdnsFrame& frame) {
         if (sent >= 0) return;
         if (errno == EAGAIN || errno == ENOBUFS) {
             expectProgressWithin(kNoLimit);
-            std::array<pollfd, 2> polled = {{{kMdnsDescriptor, POLLOUT, 0}, {host_, POLLIN, 0}}};
+            std::array<pollfd, 2> polled = {{{kMdnsDescriptor, POLLOUT, 0}, {host_.number(), POLLIN, 0}}};
             poll(polled.data(), polled.size(), -1);
             if (polled[1].revents != 0) deaf_ = true;
             expectProgressWithin(kPatience);

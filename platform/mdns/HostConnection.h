@@ -5,6 +5,7 @@
 
 #include <functional>
 
+#include "platform/foundation/Descriptor.h"
 #include "platform/network/dnssd/MdnsFrame.h"
 
 namespace velmora {
@@ -16,8 +17,6 @@ class HostConnection {
 
     // On kMdnsDescriptor. `heard` is called for each message of the host.
     HostConnection(const AvahiPoll* poll, Handler heard);
-    HostConnection(const HostConnection&) = delete;
-    HostConnection& operator=(const HostConnection&) = delete;
     ~HostConnection();
 
     // Whether the descriptor is such a connection.
@@ -36,7 +35,7 @@ class HostConnection {
     const AvahiPoll* const poll_;
     const Handler heard_;
     AvahiWatch* watch_ = nullptr;
-    int host_ = -1;  // pidfd
+    const Descriptor host_;  // pidfd
     AvahiWatch* hostWatch_ = nullptr;
     bool ended_ = false;
     bool deaf_ = false;  // the host takes nothing any more

@@ -29,18 +29,12 @@ constexpr std::chrono::seconds kGoodbyeTime{2};
 class MulticastServer::Question {
   public:
     Question(HostConnection& host, std::uint64_t id, std::uint16_t type) : host_(host), id_(id), type_(type) {}
-    Question(const Question&) = delete;
-    Question& operator=(const Question&) = delete;
-    ~Question() {
-        if (browser_ != nullptr) avahi_s_record_browser_free(browser_);
-    }
 
     bool start(AvahiServer* server, const std::string& name) {
-        AvahiKey* key = avahi_key_new(name.c_str(), AVAHI_DNS_CLASS_IN, type_);
+        const AvahiOwner<AvahiKey, avahi_key_unref> key(avahi_key_new(name.c_str(), AVAHI_DNS_CLASS_IN, type_));
         if (key == nullptr) return false;
-        browser_ = avahi_s_record_browser_new(server, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, key,
-                                              AVAHI_LOOKUP_USE_MULTICAST, heard, this);
-        avahi_key_unref(key);
+        browser_.reset(avahi_s_record_browser_new(server, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, key.get(),
+                                                  AVAHI_LOOKUP_USE_MULTICAST, heard, this));
         return browser_ != nullptr;
     }
 
@@ -60,25 +54,21 @@ class MulticastServer::Question {
     HostConnection& host_;
     const std::uint64_t id_;
     const std::uint16_t type_;
-    AvahiSRecordBrowser* browser_ = nullptr;
+    AvahiOwner<AvahiSRecordBrowser, avahi_s_record_browser_free> browser_;
 };
 
 class MulticastServer::Group {
   public:
     Group(AvahiServer* server, HostConnection& host, std::uint64_t id)
         : server_(server), host_(host), id_(id), group_(avahi_s_entry_group_new(server, stateChanged, this)) {}
-    Group(const Group&) = delete;
-    Group& operator=(const Group&) = delete;
-    ~Group() {
-        if (group_ != nullptr) avahi_s_entry_group_free(group_);
-    }
 
     void announce(std::uint16_t port, const std::string& name, const std::string& type, const std::string& domain) {
         if (group_ == nullptr) return tell(AVAHI_ENTRY_GROUP_FAILURE);
-        avahi_s_entry_group_reset(group_);
-        int error = avahi_server_add_service(server_, group_, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, AvahiPublishFlags{},
-                                             name.c_str(), type.c_str(), domain.c_str(), nullptr, port, nullptr);
-        if (error >= 0) error = avahi_s_entry_group_commit(group_);
+        avahi_s_entry_group_reset(group_.get());
+        int error =
+            avahi_server_add_service(server_, group_.get(), AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, AvahiPublishFlags{},
+                                     name.c_str(), type.c_str(), domain.c_str(), nullptr, port, nullptr);
+        if (error >= 0) error = avahi_s_entry_group_commit(group_.get());
         // With another service of the same machine it collides at once.
         if (error < 0) tell(error == AVAHI_ERR_COLLISION ? AVAHI_ENTRY_GROUP_COLLISION : AVAHI_ENTRY_GROUP_FAILURE);
     }
@@ -92,7 +82,7 @@ class MulticastServer::Group {
     AvahiServer* const server_;
     HostConnection& host_;
     const std::uint64_t id_;
-    AvahiSEntryGroup* const group_;
+    const AvahiOwner<AvahiSEntryGroup, avahi_s_entry_group_free> group_;
 };
 
 MulticastServer::MulticastServer(AvahiSimplePoll* poll)
@@ -107,7 +97,7 @@ MulticastServer::~MulticastServer() {
     expectProgressWithin(kGoodbyeTime);
     questions_.clear();
     groups_.clear();
-    if (server_ != nullptr) avahi_server_free(server_);
+    server_.reset();
     expectProgressWithin(kNoLimit);
 }
 
@@ -132,7 +122,8 @@ void MulticastServer::heard(const MdnsFrame& frame) {
         case MdnsFrame::Kind::ask: {
             auto question = std::make_unique<Question>(host_, frame.id, static_cast<std::uint16_t>(frame.numbers[0]));
             Question& asked = *questions_.insert_or_assign(frame.id, std::move(question)).first->second;
-            if (frame.texts.size() != 1 || !asked.start(server_, frame.texts[0])) giveUp(avahi_server_errno(server_));
+            if (frame.texts.size() != 1 || !asked.start(server_.get(), frame.texts[0]))
+                giveUp(avahi_server_errno(server_.get()));
             return;
         }
         case MdnsFrame::Kind::endAsk:
@@ -140,7 +131,7 @@ void MulticastServer::heard(const MdnsFrame& frame) {
             return;
         case MdnsFrame::Kind::announce: {
             auto& group = groups_[frame.id];
-            if (group == nullptr) group = std::make_unique<Group>(server_, host_, frame.id);
+            if (group == nullptr) group = std::make_unique<Group>(server_.get(), host_, frame.id);
             if (frame.texts.size() != 3) return giveUp(AVAHI_ERR_INVALID_ARGUMENT);
             return group->announce(static_cast<std::uint16_t>(frame.numbers[0]), frame.texts[0], frame.texts[1],
                                    frame.texts[2]);
@@ -172,12 +163,10 @@ void MulticastServer::start(const MdnsFrame& frame) {
     config.n_cache_entries_max = kCacheEntries;
 
     int error = 0;
-    server_ = avahi_server_new(
-        filter_.poll(), &config,
-        [](AvahiServer* server, AvahiServerState state, void* self) {
-            static_cast<MulticastServer*>(self)->stateChanged(server, state);
-        },
-        this, &error);
+    const auto changed = [](AvahiServer* server, AvahiServerState state, void* self) {
+        static_cast<MulticastServer*>(self)->stateChanged(server, state);
+    };
+    server_.reset(avahi_server_new(filter_.poll(), &config, changed, this, &error));
     avahi_server_config_free(&config);
     if (server_ == nullptr) giveUp(error);
 }
@@ -186,10 +175,10 @@ void MulticastServer::stateChanged(AvahiServer* server, AvahiServerState state) 
     if (state == AVAHI_SERVER_FAILURE) return giveUp(avahi_server_errno(server));
     if (state == AVAHI_SERVER_COLLISION) {
         // Another machine has our host name; the state comes back to running under the next one.
-        char* name = avahi_alternative_host_name(avahi_server_get_host_name(server));
-        const bool renamed = name != nullptr && avahi_server_set_host_name(server, name) >= 0;
-        avahi_free(name);
-        if (!renamed) return giveUp(avahi_server_errno(server));
+        const AvahiOwner<char, avahi_free> name(avahi_alternative_host_name(avahi_server_get_host_name(server)));
+        if (name == nullptr || avahi_server_set_host_name(server, name.get()) < 0) {
+            return giveUp(avahi_server_errno(server));
+        }
     }
     host_.send({MdnsFrame::Kind::serverState, 0, {state, AVAHI_OK, 0}, {}});
 }

@@ -11,6 +11,7 @@
 
 #include "platform/mdns/HostConnection.h"
 #include "platform/mdns/PacketFilter.h"
+#include "platform/network/dnssd/AvahiOwner.h"
 
 namespace velmora {
 
@@ -21,8 +22,6 @@ inline constexpr std::chrono::seconds kPatience{10};
 class MulticastServer {
   public:
     explicit MulticastServer(AvahiSimplePoll* poll);
-    MulticastServer(const MulticastServer&) = delete;
-    MulticastServer& operator=(const MulticastServer&) = delete;
     // Says goodbye for what has been announced.
     ~MulticastServer();
 
@@ -42,7 +41,7 @@ class MulticastServer {
     PacketFilter filter_;
     HostConnection host_;
     bool ended_ = false;
-    AvahiServer* server_ = nullptr;
+    AvahiOwner<AvahiServer, avahi_server_free> server_;
     std::unordered_map<std::uint64_t, std::unique_ptr<Question>> questions_;
     std::unordered_map<std::uint64_t, std::unique_ptr<Group>> groups_;
 };

@@ -12,9 +12,6 @@ int main() {
         return 2;
     }
     velmora::confineThisProcess();
-    AvahiSimplePoll* poll = avahi_simple_poll_new();
-    if (poll == nullptr) return 1;
-    const bool served = velmora::MulticastServer(poll).run();
-    avahi_simple_poll_free(poll);
-    return served ? 0 : 1;
+    const velmora::AvahiOwner<AvahiSimplePoll, avahi_simple_poll_free> poll(avahi_simple_poll_new());
+    return poll != nullptr && velmora::MulticastServer(poll.get()).run() ? 0 : 1;
 }

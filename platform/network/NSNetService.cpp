@@ -117,27 +117,26 @@ std::optional<NSStreamPair> NSNetService::getInputStreamOutputStream() {
 
 void NSNetService::publish() {
     session()->published = true;
-    const auto report = [session = session()](const std::string& publishedName,
-                                              const std::optional<std::string>& failure) {
-        MainThread::performLater([session, publishedName, failure] {
-            if (session->service != nullptr) session->service->published(publishedName, failure);
+    const auto report = [session = session()](const std::string& publishedName, const Result<void>& outcome) {
+        MainThread::performLater([session, publishedName, outcome] {
+            if (session->service != nullptr) session->service->published(publishedName, outcome);
         });
     };
     DiscoveryThread::perform([owner = session()->owner, key = key(), port = portToPublish_,
                               report](DiscoveryEngine& engine) { engine.publish(owner, key, port, report); });
 }
 
-void NSNetService::published(const std::string& publishedName, const std::optional<std::string>& failure) {
+void NSNetService::published(const std::string& publishedName, const Result<void>& outcome) {
     const auto hold = weak_from_this().lock();
     {
         MutexLock lock(mutex_);
         name_ = publishedName;
     }
     if (delegate_ == nullptr) return;
-    if (failure) {
-        delegate_->netServiceDidNotPublish(*this, *failure);
-    } else {
+    if (outcome) {
         delegate_->netServiceDidPublish(*this);
+    } else {
+        delegate_->netServiceDidNotPublish(*this, outcome.failure().reason);
     }
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/foundation/NSObject.h"
+#include "platform/foundation/Result.h"
 #include "platform/network/NSStream.h"
 #include "platform/network/SocketAddress.h"
 #include "platform/threads/ThreadAnnotations.h"
@@ -86,7 +87,7 @@ class NSNetService final : public NSObject {
     const std::shared_ptr<Session>& session();
     ServiceKey key() const;
     void resolved(const ServiceEndpoint* endpoint);
-    void published(const std::string& publishedName, const std::optional<std::string>& failure);
+    void published(const std::string& publishedName, const Result<void>& outcome);
 
     const std::string domain_;
     const std::string type_;

@@ -7,9 +7,6 @@
 
 namespace velmora {
 
-NSStream::NSStream(std::shared_ptr<TCPConnection> connection, Half half)
-    : connection_(std::move(connection)), half_(half) {}
-
 NSStream::~NSStream() {
     connection_->setDelegate(half_, nullptr);
     connection_->close(half_);
@@ -39,15 +36,9 @@ std::string NSStream::failureReason() const {
     return connection_->failureReason();
 }
 
-NSInputStream::NSInputStream(std::shared_ptr<TCPConnection> connection)
-    : NSStream(std::move(connection), Half::input) {}
-
 std::int64_t NSInputStream::read(std::span<std::uint8_t> buffer) {
     return connection_->read(buffer);
 }
-
-NSOutputStream::NSOutputStream(std::shared_ptr<TCPConnection> connection)
-    : NSStream(std::move(connection), Half::output) {}
 
 bool NSOutputStream::hasSpaceAvailable() const {
     return connection_->hasSpaceAvailable();

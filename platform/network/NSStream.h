@@ -62,7 +62,7 @@ class NSStream : public NSObject {
 
   protected:
     enum class Half { input, output };
-    NSStream(std::shared_ptr<TCPConnection> connection, Half half);
+    NSStream(std::shared_ptr<TCPConnection> connection, Half half) : connection_(std::move(connection)), half_(half) {}
 
     const std::shared_ptr<TCPConnection> connection_;
 
@@ -73,7 +73,7 @@ class NSStream : public NSObject {
 
 class NSInputStream final : public NSStream {
   public:
-    explicit NSInputStream(std::shared_ptr<TCPConnection> connection);
+    explicit NSInputStream(std::shared_ptr<TCPConnection> connection) : NSStream(std::move(connection), Half::input) {}
     // Reads what is there, at most the buffer's size. Returns the number of bytes, 0 at the end of the stream, -1 when
     // there is nothing to read or the connection has failed. Never waits.
     //
@@ -84,7 +84,8 @@ class NSInputStream final : public NSStream {
 
 class NSOutputStream final : public NSStream {
   public:
-    explicit NSOutputStream(std::shared_ptr<TCPConnection> connection);
+    explicit NSOutputStream(std::shared_ptr<TCPConnection> connection)
+        : NSStream(std::move(connection), Half::output) {}
     // Whether the connection is established and the kernel's buffer has space.
     bool hasSpaceAvailable() const;
     // Writes at least one byte and returns the number of bytes written, never a negative number: it waits for space

@@ -69,10 +69,7 @@ void TCPConnection::setDelegate(Half which, NSStreamDelegate* delegate) {
 }
 
 void TCPConnection::schedule(const std::shared_ptr<NSRunLoop>& runLoop, const char* mode) {
-    {
-        MutexLock lock(mutex_);
-        runLoop_ = runLoop;
-    }
+    runLoop_.store(runLoop);
     runLoop->addSourceForMode(shared_from_this(), mode);
 }
 
@@ -81,12 +78,11 @@ void TCPConnection::unschedule(const std::shared_ptr<NSRunLoop>& runLoop, const 
 }
 
 void TCPConnection::open() {
-    std::shared_ptr<NSRunLoop> runLoop;
+    const auto runLoop = runLoop_.load();
     {
         MutexLock lock(mutex_);
-        if (phase_ != Phase::idle || runLoop_ == nullptr) return;
+        if (phase_ != Phase::idle || runLoop == nullptr) return;
         phase_ = Phase::locating;
-        runLoop = runLoop_;
     }
     provider_([weak = weak_from_this(), runLoop](std::vector<SocketAddress> addresses) {
         runLoop->perform([weak, addresses = std::move(addresses)]() mutable {
@@ -100,15 +96,14 @@ void TCPConnection::open() {
 }
 
 void TCPConnection::close(Half which) {
-    std::shared_ptr<NSRunLoop> runLoop;
     {
         MutexLock lock(mutex_);
         half(which).closed = true;
         if (!half(Half::input).closed || !half(Half::output).closed) return;
         phase_ = Phase::over;
         if (descriptor_ >= 0) shutdown(descriptor_, SHUT_RDWR);
-        runLoop = std::move(runLoop_);
     }
+    const auto runLoop = runLoop_.exchange(nullptr);
     if (runLoop != nullptr) runLoop->forgetDescriptor(shared_from_this());
 }
 
@@ -126,7 +121,7 @@ bool TCPConnection::beginConnecting(const SocketAddress& address) {
         if (descriptor >= 0) ::close(descriptor);
         return false;
     }
-    std::shared_ptr<NSRunLoop> runLoop;
+    const auto runLoop = runLoop_.load();  // there is one until the connection is over
     {
         MutexLock lock(mutex_);
         if (phase_ == Phase::over) {
@@ -135,7 +130,6 @@ bool TCPConnection::beginConnecting(const SocketAddress& address) {
         }
         phase_ = Phase::connecting;
         descriptor_ = descriptor;
-        runLoop = runLoop_;
     }
     attemptDeadline_ =
         fromNow(isFirstTurn() ? std::min(kFirstTurnTimeout, kFirstTurnsTimeout / static_cast<double>(firstTurns_))
@@ -147,12 +141,8 @@ bool TCPConnection::beginConnecting(const SocketAddress& address) {
 
 void TCPConnection::giveUpAttempt() {
     attemptDeadline_.reset();
-    std::shared_ptr<NSRunLoop> runLoop;
-    {
-        MutexLock lock(mutex_);
-        if (phase_ != Phase::connecting) return;
-        runLoop = runLoop_;
-    }
+    const auto runLoop = runLoop_.load();
+    if (!isPhase(Phase::connecting) || runLoop == nullptr) return;
     runLoop->forgetDescriptor(shared_from_this());
     {
         MutexLock lock(mutex_);
@@ -208,10 +198,6 @@ void TCPConnection::loopHasRunWork() {
     }
 }
 
-std::optional<Date> TCPConnection::deadline() {
-    return attemptDeadline_;
-}
-
 void TCPConnection::deadlineReached() {
     error_ = ETIMEDOUT;
     if (isFirstTurn()) addresses_.push_back(addresses_[nextAddress_ - 1]);
@@ -262,12 +248,7 @@ void TCPConnection::offerBytes(Unread unread) {
         return;
     }
     mayHaveBytes_ = true;
-    std::shared_ptr<NSRunLoop> runLoop;
-    {
-        MutexLock lock(mutex_);
-        runLoop = runLoop_;
-    }
-    if (runLoop != nullptr) runLoop->perform([] {});
+    if (const auto runLoop = runLoop_.load()) runLoop->perform([] {});
 }
 
 void TCPConnection::fail() {
@@ -282,16 +263,14 @@ std::string TCPConnection::failureReason() const {
 }
 
 void TCPConnection::finish(NSStreamEvent event) {
-    std::shared_ptr<NSRunLoop> runLoop;
     {
         MutexLock lock(mutex_);
         if (phase_ == Phase::over) return;
         phase_ = Phase::over;
-        runLoop = runLoop_;
     }
     attemptDeadline_.reset();
     mayHaveBytes_ = false;
-    if (runLoop != nullptr) runLoop->forgetDescriptor(shared_from_this());
+    if (const auto runLoop = runLoop_.load()) runLoop->forgetDescriptor(shared_from_this());
     deliver(Half::input, event);
     deliver(Half::output, event);
 }
@@ -331,7 +310,6 @@ std::int64_t TCPConnection::write(std::span<const std::uint8_t> bytes) {
     if (all == 0) return 0;  // there would always be space for them, and never a byte sent
     while (true) {
         pollfd space{-1, POLLOUT, 0};
-        std::shared_ptr<NSRunLoop> runLoop;
         {
             MutexLock lock(mutex_);
             if (phase_ != Phase::established || failed_ || NSThread::currentThreadIsCancelled()) return all;
@@ -343,15 +321,14 @@ std::int64_t TCPConnection::write(std::span<const std::uint8_t> bytes) {
             if (count < 0 && errno != EAGAIN && errno != EINTR) {
                 error_ = errno;  // before the mark, which is looked at without the mutex
                 failed_ = true;
-                runLoop = runLoop_;
             } else {
                 wasFull_ = true;
                 space.fd = descriptor_;
             }
         }
-        if (runLoop != nullptr) {
+        if (space.fd < 0) {
             // The error event comes from the loop, which looks at its sources after it has run work.
-            runLoop->perform([] {});
+            if (const auto runLoop = runLoop_.load()) runLoop->perform([] {});
             return all;
         }
         poll(&space, 1, static_cast<int>(kCancellationPeriod.count()));

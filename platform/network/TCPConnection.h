@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/network/NSStream.h"
+#include "platform/threads/AtomicReference.h"
 #include "platform/threads/NSRunLoop.h"
 #include "platform/threads/ThreadAnnotations.h"
 
@@ -23,8 +24,6 @@ namespace velmora {
 class TCPConnection final : public RunLoopSource, public std::enable_shared_from_this<TCPConnection> {
   public:
     explicit TCPConnection(EndpointProvider provider);
-    TCPConnection(const TCPConnection&) = delete;
-    TCPConnection& operator=(const TCPConnection&) = delete;
     ~TCPConnection() override;
 
     using Half = NSStream::Half;
@@ -43,7 +42,7 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
 
     void descriptorReady(std::uint32_t events) override;
     void loopHasRunWork() override;
-    std::optional<Date> deadline() override;
+    std::optional<Date> deadline() override { return attemptDeadline_; }
     void deadlineReached() override;
 
   private:
@@ -72,7 +71,7 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
     Mutex mutex_;
     const EndpointProvider provider_;
     std::array<HalfState, 2> halves_ GUARDED_BY(mutex_);
-    std::shared_ptr<NSRunLoop> runLoop_ GUARDED_BY(mutex_);
+    AtomicReference<NSRunLoop> runLoop_;  // none before it is scheduled, and after its end
     int descriptor_ GUARDED_BY(mutex_) = -1;
     // These two are changed under the mutex; a plain look needs none.
     std::atomic<Phase> phase_ = Phase::idle;

@@ -20,9 +20,13 @@ class AtomicReference {
     }
 
     // The object that stood here before is released outside the lock.
-    void store(std::shared_ptr<T> value) {
+    void store(std::shared_ptr<T> value) { exchange(std::move(value)); }
+
+    // Answers the object that stood here before.
+    std::shared_ptr<T> exchange(std::shared_ptr<T> value) {
         MutexLock lock(mutex_);
         value_.swap(value);
+        return value;
     }
 
   private:

@@ -21,8 +21,6 @@ class Interruption {
     enum class Second { endsProcess, callsAgain };
 
     explicit Interruption(std::function<void()> handler, Second second = Second::endsProcess);
-    Interruption(const Interruption&) = delete;
-    Interruption& operator=(const Interruption&) = delete;
     // Restores what the signals did before.
     ~Interruption();
 

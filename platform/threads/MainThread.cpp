@@ -52,6 +52,16 @@ const char* mode = NSDefaultRunLoopMode;
 std::vector<std::pair<int, MainThread::Work>> modeObservers;
 int lastModeObserver = 0;
 
+// Answers the mode before.
+const char* changeMode(const char* newMode) {
+    const char* const before = std::exchange(mode, newMode);
+    const auto observers = modeObservers;
+    for (const auto& [id, observer] : observers) {
+        observer();
+    }
+    return before;
+}
+
 void runNextItem() {
     Queue& q = queue();
     QueuedWork item;
@@ -154,19 +164,10 @@ std::string_view MainThread::currentMode() {
     return mode;
 }
 
-MainThread::ModeScope::ModeScope(const char* scopeMode) : outer_(std::exchange(mode, scopeMode)) {
-    const auto observers = modeObservers;
-    for (const auto& [id, observer] : observers) {
-        observer();
-    }
-}
+MainThread::ModeScope::ModeScope(const char* scopeMode) : outer_(changeMode(scopeMode)) {}
 
 MainThread::ModeScope::~ModeScope() {
-    mode = outer_;
-    const auto observers = modeObservers;
-    for (const auto& [id, observer] : observers) {
-        observer();
-    }
+    changeMode(outer_);
 }
 
 int MainThread::addModeObserver(Work observer) {

@@ -13,8 +13,6 @@ namespace velmora {
 class NSLock {
   public:
     NSLock();
-    NSLock(const NSLock&) = delete;
-    NSLock& operator=(const NSLock&) = delete;
     ~NSLock();
 
     // Takes the lock, however long that lasts; false, with the lock not taken, only when the waiting NSThread is

@@ -18,45 +18,40 @@ struct NSThread::State {
     std::thread thread;
 };
 
+// The threads that run, and those that have ended and wait to be joined.
+struct NSThread::Registry {
+    using States = std::vector<std::shared_ptr<State>>;
+
+    Mutex mutex;
+    Condition threadEnded;
+    States states GUARDED_BY(mutex);
+
+    // Never destroyed: a thread may end while the process does.
+    static Registry& shared() {
+        static auto* instance = new Registry;
+        return *instance;
+    }
+    // Takes out those that have ended. The caller joins them once it has let go of the registry.
+    States takeEnded() REQUIRES(mutex) {
+        States taken;
+        std::erase_if(states, [&taken](const std::shared_ptr<State>& state) {
+            if (state->finished) taken.push_back(state);
+            return state->finished.load();
+        });
+        return taken;
+    }
+    static void join(const States& ended) {
+        for (const auto& state : ended) {
+            state->thread.join();
+        }
+    }
+};
+
 namespace {
 
 constexpr Seconds kProcessExitTime{5};
 
-// The threads that run, and those that have ended and wait to be joined. Never destroyed: a thread may end while the
-// process does.
-struct Registry {
-    Mutex mutex;
-    Condition threadEnded;
-    std::vector<std::shared_ptr<void>> states GUARDED_BY(mutex);
-};
-
-Registry& registry() {
-    static auto* instance = new Registry;
-    return *instance;
-}
-
 thread_local const std::atomic<bool>* currentCancelled = nullptr;
-thread_local const void* currentState = nullptr;
-
-// Takes out those that have ended. The caller joins them once it has let go of the registry.
-template <typename State>
-std::vector<std::shared_ptr<State>> takeEnded(std::vector<std::shared_ptr<void>>& states) {
-    std::vector<std::shared_ptr<State>> ended;
-    std::erase_if(states, [&ended](const std::shared_ptr<void>& entry) {
-        auto state = std::static_pointer_cast<State>(entry);
-        if (!state->finished) return false;
-        ended.push_back(std::move(state));
-        return true;
-    });
-    return ended;
-}
-
-template <typename State>
-void join(const std::vector<std::shared_ptr<State>>& ended) {
-    for (const auto& state : ended) {
-        state->thread.join();
-    }
-}
 
 // When the process exits no thread runs on in what is being destroyed.
 struct AtExit {
@@ -80,24 +75,23 @@ bool NSThread::start() {
     const auto run = [state = state_] {
         NSRunLoop::setCurrentRunLoop(state->runLoop);
         currentCancelled = &state->cancelled;
-        currentState = state.get();
         state->body();
         state->body = nullptr;
         state->runLoop->end();
         NSRunLoop::setCurrentRunLoop(nullptr);
         // A thread that has ended keeps its stack until it is joined: the next one that ends does it, not only the next
         // start.
-        Registry& known = registry();
+        Registry& known = Registry::shared();
         MutexLock endedLock(known.mutex);
-        const auto ended = takeEnded<State>(known.states);
+        const auto ended = known.takeEnded();
         endedLock.unlock();
-        join(ended);
+        Registry::join(ended);
         endedLock.lock();
         state->finished = true;
         known.threadEnded.notify_all();
     };
     try {
-        Registry& all = registry();
+        Registry& all = Registry::shared();
         MutexLock lock(all.mutex);
         if (state_->runLoop->isUsable()) {
             all.states.reserve(all.states.size() + 1);
@@ -137,60 +131,55 @@ bool NSThread::currentThreadIsCancelled() {
 
 bool NSThread::finishCancelledThreads(Seconds timeout) {
     const Date deadline = fromNow(timeout);
-    Registry& all = registry();
-    std::vector<std::shared_ptr<State>> ended;
+    Registry& all = Registry::shared();
+    Registry::States ended;
     bool everyOneEnded = true;
     {
         MutexLock lock(all.mutex);
         while (true) {
             everyOneEnded = true;
-            for (const auto& entry : all.states) {
-                auto* state = static_cast<State*>(entry.get());
-                if (state == currentState || state->finished || !state->cancelled) continue;
+            for (const auto& state : all.states) {
+                if (&state->cancelled == currentCancelled || state->finished || !state->cancelled) continue;
                 everyOneEnded = false;
                 if (timeout > Seconds::zero()) state->runLoop->endRun();
             }
             if (everyOneEnded || std::chrono::steady_clock::now() >= deadline) break;
             all.threadEnded.wait_until(lock, deadline);
         }
-        ended = takeEnded<State>(all.states);
+        ended = all.takeEnded();
     }
-    join(ended);
+    Registry::join(ended);
     return everyOneEnded;
 }
 
 void NSThread::hurryCancelledThreads() {
-    Registry& all = registry();
+    Registry& all = Registry::shared();
     MutexLock lock(all.mutex);
-    const auto windsDown = [](const std::shared_ptr<void>& entry) {
-        const auto* state = static_cast<State*>(entry.get());
-        return state->cancelled && !state->finished;
-    };
+    const auto windsDown = [](const auto& state) { return state->cancelled && !state->finished; };
     auto excess = std::count_if(all.states.begin(), all.states.end(), windsDown) - kWindingDownLimit;
-    for (auto entry = all.states.begin(); excess > 0; ++entry) {
-        if (!windsDown(*entry)) continue;
-        static_cast<State*>(entry->get())->runLoop->endRun();
+    for (auto state = all.states.begin(); excess > 0; ++state) {
+        if (!windsDown(*state)) continue;
+        (*state)->runLoop->endRun();
         --excess;
     }
 }
 
 bool NSThread::finishAllThreads(Seconds timeout) {
-    Registry& all = registry();
+    Registry& all = Registry::shared();
     {
         MutexLock lock(all.mutex);
-        for (const auto& entry : all.states) {
-            static_cast<State*>(entry.get())->cancelled = true;
+        for (const auto& state : all.states) {
+            state->cancelled = true;
         }
     }
     return finishCancelledThreads(timeout);
 }
 
 int NSThread::runningThreads() {
-    Registry& all = registry();
+    Registry& all = Registry::shared();
     MutexLock lock(all.mutex);
-    return static_cast<int>(std::count_if(all.states.begin(), all.states.end(), [](const std::shared_ptr<void>& entry) {
-        return !static_cast<State*>(entry.get())->finished;
-    }));
+    return static_cast<int>(
+        std::count_if(all.states.begin(), all.states.end(), [](const auto& state) { return !state->finished.load(); }));
 }
 
 }  // namespace velmora

@@ -47,6 +47,7 @@ class NSThread final : public NSObject {
     static void hurryCancelledThreads();
 
     struct State;
+    struct Registry;
     const std::shared_ptr<State> state_;
 };
 

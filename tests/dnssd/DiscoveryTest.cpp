@@ -57,6 +57,14 @@ RawAnnouncer::Labels labels(const std::string& name) {
 }
 const RawAnnouncer::Labels kind{"_matrixswitcher", "_tcp", "local"};
 const RawAnnouncer::Labels router = labels("Router");
+const Strings kFoundRouter{"found Router", "resolved Router"};
+
+// Whether these events come, and no others before them. They are forgotten then.
+bool isTold(ServiceWatch& watcher, const Strings& expected) {
+    watcher.waitForEvents(expected.size());
+    EXPECT_EQ(watcher.events, expected);
+    return std::exchange(watcher.events, {}) == expected;
+}
 
 // Hears at once what the main thread is told in its turn.
 class Listener : public BrowseListener {
@@ -103,8 +111,7 @@ TEST_F(Discovery, FindsResolvesAndRemovesEachServiceOnce) {
     ASSERT_EQ(longest.size(), 63u);
     ServiceWatch first;
     ServerProcess server(longest);
-    ASSERT_TRUE(first.waitForEvents(2));
-    EXPECT_EQ(first.events, (Strings{"found " + longest, "resolved " + longest}));
+    ASSERT_TRUE(isTold(first, {"found " + longest, "resolved " + longest}));
     const NSNetService& service = *first.services.at(longest);
     const auto addresses = ServiceWatch::addressesOf(service);
     ASSERT_FALSE(addresses.empty());
@@ -123,8 +130,7 @@ TEST_F(Discovery, FindsResolvesAndRemovesEachServiceOnce) {
     third.services.clear();
     third.events.clear();
     EXPECT_EQ(server.exitCodeAfterSignal(), 0);  // it withdraws the service
-    ASSERT_TRUE(first.waitForEvents(3) && second.waitForEvents(3));
-    EXPECT_EQ(first.events.back(), "removed " + longest);
+    ASSERT_TRUE(isTold(first, {"removed " + longest}) && second.waitForEvents(3));
     EXPECT_EQ(third.events, Strings());
     EXPECT_FALSE(NSNetService("local.", kType, "A").isEqual(NSNetService("other.", kType, "A")));
     EXPECT_FALSE(NSNetService("local.", kType, "A").isEqual(NSNetService("local.", kType, "a")));
@@ -133,18 +139,16 @@ TEST_F(Discovery, FindsResolvesAndRemovesEachServiceOnce) {
 TEST_F(Discovery, ServerThatCameBackOnAnotherPortIsFoundAgainAndConnectedToThere) {
     ServiceWatch watcher;
     ServerProcess before("Router", "1");
-    ASSERT_TRUE(watcher.waitForEvents(2));
+    ASSERT_TRUE(isTold(watcher, kFoundRouter));
     // From here on the main loop stands still until the server has moved.
     const auto service = watcher.services.at("Router");
     EXPECT_EQ(matrixSizeOf(service), "1x8");
     before.sendSignal(SIGKILL);  // the goodbye is said for it, and overtaken
     ServerProcess after("Router", "2");
-    ASSERT_TRUE(watcher.waitForEvents(4));
-    EXPECT_EQ(watcher.events, (Strings{"found Router", "resolved Router", "found Router", "resolved Router"}));
+    ASSERT_TRUE(isTold(watcher, kFoundRouter));
     EXPECT_EQ(matrixSizeOf(service), "2x8");
     EXPECT_EQ(after.exitCodeAfterSignal(), 0);
-    ASSERT_TRUE(watcher.waitForEvents(5));
-    EXPECT_EQ(watcher.events.back(), "removed Router");
+    ASSERT_TRUE(isTold(watcher, {"removed Router"}));
     // A service that has gone may be there still: its last known place is tried.
     ChildProcess hidden({VELMORA_SWITCH_SERVER, "--no-announce", "--port", after.port});
     EXPECT_NE(hidden.outputLine(), "");
@@ -163,8 +167,7 @@ TEST_F(Discovery, OnlyChangesThatConcernAConnectionAreTold) {
     ServiceWatch watcher;
     // The browse has to be running when the announcement comes, which nobody repeats.
     const ServerProcess marker("Marker");
-    ASSERT_TRUE(watcher.waitForEvents(2));
-    watcher.events.clear();
+    ASSERT_TRUE(isTold(watcher, {"found Marker", "resolved Marker"}));
 
     // Aliases without an end do no harm.
     announcer.alias(kind, kind).alias(router, router).alias(hostA, hostB).alias(hostB, hostA).send();
@@ -172,55 +175,44 @@ TEST_F(Discovery, OnlyChangesThatConcernAConnectionAreTold) {
     // Known by name only: the resolution fails, and what comes later is told as a find.
     watcher.timeout = 0.5;
     announcer.pointer(kind, router).send();
-    ASSERT_TRUE(watcher.waitForEvents(2));
-    EXPECT_EQ(watcher.events, (Strings{"found Router", "not resolved Router"}));
+    ASSERT_TRUE(isTold(watcher, {"found Router", "not resolved Router"}));
     watcher.timeout = 10.0;
     announcer.location(router, hostA, 1000).address(hostA, {10, 0, 0, 9}).send();
-    ASSERT_TRUE(watcher.waitForEvents(4));
-    const Strings foundAgain{"found Router", "resolved Router"};
-    EXPECT_EQ(Strings(watcher.events.begin() + 2, watcher.events.end()), foundAgain);
+    ASSERT_TRUE(isTold(watcher, kFoundRouter));
     const auto addresses = [&] { return ServiceWatch::addressesOf(*watcher.services.at("Router")); };
     EXPECT_EQ(addresses(), Strings{"10.0.0.9:1000"});
-    watcher.events.clear();
+    const auto leadsQuietlyTo = [&](const Strings& expected) {
+        const bool leads = runMainLoopUntil([&] {
+            watcher.services.at("Router")->resolveWithTimeout(10.0);
+            return watcher.waitForEvents(watcher.events.size() + 1) && addresses() == expected;
+        });
+        std::erase(watcher.events, "resolved Router");
+        return leads && isTold(watcher, {});
+    };
 
     // One address more is nobody's business; names and addresses that are none do not get in.
     announcer.pointer(kind, {"bad \xFF name", "_matrixswitcher", "_tcp", "local"}).send();
     announcer.location(router, hostA, 1000).address(hostA, {0, 0, 0, 0}).address(hostA, {224, 0, 0, 1});
     announcer.address(hostA, {10, 0, 0, 9}).address(hostA, {10, 0, 0, 10}).send();
-    const Strings both{"10.0.0.9:1000", "10.0.0.10:1000"};
-    ASSERT_TRUE(runMainLoopUntil([&] {
-        watcher.services.at("Router")->resolveWithTimeout(10.0);
-        return watcher.waitForEvents(watcher.events.size() + 1) && addresses() == both;
-    }));
-    std::erase(watcher.events, "resolved Router");
-    EXPECT_EQ(watcher.events, Strings());
+    ASSERT_TRUE(leadsQuietlyTo({"10.0.0.9:1000", "10.0.0.10:1000"}));
 
     // Nor is one of several less.
     announcer.address(hostA, {10, 0, 0, 9}, 0).send();
-    ASSERT_TRUE(runMainLoopUntil([&] {
-        watcher.services.at("Router")->resolveWithTimeout(10.0);
-        return watcher.waitForEvents(watcher.events.size() + 1) && addresses() == Strings{"10.0.0.10:1000"};
-    }));
-    std::erase(watcher.events, "resolved Router");
-    EXPECT_EQ(watcher.events, Strings());
+    ASSERT_TRUE(leadsQuietlyTo({"10.0.0.10:1000"}));
 
     // Another host is news, also when more has been said before it than is kept: what came last counts.
     for (std::uint16_t port = 2000; port < 2080; ++port)
         announcer.location(router, {"nowhere", "local"}, port);
     announcer.send();
     announcer.location(router, hostB, 1000).address(hostB, {10, 0, 0, 11}).send();
-    ASSERT_TRUE(watcher.waitForEvents(2));
-    EXPECT_EQ(watcher.events, foundAgain);
+    ASSERT_TRUE(isTold(watcher, kFoundRouter));
     EXPECT_EQ(addresses(), Strings{"10.0.0.11:1000"});
-    watcher.events.clear();
 
     // So is an address when none of those before remains.
     announcer.address(hostB, {10, 0, 0, 11}, 0).address(hostB, {10, 0, 0, 12}).send();
-    ASSERT_TRUE(watcher.waitForEvents(2));
-    EXPECT_EQ(watcher.events, foundAgain);
+    ASSERT_TRUE(isTold(watcher, kFoundRouter));
     announcer.pointer(kind, router, 0).send();
-    ASSERT_TRUE(watcher.waitForEvents(3));
-    EXPECT_EQ(watcher.events.back(), "removed Router");
+    ASSERT_TRUE(isTold(watcher, {"removed Router"}));
 }
 
 TEST_F(Discovery, FullListKeepsWhatIsPreferredTakesWhatIsNewAndHealsWhenThereIsRoom) {
@@ -260,27 +252,23 @@ TEST_F(Discovery, NewsThatIsOvertakenBeforeTheMainThreadComesToItIsNotTold) {
         [listener](DiscoveryEngine& engine) { engine.browse("_matrixswitcher._tcp.", "local.", listener); });
     RawAnnouncer announcer;
     const ServerProcess marker("Marker");
-    ASSERT_TRUE(watcher.waitForEvents(2));
+    ASSERT_TRUE(isTold(watcher, {"found Marker", "resolved Marker"}));
     announcer.pointer(kind, router).location(router, {"host-a", "local"}, 1000);
     announcer.address({"host-a", "local"}, {10, 0, 0, 9}).send();
-    ASSERT_TRUE(watcher.waitForEvents(4));
-    watcher.events.clear();
+    ASSERT_TRUE(isTold(watcher, kFoundRouter));
     // From here on the main loop stands still.
     EXPECT_TRUE(listener->hears("found Router"));
     announcer.pointer(kind, router, 0).pointer(kind, labels("Flash")).send();
     EXPECT_TRUE(listener->hears("removed Router"));
     announcer.pointer(kind, router).pointer(kind, labels("Flash"), 0).send();
     EXPECT_TRUE(listener->hears("found Router") && listener->hears("removed Flash"));
-    ASSERT_TRUE(watcher.waitForEvents(2));
-    EXPECT_EQ(watcher.events, (Strings{"found Router", "resolved Router"}));
-    watcher.events.clear();
+    ASSERT_TRUE(isTold(watcher, kFoundRouter));
     // A resolution that is overtaken by the withdrawal leads nowhere.
     watcher.services.at("Router")->resolveWithTimeout(10.0);
     announcer.pointer(kind, router, 0).send();
     EXPECT_TRUE(listener->hears("removed Router"));
     DiscoveryThread::perform([listener](DiscoveryEngine& engine) { engine.endBrowse(listener); });
-    ASSERT_TRUE(watcher.waitForEvents(2));
-    EXPECT_EQ(watcher.events, (Strings{"not resolved Router", "removed Router"}));
+    ASSERT_TRUE(isTold(watcher, {"not resolved Router", "removed Router"}));
 }
 
 TEST_F(Discovery, PacketsWithAnAliasOrCutOffAreFilteredOut) {
@@ -393,8 +381,7 @@ TEST_F(Discovery, PublishesUnderAFreeNameAndSaysWhyNot) {
         NSNetService service("", wrongType, name, port);
         service.setDelegate(&watcher);
         service.publish();
-        ASSERT_TRUE(watcher.waitForEvents(1));
-        EXPECT_EQ(watcher.events.front(), "not published: " + reason);
+        ASSERT_TRUE(isTold(watcher, {"not published: " + reason}));
     }
 }
 

@@ -6,6 +6,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
+#include <unistd.h>
 
 #include <QTemporaryDir>
 #include <array>
@@ -62,6 +63,27 @@ TEST_F(FileContents, takesTheMemoryOfWhatIsThereAndRefusesWhatIsNoFileOrTooLarge
         EXPECT_EQ(mayReplaceFile(path).failure().reason, unwritten) << path;
         EXPECT_EQ(replaceFile(path, "").failure().reason, unwritten) << path;
     }
+    EXPECT_TRUE(fs::is_fifo(folder / "pipe"));
+}
+
+TEST_F(FileContents, replaceWhatALinkLeadsToWhichKeepsOwnerAndPermissions) {
+    ASSERT_TRUE(replaceFile(file, "first"));
+    [[maybe_unused]] const int given = chown(file.c_str(), 1234, 1234);  // for root only
+    ASSERT_EQ(chmod(file.c_str(), 0640), 0);
+    const auto owned = [this] {
+        struct stat status {};
+        EXPECT_EQ(stat(file.c_str(), &status), 0);
+        return std::tuple(status.st_mode, status.st_uid, status.st_gid);
+    };
+    const auto before = owned();
+    const fs::path link = folder / "link", dangling = folder / "dangling";
+    fs::create_symlink(file, link);
+    fs::create_symlink(folder / "nowhere", dangling);
+    ASSERT_TRUE(replaceFile(link, "second"));
+    EXPECT_EQ(owned(), before);
+    EXPECT_EQ(*readFile(file, 10), "second");
+    EXPECT_FALSE(replaceFile(dangling, "x"));
+    EXPECT_TRUE(fs::is_symlink(link) && fs::is_symlink(dangling));
 }
 
 TEST_F(FileContents, leaveTheOldOnesWhereTheyStandWhenTheyCannotBeReplaced) {

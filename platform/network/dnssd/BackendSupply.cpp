@@ -49,7 +49,7 @@ void BackendSupply::changed() {
 
 void BackendSupply::settleOwn() {
     if (own_ && own_->hasFailed()) ownHasFailed();
-    if (ownPauses_ || (own_ && (own_->publishes() || !publishing_))) return;
+    if (nextOwn_.isSet() || (own_ && (own_->publishes() || !publishing_))) return;
     if (active_ != nullptr) takeDown();
     own_.reset();
     restarting_ = restartIsLogged_ = false;
@@ -73,11 +73,7 @@ void BackendSupply::ownHasFailed() {
     if (std::chrono::steady_clock::now() > ownEarnsTrust_) restartTime_ = kFirstRestartTime;
     if (active_ != nullptr) takeDown();
     own_.reset();
-    ownPauses_ = true;
-    nextOwn_.set(fromNow(restartTime_), [this] {
-        ownPauses_ = false;
-        unsettled_ = true;
-    });
+    nextOwn_.set(fromNow(restartTime_), [this] { unsettled_ = true; });
     restartTime_ = std::min(2 * restartTime_, kRetryTime);
 }
 
@@ -106,12 +102,7 @@ void BackendSupply::bringUp(DiscoveryBackend& backend) {
 }
 
 void BackendSupply::retryLater() {
-    if (retrying_) return;
-    retrying_ = true;
-    nextRetry_.set(fromNow(kRetryTime), [this] {
-        retrying_ = false;
-        unsettled_ = true;
-    });
+    if (!nextRetry_.isSet()) nextRetry_.set(fromNow(kRetryTime), [this] { unsettled_ = true; });
 }
 
 // The daemon alone has to be asked and told anew when an interface has come, gone, or got another index.

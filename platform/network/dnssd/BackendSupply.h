@@ -37,10 +37,6 @@ class BackendSupply {
           nextAsking_(loop),
           nextOwn_(loop),
           graceEnd_(loop) {}
-    BackendSupply(const BackendSupply&) = delete;
-    BackendSupply& operator=(const BackendSupply&) = delete;
-    // There must be no users any more.
-    ~BackendSupply() = default;
 
     // A user is attached at once when there is a backend, and detached when it is removed.
     void addUser(BackendUser& user);
@@ -78,14 +74,12 @@ class BackendSupply {
     std::vector<std::string> interfaces_;
     bool publishing_ = false;
     bool unsettled_ = true;
-    bool retrying_ = false;
     std::string lastError_;
     std::unique_ptr<DaemonBackend> daemon_;
     std::unique_ptr<ProgramBackend> own_;
     DiscoveryBackend* active_ = nullptr;  // one of the two
     Seconds restartTime_ = kFirstRestartTime;
-    Date ownEarnsTrust_;      // when the present program will have served for a while
-    bool ownPauses_ = false;  // until nextOwn_
+    Date ownEarnsTrust_;  // when the present program will have served for a while
     bool restarting_ = false;
     bool restartIsLogged_ = false;
     std::set<BackendUser*> users_;
@@ -93,7 +87,7 @@ class BackendSupply {
     DiscoveryLoop::Timer nextRetry_;
     DiscoveryLoop::Timer nextInterfaceLook_;  // while the daemon serves and there is a limit
     DiscoveryLoop::Timer nextAsking_;
-    DiscoveryLoop::Timer nextOwn_;
+    DiscoveryLoop::Timer nextOwn_;  // set while our own program pauses
     DiscoveryLoop::Timer graceEnd_;
     std::set<BackendUser*> askingAgain_;
     bool refusalNoted_ = false;

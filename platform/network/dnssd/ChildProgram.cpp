@@ -136,46 +136,38 @@ class Launch {
 
 Result<ChildProgram> ChildProgram::start(const std::string& path) {
     std::array<int, 2> sockets = {-1, -1};
-    int process = -1;
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets.data()) == 0) {
-        process = Launch(path.c_str(), sockets[1]).perform();
-    }
-    const int error = errno;
-    for (const int socket : sockets) {
-        if (socket >= 0 && (process < 0 || socket == sockets[1])) close(socket);
-    }
-    if (process < 0) return Failure{path + " cannot be started: " + failureOfSystem(error).reason};
-    return ChildProgram(sockets[0], process);
+    const bool areMade = socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets.data()) == 0;
+    const Descriptor end(sockets[1]);
+    ChildProgram program(sockets[0], -1);
+    if (areMade) program.process_ = Descriptor(Launch(path.c_str(), end.number()).perform());
+    if (!program.process_) return Failure{path + " cannot be started: " + failureOfSystem(errno).reason};
+    return program;
 }
 
-ChildProgram::ChildProgram(ChildProgram&& other) noexcept
-    : socket_(std::exchange(other.socket_, -1)), process_(std::exchange(other.process_, -1)) {}
-
 ChildProgram::~ChildProgram() {
-    if (socket_ >= 0) {
+    if (socket_) {
         // Also what it still wants to say must not hold it.
-        shutdown(socket_, SHUT_RDWR);
-        close(socket_);
+        shutdown(socket_.number(), SHUT_RDWR);
+        socket_.close();
     }
-    if (process_ < 0) return;
+    if (!process_) return;
     if (!endsWithin(kEndTime)) {
         kill();
         endsWithin(kEndTime);
     }
     // Only where it has become a child of this process, against all custom.
     siginfo_t end;
-    waitid(P_PIDFD, static_cast<id_t>(process_), &end, WEXITED | WNOHANG | __WALL);
-    close(process_);
+    waitid(P_PIDFD, static_cast<id_t>(process_.number()), &end, WEXITED | WNOHANG | __WALL);
 }
 
 void ChildProgram::kill() const {
-    if (process_ >= 0) pidfd_send_signal(process_, SIGKILL, nullptr, 0);
+    if (process_) pidfd_send_signal(process_.number(), SIGKILL, nullptr, 0);
 }
 
 bool ChildProgram::endsWithin(std::chrono::milliseconds time) const {
     using Clock = std::chrono::steady_clock;
     const auto deadline = Clock::now() + time;
-    pollfd polled{process_, POLLIN, 0};
+    pollfd polled{process_.number(), POLLIN, 0};
     for (;;) {
         const auto rest = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
         if (rest.count() < 0) return false;

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <string>
 
+#include "platform/foundation/Descriptor.h"
 #include "platform/foundation/Result.h"
 
 namespace velmora {
@@ -30,14 +31,14 @@ class ChildProgram {
     static Result<ChildProgram> start(const std::string& path);
     // Takes over both descriptors; the one of the process may be -1, for an other end without a process of its own.
     ChildProgram(int socket, int process) : socket_(socket), process_(process) {}
-    ChildProgram(ChildProgram&& other) noexcept;
+    ChildProgram(ChildProgram&&) = default;
     ChildProgram& operator=(ChildProgram&&) = delete;
     // Ends the connection, upon which the program ends; waits for that, and kills a program that takes longer than
     // kEndTime. Nothing is left of it.
     ~ChildProgram();
 
     // This end of a SOCK_SEQPACKET socket pair. It never blocks when MSG_DONTWAIT is given.
-    int socket() const { return socket_; }
+    int socket() const { return socket_.number(); }
     void kill() const;
 
     static constexpr std::chrono::milliseconds kEndTime{500};
@@ -45,8 +46,8 @@ class ChildProgram {
   private:
     bool endsWithin(std::chrono::milliseconds time) const;
 
-    int socket_;
-    int process_;  // pidfd
+    Descriptor socket_;
+    Descriptor process_;  // pidfd
 };
 
 }  // namespace velmora

@@ -5,8 +5,6 @@
 #include <avahi-common/error.h>
 #include <net/if.h>
 
-#include <algorithm>
-
 namespace velmora {
 
 namespace {
@@ -22,13 +20,18 @@ using Interfaces = std::set<AvahiIfIndex>;
 class Query final : public RecordQuery {
   public:
     explicit Query(RecordHandler handler) : handler_(std::move(handler)) {}
-    ~Query() override { freeBrowsers(); }
 
     // Asks on the given interfaces alone: what is not to be heard is not to be asked for either.
     bool start(AvahiClient* client, const Interfaces& interfaces, const std::string& name, std::uint16_t type) {
         type_ = type;
-        return std::all_of(interfaces.begin(), interfaces.end(),
-                           [&](AvahiIfIndex interface) { return ask(client, interface, name); });
+        browsers_.clear();  // those of a client that had no room for all
+        for (const AvahiIfIndex interface : interfaces) {
+            browsers_.emplace_back(avahi_record_browser_new(client, interface, AVAHI_PROTO_UNSPEC, name.c_str(),
+                                                            AVAHI_DNS_CLASS_IN, type_, AVAHI_LOOKUP_USE_MULTICAST,
+                                                            heard, this));
+            if (browsers_.back() == nullptr) return false;
+        }
+        return true;
     }
 
   private:
@@ -42,29 +45,9 @@ class Query final : public RecordQuery {
         if (seen) query->handler_(*seen, event == AVAHI_BROWSER_NEW);
     }
 
-    // Takes back all that was asked before when this cannot be asked.
-    bool ask(AvahiClient* client, AvahiIfIndex interface, const std::string& name) {
-        AvahiRecordBrowser* browser =
-            avahi_record_browser_new(client, interface, AVAHI_PROTO_UNSPEC, name.c_str(), AVAHI_DNS_CLASS_IN, type_,
-                                     AVAHI_LOOKUP_USE_MULTICAST, heard, this);
-        if (browser == nullptr) {
-            freeBrowsers();
-            return false;
-        }
-        browsers_.push_back(browser);
-        return true;
-    }
-
-    void freeBrowsers() {
-        for (AvahiRecordBrowser* browser : browsers_) {
-            avahi_record_browser_free(browser);
-        }
-        browsers_.clear();
-    }
-
     const RecordHandler handler_;
     std::uint16_t type_ = 0;
-    std::vector<AvahiRecordBrowser*> browsers_;
+    std::vector<AvahiOwner<AvahiRecordBrowser, avahi_record_browser_free>> browsers_;
 };
 
 class Group final : public EntryGroup {
@@ -73,22 +56,19 @@ class Group final : public EntryGroup {
         : interfaces_(interfaces),
           handler_(std::move(handler)),
           group_(avahi_entry_group_new(client, stateChanged, this)) {}
-    ~Group() override {
-        if (group_ != nullptr) avahi_entry_group_free(group_);
-    }
     bool isMade() const { return group_ != nullptr; }
 
     int announce(const ServiceKey& key, std::uint16_t port) override {
-        int error = avahi_entry_group_reset(group_);
+        int error = avahi_entry_group_reset(group_.get());
         if (error < 0) return error;
         if (interfaces_.empty()) return AVAHI_ERR_INVALID_INTERFACE;
         for (const AvahiIfIndex interface : interfaces_) {
-            error = avahi_entry_group_add_service(group_, interface, AVAHI_PROTO_UNSPEC, AvahiPublishFlags{},
+            error = avahi_entry_group_add_service(group_.get(), interface, AVAHI_PROTO_UNSPEC, AvahiPublishFlags{},
                                                   key.name.c_str(), key.type.c_str(), key.domain.c_str(), nullptr, port,
                                                   nullptr);
             if (error < 0) return error;
         }
-        return avahi_entry_group_commit(group_);
+        return avahi_entry_group_commit(group_.get());
     }
 
   private:
@@ -98,7 +78,7 @@ class Group final : public EntryGroup {
 
     const Interfaces& interfaces_;
     const EntryGroupHandler handler_;
-    AvahiEntryGroup* const group_;
+    const AvahiOwner<AvahiEntryGroup, avahi_entry_group_free> group_;
 };
 
 }  // namespace
@@ -110,24 +90,20 @@ std::unique_ptr<DaemonBackend> DaemonBackend::create(const AvahiPoll* poll, std:
     return backend;
 }
 
-DaemonBackend::~DaemonBackend() {
-    for (AvahiClient* client : clients_) {
-        avahi_client_free(client);
-    }
-}
+DaemonBackend::~DaemonBackend() = default;
 
 bool DaemonBackend::addClient(AvahiClientFlags flags) {
     const auto changed = [](AvahiClient* client, AvahiClientState state, void* self) {
         static_cast<DaemonBackend*>(self)->stateChanged(client, state);
     };
     AvahiClient* client = avahi_client_new(poll_, flags, changed, this, &error_);
-    if (client != nullptr) clients_.push_back(client);
+    if (client != nullptr) clients_.emplace_back(client);
     return client != nullptr;
 }
 
 void DaemonBackend::stateChanged(AvahiClient* client, AvahiClientState state) {
     // The first client has this said of it before it is in the list.
-    if (clients_.empty() || client == clients_.front()) state_ = state;
+    if (clients_.empty() || client == clients_.front().get()) state_ = state;
     if (state == AVAHI_CLIENT_FAILURE) failed_ = true;
     changed_();
 }
@@ -155,20 +131,20 @@ std::unique_ptr<RecordQuery> DaemonBackend::query(const std::string& name, std::
     auto query = std::make_unique<Query>(std::move(handler));
     // The latest client is the likeliest to have room.
     for (auto client = clients_.rbegin(); client != clients_.rend(); ++client) {
-        if (query->start(*client, indexes_, name, type)) return query;
-        error_ = avahi_client_errno(*client);
+        if (query->start(client->get(), indexes_, name, type)) return query;
+        error_ = avahi_client_errno(client->get());
         if (error_ != AVAHI_ERR_TOO_MANY_OBJECTS) break;
     }
     if (error_ == AVAHI_ERR_TOO_MANY_OBJECTS && clients_.size() < kMaximumClients && addClient(AvahiClientFlags{})) {
-        if (query->start(clients_.back(), indexes_, name, type)) return query;
-        error_ = avahi_client_errno(clients_.back());
+        if (query->start(clients_.back().get(), indexes_, name, type)) return query;
+        error_ = avahi_client_errno(clients_.back().get());
     }
     if (error_ == AVAHI_ERR_TOO_MANY_OBJECTS || error_ == AVAHI_ERR_DBUS_ERROR) pauseEnd_ = fromNow(kPause);
     return nullptr;
 }
 
 std::unique_ptr<EntryGroup> DaemonBackend::makeEntryGroup(EntryGroupHandler handler) {
-    auto group = std::make_unique<Group>(clients_.front(), indexes_, std::move(handler));
+    auto group = std::make_unique<Group>(clients_.front().get(), indexes_, std::move(handler));
     if (!group->isMade()) return nullptr;
     return group;
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/network/dnssd/AvahiOwner.h"
 #include "platform/network/dnssd/DiscoveryBackend.h"
 #include "platform/threads/Moment.h"
 
@@ -51,7 +52,7 @@ class DaemonBackend final : public DiscoveryBackend {
     std::set<AvahiIfIndex> indexes_;
     const std::function<void()> changed_;
     // The first one waits for the daemon and publishes; the daemon answers a limited number of questions to each.
-    std::vector<AvahiClient*> clients_;
+    std::vector<AvahiOwner<AvahiClient, avahi_client_free>> clients_;
     AvahiClientState state_ = AVAHI_CLIENT_CONNECTING;
     bool failed_ = false;
     int error_ = 0;

@@ -284,7 +284,7 @@ void DiscoveryEngine::findAddresses(const ServiceKey& key, std::function<void(st
 }
 
 void DiscoveryEngine::publish(std::uint64_t owner, const ServiceKey& key, std::uint16_t port,
-                              std::function<void(const std::string&, const std::optional<std::string>&)> report) {
+                              std::function<void(const std::string&, const Result<void>&)> report) {
     publications_.erase(owner);
     publications_.emplace(owner, std::make_unique<ServicePublication>(loop_, *supply_, key, port, std::move(report)));
 }

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/foundation/Result.h"
 #include "platform/network/dnssd/DiscoveryLoop.h"
 #include "platform/network/dnssd/Resolution.h"
 #include "platform/network/dnssd/ServiceKey.h"
@@ -47,8 +48,6 @@ class DiscoveryEngine {
   public:
     DiscoveryEngine(DiscoveryLoop& loop, std::vector<std::string> interfaces,
                     std::size_t maximumServices = kMaximumServices);
-    DiscoveryEngine(const DiscoveryEngine&) = delete;
-    DiscoveryEngine& operator=(const DiscoveryEngine&) = delete;
     // Requests that are open are dropped unanswered.
     ~DiscoveryEngine();
 
@@ -76,7 +75,7 @@ class DiscoveryEngine {
     // An owner publishes one service; a second one takes the place of the first. The report is that of
     // ServicePublication.
     void publish(std::uint64_t owner, const ServiceKey& key, std::uint16_t port,
-                 std::function<void(const std::string& name, const std::optional<std::string>& failure)> report);
+                 std::function<void(const std::string& name, const Result<void>& outcome)> report);
     // `done` is called when the goodbye has gone out.
     void withdraw(std::uint64_t owner, std::function<void()> done);
 

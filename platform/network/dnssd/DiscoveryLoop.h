@@ -41,6 +41,8 @@ class DiscoveryLoop {
         // Runs the work once, at this moment. Replaces what was set before.
         void set(Date moment, std::function<void()> work);
         void cancel();
+        // Whether there is work that has not begun yet.
+        bool isSet() const { return pending_.has_value(); }
 
       private:
         DiscoveryLoop& loop_;

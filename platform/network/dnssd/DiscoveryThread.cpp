@@ -9,6 +9,7 @@
 #include <optional>
 #include <utility>
 
+#include "platform/foundation/Descriptor.h"
 #include "platform/foundation/NSLog.h"
 #include "platform/threads/NSThread.h"
 #include "platform/threads/ThreadAnnotations.h"
@@ -24,16 +25,13 @@ using Task = DiscoveryThread::Task;
 
 // One run of the thread, from its start until nothing is needed any more.
 struct Run {
-    const int wakeUpDescriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    const Descriptor wakeUpDescriptor{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
     std::shared_ptr<NSThread> thread;
     std::vector<Task> tasks;  // guarded by the mutex of Shared
 
-    ~Run() {
-        if (wakeUpDescriptor >= 0) close(wakeUpDescriptor);
-    }
     void wakeUp() const {
         const std::uint64_t one = 1;
-        [[maybe_unused]] const auto written = write(wakeUpDescriptor, &one, sizeof one);
+        [[maybe_unused]] const auto written = write(wakeUpDescriptor.number(), &one, sizeof one);
     }
 };
 
@@ -70,7 +68,7 @@ std::vector<std::string> interfaces() {
 }
 
 void discover(const std::shared_ptr<Run>& run) {
-    DiscoveryLoop loop(run->wakeUpDescriptor);
+    DiscoveryLoop loop(run->wakeUpDescriptor.number());
     if (loop.poll() == nullptr) NSLog("Services cannot be discovered: no event loop");
     std::optional<DiscoveryEngine> engine;
     if (loop.poll() != nullptr) engine.emplace(loop, interfaces());
@@ -123,24 +121,23 @@ void startRun(Shared& all) REQUIRES(all.mutex) {
     static AtExit atExit;
 }
 
-}  // namespace
-
-void DiscoveryThread::perform(Task task) {
+void handOver(Task task, bool startIfNeedBe) {
     Shared& all = shared();
     MutexLock lock(all.mutex);
-    if (all.processEnds) return;
-    if (all.run == nullptr) startRun(all);
+    if (startIfNeedBe && all.run == nullptr && !all.processEnds) startRun(all);
     if (all.run == nullptr) return;
     all.run->tasks.push_back(std::move(task));
     all.run->wakeUp();
 }
 
+}  // namespace
+
+void DiscoveryThread::perform(Task task) {
+    handOver(std::move(task), true);
+}
+
 void DiscoveryThread::performIfRunning(Task task) {
-    Shared& all = shared();
-    MutexLock lock(all.mutex);
-    if (all.run == nullptr) return;
-    all.run->tasks.push_back(std::move(task));
-    all.run->wakeUp();
+    handOver(std::move(task), false);
 }
 
 void DiscoveryThread::limitToInterfaces(std::vector<std::string> interfaces) {

@@ -28,8 +28,6 @@ class MonitoredRecords final : public BackendUser {
     // last; the oldest is set aside. The handler is told of each record that comes or goes. It may be called from
     // within Avahi, and must not destroy or change this object.
     MonitoredRecords(BackendSupply& supply, std::string name, std::uint16_t type, std::size_t limit, Handler handler);
-    MonitoredRecords(const MonitoredRecords&) = delete;
-    MonitoredRecords& operator=(const MonitoredRecords&) = delete;
     ~MonitoredRecords();
 
     const Records& records() const { return records_; }

@@ -38,11 +38,17 @@ const std::filesystem::path kFolderOfLibrary = [] {
 
 class ProgramBackend::Query final : public RecordQuery {
   public:
-    Query(ProgramBackend& backend, std::uint64_t id) : backend_(backend), id_(id) {}
+    Query(ProgramBackend& backend, std::uint16_t recordType, RecordHandler recordHandler)
+        : type(recordType), handler(std::move(recordHandler)), backend_(backend), id_(++backend.lastId_) {
+        backend_.asked_.emplace(id_, this);
+    }
     ~Query() override {
         backend_.asked_.erase(id_);
         backend_.send({.kind = MdnsFrame::Kind::endAsk, .id = id_, .texts = {}});
     }
+
+    const std::uint16_t type;
+    const RecordHandler handler;
 
   private:
     ProgramBackend& backend_;
@@ -51,7 +57,10 @@ class ProgramBackend::Query final : public RecordQuery {
 
 class ProgramBackend::Group final : public EntryGroup {
   public:
-    Group(ProgramBackend& backend, std::uint64_t id) : backend_(backend), id_(id) {}
+    Group(ProgramBackend& backend, EntryGroupHandler groupHandler)
+        : handler(std::move(groupHandler)), backend_(backend), id_(++backend.lastId_) {
+        backend_.groups_.emplace(id_, this);
+    }
     ~Group() override {
         backend_.groups_.erase(id_);
         backend_.send({.kind = MdnsFrame::Kind::withdraw, .id = id_, .texts = {}});
@@ -60,6 +69,8 @@ class ProgramBackend::Group final : public EntryGroup {
         backend_.send({MdnsFrame::Kind::announce, id_, {port, 0, 0}, {key.name, key.type, key.domain}});
         return 0;
     }
+
+    const EntryGroupHandler handler;
 
   private:
     ProgramBackend& backend_;
@@ -112,14 +123,13 @@ std::unique_ptr<RecordQuery> ProgramBackend::query(const std::string& name, std:
         error_ = "velmora-mdns is busy";
         return nullptr;
     }
-    asked_.emplace(++lastId_, Asked{type, std::make_shared<const RecordHandler>(std::move(handler))});
+    auto query = std::make_unique<Query>(*this, type, std::move(handler));
     send({MdnsFrame::Kind::ask, lastId_, {type, 0, 0}, {name}});
-    return std::make_unique<Query>(*this, lastId_);
+    return query;
 }
 
 std::unique_ptr<EntryGroup> ProgramBackend::makeEntryGroup(EntryGroupHandler handler) {
-    groups_.emplace(++lastId_, std::make_shared<const EntryGroupHandler>(std::move(handler)));
-    return std::make_unique<Group>(*this, lastId_);
+    return std::make_unique<Group>(*this, std::move(handler));
 }
 
 void ProgramBackend::eventHappened(AvahiWatchEvent event) {
@@ -178,11 +188,11 @@ bool ProgramBackend::heardRecord(const MdnsFrame& frame) {
     const auto found = asked_.find(frame.id);
     if (found == asked_.end()) return true;  // taken back meanwhile
     const std::string& text = frame.texts.front();
-    const auto record = networkRecord(interface, protocol, found->second.type,
+    const auto record = networkRecord(interface, protocol, found->second->type,
                                       {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-    // Held, because the handler may make and end questions.
-    const auto handler = found->second.handler;
-    if (record) (*handler)(*record, event == AVAHI_BROWSER_NEW);
+    if (!record) return true;
+    const RecordHandler handler = found->second->handler;  // held, because it may make and end questions
+    handler(*record, event == AVAHI_BROWSER_NEW);
     return true;
 }
 
@@ -192,8 +202,8 @@ bool ProgramBackend::heardGroupState(const MdnsFrame& frame) {
     if (frame.id > lastId_) return false;
     const auto found = groups_.find(frame.id);
     if (found == groups_.end()) return true;
-    const auto handler = found->second;
-    (*handler)(static_cast<AvahiEntryGroupState>(state));
+    const EntryGroupHandler handler = found->second->handler;
+    handler(static_cast<AvahiEntryGroupState>(state));
     return true;
 }
 

@@ -53,10 +53,6 @@ class ProgramBackend final : public DiscoveryBackend {
   private:
     class Query;
     class Group;
-    struct Asked {
-        std::uint16_t type;
-        std::shared_ptr<const RecordHandler> handler;
-    };
 
     void eventHappened(AvahiWatchEvent event);
     void readFrames();
@@ -78,8 +74,8 @@ class ProgramBackend final : public DiscoveryBackend {
     std::deque<std::string> waiting_;  // until the socket takes more
     std::size_t waitingBytes_ = 0;
     std::uint64_t lastId_ = 0;  // of a question or a group
-    std::unordered_map<std::uint64_t, Asked> asked_;
-    std::unordered_map<std::uint64_t, std::shared_ptr<const EntryGroupHandler>> groups_;
+    std::unordered_map<std::uint64_t, const Query*> asked_;
+    std::unordered_map<std::uint64_t, const Group*> groups_;
     int unansweredPings_ = 0;
     DiscoveryLoop::Timer nextBeat_;
     AvahiServerState state_ = AVAHI_SERVER_INVALID;

@@ -8,7 +8,6 @@
 #include <random>
 #include <utility>
 
-#include "platform/foundation/Result.h"
 #include "platform/foundation/Text.h"
 
 namespace velmora {
@@ -53,7 +52,7 @@ ServicePublication::ServicePublication(DiscoveryLoop& loop, BackendSupply& suppl
     : supply_(supply), key_(std::move(key)), port_(port), report_(std::move(report)), nextClaim_(loop) {
     supply_.addUser(*this);
     if (const auto possible = canBeAnnounced(key_, port_); !possible) {
-        fail(possible.failure().reason);
+        fail(possible.failure());
     } else {
         supply_.requirePublishing();
     }
@@ -69,11 +68,11 @@ void ServicePublication::backendGoes() {
 }
 
 void ServicePublication::update() {
-    if (failed_ || isWaiting_) return;
+    if (failed_ || nextClaim_.isSet()) return;
     DiscoveryBackend* backend = supply_.backend();
     if (backend == nullptr) {
         // Once announced, it waits for better times.
-        if (announcedName_.empty() && !supply_.isRestarting()) fail(supply_.lastError());
+        if (announcedName_.empty() && !supply_.isRestarting()) fail({supply_.lastError()});
         return;
     }
     if (!backend->isReadyToPublish()) {
@@ -85,7 +84,7 @@ void ServicePublication::update() {
         if (group_ != nullptr) {
             announce();
         } else if (announcedName_.empty()) {
-            fail("the service could not be registered");
+            fail({"the service could not be registered"});
         }
         if (group_ == nullptr) return;
     }
@@ -93,12 +92,12 @@ void ServicePublication::update() {
     if (news == AVAHI_ENTRY_GROUP_COLLISION) {
         nameIsTaken();
     } else if (news == AVAHI_ENTRY_GROUP_FAILURE) {
-        fail("the registration has failed");
+        fail({"the registration has failed"});
     } else if (news == AVAHI_ENTRY_GROUP_ESTABLISHED) {
         isClaimingAgain_ = false;
         if (announcedName_ == key_.name) return;
         announcedName_ = key_.name;
-        report_(key_.name, std::nullopt);
+        report_(key_.name, {});
     }
 }
 
@@ -108,32 +107,30 @@ void ServicePublication::announce() {
     if (error == AVAHI_ERR_COLLISION) return nameIsTaken();
     // Once announced, it waits for its interfaces to come back.
     if (error == AVAHI_ERR_INVALID_INTERFACE && !announcedName_.empty()) return;
-    if (error < 0) fail(avahi_strerror(error));
+    if (error < 0) fail({avahi_strerror(error)});
 }
 
 void ServicePublication::nameIsTaken() {
     if (announcedName_ != key_.name || std::exchange(isClaimingAgain_, true)) {
-        if (renames_ >= kMaximumRenames) return fail(avahi_strerror(AVAHI_ERR_COLLISION));
+        if (renames_ >= kMaximumRenames) return fail({avahi_strerror(AVAHI_ERR_COLLISION)});
         rename();
         announce();
         return;
     }
     backendGoes();
-    isWaiting_ = true;
-    nextClaim_.set(fromNow(randomClaimPause()), [this] { isWaiting_ = false; });
+    nextClaim_.set(fromNow(randomClaimPause()), [] {});
 }
 
 void ServicePublication::rename() {
     ++renames_;
-    char* name = avahi_alternative_service_name(key_.name.c_str());
-    if (name != nullptr) key_.name = name;
-    avahi_free(name);
+    const AvahiOwner<char, avahi_free> name(avahi_alternative_service_name(key_.name.c_str()));
+    if (name != nullptr) key_.name = name.get();
 }
 
-void ServicePublication::fail(const std::string& reason) {
+void ServicePublication::fail(const Failure& failure) {
     group_.reset();
     failed_ = true;
-    report_(key_.name, reason);
+    report_(key_.name, failure);
 }
 
 }  // namespace velmora

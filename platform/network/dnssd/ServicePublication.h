@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/foundation/Result.h"
 #include "platform/network/dnssd/BackendSupply.h"
 #include "platform/network/dnssd/ServiceKey.h"
 
@@ -28,11 +29,9 @@ class ServicePublication final : public BackendUser {
   public:
     // `report` is called with the name when the service is announced, again when it had to take another name later, or
     // once, and as the last call, with the reason why it cannot be announced.
-    using Report = std::function<void(const std::string& name, const std::optional<std::string>& failure)>;
+    using Report = std::function<void(const std::string& name, const Result<void>& outcome)>;
 
     ServicePublication(DiscoveryLoop& loop, BackendSupply& supply, ServiceKey key, std::uint16_t port, Report report);
-    ServicePublication(const ServicePublication&) = delete;
-    ServicePublication& operator=(const ServicePublication&) = delete;
     ~ServicePublication();
 
     // Goes on with whatever has become possible or necessary.
@@ -48,7 +47,7 @@ class ServicePublication final : public BackendUser {
     void announce();
     void nameIsTaken();
     void rename();
-    void fail(const std::string& reason);
+    void fail(const Failure& failure);
 
     BackendSupply& supply_;
     ServiceKey key_;
@@ -58,9 +57,8 @@ class ServicePublication final : public BackendUser {
     std::optional<AvahiEntryGroupState> news_;
     std::string announcedName_;  // as reported last
     int renames_ = 0;
-    bool isClaimingAgain_ = false;  // a name that was announced; until that works, or another one is taken
-    bool isWaiting_ = false;        // until nextClaim_
-    DiscoveryLoop::Timer nextClaim_;
+    bool isClaimingAgain_ = false;    // a name that was announced; until that works, or another one is taken
+    DiscoveryLoop::Timer nextClaim_;  // set while it waits
     bool failed_ = false;
 };
 
