@@ -1,5 +1,6 @@
 #include "plugin/PluginStatus.h"
 
+#include <iterator>
 #include <utility>
 
 #include "discovery/VelmoraSwitchController.h"
@@ -32,8 +33,10 @@ constexpr NodePluginAnswer kAnswers[] = {
     NodePluginAnswer::answered,       NodePluginAnswer::unusableReply, NodePluginAnswer::connectionEnded,
     NodePluginAnswer::noAnswerInTime, NodePluginAnswer::noConnection,  NodePluginAnswer::refused,
 };
+static_assert(std::size(kAnswers) == static_cast<std::size_t>(CommandAnswer::refused) + 1);
 // In the order of SwitcherConnection::State, but for none, where the server's record tells.
 constexpr State kStates[] = {State::notFound, State::connecting, State::connected, State::ended, State::failed};
+static_assert(std::size(kStates) == static_cast<std::size_t>(SwitcherConnection::State::failed) + 1);
 
 // Why nothing could be asked.
 std::string reasonForNoConnection(const NodePluginConnectionStatus& status) {

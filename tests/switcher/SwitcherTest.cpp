@@ -114,19 +114,6 @@ TEST(TCPMatrixSwitcher, speaksTheServersVocabulary) {
     switcher->closePort();
 }
 
-TEST(TCPMatrixSwitcher, tellsNobodyOfAnEmptyMatrix) {
-    ScriptedPeer peer(PeerScript().exchange("MATRIXSIZE", "0x8").expectClose());
-    const PublishedService service("Empty", peer.port());
-    Registry registry;
-    registry.add("Empty");
-    const auto switcher = std::make_shared<TCPMatrixSwitcher>();
-    switcher->setDelegate(&registry);
-    ASSERT_TRUE(switcher->openPort("Empty"));
-    ASSERT_TRUE(runMainLoopUntil([&] { return switcher->numberOfOutputs() == 8; }));
-    EXPECT_TRUE(registry.sizes.empty());
-    switcher->closePort();
-}
-
 TEST(TCPMatrixSwitcher, opensOnlyKnownServersAndLatchesOpen) {
     LogLines log;
     RefusingPort refusing;
