@@ -20,7 +20,8 @@ using ResponseData = std::shared_ptr<std::string>;
 template <typename Value>
 class Slot {
   public:
-    explicit Slot(Value value = {}) : value_(std::move(value)) {}
+    Slot() = default;
+    explicit Slot(Value value) : value_(std::move(value)) {}
     Value load() const {
         MutexLock lock(mutex_);
         return value_;

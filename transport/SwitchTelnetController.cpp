@@ -18,6 +18,8 @@ constexpr std::array kStreamModes{NSDefaultRunLoopMode, NSEventTrackingRunLoopMo
 
 }  // namespace
 
+SwitchTelnetController::SwitchTelnetController(TelnetTimeLimits limits) : limits_(limits) {}
+
 void SwitchTelnetController::setIsConnected(bool isConnected) {
     isConnected_ = isConnected;
     if (isConnected) isTryingToConnect_ = false;

@@ -68,7 +68,7 @@ inline constexpr std::size_t kResponseByteLimit = 16 * 1024 * 1024;
 // on any thread, but for those marked as the communications thread's. Whoever owns it closes it before letting it go.
 class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
   public:
-    explicit SwitchTelnetController(TelnetTimeLimits limits = {}) : limits_(limits) {}
+    explicit SwitchTelnetController(TelnetTimeLimits limits = {});
 
     // Not owned; set, cleared and called on the main thread.
     SwitchTelnetControllerDelegate* delegate() const { return delegate_; }
