@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/foundation/NSLog.h"
 #include "platform/foundation/NSObject.h"
 #include "platform/network/NSNetService.h"
 
@@ -41,8 +42,14 @@ class ServerInfo final : public NSObject {
 
     // The users of the server, kept alive while they are registered. One that registers twice stands in the list twice
     // and is taken out of it by one call.
-    void registerClient(const std::shared_ptr<NSObject>& client);
-    void unRegisterClient(const std::shared_ptr<NSObject>& client);
+    void registerClient(const std::shared_ptr<NSObject>& client) {
+        _clientsArray.push_back(client);
+        NSLog("A new client has registered: %@", client->description());
+    }
+    void unRegisterClient(const std::shared_ptr<NSObject>& client) {
+        std::erase(_clientsArray, client);
+        NSLog("A client has unregistered: %@", client->description());
+    }
     // Whether anyone is registered: the number of clients cut to eight bits, so a multiple of 256 reads as nobody. That
     // is intended.
     bool isInUse() const { return static_cast<std::uint8_t>(_clientsArray.size()) != 0; }

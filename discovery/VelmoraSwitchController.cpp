@@ -58,6 +58,11 @@ std::int32_t VelmoraSwitchController::indexOfServerForNetService(const NSNetServ
     return indexOfFirst(_serversArray, [&](const ServerInfo& server) { return server.netService()->isEqual(service); });
 }
 
+std::shared_ptr<ServerInfo> VelmoraSwitchController::serverForNetService(const NSNetService& service) const {
+    const std::int32_t index = indexOfServerForNetService(service);
+    return index >= 0 ? _serversArray[static_cast<std::size_t>(index)] : nullptr;
+}
+
 std::int32_t VelmoraSwitchController::indexOfServerForIPAddress(const std::string& address) const {
     return indexOfFirst(_serversArray, [&](const ServerInfo& server) { return server.serverAddress() == address; });
 }
@@ -70,9 +75,8 @@ void VelmoraSwitchController::netServiceBrowserDidFindServiceMoreComing(NSNetSer
                                                                         const std::shared_ptr<NSNetService>& service,
                                                                         bool) {
     const auto keepAlive = shared_from_this();  // the delegate may let go of the controller
-    const std::int32_t index = indexOfServerForNetService(*service);
-    if (index >= 0) {
-        _serversArray[static_cast<std::size_t>(index)]->setIsPresent(true);
+    if (const auto known = serverForNetService(*service)) {
+        known->setIsPresent(true);
         if (delegate_ != nullptr) delegate_->newMatrixSwitcherWithNameDidBecomeAvailable(service->name());
         return;
     }
@@ -91,40 +95,26 @@ void VelmoraSwitchController::netServiceBrowserDidFindServiceMoreComing(NSNetSer
 void VelmoraSwitchController::netServiceDidResolveAddress(NSNetService& service) {
     const auto keepAlive = shared_from_this();
     const auto keepService = service.shared_from_this();
-    setResolution(service, ServerInfo::Resolution::done);
-    // A service whose record was dropped meanwhile has no place for its address: nobody is told, and the service is
-    // held for good. Without an IPv4 address there is nothing to store, and the same service is told. Both are
-    // intended: hosts are used to the notices that they get.
-    if (!storeAddresses(service)) return;
-    if (delegate_ != nullptr) delegate_->newMatrixSwitcherWithNameDidBecomeAvailable(service.name());
-    releaseService(service);
-}
-
-void VelmoraSwitchController::netServiceDidNotResolve(NSNetService& service) {
-    setResolution(service, ServerInfo::Resolution::failed);
-    tellOfConnectionStatus();
-}
-
-void VelmoraSwitchController::setResolution(const NSNetService& service, ServerInfo::Resolution resolution) {
-    const std::int32_t index = indexOfServerForNetService(service);
-    if (index >= 0) _serversArray[static_cast<std::size_t>(index)]->setResolution(resolution);
-}
-
-bool VelmoraSwitchController::storeAddresses(const NSNetService& service) {
+    const auto server = serverForNetService(service);
+    if (server != nullptr) server->setResolution(ServerInfo::Resolution::done);
     for (const SocketAddress& address : service.addresses()) {
         const std::string text = addressText(address);
         if (text == "0.0.0.0") continue;
-        const std::int32_t index = indexOfServerForNetService(service);
-        if (index < 0) return false;
-        _serversArray[static_cast<std::size_t>(index)]->setServerAddress(text);  // of several the last one stands
+        // A service whose record was dropped meanwhile has no place for its address: nobody is told, and the service is
+        // held for good. Without an IPv4 address there is nothing to store, and the same service is told. Both are
+        // intended: hosts are used to the notices that they get.
+        if (server == nullptr) return;
+        server->setServerAddress(text);  // of several the last one stands
     }
-    return true;
+    if (delegate_ != nullptr) delegate_->newMatrixSwitcherWithNameDidBecomeAvailable(service.name());
+    const auto held = std::find(_servicesBeingResolved.begin(), _servicesBeingResolved.end(), keepService);
+    if (held != _servicesBeingResolved.end()) _servicesBeingResolved.erase(held);
 }
 
-void VelmoraSwitchController::releaseService(const NSNetService& service) {
-    const auto held = std::find_if(_servicesBeingResolved.begin(), _servicesBeingResolved.end(),
-                                   [&](const auto& entry) { return entry.get() == &service; });
-    if (held != _servicesBeingResolved.end()) _servicesBeingResolved.erase(held);
+void VelmoraSwitchController::netServiceDidNotResolve(NSNetService& service) {
+    const auto server = serverForNetService(service);
+    if (server != nullptr) server->setResolution(ServerInfo::Resolution::failed);
+    tellOfConnectionStatus();
 }
 
 void VelmoraSwitchController::netServiceBrowserDidRemoveServiceMoreComing(NSNetServiceBrowser&,
@@ -153,10 +143,6 @@ void VelmoraSwitchController::netServiceBrowserDidRemoveServiceMoreComing(NSNetS
 void VelmoraSwitchController::matrixDimensionsChangedTo(MatrixSwitcher& switcher, NSSize size) {
     const auto keepAlive = shared_from_this();
     if (delegate_ != nullptr) delegate_->matrixDimensionsChangedTo(switcher, size);
-}
-
-void VelmoraSwitchController::connectionStatusChanged(TCPMatrixSwitcher&) {
-    tellOfConnectionStatus();
 }
 
 void VelmoraSwitchController::tellOfConnectionStatus() {
@@ -190,10 +176,6 @@ void VelmoraSwitchController::closeSelectedSwitcher() {
 std::optional<std::string> VelmoraSwitchController::selectedMatrixSwitcherName() const {
     const auto switcher = selectedMatrixSwitcher();
     return switcher != nullptr ? switcher->name() : std::nullopt;
-}
-
-void VelmoraSwitchController::setSelectedMatrixSwitcher(std::shared_ptr<TCPMatrixSwitcher> switcher) {
-    selectedMatrixSwitcher_.store(std::move(switcher));
 }
 
 }  // namespace velmora

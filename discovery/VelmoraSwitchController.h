@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "discovery/ServerInfo.h"
@@ -67,7 +68,9 @@ class VelmoraSwitchController final : public NSObject,
     void preferServerWithName(const std::string& name) { _serviceBrowser->setPreferredName(name); }
     std::optional<std::string> selectedMatrixSwitcherName() const;
     std::shared_ptr<TCPMatrixSwitcher> selectedMatrixSwitcher() const { return selectedMatrixSwitcher_.load(); }
-    void setSelectedMatrixSwitcher(std::shared_ptr<TCPMatrixSwitcher> switcher);
+    void setSelectedMatrixSwitcher(std::shared_ptr<TCPMatrixSwitcher> switcher) {
+        selectedMatrixSwitcher_.store(std::move(switcher));
+    }
 
     // Called by the browser and the services.
     void netServiceBrowserDidFindServiceMoreComing(NSNetServiceBrowser& browser,
@@ -83,15 +86,12 @@ class VelmoraSwitchController final : public NSObject,
 
   private:
     void matrixDimensionsChangedTo(MatrixSwitcher& switcher, NSSize size) override;
-    void connectionStatusChanged(TCPMatrixSwitcher& switcher) override;
+    void connectionStatusChanged(TCPMatrixSwitcher&) override { tellOfConnectionStatus(); }
 
     void closeSelectedSwitcher();
-    void setResolution(const NSNetService& service, ServerInfo::Resolution resolution);
+    // Null when there is none.
+    std::shared_ptr<ServerInfo> serverForNetService(const NSNetService& service) const;
     void tellOfConnectionStatus();
-    // False when an address has no record to go to.
-    bool storeAddresses(const NSNetService& service);
-    // Ends the hold that began when the service was found.
-    void releaseService(const NSNetService& service);
 
     VelmoraSwitchControllerDelegate* delegate_;
     const TelnetTimeLimits limits_;

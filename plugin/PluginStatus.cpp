@@ -1,5 +1,6 @@
 #include "plugin/PluginStatus.h"
 
+#include <iterator>
 #include <utility>
 
 #include "discovery/VelmoraSwitchController.h"
@@ -19,32 +20,23 @@ bool isSame(const NodePluginConnectionStatus& left, const NodePluginConnectionSt
 // By the server's record, for want of a connection.
 NodePluginConnectionStatus statusOfServer(const VelmoraSwitchController& controller, const std::string& name) {
     const std::int32_t index = controller.indexOfServerForName(name);
-    if (index < 0) return {State::notFound, name, "", {}};
-    const ServerInfo& server = *controller.serversArray()[static_cast<std::size_t>(index)];
-    if (!server.isPresent()) return {State::notFound, name, "", {}};
-    if (server.resolution() == ServerInfo::Resolution::failed) {
+    const auto server = index >= 0 ? controller.serversArray()[static_cast<std::size_t>(index)] : nullptr;
+    if (server == nullptr || !server->isPresent()) return {State::notFound, name, "", {}};
+    if (server->resolution() == ServerInfo::Resolution::failed) {
         return {State::failed, name, "No address of the server was found", {}};
     }
     return {State::connecting, name, "", {}};
 }
 
-NodePluginAnswer answerFor(CommandAnswer answer) {
-    switch (answer) {
-        case CommandAnswer::answered:
-            return NodePluginAnswer::answered;
-        case CommandAnswer::unusableReply:
-            return NodePluginAnswer::unusableReply;
-        case CommandAnswer::connectionEnded:
-            return NodePluginAnswer::connectionEnded;
-        case CommandAnswer::noAnswerInTime:
-            return NodePluginAnswer::noAnswerInTime;
-        case CommandAnswer::refused:
-            return NodePluginAnswer::refused;
-        case CommandAnswer::noConnection:
-            break;
-    }
-    return NodePluginAnswer::noConnection;
-}
+// In the order of CommandAnswer.
+constexpr NodePluginAnswer kAnswers[] = {
+    NodePluginAnswer::answered,       NodePluginAnswer::unusableReply, NodePluginAnswer::connectionEnded,
+    NodePluginAnswer::noAnswerInTime, NodePluginAnswer::noConnection,  NodePluginAnswer::refused,
+};
+static_assert(std::size(kAnswers) == static_cast<std::size_t>(CommandAnswer::refused) + 1);
+// In the order of SwitcherConnection::State, but for none, where the server's record tells.
+constexpr State kStates[] = {State::notFound, State::connecting, State::connected, State::ended, State::failed};
+static_assert(std::size(kStates) == static_cast<std::size_t>(SwitcherConnection::State::failed) + 1);
 
 // Why nothing could be asked.
 std::string reasonForNoConnection(const NodePluginConnectionStatus& status) {
@@ -58,25 +50,15 @@ std::string reasonForNoConnection(const NodePluginConnectionStatus& status) {
 NodePluginConnectionStatus connectionStatusOf(const VelmoraSwitchController* controller, const std::string& name) {
     if (controller == nullptr) return {State::noServerSelected, "", "The plugin is not started", {}};
     const auto switcher = controller->selectedMatrixSwitcher();
-    std::string server = switcher != nullptr ? switcher->name().value_or("") : name;
+    const std::string server = switcher != nullptr ? switcher->name().value_or("") : name;
     if (server.empty()) return {State::noServerSelected, "", "The settings name no server", {}};
     const auto connection = switcher != nullptr ? switcher->connectionStatus() : SwitcherConnection{};
-    switch (connection.state) {
-        case SwitcherConnection::State::none:
-            break;
-        case SwitcherConnection::State::connecting:
-            return {State::connecting, std::move(server), connection.reason, {}};
-        case SwitcherConnection::State::connected:
-            return {State::connected, std::move(server), connection.reason, {}};
-        case SwitcherConnection::State::ended:
-            return {State::ended, std::move(server), connection.reason, connection.end};
-        case SwitcherConnection::State::failed: {
-            auto byRecord = statusOfServer(*controller, server);
-            if (!connection.wasMade && byRecord.state == State::notFound) return byRecord;
-            return {State::failed, std::move(server), connection.reason, connection.end};
-        }
+    const bool wasNeverMade = connection.state == SwitcherConnection::State::failed && !connection.wasMade;
+    if (connection.state == SwitcherConnection::State::none || wasNeverMade) {
+        auto byRecord = statusOfServer(*controller, server);
+        if (!wasNeverMade || byRecord.state == State::notFound) return byRecord;
     }
-    return statusOfServer(*controller, server);
+    return {kStates[static_cast<std::size_t>(connection.state)], server, connection.reason, connection.end};
 }
 
 PluginStatus::PluginStatus(NSObject& owner, std::string pluginName, std::function<NodePluginConnectionStatus()> source)
@@ -96,7 +78,7 @@ NodePluginConnectionStatus PluginStatus::connection() const {
 NodePluginOutcome PluginStatus::outcome() const {
     auto outcome = outcome_;
     if (exchange_ == nullptr) return outcome;
-    outcome.answer = answerFor(exchange_->answer);
+    outcome.answer = kAnswers[static_cast<std::size_t>(exchange_->answer)];
     outcome.reason = exchange_->reason;
     return outcome;
 }

@@ -17,15 +17,13 @@ bool SharedList::isModelSoFar(const StringList& model, const std::string& next) 
 }
 
 void SharedList::add(std::string text) {
-    if (model_ != nullptr) {
-        if (!isModelSoFar(model_, text)) {
-            const auto other = std::find_if(models_.begin(), models_.end(),
-                                            [&](const auto& model) { return isModelSoFar(model, text); });
-            if (other != models_.end()) {
-                model_ = *other;
-            } else {
-                leaveModel();
-            }
+    if (model_ != nullptr && !isModelSoFar(model_, text)) {
+        const auto other =
+            std::find_if(models_.begin(), models_.end(), [&](const auto& model) { return isModelSoFar(model, text); });
+        if (other == models_.end()) {
+            leaveModel();
+        } else {
+            model_ = *other;
         }
     }
     ++size_;

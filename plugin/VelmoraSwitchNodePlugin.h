@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "discovery/VelmoraSwitchController.h"
@@ -92,6 +93,13 @@ class VelmoraSwitchNodePlugin final : public NSObject,
     template <typename Text>
     std::optional<std::string> textOfAttribute(const std::string& name, Text text, const char* whenStopped) const;
     void selectSwitcher(const std::optional<std::string>& name);
+    // What an attribute is read from or set on: the switcher, and the number of the output that the name, after its
+    // prefix, means. Without a switcher, why not has been noted.
+    struct Target {
+        std::shared_ptr<TCPMatrixSwitcher> switcher;
+        std::int64_t output = 0;
+    };
+    Target targetOf(const std::string& name, std::string_view prefix);
     // Refuse to read or set an attribute, in the log and in the outcome: because there is none of that name, or because
     // a number is out of range, as every number is before the matrix is known.
     void refuseName(const std::string& name);

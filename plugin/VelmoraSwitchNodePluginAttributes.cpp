@@ -163,21 +163,8 @@ StringList VelmoraSwitchNodePlugin::possibleValuesOfAttributeWithName(const std:
 }
 
 std::string VelmoraSwitchNodePlugin::currentValueOfAttributeWithName(const std::string& name) {
-    if (!isStarted()) {
-        status_.noteNoConnection(name);
-        return "";
-    }
-    if (!name.starts_with(kReadPrefix)) {
-        refuseName(name);
-        return "";
-    }
-    const std::int64_t output = integerValue(std::string_view(name).substr(kReadPrefix.size()));
-    const auto switcher = selectedDevice();
-    if (switcher == nullptr) {
-        NSLog(kNoServer);
-        status_.noteNoConnection(name);
-        return "";
-    }
+    const auto [switcher, output] = targetOf(name, kReadPrefix);
+    if (switcher == nullptr) return "";
     // There is no lower bound. Intended: the server knows best what it has.
     if (output > switcher->numberOfOutputs()) {
         refuseNumber(name, kOutputOutOfRange, output);
@@ -190,21 +177,8 @@ std::string VelmoraSwitchNodePlugin::currentValueOfAttributeWithName(const std::
 }
 
 std::int32_t VelmoraSwitchNodePlugin::setValueForAttributeWithName(const std::string& value, const std::string& name) {
-    if (!isStarted()) {
-        status_.noteNoConnection(name);
-        return -1;
-    }
-    if (!name.starts_with(kSetPrefix)) {
-        refuseName(name);
-        return -1;
-    }
-    const std::int64_t output = integerValue(std::string_view(name).substr(kSetPrefix.size()));
-    const auto switcher = selectedDevice();
-    if (switcher == nullptr) {
-        NSLog(kNoServer);
-        status_.noteNoConnection(name);
-        return -1;
-    }
+    const auto [switcher, output] = targetOf(name, kSetPrefix);
+    if (switcher == nullptr) return -1;
     const std::int64_t input = numberInText(value);
     // The output is not compared with the number of outputs, and a negative input passes. Both are intended: the size
     // is as old as the connection, and the server decides.
@@ -215,6 +189,20 @@ std::int32_t VelmoraSwitchNodePlugin::setValueForAttributeWithName(const std::st
     switcher->switchOutputToInput(indexOf(output), indexOf(input));
     status_.noteExchange(name, switcher->lastOutcome());
     return 0;
+}
+
+VelmoraSwitchNodePlugin::Target VelmoraSwitchNodePlugin::targetOf(const std::string& name, std::string_view prefix) {
+    if (isStarted() && !name.starts_with(prefix)) {
+        refuseName(name);
+        return {};
+    }
+    const auto switcher = selectedDevice();
+    if (switcher == nullptr) {
+        if (isStarted()) NSLog(kNoServer);
+        status_.noteNoConnection(name);
+        return {};
+    }
+    return {switcher, integerValue(std::string_view(name).substr(prefix.size()))};
 }
 
 void VelmoraSwitchNodePlugin::refuseName(const std::string& name) {

@@ -9,10 +9,6 @@ namespace velmora {
 class MenuPopUp final : public ChoicePopUp, public Menu {
   public:
     using ChoicePopUp::ChoicePopUp;
-
-    // Opens at a cell (a rectangle of the screen) on the item with the index `current` or, for an index without an
-    // item, on none. `choose` is called with the index of the item that the user has chosen.
-    void popUp(const QRect& cell, std::int64_t current, std::function<void(std::size_t index)> choose);
 };
 
 }  // namespace velmora

@@ -5,6 +5,7 @@
 #include <QKeyEvent>
 #include <QMenu>
 
+#include "platform/widgets/DisplayText.h"
 #include "platform/widgets/PopUpCellDelegate.h"
 #include "settings/LabelDelegate.h"
 #include "settings/MenuPopUp.h"
@@ -38,12 +39,10 @@ void OutputsTable::attach(SwitchSettingsViewController& controller, MenuPopUp& o
                                     {kDefaultInputNumberKey, "Default Input", &inputsMenu}},
                                    this);
     setModel(model_);
-    auto* const labelDelegate = new LabelDelegate(this);
+    setItemDelegate(new LabelDelegate(this));
     auto* const menuDelegate = new PopUpCellDelegate([this](const QModelIndex& index) { openMenu(index); }, this);
     for (int column = 0; column < model_->columnCount(); ++column) {
-        setItemDelegateForColumn(column, menuOfColumn(column) != nullptr
-                                             ? static_cast<QAbstractItemDelegate*>(menuDelegate)
-                                             : labelDelegate);
+        if (menuOfColumn(column) != nullptr) setItemDelegateForColumn(column, menuDelegate);
     }
     connect(model_, &QAbstractItemModel::modelAboutToBeReset, this, &OutputsTable::abandonEditing);
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, &OutputsTable::selectionHasChanged);
@@ -116,9 +115,14 @@ void OutputsTable::openMenu(const QModelIndex& index) {
     MenuPopUp* const menu = menuOfColumn(index.column());
     if (controller_ == nullptr || menu == nullptr || !(index.flags() & Qt::ItemIsEditable)) return;
     if (!endEditing()) return;
+    QStringList titles;
+    titles.reserve(static_cast<qsizetype>(menu->numberOfItems()));
+    for (std::size_t i = 0; i < menu->numberOfItems(); ++i) {
+        titles.append(displayText(menu->itemAtIndex(i).title));
+    }
     const QRect cell = visualRect(index);
     const QRect onScreen(viewport()->mapToGlobal(cell.topLeft()), cell.size());
-    menu->popUp(onScreen, index.data(Qt::EditRole).toLongLong(),
+    menu->popUp(onScreen, titles, index.data(Qt::EditRole).toLongLong(),
                 [this, menu, row = index.row(), column = index.column()](std::size_t chosen) {
                     if (controller_ == nullptr) return;
                     const MenuItem& item = menu->itemAtIndex(chosen);

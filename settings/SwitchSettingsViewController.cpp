@@ -187,26 +187,22 @@ void SwitchSettingsViewController::fillTableViewPopUpButtons() {
     const auto device = delegate_ != nullptr ? delegate_->selectedDevice() : nullptr;
     const std::int64_t numberOfInputs = device != nullptr ? device->numberOfInputs() : 0;
     const std::int64_t numberOfOutputs = device != nullptr ? device->numberOfOutputs() : 0;
-    if (outlets_.outputsPopUpButtonMenu != nullptr) {
-        const MenuItem prototype{"", &SwitchSettingsViewController::outputPopUpButtonChanged, this, 0, "output"};
-        fillMenu(*outlets_.outputsPopUpButtonMenu, numberOfOutputs, prototype, "Out %li",
-                 &TCPMatrixSwitcher::outputLabelAtIndex, device.get());
-    }
-    if (outlets_.inputsPopUpButtonMenu != nullptr) {
-        const MenuItem prototype{"", &SwitchSettingsViewController::defaultInputPopUpButtonChanged, this, 0,
-                                 std::nullopt};
-        fillMenu(*outlets_.inputsPopUpButtonMenu, numberOfInputs, prototype, "In %li",
-                 &TCPMatrixSwitcher::inputLabelAtIndex, device.get());
-    }
+    fillMenu(outlets_.outputsPopUpButtonMenu, numberOfOutputs,
+             {"", &SwitchSettingsViewController::outputPopUpButtonChanged, this, 0, "output"}, "Out %li",
+             &TCPMatrixSwitcher::outputLabelAtIndex, device.get());
+    fillMenu(outlets_.inputsPopUpButtonMenu, numberOfInputs,
+             {"", &SwitchSettingsViewController::defaultInputPopUpButtonChanged, this, 0, std::nullopt}, "In %li",
+             &TCPMatrixSwitcher::inputLabelAtIndex, device.get());
     reloadTable();
 }
 
-void SwitchSettingsViewController::fillMenu(Menu& menu, std::int64_t count, const MenuItem& prototype,
+void SwitchSettingsViewController::fillMenu(Menu* menu, std::int64_t count, const MenuItem& prototype,
                                             FormatOfOneInteger fallbackFormat,
                                             std::optional<std::string> (TCPMatrixSwitcher::*labelAtIndex)(std::int32_t),
                                             TCPMatrixSwitcher* device) {
-    for (std::size_t left = menu.numberOfItems(); left > 0; --left) {
-        menu.removeItemAtIndex(0);
+    if (menu == nullptr) return;
+    while (menu->numberOfItems() > 0) {
+        menu->removeItemAtIndex(0);
     }
     for (std::int64_t i = 0; i < count; ++i) {
         MenuItem item = prototype;
@@ -215,7 +211,7 @@ void SwitchSettingsViewController::fillMenu(Menu& menu, std::int64_t count, cons
         // item can still be read and chosen.
         if (item.title.empty()) item.title = stringWithFormat(fallbackFormat, numberOf(i));
         item.tag = i;
-        menu.addItem(std::move(item));
+        menu->addItem(std::move(item));
     }
 }
 

@@ -107,7 +107,7 @@ class SwitchSettingsViewController final : public NSObject {
   private:
     // Null when the settings hold no such list.
     ArrayReference configuredOutputs() const;
-    void fillMenu(Menu& menu, std::int64_t count, const MenuItem& prototype, FormatOfOneInteger fallbackFormat,
+    void fillMenu(Menu* menu, std::int64_t count, const MenuItem& prototype, FormatOfOneInteger fallbackFormat,
                   std::optional<std::string> (TCPMatrixSwitcher::*labelAtIndex)(std::int32_t),
                   TCPMatrixSwitcher* device);
     void fillView();

@@ -6,6 +6,7 @@
 #include <QStyledItemDelegate>
 #include <QWheelEvent>
 #include <algorithm>
+#include <array>
 
 #include "platform/widgets/DisplayText.h"
 
@@ -77,18 +78,11 @@ void SwitcherPopUpButton::wheelEvent(QWheelEvent* event) {
 }
 
 void SwitcherPopUpButton::keyPressEvent(QKeyEvent* event) {
-    switch (event->key()) {
-        case Qt::Key_Up:
-        case Qt::Key_Down:
-        case Qt::Key_PageUp:
-        case Qt::Key_PageDown:
-        case Qt::Key_Home:
-        case Qt::Key_End:
-        case Qt::Key_Space:
-            showPopup();
-            return;
-        default:
-            break;
+    static constexpr std::array kOpeningKeys{Qt::Key_Up,   Qt::Key_Down, Qt::Key_PageUp, Qt::Key_PageDown,
+                                             Qt::Key_Home, Qt::Key_End,  Qt::Key_Space};
+    if (std::find(kOpeningKeys.begin(), kOpeningKeys.end(), event->key()) != kOpeningKeys.end()) {
+        showPopup();
+        return;
     }
     const bool isPrintable = !event->text().isEmpty() && event->text().front().isPrint();
     const bool isCommand = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);

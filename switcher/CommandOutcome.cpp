@@ -21,15 +21,14 @@ CommandOutcome unusable(std::string reason) {
     return {CommandAnswer::unusableReply, std::move(reason)};
 }
 
-// Judges what all replies have in common; answered where nothing is wrong.
+}  // namespace
+
 CommandOutcome outcomeOfReply(const std::optional<std::string>& reply) {
     if (!reply) return unusable("The server's reply is not UTF-8");
     if (reply->empty()) return unusable("The server's reply is empty");
     if (reply->starts_with(kRefusal)) return {CommandAnswer::refused, "The server answered " + quotedText(*reply)};
     return {CommandAnswer::answered, ""};
 }
-
-}  // namespace
 
 CommandOutcome outcomeOfRouteReply(const std::optional<std::string>& reply, std::int64_t output, std::int64_t inputs) {
     auto outcome = outcomeOfReply(reply);
@@ -44,10 +43,6 @@ CommandOutcome outcomeOfRouteReply(const std::optional<std::string>& reply, std:
         return unusable("The server's reply names an input that there is not: " + quotedText(text));
     }
     return outcome;
-}
-
-CommandOutcome outcomeOfSetReply(const std::optional<std::string>& reply) {
-    return outcomeOfReply(reply);
 }
 
 }  // namespace velmora

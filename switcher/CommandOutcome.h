@@ -24,10 +24,11 @@ struct CommandOutcome {
 // A reply that begins with this is a refusal.
 inline constexpr std::string_view kRefusal = "ERROR";
 
+// Of any reply, by what all replies have in common. It is all that is asked of the reply to a SET: how a server
+// confirms a route is not settled, so every text but a refusal will do. No text stands for bytes that are not UTF-8.
+CommandOutcome outcomeOfReply(const std::optional<std::string>& reply);
 // Of the reply to "GET output" (from 1, on the wire): answered by exactly that number, one blank, and the number of an
-// input, which is no more than `inputs` where that is known (not 0). No text stands for bytes that are not UTF-8.
+// input, which is no more than `inputs` where that is known (not 0).
 CommandOutcome outcomeOfRouteReply(const std::optional<std::string>& reply, std::int64_t output, std::int64_t inputs);
-// Of the reply to a SET. How a server confirms a route is not settled, so every text but a refusal will do.
-CommandOutcome outcomeOfSetReply(const std::optional<std::string>& reply);
 
 }  // namespace velmora

@@ -33,17 +33,17 @@ class MatrixSwitcher : public NSObject {
     // True from the first port that was opened on; nothing ever sets it back.
     bool isOpen() const { return _isOpen; }
     virtual bool isConnected() const { return _isConnected; }
-    virtual bool openPort(const std::string& name);
+    virtual bool openPort(const std::string&) { return false; }
     virtual void closePort() {}
 
     // As last learnt from the device; 0 before.
     std::int64_t numberOfInputs() const { return _numberOfInputs; }
     std::int64_t numberOfOutputs() const { return _numberOfOutputs; }
 
-    // The input routed to the output.
-    virtual std::int64_t selectedInputForOutput(std::int64_t output);
-    // Routes the input to the output. No caller reads the result; false here.
-    virtual bool switchOutputToInput(std::int64_t output, std::int64_t input);
+    // The input routed to the output, both as indexes.
+    virtual std::int64_t selectedInputForOutput(std::int64_t) { return 0; }
+    // Routes to the output (the first index) the input (the second one). No caller reads the result; false here.
+    virtual bool switchOutputToInput(std::int64_t, std::int64_t) { return false; }
 
     // A number that is stored and returned only.
     void setAddress(std::int64_t address) { _address = address; }

@@ -68,10 +68,6 @@ void TCPMatrixSwitcher::closePort() {
     _status = statusClosed;
 }
 
-void TCPMatrixSwitcher::setCurrentServer(std::shared_ptr<ServerInfo> server) {
-    _currentServer.swap(server);
-}
-
 void TCPMatrixSwitcher::nodeConnectionDidOpen(SwitchTelnetController&) {
     const auto keepAlive = shared_from_this();  // the delegate may let go of the switcher
     const NSSize size = getMatrixDimensions();
@@ -93,8 +89,6 @@ void TCPMatrixSwitcher::nodeConnectionDidClose(SwitchTelnetController&) {
     if (registry_ != nullptr) registry_->connectionStatusChanged(*this);
 }
 
-void TCPMatrixSwitcher::nodeConnectionDidNotOpen(SwitchTelnetController&) {}
-
 std::shared_ptr<SwitchTelnetCommand> TCPMatrixSwitcher::processCommand(std::string text) {
     auto command = std::make_shared<SwitchTelnetCommand>();
     command->setCommand(std::move(text));
@@ -109,21 +103,14 @@ std::shared_ptr<SwitchTelnetCommand> TCPMatrixSwitcher::processCommand(std::stri
 
 SwitcherConnection TCPMatrixSwitcher::connectionStatus() const {
     using State = SwitcherConnection::State;
-    if (!_isOpen) return {};
-    auto end = telnetController_->connectionEnd();
-    switch (end.cause) {
-        case TelnetConnectionEnd::Cause::none:
-            if (_status == statusConnected) return {State::connected, "", true, {}};
-            return {State::connecting, sizeProblem_, false, {}};
-        case TelnetConnectionEnd::Cause::owner:
-            return {};
-        case TelnetConnectionEnd::Cause::peer:
-            return {State::ended, std::move(end.reason), end.wasMade, end.moment};
-        case TelnetConnectionEnd::Cause::failure:
-        case TelnetConnectionEnd::Cause::timeOut:
-            break;
+    using Cause = TelnetConnectionEnd::Cause;
+    const auto end = telnetController_->connectionEnd();
+    if (!_isOpen || end.cause == Cause::owner) return {};
+    if (end.cause != Cause::none) {
+        return {end.cause == Cause::peer ? State::ended : State::failed, end.reason, end.wasMade, end.moment};
     }
-    return {State::failed, std::move(end.reason), end.wasMade, end.moment};
+    if (_status == statusConnected) return {State::connected, "", true, {}};
+    return {State::connecting, sizeProblem_, false, {}};
 }
 
 std::shared_ptr<const CommandOutcome> TCPMatrixSwitcher::lastOutcome() {
@@ -134,8 +121,7 @@ std::shared_ptr<const CommandOutcome> TCPMatrixSwitcher::lastOutcome() {
 void TCPMatrixSwitcher::noteOutcome(const SwitchTelnetCommand& command, bool anythingWasSent, CommandOutcome ofReply) {
     if (!command.hasResponse()) ofReply = outcomeWithoutReply(anythingWasSent);
     lastOutcome_ = std::make_shared<CommandOutcome>(std::move(ofReply));
-    if (!command.hasResponse() || lastOutcome_->answer == CommandAnswer::refused) return;
-    if (hasLineEnd(command)) return;
+    if (!command.hasResponse() || lastOutcome_->answer == CommandAnswer::refused || hasLineEnd(command)) return;
     if (repliesEndLines_ && lastOutcome_->answer == CommandAnswer::answered) {
         *lastOutcome_ = {CommandAnswer::unusableReply,
                          "The server's reply lacks its line end and may be a part of one"};
@@ -199,23 +185,14 @@ std::int64_t TCPMatrixSwitcher::selectedInputForOutput(std::int64_t output) {
 bool TCPMatrixSwitcher::switchOutputToInput(std::int64_t output, std::int64_t input) {
     const auto command = processCommand(stringWithFormat("SET %i %i", numberOf(static_cast<std::int32_t>(output)),
                                                          numberOf(static_cast<std::int32_t>(input))));
-    noteOutcome(*command, command->wasSent(), outcomeOfSetReply(command->responseString()));
+    noteOutcome(*command, command->wasSent(), outcomeOfReply(command->responseString()));
     return false;
-}
-
-std::optional<std::string> TCPMatrixSwitcher::inputLabelAtIndex(std::int32_t index) {
-    return labelAtIndex("INPUTLABEL %li", index);
-}
-
-std::optional<std::string> TCPMatrixSwitcher::outputLabelAtIndex(std::int32_t index) {
-    return labelAtIndex("OUTPUTLABEL %li", index);
 }
 
 std::optional<std::string> TCPMatrixSwitcher::labelAtIndex(FormatOfOneInteger format, std::int32_t index) {
     if (!telnetController_->isConnected()) return std::nullopt;
     const auto command = processCommand(stringWithFormat(format, numberOf(index)));
-    if (!command->hasResponse()) return std::nullopt;
-    return command->responseString();
+    return command->hasResponse() ? command->responseString() : std::nullopt;
 }
 
 void TCPMatrixSwitcher::sendTelnetCommand(const std::shared_ptr<SwitchTelnetCommand>& command) {
@@ -223,7 +200,5 @@ void TCPMatrixSwitcher::sendTelnetCommand(const std::shared_ptr<SwitchTelnetComm
     cutUntil_.reset();
     telnetController_->addNewCommand(command);
 }
-
-void TCPMatrixSwitcher::sendCommandStatus(const std::string&, std::int32_t) {}
 
 }  // namespace velmora

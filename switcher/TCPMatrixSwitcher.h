@@ -27,7 +27,7 @@ class TCPMatrixSwitcherDelegate : public MatrixSwitcherDelegate {
     virtual const std::vector<std::shared_ptr<ServerInfo>>& serversArray() const = 0;
     // The switcher's connectionStatus, or its last outcome, has changed. Not called for a change that the caller of an
     // operation sees when it returns.
-    virtual void connectionStatusChanged(TCPMatrixSwitcher& switcher) { (void)switcher; }
+    virtual void connectionStatusChanged(TCPMatrixSwitcher&) {}
 };
 
 // The state of a switcher's connection.
@@ -75,8 +75,8 @@ class TCPMatrixSwitcher final : public MatrixSwitcher, private SwitchTelnetContr
     // Asks for the size and keeps it: 0 x 0 without a connection, the numbers known before when the answer is unusable.
     NSSize getMatrixDimensions();
     // None without a connection or without an answer.
-    std::optional<std::string> inputLabelAtIndex(std::int32_t index);
-    std::optional<std::string> outputLabelAtIndex(std::int32_t index);
+    std::optional<std::string> inputLabelAtIndex(std::int32_t index) { return labelAtIndex("INPUTLABEL %li", index); }
+    std::optional<std::string> outputLabelAtIndex(std::int32_t index) { return labelAtIndex("OUTPUTLABEL %li", index); }
 
     SwitcherConnection connectionStatus() const;
     // Of the last selectedInputForOutput or switchOutputToInput; null before. A reply without a line end may be a part
@@ -88,9 +88,9 @@ class TCPMatrixSwitcher final : public MatrixSwitcher, private SwitchTelnetContr
     // before the reply to the first blocks the caller until then.
     void sendTelnetCommand(const std::shared_ptr<SwitchTelnetCommand>& command);
     // Does nothing.
-    void sendCommandStatus(const std::string& command, std::int32_t status);
+    void sendCommandStatus(const std::string&, std::int32_t) {}
 
-    void setCurrentServer(std::shared_ptr<ServerInfo> server);
+    void setCurrentServer(std::shared_ptr<ServerInfo> server) { _currentServer.swap(server); }
     const std::shared_ptr<ServerInfo>& currentServer() const { return _currentServer; }
 
   private:
@@ -98,7 +98,7 @@ class TCPMatrixSwitcher final : public MatrixSwitcher, private SwitchTelnetContr
 
     void nodeConnectionDidOpen(SwitchTelnetController& controller) override;
     void nodeConnectionDidClose(SwitchTelnetController& controller) override;
-    void nodeConnectionDidNotOpen(SwitchTelnetController& controller) override;
+    void nodeConnectionDidNotOpen(SwitchTelnetController&) override {}
 
     std::shared_ptr<SwitchTelnetCommand> processCommand(std::string text);
     std::optional<std::string> labelAtIndex(FormatOfOneInteger format, std::int32_t index);

@@ -9,12 +9,8 @@ namespace velmora {
 namespace {
 
 void runOnMainThread(MainThread::Work work, bool waitUntilDone) {
-    if (waitUntilDone) {
-        // Without an application object there is nobody left to tell.
-        MainThread::performAndWait(std::move(work));
-    } else {
-        MainThread::perform(std::move(work));
-    }
+    if (!waitUntilDone) return MainThread::perform(std::move(work));
+    MainThread::performAndWait(std::move(work));  // without an application object there is nobody left to tell
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/foundation/NSObject.h"
 #include "platform/threads/ThreadAnnotations.h"
@@ -15,31 +16,51 @@ namespace velmora {
 // The bytes of a reply as they arrive.
 using ResponseData = std::shared_ptr<std::string>;
 
+// A value that any thread reads or replaces as a whole.
+template <typename Value>
+class Slot {
+  public:
+    Slot() = default;
+    explicit Slot(Value value) : value_(std::move(value)) {}
+    Value load() const {
+        MutexLock lock(mutex_);
+        return value_;
+    }
+    void store(Value value) {
+        MutexLock lock(mutex_);
+        value_ = std::move(value);
+    }
+
+  private:
+    mutable Mutex mutex_;
+    Value value_ GUARDED_BY(mutex_);
+};
+
 // Made by a client, queued by a connection, read by the client once hasResponse() is true. Any thread: texts and buffer
 // are replaced as a whole. Texts are copied when set; the buffer is shared.
 class SwitchTelnetCommand final : public NSObject {
   public:
-    SwitchTelnetCommand();
-
     // An identifier slot that nothing assigns.
-    std::string uniqueID() const;
-    void setUniqueID(std::string uniqueID);
+    std::string uniqueID() const { return uniqueID_.load(); }
+    void setUniqueID(std::string uniqueID) { uniqueID_.store(std::move(uniqueID)); }
 
     // The command without any line ending.
-    std::string command() const;
-    void setCommand(std::string command);
+    std::string command() const { return command_.load(); }
+    void setCommand(std::string command) { command_.store(std::move(command)); }
 
     // The reply: "" until there is one, none when its bytes are not valid UTF-8.
-    std::optional<std::string> responseString() const;
-    void setResponseString(std::optional<std::string> responseString);
+    std::optional<std::string> responseString() const { return responseString_.load(); }
+    void setResponseString(std::optional<std::string> responseString) {
+        responseString_.store(std::move(responseString));
+    }
 
     // The name of a client operation meant to receive the reply; a slot that nothing uses.
-    std::string responseSelector() const;
-    void setResponseSelector(std::string responseSelector);
+    std::string responseSelector() const { return responseSelector_.load(); }
+    void setResponseSelector(std::string responseSelector) { responseSelector_.store(std::move(responseSelector)); }
 
     // Never null. Appended to by the connection's thread while the command is in flight; never cleared.
-    ResponseData responseData() const;
-    void setResponseData(ResponseData responseData);
+    ResponseData responseData() const { return responseData_.load(); }
+    void setResponseData(ResponseData responseData) { responseData_.store(std::move(responseData)); }
 
     // Higher goes first; compared as unsigned 32-bit numbers, so a negative one goes ahead of all others.
     std::int32_t priority() const { return priority_; }
@@ -72,12 +93,11 @@ class SwitchTelnetCommand final : public NSObject {
     void setWasSent(bool wasSent) { wasSent_ = wasSent; }
 
   private:
-    mutable Mutex mutex_;
-    std::string uniqueID_ GUARDED_BY(mutex_);
-    std::string command_ GUARDED_BY(mutex_);
-    std::optional<std::string> responseString_ GUARDED_BY(mutex_) = "";
-    std::string responseSelector_ GUARDED_BY(mutex_);
-    ResponseData responseData_ GUARDED_BY(mutex_);
+    Slot<std::string> uniqueID_;
+    Slot<std::string> command_;
+    Slot<std::optional<std::string>> responseString_{""};
+    Slot<std::string> responseSelector_;
+    Slot<ResponseData> responseData_{std::make_shared<std::string>()};
     std::atomic<std::int32_t> priority_{0};
     std::atomic<NSObject*> client_{nullptr};
     std::atomic<bool> alreadyInQueue_{false};

@@ -18,20 +18,11 @@ constexpr std::array kStreamModes{NSDefaultRunLoopMode, NSEventTrackingRunLoopMo
 
 }  // namespace
 
-SwitchTelnetController::SwitchTelnetController(TelnetTimeLimits limits) : limits_(limits) {
-    setIsConnected(false);
-}
-
-SwitchTelnetController::~SwitchTelnetController() = default;
+SwitchTelnetController::SwitchTelnetController(TelnetTimeLimits limits) : limits_(limits) {}
 
 void SwitchTelnetController::setIsConnected(bool isConnected) {
     isConnected_ = isConnected;
     if (isConnected) isTryingToConnect_ = false;
-}
-
-bool SwitchTelnetController::communicationsThreadIsRunning() const {
-    MutexLock lock(stateMutex_);
-    return communicationsThreadIsRunning_;
 }
 
 TelnetConnectionEnd SwitchTelnetController::connectionEnd() const {
@@ -44,42 +35,14 @@ void SwitchTelnetController::setConnectionEnd(TelnetConnectionEnd::Cause cause, 
             std::chrono::system_clock::now()};
 }
 
-std::optional<std::string> SwitchTelnetController::nodeAddress() const {
-    MutexLock lock(stateMutex_);
-    return nodeAddress_;
-}
-
-void SwitchTelnetController::setNodeAddress(std::optional<std::string> nodeAddress) {
-    MutexLock lock(stateMutex_);
-    nodeAddress_ = std::move(nodeAddress);
-}
-
-std::shared_ptr<NSRunLoop> SwitchTelnetController::runLoop() const {
-    MutexLock lock(stateMutex_);
-    return runLoop_;
-}
-
-void SwitchTelnetController::setRunLoop(std::shared_ptr<NSRunLoop> runLoop) {
-    MutexLock lock(stateMutex_);
-    runLoop_.swap(runLoop);
-}
-
 void SwitchTelnetController::startConnectionWithHostAddressPort(const std::string& address, std::uint64_t port) {
-    if (!claimThread()) {
-        refuseStart();
-        return;
-    }
-    startConnection(getStreamsToHostPort(NSHost::hostWithName(address), port));
+    if (claimThread()) startConnection(getStreamsToHostPort(NSHost::hostWithName(address), port));
 }
 
 void SwitchTelnetController::startConnectionWithNetService(const std::shared_ptr<NSNetService>& service) {
-    if (!claimThread()) {
-        refuseStart();
-        return;
-    }
+    if (!claimThread()) return;
     if (service == nullptr) {
         NSLog("netservice nil");
-        MutexLock lock(stateMutex_);
         communicationsThreadIsRunning_ = false;
         return;
     }
@@ -88,8 +51,11 @@ void SwitchTelnetController::startConnectionWithNetService(const std::shared_ptr
 
 // Marks the thread as running before it is made, so that of two starts at once only one goes on.
 bool SwitchTelnetController::claimThread() {
+    if (communicationsThreadIsRunning_.exchange(true)) {
+        refuseStart();
+        return false;
+    }
     MutexLock lock(stateMutex_);
-    if (std::exchange(communicationsThreadIsRunning_, true)) return false;
     end_ = {};
     return true;
 }
@@ -99,14 +65,21 @@ void SwitchTelnetController::refuseStart() {
                                                                               "nodeConnectionDidNotOpen", delegate());
 }
 
+void SwitchTelnetController::failStart(std::string reason) {
+    {
+        MutexLock lock(stateMutex_);
+        streams_ = {};
+        communicationsThread_ = nullptr;
+        isTryingToConnect_ = false;
+        setConnectionEnd(TelnetConnectionEnd::Cause::failure, std::move(reason));
+        communicationsThreadIsRunning_ = false;
+    }
+    refuseStart();
+}
+
 void SwitchTelnetController::startConnection(const std::optional<NSStreamPair>& streams) {
     if (!streams) {
-        {
-            MutexLock lock(stateMutex_);
-            communicationsThreadIsRunning_ = false;
-            setConnectionEnd(TelnetConnectionEnd::Cause::failure, "There is nowhere to connect to");
-        }
-        refuseStart();
+        failStart("There is nowhere to connect to");
         return;
     }
     streams->input->setDelegate(this);
@@ -115,49 +88,36 @@ void SwitchTelnetController::startConnection(const std::optional<NSStreamPair>& 
     const auto thread = std::make_shared<NSThread>([self = self()] { self->startCommunicationsThread(); });
     {
         MutexLock lock(stateMutex_);
-        inputStream_ = streams->input;
-        outputStream_ = streams->output;
+        streams_ = *streams;
         communicationsThread_ = thread;
     }
-    if (thread->start()) return;
-    {
-        MutexLock lock(stateMutex_);
-        inputStream_ = nullptr;
-        outputStream_ = nullptr;
-        communicationsThread_ = nullptr;
-        isTryingToConnect_ = false;
-        communicationsThreadIsRunning_ = false;
-        setConnectionEnd(TelnetConnectionEnd::Cause::failure, "No thread could be started for the connection");
-    }
-    refuseStart();
+    if (!thread->start()) failStart("No thread could be started for the connection");
 }
 
 void SwitchTelnetController::startCommunicationsThread() {
     const auto loop = NSRunLoop::currentRunLoop();
-    openStreams(loop);
+    runLoop_.store(loop);
+    openStreams();
     while (!NSThread::currentThreadIsCancelled()) {
         loop->runModeUntilDate(NSDefaultRunLoopMode, fromNow(limits_.runLoopPeriod));
     }
     // Nobody is left to give the signal back: it must not stay taken beyond the connection that it was taken for.
     unlockMutex();
-    MutexLock lock(stateMutex_);
-    runLoop_ = nullptr;
+    runLoop_.store(nullptr);
     communicationsThreadIsRunning_ = false;
 }
 
-void SwitchTelnetController::openStreams(const std::shared_ptr<NSRunLoop>& loop) {
-    std::shared_ptr<NSInputStream> input;
-    std::shared_ptr<NSOutputStream> output;
-    {
-        MutexLock lock(stateMutex_);
-        runLoop_ = loop;
-        input = inputStream_;
-        output = outputStream_;
-    }
-    if (input == nullptr || output == nullptr) return;  // closed before the thread came to run
+NSStreamPair SwitchTelnetController::streams() const {
+    MutexLock lock(stateMutex_);
+    return streams_;
+}
+
+void SwitchTelnetController::openStreams() {
+    const auto [input, output] = streams();
+    if (input == nullptr) return;  // closed before the thread came to run
     for (const char* mode : kStreamModes) {
-        input->scheduleInRunLoopForMode(loop, mode);
-        output->scheduleInRunLoopForMode(loop, mode);
+        input->scheduleInRunLoopForMode(runLoop(), mode);
+        output->scheduleInRunLoopForMode(runLoop(), mode);
     }
     input->open();
     output->open();
@@ -165,7 +125,7 @@ void SwitchTelnetController::openStreams(const std::shared_ptr<NSRunLoop>& loop)
 
 bool SwitchTelnetController::isCurrentStream(const std::shared_ptr<NSStream>& stream) const {
     MutexLock lock(stateMutex_);
-    return !closing_ && (stream == inputStream_ || stream == outputStream_);
+    return !closing_ && (stream == streams_.input || stream == streams_.output);
 }
 
 void SwitchTelnetController::streamHandleEvent(const std::shared_ptr<NSStream>& stream, NSStreamEvent event) {
@@ -196,7 +156,7 @@ void SwitchTelnetController::firstSpaceAvailable(const std::shared_ptr<NSStream>
     }
     sendNextCommand();
     MutexLock lock(stateMutex_);
-    if (closing_ || stream != outputStream_) return;  // another thread has closed it meanwhile
+    if (closing_ || stream != streams_.output) return;  // another thread has closed it meanwhile
     outputStreamReady_ = true;
     setIsConnected(true);
     // Last, so that the delegate finds the connection connected; under the mutex, so that its end is not told before.
@@ -217,26 +177,18 @@ void SwitchTelnetController::tellDelegate(void (SwitchTelnetControllerDelegate::
     });
 }
 
-void SwitchTelnetController::closeStreams() {
-    closeStreams(TelnetConnectionEnd::Cause::owner, "");
-}
-
 void SwitchTelnetController::closeStreams(TelnetConnectionEnd::Cause cause, std::string reason) {
-    std::shared_ptr<NSInputStream> input;
-    std::shared_ptr<NSOutputStream> output;
-    std::shared_ptr<NSRunLoop> loop;
+    NSStreamPair streams;
     std::shared_ptr<NSThread> thread;
     {
         MutexLock lock(stateMutex_);
-        if (inputStream_ == nullptr || outputStream_ == nullptr) return;
+        if (streams_.input == nullptr) return;
         if (std::exchange(closing_, true)) {
             // Another thread is closing. Its thread counts as winding down for whoever waits for that from now on.
             communicationsThread_->cancel();
             return;
         }
-        input = inputStream_;
-        output = outputStream_;
-        loop = communicationsThread_->runLoop();
+        streams = streams_;
         thread = communicationsThread_;
         // The mark that the command failed ("ERROR", error, hasResponse) is meant for the slot that has just been
         // emptied and so reaches no command. That is intended: the client finds its command unanswered.
@@ -248,17 +200,16 @@ void SwitchTelnetController::closeStreams(TelnetConnectionEnd::Cause cause, std:
     }
     releaseWaitingClients(thread);
     for (const char* mode : kStreamModes) {
-        input->removeFromRunLoopForMode(loop, mode);
-        output->removeFromRunLoopForMode(loop, mode);
+        streams.input->removeFromRunLoopForMode(thread->runLoop(), mode);
+        streams.output->removeFromRunLoopForMode(thread->runLoop(), mode);
     }
-    input->setDelegate(nullptr);
-    output->setDelegate(nullptr);
-    input->close();
-    output->close();
+    streams.input->setDelegate(nullptr);
+    streams.output->setDelegate(nullptr);
+    streams.input->close();
+    streams.output->close();
     {
         MutexLock lock(stateMutex_);
-        inputStream_ = nullptr;
-        outputStream_ = nullptr;
+        streams_ = {};
         // With the thread go its run loop and the descriptors of that; a closed controller may be kept for long.
         communicationsThread_ = nullptr;
         outputStreamReady_ = false;

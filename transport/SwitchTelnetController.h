@@ -10,11 +10,13 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/foundation/NSObject.h"
 #include "platform/network/NSNetService.h"
 #include "platform/network/NSStream.h"
+#include "platform/threads/AtomicReference.h"
 #include "platform/threads/NSLock.h"
 #include "platform/threads/NSThread.h"
 #include "platform/threads/ThreadAnnotations.h"
@@ -67,7 +69,6 @@ inline constexpr std::size_t kResponseByteLimit = 16 * 1024 * 1024;
 class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
   public:
     explicit SwitchTelnetController(TelnetTimeLimits limits = {});
-    ~SwitchTelnetController() override;
 
     // Not owned; set, cleared and called on the main thread.
     SwitchTelnetControllerDelegate* delegate() const { return delegate_; }
@@ -85,23 +86,23 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     void stopConnection() { closeStreams(); }
     // Closes the connection and releases every client that waits for a reply; nothing happens when there is none.
     // Queued commands stay.
-    void closeStreams();
+    void closeStreams() { closeStreams(TelnetConnectionEnd::Cause::owner, ""); }
 
     bool isConnected() const { return isConnected_; }
     void setIsConnected(bool isConnected);
     bool isTryingToConnect() const { return isTryingToConnect_; }
     void setIsTryingToConnect(bool isTryingToConnect) { isTryingToConnect_ = isTryingToConnect; }
-    bool communicationsThreadIsRunning() const;
+    bool communicationsThreadIsRunning() const { return communicationsThreadIsRunning_; }
     // Of the last connection that was started; known before a client that waited for a reply is released.
     TelnetConnectionEnd connectionEnd() const;
 
     // An address slot. Nothing in the product uses it.
-    std::optional<std::string> nodeAddress() const;
-    void setNodeAddress(std::optional<std::string> nodeAddress);
+    std::optional<std::string> nodeAddress() const { return nodeAddress_.load(); }
+    void setNodeAddress(std::optional<std::string> nodeAddress) { nodeAddress_.store(std::move(nodeAddress)); }
 
     // Null while no communications thread runs. Nothing in the product calls these two.
-    std::shared_ptr<NSRunLoop> runLoop() const;
-    void setRunLoop(std::shared_ptr<NSRunLoop> runLoop);
+    std::shared_ptr<NSRunLoop> runLoop() const { return runLoop_.load(); }
+    void setRunLoop(std::shared_ptr<NSRunLoop> runLoop) { runLoop_.store(std::move(runLoop)); }
     // The command in flight, or null.
     std::shared_ptr<SwitchTelnetCommand> currentTelnetCommand() const;
     void setCurrentTelnetCommand(std::shared_ptr<SwitchTelnetCommand> command);
@@ -139,12 +140,15 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     void closeStreams(TelnetConnectionEnd::Cause cause, std::string reason);
     void setConnectionEnd(TelnetConnectionEnd::Cause cause, std::string reason) REQUIRES(stateMutex_);
 
+    // False, and the start is refused, while a thread still runs.
     bool claimThread();
     void refuseStart();
+    void failStart(std::string reason);
     void startConnection(const std::optional<NSStreamPair>& streams);
     void startCommunicationsThread();
-    void openStreams(const std::shared_ptr<NSRunLoop>& loop);
+    void openStreams();
 
+    NSStreamPair streams() const;
     bool hasOpenStream() const;
     bool isCurrentStream(const std::shared_ptr<NSStream>& stream) const;
     void enqueue(const std::shared_ptr<SwitchTelnetCommand>& command) REQUIRES(stateMutex_);
@@ -176,19 +180,18 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     NSLock communicationsThreadMutex;
 
     mutable Mutex stateMutex_;
-    std::shared_ptr<NSInputStream> inputStream_ GUARDED_BY(stateMutex_);
-    std::shared_ptr<NSOutputStream> outputStream_ GUARDED_BY(stateMutex_);
+    NSStreamPair streams_ GUARDED_BY(stateMutex_);  // both or none
     std::shared_ptr<NSThread> communicationsThread_ GUARDED_BY(stateMutex_);
-    std::shared_ptr<NSRunLoop> runLoop_ GUARDED_BY(stateMutex_);
     std::shared_ptr<SwitchTelnetCommand> currentTelnetCommand_ GUARDED_BY(stateMutex_);
     std::vector<std::shared_ptr<SwitchTelnetCommand>> telnetCommands_ GUARDED_BY(stateMutex_);
-    bool communicationsThreadIsRunning_ GUARDED_BY(stateMutex_) = false;
     bool outputStreamReady_ GUARDED_BY(stateMutex_) = false;
     // One thread is closing the streams; the fields still hold them.
     bool closing_ GUARDED_BY(stateMutex_) = false;
     TelnetConnectionEnd end_ GUARDED_BY(stateMutex_);
-    std::optional<std::string> nodeAddress_ GUARDED_BY(stateMutex_);
 
+    AtomicReference<NSRunLoop> runLoop_;
+    Slot<std::optional<std::string>> nodeAddress_;
+    std::atomic<bool> communicationsThreadIsRunning_{false};
     std::atomic<bool> isConnected_{false};
     std::atomic<bool> isTryingToConnect_{false};
     std::atomic<SwitchTelnetControllerDelegate*> delegate_{nullptr};

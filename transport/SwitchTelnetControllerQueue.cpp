@@ -82,14 +82,14 @@ void SwitchTelnetController::setTelnetCommands(std::vector<std::shared_ptr<Switc
 
 bool SwitchTelnetController::hasOpenStream() const {
     MutexLock lock(stateMutex_);
-    return outputStream_ != nullptr && !closing_;
+    return streams_.output != nullptr && !closing_;
 }
 
 void SwitchTelnetController::processCommandSynchronously(const std::shared_ptr<SwitchTelnetCommand>& command) {
     std::shared_ptr<NSThread> thread;
     {
         MutexLock lock(stateMutex_);
-        if (outputStream_ == nullptr) return;
+        if (streams_.output == nullptr) return;
         thread = communicationsThread_;
     }
     // The reply's time counts from here, so it includes the command's way to the communications thread.
@@ -122,7 +122,7 @@ void SwitchTelnetController::addNewCommand(const std::shared_ptr<SwitchTelnetCom
     if (!communicationsThreadMutex.lock()) return;
     MutexLock lock(stateMutex_);
     enqueue(command);
-    if (outputStream_ == nullptr || !outputStream_->hasSpaceAvailable()) return;
+    if (streams_.output == nullptr || !streams_.output->hasSpaceAvailable()) return;
     const auto line = takeNextLine();
     lock.unlock();
     if (line) write(*line);
@@ -162,7 +162,7 @@ std::optional<SwitchTelnetController::Line> SwitchTelnetController::takeNextLine
     if (closing_ || currentTelnetCommand_ != nullptr || telnetCommands_.empty()) return std::nullopt;
     currentTelnetCommand_ = takeNextCommand();
     currentTelnetCommand_->setWasSent(true);
-    return Line{stringWithFormat(kLineFormat, currentTelnetCommand_->command()), outputStream_, runLoop_};
+    return Line{stringWithFormat(kLineFormat, currentTelnetCommand_->command()), streams_.output, runLoop()};
 }
 
 void SwitchTelnetController::sendNextCommand() {
@@ -184,11 +184,7 @@ void SwitchTelnetController::write(const Line& line) {
 }
 
 void SwitchTelnetController::sendData(std::span<const std::uint8_t> data) {
-    std::shared_ptr<NSOutputStream> output;
-    {
-        MutexLock lock(stateMutex_);
-        output = outputStream_;
-    }
+    const auto output = streams().output;
     if (output != nullptr && output->hasSpaceAvailable()) writeAll(*output, data);
 }
 

@@ -25,16 +25,12 @@ void PopUpCellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
     initStyleOption(&cell, index);
     const QStyle* const style = cell.widget != nullptr ? cell.widget->style() : QApplication::style();
     style->drawPrimitive(QStyle::PE_PanelItemViewItem, &cell, painter, cell.widget);
+    const bool isEditable = index.flags() & Qt::ItemIsEditable;
+    const QRect arrow = isEditable ? arrowRect(cell) : QRect();
     QStyleOptionViewItem beside = cell;
-    if (!(index.flags() & Qt::ItemIsEditable)) {
-        style->drawControl(QStyle::CE_ItemViewItem, &beside, painter, cell.widget);
-        return;
-    }
-    const QRect arrow = arrowRect(cell);
-    beside.rect = QStyle::visualRect(
-        cell.direction, cell.rect,
-        QRect(cell.rect.left(), cell.rect.top(), cell.rect.width() - arrow.width(), cell.rect.height()));
+    beside.rect = QStyle::visualRect(cell.direction, cell.rect, cell.rect.adjusted(0, 0, -arrow.width(), 0));
     style->drawControl(QStyle::CE_ItemViewItem, &beside, painter, cell.widget);
+    if (!isEditable) return;
     QStyleOption mark;
     mark.rect = arrow.adjusted(arrow.width() / 5, 0, -arrow.width() / 5, 0);
     mark.palette = cell.palette;

@@ -3,17 +3,13 @@
 
 #include <functional>
 
-#include "plugin/VelmoraSwitchNodePlugin.h"
-#include "tests/plugin/Settings.h"
+#include "tests/plugin/PluginFixture.h"
 #include "tests/support/LogLines.h"
-#include "tests/support/MainLoop.h"
 #include "tests/support/ScriptedPeer.h"
 #include "tests/support/VirtualSwitch.h"
 
 namespace velmora::test {
 namespace {
-
-const std::string kOne = "Velmora Switch Output 1", kTwo = "Velmora Switch Output 2";
 
 struct Notices {
     int notices = 0;
@@ -35,18 +31,9 @@ struct StatusObserver : VelmoraNodePluginStatusProtocol_Observer, Notices {
 using State = NodePluginConnectionState;
 using Answer = NodePluginAnswer;
 
-class Plugin : public testing::Test {
+class Plugin : public PluginFixture {
   protected:
     void SetUp() override { plugin->setDelegate(&host); }
-    void TearDown() override {
-        if (plugin != nullptr) plugin->stop();
-        plugin = nullptr;
-        EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(5)));
-    }
-    void start(const std::string& server, const Outputs& outputs, bool defaults = false) {
-        plugin->setDefaultSettings(settingsWith(server, outputs));
-        plugin->startAndSetCurrentValuesToDefaults(defaults);
-    }
     // Rebuilt after the connection: while that is being made, there are no values; without one, no labels.
     bool isComplete(std::size_t outputs) const {
         const auto names = plugin->attributeNames();
@@ -57,33 +44,31 @@ class Plugin : public testing::Test {
     bool completes(std::size_t outputs) {
         return runMainLoopUntil([&] { return isComplete(outputs); });
     }
-
     bool reaches(State state) {
         return runMainLoopUntil([&] { return plugin->connectionStatus().state == state; });
     }
 
     Host host;
     StatusObserver observer;
-    std::shared_ptr<VelmoraSwitchNodePlugin> plugin = std::make_shared<VelmoraSwitchNodePlugin>(nullptr);
 };
 
-TEST_F(Plugin, answersBeforeItIsStarted) {
-    LogLines log;
-    EXPECT_EQ(*plugin->attributeNames(), Strings{});
-    EXPECT_EQ(plugin->typeOfAttributeWithName(kOne), "Double");
-    EXPECT_EQ(plugin->displayNameOfAttributeWithName(kOne), "");
-    EXPECT_EQ(plugin->defaultValueOfAttributeWithName(kOne), "");
-    EXPECT_EQ(plugin->directionOfAttributeWithName(kOne), "");
-    EXPECT_EQ(*plugin->possibleValuesOfAttributeWithName(kOne), Strings{});
-    EXPECT_EQ(plugin->currentValueOfAttributeWithName(kOne), "");
-    EXPECT_EQ(plugin->setValueForAttributeWithName("0001", kOne), -1);
-    plugin->setCurrentValuesToDefaults();
-    EXPECT_EQ(log.lines(), Strings{});
-}
-
-TEST_F(Plugin, refusesInWordsWithoutAServer) {
+TEST_F(Plugin, answersBeforeItIsStartedAndRefusesInWordsWithoutAServer) {
+    const auto knowsNothing = [this] {
+        const LogLines log;
+        EXPECT_EQ(*plugin->attributeNames(), Strings{});
+        EXPECT_EQ(plugin->typeOfAttributeWithName(kOne), "Double");
+        EXPECT_EQ(plugin->displayNameOfAttributeWithName(kOne), "");
+        EXPECT_EQ(plugin->defaultValueOfAttributeWithName(kOne), "");
+        EXPECT_EQ(plugin->directionOfAttributeWithName(kOne), "");
+        EXPECT_EQ(*plugin->possibleValuesOfAttributeWithName(kOne), Strings{});
+        EXPECT_EQ(plugin->currentValueOfAttributeWithName(kOne), "");
+        EXPECT_EQ(plugin->setValueForAttributeWithName("0001", "Gain"), -1);
+        plugin->setCurrentValuesToDefaults();
+        EXPECT_EQ(log.lines(), Strings{});
+    };
+    knowsNothing();
     EXPECT_EQ(plugin->startAndSetCurrentValuesToDefaults(false), 0);
-    LogLines log;
+    const LogLines log;
     EXPECT_EQ(plugin->typeOfAttributeWithName("Gain"), std::nullopt);
     EXPECT_EQ(plugin->possibleValuesOfAttributeWithName("Gain"), nullptr);
     EXPECT_EQ(plugin->currentValueOfAttributeWithName("Gain"), "");
@@ -98,7 +83,7 @@ TEST_F(Plugin, refusesInWordsWithoutAServer) {
                        "No server selected (Velmora Switch Plugin)", "No server selected (Velmora Switch Plugin)"}));
     plugin->stop();
     plugin->stop();
-    EXPECT_EQ(plugin->typeOfAttributeWithName("Gain"), "Double");
+    knowsNothing();
 }
 
 TEST_F(Plugin, keepsSettingsAsCopiesInItsOwnList) {
@@ -116,10 +101,10 @@ TEST_F(Plugin, keepsSettingsAsCopiesInItsOwnList) {
     EXPECT_NE(valueForKey(written, "configuredOutputs")->array(), plugin->configuredOutputs());
     plugin->setDefaultSettings(nullptr);
 
-    const auto damaged = std::make_shared<PropertyListDictionary>();
-    const PropertyListArray list{"no dictionary", std::make_shared<PropertyListDictionary>()};
-    damaged->emplace("configuredOutputs", std::make_shared<PropertyListArray>(list));
-    damaged->emplace("selectedDeviceName", std::int64_t{7});
+    const auto damaged = makeDictionary();
+    damaged->emplace("configuredOutputs",
+                     std::make_shared<PropertyListArray>(PropertyListArray{"no dictionary", makeDictionary()}));
+    damaged->emplace("selectedDeviceName", 7);
     plugin->setDefaultSettings(damaged);
     EXPECT_EQ(plugin->configuredOutputs()->size(), 1U);
     damaged->insert_or_assign("configuredOutputs", "no list");
@@ -212,7 +197,6 @@ TEST_F(Plugin, selectsByItsSettingsWheneverTheyCome) {
     VirtualSwitch a("Server A", 2, 2);
     VirtualSwitch b("Server B", 3, 3);
     plugin->startAndSetCurrentValuesToDefaults(false);
-    const auto available = [&] { return valueForKey(plugin->defaultSettings(), "availableDevices")->array()->size(); };
     ASSERT_TRUE(runMainLoopUntil([&] { return available() == 2 && host.notices >= 2; }));
     EXPECT_EQ(plugin->selectedDevice(), nullptr);
     plugin->setDefaultSettings(settingsWith("Server B", {{"One", 0, 0}}));
@@ -225,7 +209,7 @@ TEST_F(Plugin, selectsByItsSettingsWheneverTheyCome) {
     ASSERT_TRUE(runMainLoopUntil([&] { return b.server->clients() == 0; }));
     // No saved settings: the first server that is known, and no outputs.
     const int notices = host.notices;
-    plugin->setDefaultSettings(std::make_shared<PropertyListDictionary>());
+    plugin->setDefaultSettings(makeDictionary());
     EXPECT_GT(host.notices, notices);
     EXPECT_EQ(*plugin->attributeNames(), Strings{});
     EXPECT_NE(plugin->selectedDevice(), nullptr);
@@ -253,78 +237,33 @@ TEST_F(Plugin, twoPluginsShareTheProcessAndADoubleStartDoesNoHarm) {
     EXPECT_FALSE(first.expired());
 }
 
-TEST_F(Plugin, tellsWhetherAReplyAnswers) {
-    const std::tuple<std::string, Answer, const char*> reads[] = {
-        {"1 3\r\n", Answer::answered, ""},
-        {"1 4\n", Answer::answered, ""},
-        {"1  3\r\n", Answer::unusableReply, "no output and input: \"1  3\""},
-        {"1 3 \r\n", Answer::unusableReply, "\"1 3 \""},
-        {"+1 3\r\n", Answer::unusableReply, "\"+1 3\""},
-        {"1 3\r\n1 3\r\n", Answer::unusableReply, "\"1 3\\r\\n1 3\""},
-        {"1 99999999999999999999\r\n", Answer::unusableReply, "no output and input"},
-        {"2 3\r\n", Answer::unusableReply, "another output: \"2 3\""},
-        {"1 5\r\n", Answer::unusableReply, "an input that there is not"},
-        {"1 0\r\n", Answer::unusableReply, "an input that there is not"},
-        {"\r\n", Answer::unusableReply, "empty"},
-        {"\xFF\r\n", Answer::unusableReply, "not UTF-8"},
-        {"1 3", Answer::unusableReply, "lacks its line end"},
-        {"ERROR\r\n", Answer::refused, "\"ERROR\""},
-    };
-    const std::tuple<std::string, Answer> sets[] = {
-        {"whatever\r\n", Answer::answered}, {"ERROR 3\r\n", Answer::refused}, {"\r\n", Answer::unusableReply}};
-    PeerScript script;
-    script.exchange("MATRIXSIZE", "4x2");
-    for (const auto& [reply, answer, reason] : reads) {
-        script.exchange("REFRESH", "ERROR").expect("GET 1\n\r").send(reply);
-    }
-    for (const auto& [reply, answer] : sets) {
-        script.expect("SET 1 1\n\r").send(reply);
-    }
-    ScriptedPeer peer(script.exchange("REFRESH", "OK").expect("GET 1\n\r").send("1 3").close());
-    const PublishedService service("Replies", peer.port());
-    start("Replies", {});
-    ASSERT_TRUE(reaches(State::connected));
-    const auto outcome = [this] { return plugin->lastOutcome(); };
-    EXPECT_EQ(outcome().answer, Answer::none);
-    for (const auto& [reply, answer, reason] : reads) {
-        plugin->currentValueOfAttributeWithName(kOne);
-        EXPECT_EQ(outcome().answer, answer) << reply;
-        EXPECT_NE(outcome().reason.find(reason), std::string::npos) << outcome().reason;
-        EXPECT_EQ(outcome().reason.empty(), answer == Answer::answered);
-        EXPECT_EQ(outcome().attributeName, kOne);
-    }
-    for (const auto& [reply, answer] : sets) {
-        EXPECT_EQ(plugin->setValueForAttributeWithName("0001", kOne), 0);
-        EXPECT_EQ(outcome().answer, answer) << reply;
-    }
-    EXPECT_EQ(plugin->setValueForAttributeWithName("0005", kOne), -1);
-    EXPECT_EQ(outcome().answer, Answer::refused);
-    EXPECT_EQ(outcome().reason, "Input 5 is out of range");
-    plugin->setStatusObserver(&observer);
-    EXPECT_EQ(plugin->currentValueOfAttributeWithName(kOne), "0003 Input 3");
-    EXPECT_NE(outcome().answer, Answer::answered);
-    ASSERT_TRUE(runMainLoopUntil([&] { return observer.notices > 0; }));
-    EXPECT_EQ(outcome().answer, Answer::connectionEnded);
-    EXPECT_EQ(plugin->connectionStatus().state, State::ended);
-    plugin->currentValueOfAttributeWithName(kOne);
-    EXPECT_EQ(outcome().answer, Answer::noConnection);
-    EXPECT_EQ(outcome().reason, "The server ended the connection");
-}
-
-TEST_F(Plugin, tellsOfAReplyCutByTheEndWhereNoneHasALineEnd) {
-    PeerScript script;
-    script.expect("MATRIXSIZE\n\r").send("4x2");
+TEST_F(Plugin, tellsWhatCameOfTheLastValueAlsoWhenTheEndShowsThatTheReplyWasCut) {
+    PeerScript script;  // of a server whose replies have no line ends
+    script.expect("MATRIXSIZE\n\r").send("4x2").expect("SET 1 1\n\r").send("ERROR");
     script.expect("REFRESH\n\r").send("OK").expect("GET 1\n\r").send("1 3").waitForSignal().close();
     ScriptedPeer peer(script);
     const PublishedService service("Cut", peer.port());
     start("Cut", {});
     ASSERT_TRUE(reaches(State::connected));
+    const auto is = [this](Answer answer, const std::string& name, const std::string& reason) {
+        const auto outcome = plugin->lastOutcome();
+        return outcome.answer == answer && outcome.attributeName == name && outcome.reason == reason;
+    };
+    EXPECT_TRUE(is(Answer::none, "", ""));
+    EXPECT_EQ(plugin->setValueForAttributeWithName("0001", kOne), 0);
+    EXPECT_TRUE(is(Answer::refused, kOne, "The server answered \"ERROR\""));
+    EXPECT_EQ(plugin->setValueForAttributeWithName("0005", kTwo), -1);
+    EXPECT_TRUE(is(Answer::refused, kTwo, "Input 5 is out of range"));
     plugin->setStatusObserver(&observer);
-    plugin->currentValueOfAttributeWithName(kOne);
-    EXPECT_EQ(plugin->lastOutcome().answer, Answer::answered);
+    EXPECT_EQ(plugin->currentValueOfAttributeWithName(kOne), "0003 Input 3");
+    EXPECT_TRUE(is(Answer::answered, kOne, ""));
     peer.signal();
     ASSERT_TRUE(runMainLoopUntil([&] { return observer.notices > 0; }));
-    EXPECT_EQ(plugin->lastOutcome().answer, Answer::connectionEnded);
+    EXPECT_TRUE(
+        is(Answer::connectionEnded, kOne, "The server ended the connection; the reply before may be a part of one"));
+    EXPECT_EQ(plugin->connectionStatus().state, State::ended);
+    plugin->currentValueOfAttributeWithName(kOne);
+    EXPECT_TRUE(is(Answer::noConnection, kOne, "The server ended the connection"));
 }
 
 TEST_F(Plugin, tellsWhereItsConnectionStandsAndNeverInsideAnOperation) {

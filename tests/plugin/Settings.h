@@ -1,4 +1,4 @@
-// Settings as a host would keep them.
+// Settings as a host would keep them, and what the settings view says of some.
 #pragma once
 
 #include <ostream>
@@ -20,6 +20,13 @@ inline void PrintTo(const Output& output, std::ostream* stream) {
 }
 using Outputs = std::vector<Output>;
 using Strings = std::vector<std::string>;
+
+inline const Outputs kFull{{"a", 7, 0}, {"b", 6, 0}, {"c", 5, 0}, {"d", 4, 0},
+                           {"e", 3, 0}, {"f", 2, 0}, {"g", 1, 0}, {"h", 0, 0}};
+inline const std::string kSameLabel =
+    "Duplicate Label Error!|This label already exists, so please choose another one.|OK";
+inline const std::string kSameNumber =
+    "Duplicate Output Number Error!|This output number already exists, so please choose another one.|OK";
 
 inline DictionaryReference settingsWith(const std::string& server, const Outputs& outputs) {
     auto list = std::make_shared<PropertyListArray>();

@@ -3,7 +3,7 @@
 
 #include "discovery/VelmoraSwitchController.h"
 #include "settings/SwitchSettingsViewController.h"
-#include "tests/settings/Outputs.h"
+#include "tests/plugin/Settings.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/MainLoop.h"
 #include "tests/support/PublishedService.h"
@@ -180,7 +180,8 @@ TEST_F(SettingsRules, askTheSwitcherForLabelsInOrder) {
     EXPECT_EQ(outputs(), (Outputs{{"0001 Program", 0, 0}, {"Untitled Output", 1, 1}}));
     setSettings(kFull);
     push(0);
-    EXPECT_EQ(around.calls, (Strings{"device", kNoOutput, "reload", "update"}));
+    EXPECT_EQ(around.calls,
+              (Strings{"device", "Output Error!|All the outputs are already defined as used.|OK", "reload", "update"}));
     around.device->closePort();
 }
 

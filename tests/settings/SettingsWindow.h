@@ -18,34 +18,29 @@
 #include <memory>
 
 #include "platform/threads/MainThread.h"
-#include "platform/threads/NSThread.h"
-#include "plugin/VelmoraSwitchNodePlugin.h"
-#include "tests/settings/Outputs.h"
-#include "tests/support/MainLoop.h"
+#include "tests/plugin/PluginFixture.h"
 #include "tests/support/VirtualSwitch.h"
 
 namespace velmora::test {
 
-class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol_Delegate {
+class SettingsWindow : public PluginFixture, protected VelmoraNodePluginProtocol_Delegate {
   protected:
     enum Column { label, output, defaultInput };
 
     SettingsWindow() {
+        usePlugin();
         // Whoever opens an alert waits for it, so it is read and closed from the event loop.
         QObject::connect(&alertWatch, &QTimer::timeout, &alertWatch, [this] { answerAlert(); });
         alertWatch.start(1);
     }
-    void TearDown() override {
-        if (plugin != nullptr) plugin->stop();
-        plugin = nullptr;
-        EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(5)));
+    void usePlugin() {
+        plugin = std::make_shared<VelmoraSwitchNodePlugin>(*NSBundle::bundleWithPath(VELMORA_BUNDLE));
+        plugin->setDelegate(this);
     }
 
     // Starts the plugin and shows the view when that is ready, or else when the server is connected.
     void open(const std::string& server, const Outputs& outputs, const std::function<bool()>& isReady = nullptr) {
-        plugin->setDelegate(this);
-        plugin->setDefaultSettings(settingsWith(server, outputs));
-        plugin->startAndSetCurrentValuesToDefaults(false);
+        start(server, outputs);
         ASSERT_TRUE(runMainLoopUntil([&] {
             const auto device = plugin->selectedDevice();
             return isReady ? isReady() : device != nullptr && device->numberOfInputs() > 0;
@@ -74,9 +69,6 @@ class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol
 
     // What the host would store.
     Outputs outputs() const { return outputsIn(plugin->defaultSettings()); }
-    std::size_t available() const {
-        return valueForKey(plugin->defaultSettings(), "availableDevices")->array()->size();
-    }
     std::string selectedName() const {
         return textForKey(plugin->defaultSettings(), "selectedDeviceName").value_or("(none)");
     }
@@ -146,8 +138,6 @@ class SettingsWindow : public testing::Test, protected VelmoraNodePluginProtocol
         if (onNotice) onNotice();
     }
 
-    std::shared_ptr<VelmoraSwitchNodePlugin> plugin =
-        std::make_shared<VelmoraSwitchNodePlugin>(*NSBundle::bundleWithPath(VELMORA_BUNDLE));
     int notices = 0;
     std::function<void()> onNotice;
     std::function<void()> onAlert;  // before it is closed

@@ -72,7 +72,7 @@ TEST_F(SettingsWindowHarm, thePluginGoesWhileItsViewIsInUse) {
         [&] { chooser->showPopup(), destroy(), release(); },
     };
     for (const auto& use : uses) {
-        plugin = std::make_shared<VelmoraSwitchNodePlugin>(*NSBundle::bundleWithPath(VELMORA_BUNDLE));
+        usePlugin();
         onNotice = nullptr;
         open("Studio", kFull);
         const QPointer<QWidget> shown = view;
@@ -90,22 +90,6 @@ TEST_F(SettingsWindowHarm, thePluginGoesWhileItsViewIsInUse) {
         EXPECT_EQ(cell(1, output).substr(0, 4), "0002");
         plugin->stop();
     }
-}
-
-TEST_F(SettingsWindowHarm, theServerDiesAndComesBack) {
-    VirtualSwitch studio("Studio", 4, 4);
-    open("Studio", {{"One", 0, 1}});
-    ASSERT_TRUE(shows(0, defaultInput, "0002 Input 2"));
-    studio.server->stop();
-    ASSERT_TRUE(runMainLoopUntil([this] { return !plugin->selectedDevice()->isConnected(); }));
-    click(refresh);
-    EXPECT_EQ(cell(0, defaultInput), "0002 (null)");
-    click(add);
-    chooseFromMenu(1, defaultInput, "4");
-    EXPECT_EQ(outputs()[1], (Output{"Untitled Output", 1, 3}));
-    studio.stop();
-    studio.start();
-    ASSERT_TRUE(shows(1, defaultInput, "0004 Input 4"));
 }
 
 }  // namespace

@@ -16,6 +16,8 @@ namespace {
 
 using namespace std::string_literals;
 
+constexpr auto kHighest = std::numeric_limits<std::int64_t>::max();
+
 struct Registry : TCPMatrixSwitcherDelegate {
     std::vector<std::shared_ptr<ServerInfo>> servers;
     std::vector<NSSize> sizes;
@@ -41,21 +43,39 @@ TEST(TCPMatrixSwitcher, speaksTheServersVocabulary) {
         {"4X2", {16, 8}},    {"1x2x3", {16, 8}},     {"7", {16, 8}},  {" 5 x 6 ", {5, 6}},
         {"65537x2", {5, 6}}, {"-1x2", {5, 6}},       {"0x8", {0, 8}}, {"999999999999x3", {0, 8}},
         {"\xFFx2", {0, 8}},  {"65536x1", {65536, 1}}};
-    const std::pair<const char*, std::int64_t> routes[] = {
-        {"3 5", 4},    {"3  5", 0},  {"5", 0},
-        {"3 abc", -1}, {"ERROR", 0}, {"\xFF 5", 0},
-        {"x -7y", -8}, {"3 0", -1},  {"3 9223372036854775807", 9223372036854775806}};
+    using Answer = CommandAnswer;
+    // Reply, input, how it is judged, and words of the reason.
+    const std::tuple<const char*, std::int64_t, Answer, const char*> routes[] = {
+        {"3 5", 4, Answer::answered, ""},
+        {"3 65536", 65535, Answer::answered, ""},
+        {"3  5", 0, Answer::unusableReply, "no output and input: \"3  5\""},
+        {"3 5 ", 0, Answer::unusableReply, "\"3 5 \""},
+        {"3 5\r\n3 5", 0, Answer::unusableReply, "\"3 5\\r\\n3 5\""},
+        {"5", 0, Answer::unusableReply, "no output and input"},
+        {"3 abc", -1, Answer::unusableReply, "no output and input"},
+        {"+3 5", 4, Answer::unusableReply, "no output and input"},
+        {"x -7y", -8, Answer::unusableReply, "no output and input"},
+        {"3 9223372036854775808", kHighest - 1, Answer::unusableReply, "no output and input"},
+        {"3 9223372036854775807", kHighest - 1, Answer::unusableReply, "an input that there is not"},
+        {"3 65537", 65536, Answer::unusableReply, "an input that there is not"},
+        {"3 0", -1, Answer::unusableReply, "an input that there is not"},
+        {"2 5", 4, Answer::unusableReply, "another output: \"2 5\""},
+        {"\xFF 5", 0, Answer::unusableReply, "not UTF-8"},
+        {"", 0, Answer::unusableReply, "empty"},
+        {"ERROR", 0, Answer::refused, "\"ERROR\""},
+    };
     PeerScript script;
     script.exchange("MATRIXSIZE", "16x8");
     for (const auto& [reply, size] : sizes) {
         script.exchange("MATRIXSIZE", reply);
     }
-    for (const auto& [reply, input] : routes) {
-        script.exchange("REFRESH", "whatever").exchange("GET 3", reply);
+    for (const auto& route : routes) {
+        script.exchange("REFRESH", "ERROR").exchange("GET 3", std::get<0>(route));
     }
+    script.exchange("REFRESH", "whatever").expect("GET 3\n\r").send("3 5");
     script.exchange("INPUTLABEL 1", "\t\u200B Bühne \0 1\x1B"s).exchange("OUTPUTLABEL 8", "");
     script.exchange("INPUTLABEL -2147483648", "\xFF");
-    script.exchange("SET 3 1", "OK").exchange("SET -2147483648 0", "ERROR").exchange("SET 1 6", "OK");
+    script.exchange("SET 3 1", "whatever").exchange("SET -2147483648 0", "ERROR").exchange("SET 1 6", "");
     script.exchange("REFRESH", "").exchange("GET -9223372036854775808", "");
     ScriptedPeer peer(script.expectClose());
     const PublishedService service("Vocabulary", peer.port());
@@ -70,29 +90,27 @@ TEST(TCPMatrixSwitcher, speaksTheServersVocabulary) {
         EXPECT_EQ(switcher->getMatrixDimensions(), size) << reply;
     }
     EXPECT_EQ(registry.sizes.size(), 1U);  // asking tells nobody
-    for (const auto& [reply, input] : routes) {
+    EXPECT_EQ(switcher->lastOutcome(), nullptr);
+    for (const auto& [reply, input, answer, words] : routes) {
         EXPECT_EQ(switcher->selectedInputForOutput(2), input) << reply;
+        const auto outcome = switcher->lastOutcome();
+        EXPECT_EQ(outcome->answer, answer) << reply;
+        EXPECT_NE(outcome->reason.find(words), std::string::npos) << outcome->reason;
+        EXPECT_EQ(outcome->reason.empty(), answer == Answer::answered);
     }
+    EXPECT_EQ(switcher->selectedInputForOutput(2), 4);
+    EXPECT_EQ(switcher->lastOutcome()->answer, Answer::unusableReply);  // where others have a line end
     EXPECT_EQ(switcher->inputLabelAtIndex(0), " Bühne \0 1"s);
     EXPECT_EQ(switcher->outputLabelAtIndex(7), "");
     EXPECT_EQ(switcher->inputLabelAtIndex(std::numeric_limits<std::int32_t>::max()), std::nullopt);
-    switcher->switchOutputToInput(2, 0);
-    switcher->switchOutputToInput(std::numeric_limits<std::int32_t>::max(), -1);
-    switcher->switchOutputToInput(std::int64_t{1} << 32, 5);  // cut to its low 32 bits
-    EXPECT_EQ(switcher->selectedInputForOutput(std::numeric_limits<std::int64_t>::max()), 0);
-    switcher->closePort();
-}
-
-TEST(TCPMatrixSwitcher, tellsNobodyOfAnEmptyMatrix) {
-    ScriptedPeer peer(PeerScript().exchange("MATRIXSIZE", "0x8").expectClose());
-    const PublishedService service("Empty", peer.port());
-    Registry registry;
-    registry.add("Empty");
-    const auto switcher = std::make_shared<TCPMatrixSwitcher>();
-    switcher->setDelegate(&registry);
-    ASSERT_TRUE(switcher->openPort("Empty"));
-    ASSERT_TRUE(runMainLoopUntil([&] { return switcher->numberOfOutputs() == 8; }));
-    EXPECT_TRUE(registry.sizes.empty());
+    const auto answerToSet = [&](std::int64_t output, std::int64_t input) {
+        switcher->switchOutputToInput(output, input);
+        return switcher->lastOutcome()->answer;
+    };
+    EXPECT_EQ(answerToSet(2, 0), Answer::answered);
+    EXPECT_EQ(answerToSet(std::numeric_limits<std::int32_t>::max(), -1), Answer::refused);
+    EXPECT_EQ(answerToSet(std::int64_t{1} << 32, 5), Answer::unusableReply);  // cut to its low 32 bits
+    EXPECT_EQ(switcher->selectedInputForOutput(kHighest), 0);
     switcher->closePort();
 }
 
