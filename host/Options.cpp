@@ -6,6 +6,7 @@
 #include <array>
 
 #include "host/Quotes.h"
+#include "platform/foundation/Joined.h"
 #include "platform/foundation/QtText.h"
 #include "platform/foundation/Text.h"
 #include "platform/threads/Moment.h"
@@ -16,23 +17,9 @@ namespace {
 
 constexpr Seconds kLongestWait = std::chrono::hours(24);
 
-struct CommandForm {
-    const char* name;
-    CommandName command;
-    qsizetype arguments;
-    const char* form;
-};
-
-constexpr std::array kCommands = {
-    CommandForm{"servers", CommandName::servers, 0, "servers"},
-    CommandForm{"attributes", CommandName::attributes, 0, "attributes"},
-    CommandForm{"possible", CommandName::possible, 1, "possible NAME"},
-    CommandForm{"get", CommandName::get, 1, "get NAME"},
-    CommandForm{"set", CommandName::set, 2, "set NAME VALUE"},
-    CommandForm{"settings", CommandName::settings, 0, "settings"},
-    CommandForm{"watch", CommandName::watch, 0, "watch"},
-    CommandForm{"workbench", CommandName::workbench, 0, "workbench"},
-};
+// The form of each command, in the order of CommandName.
+constexpr std::array<std::string_view, 8> kCommands = {"servers",        "attributes", "possible NAME", "get NAME",
+                                                       "set NAME VALUE", "settings",   "watch",         "workbench"};
 
 constexpr const char* kHelp =
     R"(velmora-host - loads the Velmora Switch plugin as an automation host does, and uses it from the command line.
@@ -100,14 +87,6 @@ Failure wrongUsage(const std::string& what) {
     return {what + "; \"velmora-host --help\" explains commands and options"};
 }
 
-std::string listedCommands() {
-    std::string text = "; the commands are: ";
-    for (const CommandForm& form : kCommands) {
-        text += (&form == kCommands.begin() ? "" : ", ") + std::string(form.form);
-    }
-    return text;
-}
-
 // None when it is no number of seconds, or one out of range.
 std::optional<std::chrono::milliseconds> waitingTime(const QString& text) {
     bool isNumber = false;
@@ -127,13 +106,16 @@ Result<QStringList> wordsOf(int argc, const char* const* argv) {
 
 // The command and its arguments, in the order of the command line.
 Result<void> takeCommand(QStringList words, Options& options) {
-    if (words.isEmpty()) return wrongUsage("no command given" + listedCommands());
+    const std::string known = "; the commands are: " + joined(kCommands);
+    if (words.isEmpty()) return wrongUsage("no command given" + known);
     const std::string name = words.takeFirst().toStdString();
-    const auto* const form =
-        std::find_if(kCommands.begin(), kCommands.end(), [&](const auto& known) { return name == known.name; });
-    if (form == kCommands.end()) return wrongUsage("there is no command " + inQuotes(name) + listedCommands());
-    if (words.size() != form->arguments) return wrongUsage("the command is " + inQuotes(form->form));
-    options.command = form->command;
+    const auto* const form = std::find_if(kCommands.begin(), kCommands.end(), [&](std::string_view each) {
+        return name == each.substr(0, each.find(' '));
+    });
+    if (form == kCommands.end()) return wrongUsage("there is no command " + inQuotes(name) + known);
+    if (words.size() != std::count(form->begin(), form->end(), ' '))
+        return wrongUsage("the command is " + inQuotes(*form));
+    options.command = static_cast<CommandName>(form - kCommands.begin());
     for (const QString& word : words) {
         options.arguments.push_back(word.toStdString());
     }

@@ -17,6 +17,11 @@
 
 namespace velmora {
 
+// The warning that belongs wherever starting the plugin with defaults is offered or done.
+inline constexpr const char* kWhatDefaultsDo =
+    "each time its device connects, also when it merely restarts or is announced anew, by whomever, all outputs are "
+    "routed to their defaults over the operator's routes";
+
 // Main thread only. Needs an application object, with or without windows.
 class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private VelmoraNodePluginStatusProtocol_Observer {
   public:

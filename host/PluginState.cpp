@@ -10,16 +10,9 @@ namespace {
 
 constexpr const char* kTypeOfSeveralValues = "MultipleValues";
 
-// Null when there is none.
-ArrayReference listInSettings(VelmoraNodePluginProtocol& plugin, std::string_view key) {
-    const DictionaryReference settings = plugin.defaultSettings();
-    const PropertyList* const value = valueForKey(settings, key);
-    return value != nullptr ? value->array() : nullptr;
-}
-
-bool hasValues(const VelmoraNodePluginProtocol& plugin, const std::string& name) {
+std::size_t numberOfValues(const VelmoraNodePluginProtocol& plugin, const std::string& name) {
     const StringList values = plugin.possibleValuesOfAttributeWithName(name);
-    return values != nullptr && !values->empty();
+    return values != nullptr ? values->size() : 0;
 }
 
 }  // namespace
@@ -31,7 +24,7 @@ Values possibleValues(const VelmoraNodePluginProtocol& plugin, const std::string
 bool attributesAreComplete(const VelmoraNodePluginProtocol& plugin) {
     const StringList names = plugin.attributeNames();
     return !names->empty() && std::all_of(names->begin(), names->end(), [&](const std::string& name) {
-        return plugin.typeOfAttributeWithName(name) != kTypeOfSeveralValues || hasValues(plugin, name);
+        return plugin.typeOfAttributeWithName(name) != kTypeOfSeveralValues || numberOfValues(plugin, name) > 0;
     });
 }
 
@@ -57,12 +50,12 @@ std::optional<std::string> selectedServer(VelmoraNodePluginProtocol& plugin) {
 }
 
 bool knowsServers(VelmoraNodePluginProtocol& plugin) {
-    return listInSettings(plugin, kAvailableDevices) != nullptr;
+    return listForKey(plugin.defaultSettings(), kAvailableDevices) != nullptr;
 }
 
 std::vector<std::string> availableServers(VelmoraNodePluginProtocol& plugin) {
     std::vector<std::string> names;
-    const ArrayReference devices = listInSettings(plugin, kAvailableDevices);
+    const ArrayReference devices = listForKey(plugin.defaultSettings(), kAvailableDevices);
     if (devices == nullptr) return names;
     for (const PropertyList& device : *devices) {
         if (auto name = device.text()) names.push_back(std::move(*name));
@@ -76,14 +69,14 @@ bool isServerAvailable(VelmoraNodePluginProtocol& plugin, const std::string& ser
 }
 
 bool hasConfiguredOutputs(VelmoraNodePluginProtocol& plugin) {
-    const ArrayReference outputs = listInSettings(plugin, kConfiguredOutputs);
+    const ArrayReference outputs = listForKey(plugin.defaultSettings(), kConfiguredOutputs);
     return outputs != nullptr && !outputs->empty();
 }
 
 std::optional<std::size_t> numberOfInputs(const VelmoraNodePluginProtocol& plugin) {
     const StringList names = plugin.attributeNames();
-    const StringList values = names->empty() ? nullptr : plugin.possibleValuesOfAttributeWithName(names->front());
-    return values != nullptr && !values->empty() ? std::optional(values->size()) : std::nullopt;
+    const std::size_t inputs = names->empty() ? 0 : numberOfValues(plugin, names->front());
+    return inputs > 0 ? std::optional(inputs) : std::nullopt;
 }
 
 }  // namespace velmora

@@ -11,7 +11,4 @@ namespace velmora {
 // then may have made it true.
 bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit);
 
-// Serves the events that are waiting now.
-void serveEventsOnce();
-
 }  // namespace velmora

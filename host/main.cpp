@@ -47,16 +47,13 @@ ExitCode unusable(const std::string& why) {
     return ExitCode::unusable;
 }
 
-// For a person at the terminal; the workbench shows them in its window.
-void complainOfSettings(const PluginHost& host, const SettingsFile& file) {
-    for (const std::string& doubt : doubtsAboutSettings(host.plugin().defaultSettings(), file.foreignEntries())) {
-        complain(doubt);
-    }
-}
-
 ExitCode runLoaded(PluginHost& host, SettingsFile& settingsFile, const Options& options) {
     if (options.command == CommandName::workbench) return runWorkbench(host, settingsFile, options);
-    complainOfSettings(host, settingsFile);
+    // For a person at the terminal; the workbench shows them in its window.
+    for (const std::string& doubt :
+         doubtsAboutSettings(host.plugin().defaultSettings(), settingsFile.foreignEntries())) {
+        complain(doubt);
+    }
     return runCommand(host, options);
 }
 

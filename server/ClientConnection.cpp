@@ -1,11 +1,12 @@
 #include "server/ClientConnection.h"
 
+#include <poll.h>
+
 #include <asio/buffer.hpp>
 #include <asio/write.hpp>
 #include <utility>
 
 #include "platform/network/SocketAddress.h"
-#include "server/FaultyReply.h"
 
 namespace velmora {
 
@@ -13,6 +14,19 @@ namespace {
 
 // Bytes that a connection keeps for its next replies; the room for a rare burst is given back.
 constexpr std::size_t kRoomKept = 4096;
+constexpr std::chrono::milliseconds kPauseBetweenSegments{50};
+// How often a connection that is not read from is asked whether the client still has it.
+constexpr std::chrono::milliseconds kEndLook{100};
+
+std::vector<std::string> segmentsOf(const Delivery& delivery) {
+    std::vector<std::string> segments;
+    const std::size_t size = delivery.pieceSize == 0 ? delivery.text.size() : delivery.pieceSize;
+    for (std::size_t at = 0; at < delivery.text.size(); at += size) {
+        segments.push_back(delivery.text.substr(at, size));
+    }
+    if (!delivery.unasked.empty()) segments.push_back(delivery.unasked);
+    return segments;
+}
 
 }  // namespace
 
@@ -23,7 +37,8 @@ ClientConnection::ClientConnection(asio::ip::tcp::socket socket, const SwitchPro
       delegate_(delegate),
       faults_(faults),
       mute_(faults != nullptr && faults->nextConnectionIsMute()),
-      count_(count) {
+      count_(count),
+      timer_(socket_.get_executor()) {
     ++count_;
 }
 
@@ -97,21 +112,66 @@ void ClientConnection::writeReplies() {
 void ClientConnection::repliesWritten() {
     replies_.clear();
     if (replies_.capacity() > kRoomKept) replies_.shrink_to_fit();
-    if (faultyReply_) return sendFaultyReply();
+    if (faultyReply_) return beginFaultyReply();
     readNext();
 }
 
-void ClientConnection::sendFaultyReply() {
-    const auto self = shared_from_this();
-    const auto sending = [self](std::string_view segment) {
-        if (segment.ends_with("\r\n")) segment.remove_suffix(2);
-        if (self->delegate_) self->delegate_->serverDidAnswerLine(self->name_, segment);
-    };
-    const auto done = [self] {
-        self->faultyReply_.reset();
-        self->answer();
-    };
-    std::make_shared<FaultyReply>(socket_, *faultyReply_, sending, done)->start();
+void ClientConnection::beginFaultyReply() {
+    segments_ = segmentsOf(*faultyReply_);
+    nextSegment_ = 0;
+    wait(faultyReply_->delay, &ClientConnection::sendNextSegment);
+}
+
+void ClientConnection::sendNextSegment() {
+    if (nextSegment_ == segments_.size()) return endFaultyReply();
+    const std::string& segment = segments_[nextSegment_++];
+    const std::string_view line(segment.data(), segment.size() - (segment.ends_with("\r\n") ? 2 : 0));
+    if (delegate_) delegate_->serverDidAnswerLine(name_, line);
+    asio::async_write(socket_, asio::buffer(segment),
+                      [self = shared_from_this()](asio::error_code failure, std::size_t) {
+                          if (failure) return;
+                          // A pause follows the last of several, too: what comes next is not one of them.
+                          if (self->segments_.size() == 1) return self->endFaultyReply();
+                          self->wait(kPauseBetweenSegments, &ClientConnection::sendNextSegment);
+                      });
+}
+
+void ClientConnection::endFaultyReply() {
+    asio::error_code failure;
+    switch (faultyReply_->after) {
+        case Delivery::After::serve:
+            faultyReply_.reset();
+            return answer();
+        case Delivery::After::close:
+            // In order, whatever the client still sends: closing at once would answer that with a reset.
+            socket_.shutdown(asio::ip::tcp::socket::shutdown_send, failure);
+            return discardUntilTheEnd();
+        case Delivery::After::reset:
+            socket_.set_option(asio::socket_base::linger(true, 0), failure);
+            socket_.close(failure);
+            return;
+        case Delivery::After::stopReading:
+            return holdUntilTheEnd();
+    }
+}
+
+void ClientConnection::discardUntilTheEnd() {
+    socket_.async_read_some(asio::buffer(incoming_),
+                            [self = shared_from_this()](asio::error_code failure, std::size_t) {
+                                if (!failure) self->discardUntilTheEnd();
+                            });
+}
+
+void ClientConnection::holdUntilTheEnd() {
+    pollfd end{socket_.native_handle(), POLLRDHUP, 0};
+    if (::poll(&end, 1, 0) == 0) wait(kEndLook, &ClientConnection::holdUntilTheEnd);
+}
+
+void ClientConnection::wait(std::chrono::milliseconds time, void (ClientConnection::*next)()) {
+    timer_.expires_after(time);
+    timer_.async_wait([self = shared_from_this(), next](asio::error_code failure) {
+        if (!failure) (*self.*next)();
+    });
 }
 
 }  // namespace velmora

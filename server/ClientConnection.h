@@ -3,12 +3,15 @@
 
 #include <array>
 #include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "server/FaultPlan.h"
 #include "server/LineReader.h"
@@ -37,7 +40,13 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
     bool commitFault(std::string_view line, std::string_view reply);
     void writeReplies();
     void repliesWritten();
-    void sendFaultyReply();
+    // A reply on its way out as a fault wants it: segment after segment, then what the connection does after it.
+    void beginFaultyReply();
+    void sendNextSegment();
+    void endFaultyReply();
+    void discardUntilTheEnd();
+    void holdUntilTheEnd();
+    void wait(std::chrono::milliseconds time, void (ClientConnection::*next)());
 
     asio::ip::tcp::socket socket_;
     const SwitchProtocol& protocol_;
@@ -50,7 +59,10 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
     std::array<char, 2048> incoming_;
     std::string_view unanswered_;          // the rest of the incoming bytes
     std::optional<Delivery> faultyReply_;  // goes out after the replies, and before the next line is read
-    std::string replies_;                  // as much as the lines of one read ask for
+    std::vector<std::string> segments_;    // of the faulty reply
+    std::size_t nextSegment_ = 0;
+    std::string replies_;  // as much as the lines of one read ask for
+    asio::steady_timer timer_;
 };
 
 }  // namespace velmora

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <utility>
 
+#include "platform/foundation/Joined.h"
 #include "platform/foundation/Text.h"
 
 namespace velmora {
@@ -50,17 +51,6 @@ void replaceNumbers(Delivery& delivery, Replace replace) {
     delivery.text = changed;
 }
 
-template <Delivery::After after>
-void endBy(Delivery& delivery, const Fault&) {
-    delivery.after = after;
-}
-
-template <Delivery::After after>
-void endUnansweredBy(Delivery& delivery, const Fault&) {
-    delivery.text.clear();
-    delivery.after = after;
-}
-
 using After = Delivery::After;
 using Level = FaultVerb::Level;
 constexpr int kLargest = 16 * 1024 * 1024;
@@ -101,16 +91,24 @@ constexpr FaultVerb kVerbs[] = {
          replaceNumbers(delivery, [](const std::string& number) { return "-" + number; });
      }},
     {"close-before", "", "", 0, "The connection is closed instead of a reply.", Level::reply,
-     endUnansweredBy<After::close>},
-    {"close-during", "", "", 0, "The connection is closed behind half of the reply.", Level::reply,
+     [](Delivery& delivery, const Fault&) {
+         delivery.text.clear();
+         delivery.after = After::close;
+     }},
+    {"close-during", "", "", 0, "The connection is closed after half of the reply.", Level::reply,
      [](Delivery& delivery, const Fault&) {
          delivery.text.resize(body(delivery).size() / 2);
          delivery.after = After::close;
      }},
-    {"close-after", "", "", 0, "The connection is closed after the reply.", Level::reply, endBy<After::close>},
-    {"reset", "", "", 0, "The connection is reset instead of a reply.", Level::reply, endUnansweredBy<After::reset>},
+    {"close-after", "", "", 0, "The connection is closed after the reply.", Level::reply,
+     [](Delivery& delivery, const Fault&) { delivery.after = After::close; }},
+    {"reset", "", "", 0, "The connection is reset instead of a reply.", Level::reply,
+     [](Delivery& delivery, const Fault&) {
+         delivery.text.clear();
+         delivery.after = After::reset;
+     }},
     {"stop-reading", "", "", 0, "After the reply nothing more is read from the client.", Level::reply,
-     endBy<After::stopReading>},
+     [](Delivery& delivery, const Fault&) { delivery.after = After::stopReading; }},
     {"mute", "", "", 0, "The connection is accepted, and nothing is ever said on it.", Level::connection, nullptr},
     {"no-accept", "", "", 0, "The connection and all after it are never accepted.", Level::listener, nullptr},
 };
@@ -131,15 +129,6 @@ std::optional<std::string> takeAfter(char separator, std::string_view& text) {
     return taken;
 }
 
-template <typename List, typename Name>
-std::string joined(const List& list, Name name) {
-    std::string names;
-    for (const auto& item : list) {
-        names.append(names.empty() ? "" : ", ").append(name(item));
-    }
-    return names;
-}
-
 std::string_view commandOf(std::string_view line) {
     return line.substr(0, line.find(' '));
 }
@@ -152,8 +141,7 @@ Result<Fault> parseFault(std::string_view text) {
     const std::string_view name = text.substr(0, text.find('='));
     const auto verb = std::ranges::find(kVerbs, name, &FaultVerb::name);
     if (verb == std::end(kVerbs)) {
-        return Failure{stringWithFormat("\"%@\" is not a fault; there are %@", name,
-                                        joined(kVerbs, [](const FaultVerb& each) { return each.name; }))};
+        return Failure{stringWithFormat("\"%@\" is not a fault; there are %@", name, joined(kVerbs, &FaultVerb::name))};
     }
     Fault fault{verb, verb->standard, 0, command.value_or(""), 0};
     const bool given = name.size() < text.size();
@@ -171,8 +159,7 @@ Result<Fault> parseFault(std::string_view text) {
         return Failure{stringWithFormat("%@ concerns a whole connection, not a command", name)};
     }
     if (command && std::ranges::find(kCommands, *command) == std::end(kCommands)) {
-        return Failure{stringWithFormat("\"%@\" is not a command; there are %@", *command,
-                                        joined(kCommands, [](std::string_view each) { return each; }))};
+        return Failure{stringWithFormat("\"%@\" is not a command; there are %@", *command, joined(kCommands))};
     }
     if (occasion) {
         const auto value = parsedNumber(*occasion, 1'000'000'000);
@@ -220,20 +207,17 @@ std::optional<Delivery> FaultPlan::delivery(std::string_view line, std::string_v
 bool FaultPlan::nextConnectionIsMute() {
     MutexLock lock(mutex_);
     ++connections_;
-    for (const auto& [fault, met] : entries_) {
-        if (fault.verb->level == Level::connection && (fault.occasion == 0 || fault.occasion == connections_)) {
-            return true;
-        }
-    }
-    return false;
+    return std::ranges::any_of(entries_, [occasion = connections_](const Entry& entry) {
+        const Fault& fault = entry.fault;
+        return fault.verb->level == Level::connection && (fault.occasion == 0 || fault.occasion == occasion);
+    });
 }
 
 bool FaultPlan::acceptingIsHeld() const {
     MutexLock lock(mutex_);
-    for (const auto& [fault, met] : entries_) {
-        if (fault.verb->level == Level::listener && connections_ + 1 >= fault.occasion) return true;
-    }
-    return false;
+    return std::ranges::any_of(entries_, [next = connections_ + 1](const Entry& entry) {
+        return entry.fault.verb->level == Level::listener && next >= entry.fault.occasion;
+    });
 }
 
 }  // namespace velmora

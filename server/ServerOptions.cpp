@@ -40,59 +40,38 @@ Several faults of one line are combined. What a line asks for is done all the
 same.
 )";
 
-struct Texts {
-    const char* name;
-    const char* help;
-    const char* value;
-    const char* standard;
-};
-
-// An option without a value name is a switch.
-constexpr Texts kName{"name", "Announce the server under this name, 1 to 63 bytes long.", "TEXT", "Virtual Matrix"};
-constexpr Texts kInputs{"inputs", "Number of inputs, 1 to 65536.", "N", "16"};
-constexpr Texts kOutputs{"outputs", "Number of outputs, 1 to 65536.", "N", "8"};
-constexpr Texts kPort{"port", "TCP port to listen on, up to 65535; 0 takes any free one.", "N", "0"};
-constexpr Texts kAddress{
-    "address",
-    "IPv4 or IPv6 address to listen on. Without it the addresses that each --interface has at the start, or 127.0.0.1 "
-    "and ::1, which are reached from this machine only. 0.0.0.0 or :: is reached from "
-    "everywhere, also when addresses change; then announce it with --interface too.",
-    "ADDR", ""};
-constexpr Texts kInterface{
-    "interface",
-    "Network interface to announce the server on, and to listen on unless --address says otherwise, for example eth0. "
-    "May be given several times.",
-    "NAME", "lo"};
-constexpr Texts kNoAnnounce{"no-announce", "Do not announce the server; clients have to know its address and port.", "",
-                            ""};
-constexpr Texts kLabels{
-    "labels",
-    "JSON file with the lists \"inputs\" and \"outputs\" of labels, the first for number 1. Inputs and outputs "
-    "without a label there are called \"Input N\" and \"Output N\". Control characters become blanks. These labels "
-    "take precedence over those of a state file.",
-    "FILE", ""};
-constexpr Texts kState{
-    "state",
-    "Keep routes and labels in this JSON file across restarts. It is made if it is missing, and replaced as a whole "
-    "soon after each change; a write that fails is tried again. A damaged file is refused and left as it is, and so is "
-    "one that another server has in use.",
-    "FILE", ""};
-constexpr Texts kVerbose{"verbose", "Print each line that comes in (<) and goes out (>), with the client's address.",
-                         "", ""};
-
-constexpr Texts kFault{"fault",
-                       "Misbehave towards clients, as listed above; for example silence@SET#3. May be given "
-                       "several times.",
-                       "VERB[=ARG][@COMMAND][#N]", ""};
-
-constexpr Texts kHelp{"help", "Show this help.", "", ""};
-constexpr Texts kVersion{"version", "Show the version.", "", ""};
-constexpr Texts kAllOptions[] = {kName,   kInputs, kOutputs, kPort,  kAddress, kInterface, kNoAnnounce,
-                                 kLabels, kState,  kVerbose, kFault, kHelp,    kVersion};
-
-QCommandLineOption option(const Texts& texts) {
-    const std::string standard = *texts.standard == 0 ? "" : stringWithFormat(" Default: %@.", texts.standard);
-    return QCommandLineOption(texts.name, QString::fromStdString(texts.help + standard), texts.value, texts.standard);
+QList<QCommandLineOption> allOptions() {
+    return {
+        {"name", "Announce the server under this name, 1 to 63 bytes long.", "TEXT", "Virtual Matrix"},
+        {"inputs", "Number of inputs, 1 to 65536.", "N", "16"},
+        {"outputs", "Number of outputs, 1 to 65536.", "N", "8"},
+        {"port", "TCP port to listen on, up to 65535; 0 takes any free one.", "N", "0"},
+        {"address",
+         "IPv4 or IPv6 address to listen on. Without it the addresses that each --interface has at the start, or "
+         "127.0.0.1 and ::1, which are reached from this machine only. 0.0.0.0 or :: is reached from everywhere, also "
+         "when addresses change; then announce it with --interface too.",
+         "ADDR"},
+        {"interface",
+         "Network interface to announce the server on, and to listen on unless --address says otherwise, for example "
+         "eth0. May be given several times.",
+         "NAME", "lo"},
+        {"no-announce", "Do not announce the server; clients have to know its address and port."},
+        {"labels",
+         "JSON file with the lists \"inputs\" and \"outputs\" of labels, the first for number 1. Inputs and outputs "
+         "without a label there are called \"Input N\" and \"Output N\". Control characters become blanks. These "
+         "labels take precedence over those of a state file.",
+         "FILE"},
+        {"state",
+         "Keep routes and labels in this JSON file across restarts. It is made if it is missing, and replaced as a "
+         "whole soon after each change; a write that fails is tried again. A damaged file is refused and left as it "
+         "is, and so is one that another server has in use.",
+         "FILE"},
+        {"verbose", "Print each line that comes in (<) and goes out (>), with the client's address."},
+        {"fault", "Misbehave towards clients, as listed above; for example silence@SET#3. May be given several times.",
+         "VERB[=ARG][@COMMAND][#N]"},
+        {"help", "Show this help."},
+        {"version", "Show the version."},
+    };
 }
 
 // The values of the options. Of those that cannot be used, the first is remembered.
@@ -102,21 +81,21 @@ class Values {
 
     const std::optional<Failure>& failure() const { return failure_; }
 
-    bool isSet(const Texts& texts) const { return parser_.isSet(texts.name); }
-    std::string text(const Texts& texts) const { return parser_.value(texts.name).toStdString(); }
+    bool isSet(const char* name) const { return parser_.isSet(name); }
+    std::string text(const char* name) const { return parser_.value(name).toStdString(); }
 
-    int number(const Texts& texts, int least, int most) {
-        const std::string value = text(texts);
+    int number(const char* name, int least, int most) {
+        const std::string value = text(name);
         int parsed = 0;
         const auto [end, failure] = std::from_chars(value.data(), value.data() + value.size(), parsed);
         if (failure != std::errc() || end != value.data() + value.size() || parsed < least || parsed > most) {
-            refuse(stringWithFormat("--%@ takes a number from %i to %i, not \"%@\"", texts.name, least, most, value));
+            refuse(stringWithFormat("--%@ takes a number from %i to %i, not \"%@\"", name, least, most, value));
         }
         return parsed;
     }
 
     std::string serviceName() {
-        const std::string name = text(kName);
+        const std::string name = text("name");
         if (name.empty() || name.size() > kLongestServiceName) {
             refuse(stringWithFormat("--name takes 1 to %li bytes; this one has %li", kLongestServiceName, name.size()));
         }
@@ -124,8 +103,8 @@ class Values {
     }
 
     std::string address() {
-        if (!isSet(kAddress)) return {};
-        const std::string address = text(kAddress);
+        if (!isSet("address")) return {};
+        const std::string address = text("address");
         unsigned char bytes[sizeof(in6_addr)];
         if (inet_pton(AF_INET, address.c_str(), bytes) != 1 && inet_pton(AF_INET6, address.c_str(), bytes) != 1) {
             refuse(stringWithFormat("--address takes an IPv4 or IPv6 address such as 127.0.0.1, not \"%@\"", address));
@@ -135,7 +114,7 @@ class Values {
 
     std::vector<std::string> interfaces() {
         std::vector<std::string> names;
-        for (const QString& value : parser_.values(kInterface.name)) {
+        for (const QString& value : parser_.values("interface")) {
             names.push_back(value.toStdString());
             if (if_nametoindex(names.back().c_str()) == 0) {
                 refuse(stringWithFormat("there is no network interface \"%@\"; this machine has %@", names.back(),
@@ -147,7 +126,7 @@ class Values {
 
     std::vector<Fault> faults() {
         std::vector<Fault> faults;
-        for (const QString& value : parser_.values(kFault.name)) {
+        for (const QString& value : parser_.values("fault")) {
             const std::string text = value.toStdString();
             const Result<Fault> fault = parseFault(text);
             if (fault) {
@@ -159,9 +138,9 @@ class Values {
         return faults;
     }
 
-    std::string file(const Texts& texts) {
-        if (isSet(texts) && text(texts).empty()) refuse(stringWithFormat("--%@ needs the name of a file", texts.name));
-        return text(texts);
+    std::string file(const char* name) {
+        if (isSet(name) && text(name).empty()) refuse(stringWithFormat("--%@ needs the name of a file", name));
+        return text(name);
     }
 
   private:
@@ -187,16 +166,16 @@ Result<ServerOptions> readOptions(const QCommandLineParser& parser) {
     Values values(parser);
     ServerOptions options;
     options.name = values.serviceName();
-    options.inputs = values.number(kInputs, 1, VirtualMatrix::kMaximumSize);
-    options.outputs = values.number(kOutputs, 1, VirtualMatrix::kMaximumSize);
-    options.port = static_cast<std::uint16_t>(values.number(kPort, 0, 65535));
+    options.inputs = values.number("inputs", 1, VirtualMatrix::kMaximumSize);
+    options.outputs = values.number("outputs", 1, VirtualMatrix::kMaximumSize);
+    options.port = static_cast<std::uint16_t>(values.number("port", 0, 65535));
     options.address = values.address();
-    options.announce = !values.isSet(kNoAnnounce);
+    options.announce = !values.isSet("no-announce");
     if (options.announce) options.interfaces = values.interfaces();
-    options.interfacesAreChosen = options.announce && values.isSet(kInterface);
-    options.labelsFile = values.file(kLabels);
-    options.stateFile = values.file(kState);
-    options.verbose = values.isSet(kVerbose);
+    options.interfacesAreChosen = options.announce && values.isSet("interface");
+    options.labelsFile = values.file("labels");
+    options.stateFile = values.file("state");
+    options.verbose = values.isSet("verbose");
     options.faults = values.faults();
     if (values.failure()) return *values.failure();
     return options;
@@ -213,12 +192,15 @@ ServerOptions withInformation(const QString& text) {
 Result<ServerOptions> parseServerOptions(const QStringList& arguments) {
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromStdString(kDescription + faultHelp() + kFaultUse));
-    for (const Texts& texts : kAllOptions) {
-        parser.addOption(option(texts));
+    for (QCommandLineOption option : allOptions()) {
+        if (const QStringList standard = option.defaultValues(); !standard.isEmpty()) {
+            option.setDescription(option.description() + " Default: " + standard.first() + ".");
+        }
+        parser.addOption(option);
     }
     if (!parser.parse(arguments)) return Failure{parser.errorText().toStdString()};
-    if (parser.isSet(kHelp.name)) return withInformation(parser.helpText());
-    if (parser.isSet(kVersion.name)) {
+    if (parser.isSet("help")) return withInformation(parser.helpText());
+    if (parser.isSet("version")) {
         return withInformation(QCoreApplication::applicationName() + ' ' + QCoreApplication::applicationVersion() +
                                '\n');
     }

@@ -9,18 +9,20 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "platform/foundation/Joined.h"
 #include "platform/foundation/Result.h"
 #include "platform/foundation/Text.h"
+#include "platform/network/NSNetService.h"
 #include "platform/network/NSNetServiceBrowser.h"
 #include "platform/threads/Interruption.h"
 #include "platform/threads/Moment.h"
-#include "server/Announcement.h"
 #include "server/InterfaceAddresses.h"
 #include "server/MatrixFile.h"
 #include "server/OutputQueue.h"
@@ -37,16 +39,8 @@ constexpr const char* kProgramPrefix = "velmora-switch-server: ";
 // A new IPv6 address has this long to become one that can be listened on.
 constexpr Seconds kNewAddressTime{3};
 
-std::string joined(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& name : names) {
-        text += (text.empty() ? "" : ", ") + name;
-    }
-    return text;
-}
-
 // What runs between the command line and the end.
-class Program final : public SwitchServerDelegate {
+class Program final : public SwitchServerDelegate, private NSNetServiceDelegate {
   public:
     explicit Program(const ServerOptions& options)
         : options_(options),
@@ -68,6 +62,15 @@ class Program final : public SwitchServerDelegate {
     }
 
   private:
+    void netServiceDidResolveAddress(NSNetService&) override {}
+    void netServiceDidPublish(NSNetService& service) override {
+        output_.add("announced as \"" + service.name() + "\"");
+    }
+    void netServiceDidNotPublish(NSNetService&, const std::string& reason) override {
+        complain("not announced: " + reason + ". Clients that know its address still reach " + server_.endpoint() +
+                 ".");
+    }
+
     // Any thread; does not wait for a terminal that has been stopped.
     void complain(const std::string& what) { complaints_.add(kProgramPrefix + what); }
 
@@ -88,7 +91,7 @@ class Program final : public SwitchServerDelegate {
     std::optional<StateKeeper> keeper_;
     FaultPlan faults_;
     SwitchServer server_;
-    std::optional<Announcement> announcement_;
+    std::shared_ptr<NSNetService> service_;  // announced while it is there
 };
 
 bool Program::takeState() {
@@ -182,13 +185,9 @@ void Program::complainOfUnreachedInterfaces() {
 void Program::announce() {
     complainOfUnreachedInterfaces();
     limitNetServicesToInterfaces(options_.interfaces);
-    announcement_.emplace(
-        options_.name, server_.port(),
-        [this](const std::string& name) { output_.add("announced as \"" + name + "\""); },
-        [this](const std::string& reason) {
-            complain("not announced: " + reason + ". Clients that know its address still reach " + server_.endpoint() +
-                     ".");
-        });
+    service_ = std::make_shared<NSNetService>("", "_matrixswitcher._tcp.", options_.name, server_.port());
+    service_->setDelegate(this);
+    service_->publish();
 }
 
 ServerExitCode Program::run() {
@@ -200,7 +199,7 @@ ServerExitCode Program::run() {
     output_.add("listening on " + server_.endpoint());
     if (options_.announce) announce();
     QCoreApplication::exec();
-    announcement_.reset();
+    service_ = nullptr;
     server_.stop();
     if (!keeper_) return ServerExitCode::done;
     const auto kept = keeper_->stop();

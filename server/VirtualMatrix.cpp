@@ -18,12 +18,16 @@ std::vector<std::string> numberedLabels(const char* kind, int count) {
     return labels;
 }
 
-bool contains(const auto& list, int number) {
-    return number >= 1 && static_cast<std::size_t>(number) <= list.size();
+// Null for a number that the list does not have.
+auto* itemOf(auto& list, int number) {
+    const bool isItem = number >= 1 && static_cast<std::size_t>(number) <= list.size();
+    return isItem ? &list[static_cast<std::size_t>(number - 1)] : nullptr;
 }
 
-std::size_t indexOf(int number) {
-    return static_cast<std::size_t>(number - 1);
+bool appendLabel(const std::vector<std::string>& labels, int number, std::string& text) {
+    const std::string* const label = itemOf(labels, number);
+    if (label != nullptr) text += *label;
+    return label != nullptr;
 }
 
 // Control characters are the bytes below 0x20, 0x7F, and U+0080 to U+009F, which are 0xC2 and a byte from 0x80 to 0x9F.
@@ -69,17 +73,17 @@ VirtualMatrix::VirtualMatrix(int inputs, int outputs)
 
 std::optional<int> VirtualMatrix::routedInput(int output) const {
     MutexLock lock(mutex_);
-    if (!contains(contents_.routes, output)) return std::nullopt;
-    return contents_.routes[indexOf(output)];
+    const int* const input = itemOf(contents_.routes, output);
+    return input != nullptr ? std::optional(*input) : std::nullopt;
 }
 
 bool VirtualMatrix::route(int output, int input) {
     {
         MutexLock lock(mutex_);
-        if (!contains(contents_.routes, output) || !contains(contents_.inputLabels, input)) return false;
-        int& routed = contents_.routes[indexOf(output)];
-        if (routed == input) return true;
-        routed = input;
+        int* const routed = itemOf(contents_.routes, output);
+        if (routed == nullptr || itemOf(contents_.inputLabels, input) == nullptr) return false;
+        if (*routed == input) return true;
+        *routed = input;
     }
     notifyChange();
     return true;
@@ -87,16 +91,12 @@ bool VirtualMatrix::route(int output, int input) {
 
 bool VirtualMatrix::appendInputLabel(int input, std::string& text) const {
     MutexLock lock(mutex_);
-    if (!contains(contents_.inputLabels, input)) return false;
-    text += contents_.inputLabels[indexOf(input)];
-    return true;
+    return appendLabel(contents_.inputLabels, input, text);
 }
 
 bool VirtualMatrix::appendOutputLabel(int output, std::string& text) const {
     MutexLock lock(mutex_);
-    if (!contains(contents_.outputLabels, output)) return false;
-    text += contents_.outputLabels[indexOf(output)];
-    return true;
+    return appendLabel(contents_.outputLabels, output, text);
 }
 
 Result<void> VirtualMatrix::apply(MatrixContents contents) {

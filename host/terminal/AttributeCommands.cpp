@@ -1,12 +1,13 @@
 #include "host/terminal/AttributeCommands.h"
 
+#include <QCoreApplication>
 #include <QJsonArray>
+#include <utility>
 
 #include "host/Attempt.h"
 #include "host/Console.h"
 #include "host/PluginState.h"
 #include "host/Quotes.h"
-#include "host/Waiting.h"
 #include "host/terminal/Json.h"
 #include "host/terminal/TextTable.h"
 
@@ -35,7 +36,8 @@ ExitCode AttributeCommands::attributes() {
         return code;
     }
     QJsonArray records;
-    TextTable table({"NAME", "DISPLAY NAME", "DIRECTION", "TYPE", "DEFAULT", "CURRENT", "POSSIBLE"});
+    std::vector<std::vector<std::string>> table = {
+        {"NAME", "DISPLAY NAME", "DIRECTION", "TYPE", "DEFAULT", "CURRENT", "POSSIBLE"}};
     bool isWhole = true;
     const StringList names = plugin.attributeNames();  // the plugin need not keep it
     for (const std::string& name : *names) {
@@ -45,16 +47,16 @@ ExitCode AttributeCommands::attributes() {
             records.append(record(name, current));
             continue;
         }
-        table.addRow({name, plugin.displayNameOfAttributeWithName(name).value_or(""),
-                      plugin.directionOfAttributeWithName(name).value_or(""),
-                      plugin.typeOfAttributeWithName(name).value_or(""),
-                      plugin.defaultValueOfAttributeWithName(name).value_or(""), current.value.value_or("not known"),
-                      std::to_string(possibleValues(plugin, name).settable()->size())});
+        table.push_back({name, plugin.displayNameOfAttributeWithName(name).value_or(""),
+                         plugin.directionOfAttributeWithName(name).value_or(""),
+                         plugin.typeOfAttributeWithName(name).value_or(""),
+                         plugin.defaultValueOfAttributeWithName(name).value_or(""), current.value.value_or("not known"),
+                         std::to_string(possibleValues(plugin, name).settable()->size())});
     }
     if (options_.json) {
         printJson(summary(plugin, records));
     } else {
-        printText(table.text());
+        printText(textTable(std::move(table)));
     }
     return isWhole ? ExitCode::done : withoutAnswer();
 }
@@ -163,7 +165,7 @@ ExitCode AttributeCommands::withoutAnswer() const {
 AttributeCommands::Current AttributeCommands::currentValue(const std::string& name) {
     const Attempt attempt(host_);
     const std::string value = host_.plugin().currentValueOfAttributeWithName(name);
-    serveEventsOnce();  // the connection's end may follow at once on what looked like a reply
+    QCoreApplication::processEvents();  // the connection's end may follow at once on what looked like a reply
     const auto isAnswered = attempt.isAnswered();
     if (!value.empty() && isAnswered.value_or(true)) return {value, isAnswered};
     ranOutOfTime_ = ranOutOfTime_ || attempt.ranOutOfTime();

@@ -4,26 +4,14 @@
 #include <algorithm>
 
 #include "host/Console.h"
-#include "host/DefaultRoutes.h"
 #include "host/PluginState.h"
 #include "host/Quotes.h"
 #include "host/SettingsCheck.h"
 #include "host/Waiting.h"
+#include "platform/foundation/Joined.h"
 #include "platform/threads/Moment.h"
 
 namespace velmora {
-
-namespace {
-
-std::string listed(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& name : names) {
-        text += (text.empty() ? "" : ", ") + inQuotes(name);
-    }
-    return text;
-}
-
-}  // namespace
 
 std::string secondsText(std::chrono::milliseconds time) {
     return QString::number(Seconds(time).count()).toStdString() + " s";
@@ -66,7 +54,8 @@ ExitCode Preparation::waitForAttribute(const std::string& name) {
     if (const ExitCode code = waitForAttributes(); code != ExitCode::done) return code;
     const StringList names = host_.plugin().attributeNames();
     if (std::find(names->begin(), names->end(), name) != names->end()) return ExitCode::done;
-    complain("the plugin has no attribute " + inQuotes(name) + (names->empty() ? "" : "; it has: " + listed(*names)));
+    complain("the plugin has no attribute " + inQuotes(name) +
+             (names->empty() ? "" : "; it has: " + joined(*names, inQuotes)));
     return ExitCode::refused;
 }
 
@@ -88,7 +77,7 @@ void Preparation::complainOfMissingAttributes() const {
     }
     const auto others = availableServers(host_.plugin());
     complain("the switch server " + inQuotes(*server) + " was not found" + within +
-             (others.empty() ? "; nor was any other" : "; found were: " + listed(others)) +
+             (others.empty() ? "; nor was any other" : "; found were: " + joined(others, inQuotes)) +
              "; check the name in the settings (\"selectedDeviceName\"), and that the server runs and is announced on "
              "a network interface that is searched (--interface), or wait longer (--wait)");
 }

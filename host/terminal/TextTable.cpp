@@ -1,8 +1,8 @@
 #include "host/terminal/TextTable.h"
 
+#include <algorithm>
 #include <clocale>
 #include <cwchar>
-#include <utility>
 
 #include "platform/foundation/QtText.h"
 #include "platform/foundation/Text.h"
@@ -29,26 +29,16 @@ std::size_t displayWidth(std::string_view text) {
     return width;
 }
 
-TextTable::TextTable(std::vector<std::string> titles) {
-    rows_.push_back(std::move(titles));
-}
-
-void TextTable::addRow(std::vector<std::string> cells) {
-    for (std::string& cell : cells) {
-        cell = stringByEscapingControlCharacters(cell);
-    }
-    rows_.push_back(std::move(cells));
-}
-
-std::string TextTable::text() const {
-    std::vector<std::size_t> widths(rows_.front().size(), 0);
-    for (const auto& row : rows_) {
+std::string textTable(std::vector<std::vector<std::string>> rows) {
+    std::vector<std::size_t> widths(rows.front().size(), 0);
+    for (auto& row : rows) {
         for (std::size_t column = 0; column < row.size(); ++column) {
+            row[column] = stringByEscapingControlCharacters(row[column]);
             widths[column] = std::max(widths[column], displayWidth(row[column]));
         }
     }
     std::string text;
-    for (const auto& row : rows_) {
+    for (const auto& row : rows) {
         std::string line;
         for (std::size_t column = 0; column < row.size(); ++column) {
             line += row[column] + std::string(widths[column] - displayWidth(row[column]) + kGap, ' ');

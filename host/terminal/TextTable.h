@@ -12,16 +12,8 @@ namespace velmora {
 // East Asian character or a pictograph.
 std::size_t displayWidth(std::string_view text);
 
-class TextTable {
-  public:
-    explicit TextTable(std::vector<std::string> titles);
-    // As many cells as there are titles. Control characters are made visible.
-    void addRow(std::vector<std::string> cells);
-    // One line for the titles and one for each row, without blanks at their ends.
-    std::string text() const;
-
-  private:
-    std::vector<std::vector<std::string>> rows_;
-};
+// One line for each row, without blanks at its end. As many cells in each row as in the first; control characters are
+// made visible.
+std::string textTable(std::vector<std::vector<std::string>> rows);
 
 }  // namespace velmora

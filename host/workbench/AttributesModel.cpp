@@ -43,29 +43,17 @@ void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin) {
     }
 }
 
-void AttributesModel::setCurrentValue(const std::string& name, const std::string& value) {
-    storeCurrentValue(name, value, false);
-}
-
-void AttributesModel::setCurrentValueUnknown(const std::string& name) {
-    storeCurrentValue(name, std::nullopt, false);
-}
-
-void AttributesModel::setCurrentValueUnread(const std::string& name) {
-    storeCurrentValue(name, std::nullopt, true);
-}
-
-void AttributesModel::storeCurrentValue(const std::string& name, std::optional<std::string> value, bool isUnread) {
+void AttributesModel::setCurrentValue(const std::string& name, const std::optional<std::string>& value, bool isUnread) {
     const auto row = std::find_if(rows_.begin(), rows_.end(), [&](const Row& one) { return one.name == name; });
     if (row == rows_.end() || (row->currentValue == value && row->isUnread == isUnread)) return;
-    row->currentValue = std::move(value);
+    row->currentValue = value;
     row->isUnread = isUnread;
     const QModelIndex cell = index(static_cast<int>(row - rows_.begin()), currentColumn);
     emit dataChanged(cell, cell);
 }
 
-std::vector<std::string> AttributesModel::names() const {
-    std::vector<std::string> names;
+std::deque<std::string> AttributesModel::names() const {
+    std::deque<std::string> names;
     for (const Row& row : rows_) {
         names.push_back(row.name);
     }

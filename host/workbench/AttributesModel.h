@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <deque>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,13 +19,10 @@ class AttributesModel final : public QAbstractTableModel {
 
     // Takes over what the plugin's look-ups say now. Attributes that are still there keep their current values.
     void reload(const VelmoraNodePluginProtocol& plugin);
-    void setCurrentValue(const std::string& name, const std::string& value);
-    // It was asked for without a proper answer, or the answer no longer holds.
-    void setCurrentValueUnknown(const std::string& name);
-    // Nobody has asked for it.
-    void setCurrentValueUnread(const std::string& name);
+    // None: it was asked for without a proper answer, or the answer no longer holds; unread: nobody has asked for it.
+    void setCurrentValue(const std::string& name, const std::optional<std::string>& value, bool isUnread = false);
 
-    std::vector<std::string> names() const;
+    std::deque<std::string> names() const;
     bool isPossible(const std::string& name, const std::string& value) const;
     const std::string& nameAtRow(int row) const { return rowAt(row).name; }
     // The values that can be chosen in that row.
@@ -53,7 +51,6 @@ class AttributesModel final : public QAbstractTableModel {
     };
     const Row& rowAt(int row) const { return rows_[static_cast<std::size_t>(row)]; }
     bool isCell(const QModelIndex& index) const;
-    void storeCurrentValue(const std::string& name, std::optional<std::string> value, bool isUnread);
     // As the plugin gave it, and as it is shown.
     std::string text(const QModelIndex& index) const;
     std::string shown(const QModelIndex& index) const;

@@ -1,5 +1,6 @@
 #include "host/workbench/LogFeed.h"
 
+#include <QTime>
 #include <utility>
 
 #include "platform/threads/MainThread.h"
@@ -9,11 +10,11 @@ namespace velmora {
 
 struct LogFeed::Queue {
     Mutex mutex;
-    std::deque<Line> lines GUARDED_BY(mutex);
-    std::function<void(const std::deque<Line>&)> receive;  // main thread only
+    Lines lines GUARDED_BY(mutex);
+    std::function<void(const Lines&)> receive;  // main thread only
 
     void deliver() {
-        std::deque<Line> arrived;
+        Lines arrived;
         {
             MutexLock lock(mutex);
             arrived.swap(lines);
@@ -24,13 +25,13 @@ struct LogFeed::Queue {
     // Whether a delivery has to be arranged.
     bool push(const std::string& text) {
         MutexLock lock(mutex);
-        lines.push_back({QTime::currentTime(), text});
+        lines.push_back(QTime::currentTime().toString("HH:mm:ss ").toStdString() + text);
         if (lines.size() > kWaitingLines) lines.pop_front();
         return lines.size() == 1;
     }
 };
 
-LogFeed::LogFeed(std::function<void(const std::deque<Line>&)> receive)
+LogFeed::LogFeed(std::function<void(const Lines&)> receive)
     : queue_(std::make_shared<Queue>()), observation_([weak = std::weak_ptr<Queue>(queue_)](const std::string& text) {
           const auto queue = weak.lock();
           if (queue == nullptr || !queue->push(text)) return;

@@ -1,7 +1,6 @@
 // The log's lines on their way from the threads that write them to the main thread.
 #pragma once
 
-#include <QTime>
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -16,13 +15,11 @@ namespace velmora {
 class LogFeed {
   public:
     static constexpr std::size_t kWaitingLines = 1000;
-    struct Line {
-        QTime time;
-        std::string text;
-    };
+    using Lines = std::deque<std::string>;
 
-    // `receive` is called on the main thread, from the event loop, with what has come in since.
-    explicit LogFeed(std::function<void(const std::deque<Line>&)> receive);
+    // `receive` is called on the main thread, from the event loop, with what has come in since, each line after its
+    // time.
+    explicit LogFeed(std::function<void(const Lines&)> receive);
     // No call follows.
     ~LogFeed();
     LogFeed(const LogFeed&) = delete;

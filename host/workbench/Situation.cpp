@@ -11,8 +11,6 @@ namespace velmora {
 
 namespace {
 
-using Kind = Situation::Kind;
-
 constexpr std::size_t kNamedServers = 4;
 
 QString foundServers(VelmoraNodePluginProtocol& plugin) {
@@ -54,39 +52,36 @@ QString lossText(VelmoraNodePluginProtocol& plugin, const QString& server, const
            (status.reason.empty() ? QString() : ": " + displayText(status.reason)) + ". " + hope;
 }
 
-Situation toldSituation(VelmoraNodePluginProtocol& plugin, const NodePluginConnectionStatus& status) {
+QString toldSituation(VelmoraNodePluginProtocol& plugin, const NodePluginConnectionStatus& status) {
     const QString server = status.serverName.empty() ? "the device" : quotedName(status.serverName);
     switch (status.state) {
         case NodePluginConnectionState::noServerSelected:
-            if (!knowsServers(plugin)) return {Kind::unnamed, "The plugin has no device to connect to."};
-            return {Kind::unnamed, "The settings name no switch server." + foundServers(plugin)};
+            if (!knowsServers(plugin)) return "The plugin has no device to connect to.";
+            return "The settings name no switch server." + foundServers(plugin);
         case NodePluginConnectionState::notFound:
-            return {Kind::absent, (knowsServers(plugin) ? "Looking for the switch server " : "Looking for ") + server +
-                                      "." + foundServers(plugin)};
+            return (knowsServers(plugin) ? "Looking for the switch server " : "Looking for ") + server + "." +
+                   foundServers(plugin);
         case NodePluginConnectionState::connecting:
-            return {Kind::connecting,
-                    "Connecting to " + server + ". The window may stand still until it has answered."};
+            return "Connecting to " + server + ". The window may stand still until it has answered.";
         case NodePluginConnectionState::connected:
-            return {Kind::connected, "Connected to " + server + ": " + attributesText(plugin) + "."};
+            return "Connected to " + server + ": " + attributesText(plugin) + ".";
         case NodePluginConnectionState::ended:
         case NodePluginConnectionState::failed:
             break;
     }
-    return {Kind::lost, lossText(plugin, server, status)};
+    return lossText(plugin, server, status);
 }
 
 }  // namespace
 
-Situation situationOf(const PluginHost& host) {
-    if (!host.isStarted()) return {Kind::stopped, "The plugin is stopped."};
+QString situationOf(const PluginHost& host) {
+    if (!host.isStarted()) return "The plugin is stopped.";
     const auto status = host.connectionStatus();
-    Situation situation =
-        status ? toldSituation(host.plugin(), *status)
-               : Situation{Kind::running, "The plugin is started: " + attributesText(host.plugin()) +
-                                              ". It does not tell of its connection." + foundServers(host.plugin())};
-    if (host.isStartedWithDefaults())
-        situation.text += " Started with defaults: each connection routes all outputs to them.";
-    return situation;
+    const QString situation = status ? toldSituation(host.plugin(), *status)
+                                     : "The plugin is started: " + attributesText(host.plugin()) +
+                                           ". It does not tell of its connection." + foundServers(host.plugin());
+    if (!host.isStartedWithDefaults()) return situation;
+    return situation + " Started with defaults: each connection routes all outputs to them.";
 }
 
 }  // namespace velmora

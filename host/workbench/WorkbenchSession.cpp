@@ -1,10 +1,10 @@
 #include "host/workbench/WorkbenchSession.h"
 
 #include <QElapsedTimer>
+#include <QScopeGuard>
 #include <utility>
 
 #include "host/Attempt.h"
-#include "host/DefaultRoutes.h"
 #include "host/PluginState.h"
 #include "platform/widgets/DisplayText.h"
 
@@ -22,18 +22,13 @@ constexpr std::chrono::milliseconds kPopUpGone{30};
 // After reading this long, the event loop gets its turn.
 constexpr std::chrono::milliseconds kReadingAtATime{50};
 
+// Until the end of the block that it is called in.
+[[nodiscard]] auto awaitServer(WorkbenchSession::Observer& observer) {
+    observer.serverWillBeAwaited();
+    return qScopeGuard([&observer] { observer.serverWasAwaited(); });
+}
+
 }  // namespace
-
-class WorkbenchSession::Waiting {
-  public:
-    explicit Waiting(WorkbenchSession& session) : session_(session) { session.observer_.serverWillBeAwaited(); }
-    Waiting(const Waiting&) = delete;
-    Waiting& operator=(const Waiting&) = delete;
-    ~Waiting() { session_.observer_.serverWasAwaited(); }
-
-  private:
-    WorkbenchSession& session_;
-};
 
 WorkbenchSession::WorkbenchSession(PluginHost& host, Observer& observer) : host_(host), observer_(observer) {
     reading_.setSingleShot(true);
@@ -50,12 +45,9 @@ WorkbenchSession::~WorkbenchSession() {
 bool WorkbenchSession::start(bool setCurrentValuesToDefaults) {
     if (isStarted()) stop();
     const bool good = host_.start(setCurrentValuesToDefaults);
-    if (setCurrentValuesToDefaults) {
-        setOutcome(QString("Started with defaults: ") + kWhatDefaultsDo + '.');
-    } else {
-        setOutcome("Started without defaults.");
-    }
-    if (!good) setOutcome("The plugin did not start; its log says why.");
+    setOutcome(!good                        ? QString("The plugin did not start; its log says why.")
+               : setCurrentValuesToDefaults ? QString("Started with defaults: ") + kWhatDefaultsDo + '.'
+                                            : QString("Started without defaults."));
     attributes_.reload(host_.plugin());  // some plugins have them at once
     beginReading(kUnaskedReading, kNoticesTogether);
     return good;
@@ -64,7 +56,7 @@ bool WorkbenchSession::start(bool setCurrentValuesToDefaults) {
 void WorkbenchSession::stop() {
     endReading();
     {
-        const Waiting waiting(*this);
+        const auto waiting = awaitServer(observer_);
         host_.stop();
     }
     attributes_.reload(host_.plugin());
@@ -74,7 +66,7 @@ void WorkbenchSession::stop() {
 void WorkbenchSession::handOver(const DictionaryReference& settings) {
     endReading();
     {
-        const Waiting waiting(*this);
+        const auto waiting = awaitServer(observer_);
         host_.plugin().setDefaultSettings(settings);
     }
     setOutcome("The settings were handed to the plugin.");
@@ -115,7 +107,7 @@ void WorkbenchSession::statusHasChanged() {
     const auto outcome = host_.lastOutcome();
     // The connection ended with what looked like an answer, so it was none.
     if (outcome && outcome->answer == NodePluginAnswer::connectionEnded)
-        attributes_.setCurrentValueUnknown(outcome->attributeName);
+        attributes_.setCurrentValue(outcome->attributeName, std::nullopt);
     if (!canAsk()) endReading();
     observer_.sessionHasChanged();
 }
@@ -135,7 +127,7 @@ void WorkbenchSession::set(const std::string& name, const std::string& value) {
     std::optional<std::string> now;
     QString refusal;
     {
-        const Waiting waiting(*this);
+        const auto waiting = awaitServer(observer_);
         const Attempt attempt(host_);
         if (host_.plugin().setValueForAttributeWithName(value, name) != 0) {
             setOutcome("The plugin refused to set " + what + ": " + displayText(attempt.reason()));
@@ -155,8 +147,7 @@ void WorkbenchSession::set(const std::string& name, const std::string& value) {
 }
 
 void WorkbenchSession::beginReading(std::chrono::milliseconds limit, std::chrono::milliseconds delay) {
-    const auto names = attributes_.names();
-    unread_.assign(names.begin(), names.end());
+    unread_ = attributes_.names();
     readingLimit_ = limit;
     readingTime_ = {};
     reading_.start(delay);
@@ -170,7 +161,7 @@ void WorkbenchSession::readMore() {
     QElapsedTimer elapsed;
     elapsed.start();
     {
-        const Waiting waiting(*this);
+        const auto waiting = awaitServer(observer_);
         while (!unread_.empty() && elapsed.elapsed() < kReadingAtATime.count()) {
             read(unread_.front());
             if (!canAsk()) break;
@@ -196,25 +187,18 @@ void WorkbenchSession::readMore() {
 std::optional<std::string> WorkbenchSession::read(const std::string& name) {
     const Attempt attempt(host_);
     const std::string value = host_.plugin().currentValueOfAttributeWithName(name);
-    if (value.empty() || attempt.isAnswered() == false) {
-        attributes_.setCurrentValueUnknown(name);
-        return std::nullopt;
-    }
-    attributes_.setCurrentValue(name, value);
-    return value;
+    const bool isProper = !value.empty() && attempt.isAnswered().value_or(true);
+    const auto answer = isProper ? std::optional(value) : std::nullopt;
+    attributes_.setCurrentValue(name, answer);
+    return answer;
 }
 
 // Without a connection no value is known any longer.
 void WorkbenchSession::endReading() {
     reading_.stop();
-    if (canAsk()) {
-        for (const std::string& name : unread_) {
-            attributes_.setCurrentValueUnread(name);
-        }
-    } else {
-        for (const std::string& name : attributes_.names()) {
-            attributes_.setCurrentValueUnknown(name);
-        }
+    const bool areUnread = canAsk();
+    for (const std::string& name : areUnread ? unread_ : attributes_.names()) {
+        attributes_.setCurrentValue(name, std::nullopt, areUnread);
     }
     unread_.clear();
     observer_.sessionHasChanged();

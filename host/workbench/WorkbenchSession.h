@@ -55,7 +55,8 @@ class WorkbenchSession {
     bool isReading() const { return !unread_.empty(); }
     // Whether there is a device to ask for a value, as far as the plugin tells.
     bool canAsk() const;
-    Situation situation() const { return situationOf(host_); }
+    // Where the connection stands, in words.
+    QString situation() const { return situationOf(host_); }
     AttributesModel& attributes() { return attributes_; }
     // In words; "" before the first one.
     QString lastNotice() const { return lastNotice_; }
@@ -64,8 +65,6 @@ class WorkbenchSession {
     void setOutcome(const QString& outcome);
 
   private:
-    class Waiting;
-
     void attributesHaveChanged();
     void statusHasChanged();
     void set(const std::string& name, const std::string& value);

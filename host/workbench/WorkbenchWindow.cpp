@@ -13,7 +13,6 @@
 #include <QSplitter>
 #include <QVBoxLayout>
 
-#include "host/DefaultRoutes.h"
 #include "host/workbench/AttributesTable.h"
 #include "platform/widgets/DisplayText.h"
 
@@ -48,7 +47,7 @@ QGroupBox* newPane(const char* title, QWidget* contents, int margin = 6) {
 }  // namespace
 
 WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
-    : logFeed_([this](const std::deque<LogFeed::Line>& lines) { showLog(lines); }),
+    : logFeed_([this](const LogFeed::Lines& lines) { showLog(lines); }),
       session_(host, *this),
       dialogs_(*this),
       document_(settingsFile, session_, dialogs_),
@@ -85,42 +84,43 @@ WorkbenchWindow::~WorkbenchWindow() {
     settingsView_->setParent(nullptr);
 }
 
-void WorkbenchWindow::addButton(QBoxLayout& row, QPushButton*& button, const char* name, const char* text,
-                                const char* toolTip, void (WorkbenchWindow::*action)()) {
-    button = new QPushButton(text);
-    button->setObjectName(name);
-    button->setAccessibleName(QString(text).remove('&'));
-    button->setToolTip(toolTip);
-    button->setAutoDefault(false);
-    connect(button, &QPushButton::clicked, this, action);
-    row.addWidget(button);
-}
-
 QBoxLayout* WorkbenchWindow::makeButtons() {
-    auto* const pluginRow = new QHBoxLayout;
-    addButton(*pluginRow, startButton_, "startButton", "Star&t", "Start the plugin; routes are left as they are",
-              &WorkbenchWindow::start);
-    addButton(*pluginRow, startWithDefaultsButton_, "startWithDefaultsButton", "Start with &Defaults",
-              (std::string("Start the plugin; ") + kWhatDefaultsDo).c_str(), &WorkbenchWindow::startWithDefaults);
-    addButton(*pluginRow, stopButton_, "stopButton", "Sto&p", "Stop the plugin", &WorkbenchWindow::stop);
-    addButton(
-        *pluginRow, reconnectButton_, "reconnectButton", "Reco&nnect",
-        "Hand the plugin its settings once more, so that it connects anew; started with defaults, it then routes them",
-        &WorkbenchWindow::reconnect);
-    auto* const settingsRow = new QHBoxLayout;
-    addButton(*settingsRow, refreshButton_, "refreshButton", "Re&fresh Values",
-              "Ask the device for all current values (F5)", &WorkbenchWindow::refresh);
-    addButton(*settingsRow, loadButton_, "loadButton", "L&oad Settings\u2026",
-              "Hand the plugin the settings of a file (Ctrl+O)", &WorkbenchWindow::load);
-    addButton(*settingsRow, saveButton_, "saveButton", "Sa&ve Settings",
-              "Write the plugin's settings to the file (Ctrl+S)", &WorkbenchWindow::save);
-    new QShortcut(QKeySequence::Refresh, refreshButton_, [this] { refreshButton_->click(); });
-    new QShortcut(QKeySequence::Open, loadButton_, [this] { loadButton_->click(); });
-    new QShortcut(QKeySequence::Save, saveButton_, [this] { saveButton_->click(); });
-    new QShortcut(QKeySequence::Quit, this, [this] { close(); });
+    auto* row = new QHBoxLayout;
     buttonRows_ = new QHBoxLayout;
-    buttonRows_->addLayout(pluginRow);
-    buttonRows_->addLayout(settingsRow);
+    buttonRows_->addLayout(row);
+    const auto add = [&](const char* name, const char* text, const QString& toolTip, const auto& action) {
+        auto* const button = new QPushButton(text);
+        button->setObjectName(name);
+        button->setAccessibleName(QString(text).remove('&'));
+        button->setToolTip(toolTip);
+        button->setAutoDefault(false);
+        connect(button, &QPushButton::clicked, this, action);
+        row->addWidget(button);
+        return button;
+    };
+    stoppedButtons_ = {add("startButton", "Star&t", "Start the plugin; routes are left as they are",
+                           [this] { session_.start(false); }),
+                       add("startWithDefaultsButton", "Start with &Defaults",
+                           QString("Start the plugin; ") + kWhatDefaultsDo, [this] { session_.start(true); })};
+    startedButtons_ = {
+        add("stopButton", "Sto&p", "Stop the plugin", [this] { session_.stop(); }),
+        add("reconnectButton", "Reco&nnect",
+            "Hand the plugin its settings once more, so that it connects anew; started with defaults, it then routes "
+            "them",
+            [this] { session_.reconnect(); })};
+    row = new QHBoxLayout;
+    buttonRows_->addLayout(row);
+    startedButtons_.push_back(add("refreshButton", "Re&fresh Values", "Ask the device for all current values (F5)",
+                                  [this] { session_.refresh(); }));
+    new QShortcut(QKeySequence::Refresh, startedButtons_.back(),
+                  [button = startedButtons_.back()] { button->click(); });
+    auto* const load = add("loadButton", "L&oad Settings\u2026", "Hand the plugin the settings of a file (Ctrl+O)",
+                           [this] { this->load(); });
+    new QShortcut(QKeySequence::Open, load, [load] { load->click(); });
+    auto* const save = add("saveButton", "Sa&ve Settings", "Write the plugin's settings to the file (Ctrl+S)",
+                           [this] { this->save(); });
+    new QShortcut(QKeySequence::Save, save, [save] { save->click(); });
+    new QShortcut(QKeySequence::Quit, this, [this] { close(); });
     buttonRows_->addStretch();
     return buttonRows_;
 }
@@ -168,24 +168,25 @@ QWidget* WorkbenchWindow::makeLog() {
 
 void WorkbenchWindow::sessionHasChanged() {
     const bool isStarted = session_.isStarted();
-    startButton_->setEnabled(!isStarted);
-    startWithDefaultsButton_->setEnabled(!isStarted);
-    stopButton_->setEnabled(isStarted);
-    reconnectButton_->setEnabled(isStarted);
-    refreshButton_->setEnabled(isStarted);
+    for (QPushButton* const button : stoppedButtons_) {
+        button->setEnabled(!isStarted);
+    }
+    for (QPushButton* const button : startedButtons_) {
+        button->setEnabled(isStarted);
+    }
     outcome_->setText(session_.outcome());
     const QString notice = session_.lastNotice();
     notice_->setText(notice.isEmpty() ? "No change notice yet" : notice);
-    const Situation::Kind kind = session_.situation().kind;
-    if (kind == Situation::Kind::lost) attributesTable_->closeValues();
     showSituation();
     showDoubts();
+    if (session_.canAsk()) return;
+    attributesTable_->closeValues();
     // At once, because the plugin may wait for the server before the event loop paints.
-    if (kind == Situation::Kind::connecting) situation_->repaint();
+    situation_->repaint();
 }
 
 void WorkbenchWindow::showSituation() {
-    situation_->setText(awaiting_ > 0 ? kWaiting : session_.situation().text);
+    situation_->setText(awaiting_ > 0 ? kWaiting : session_.situation());
 }
 
 void WorkbenchWindow::serverWillBeAwaited() {
@@ -201,9 +202,9 @@ void WorkbenchWindow::serverWasAwaited() {
     showSituation();
 }
 
-void WorkbenchWindow::showLog(const std::deque<LogFeed::Line>& lines) {
-    for (const LogFeed::Line& line : lines) {
-        log_->appendPlainText(line.time.toString("HH:mm:ss ") + displayText(line.text));
+void WorkbenchWindow::showLog(const LogFeed::Lines& lines) {
+    for (const std::string& line : lines) {
+        log_->appendPlainText(displayText(line));
     }
 }
 

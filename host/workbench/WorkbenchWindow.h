@@ -4,7 +4,7 @@
 #include <QPointer>
 #include <QTimer>
 #include <QWidget>
-#include <deque>
+#include <vector>
 
 #include "host/workbench/LogFeed.h"
 #include "host/workbench/SettingsDialogs.h"
@@ -46,18 +46,11 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     QWidget* makeAttributes();
     QWidget* makeSettings();
     QWidget* makeLog();
-    void addButton(QBoxLayout& row, QPushButton*& button, const char* name, const char* text, const char* toolTip,
-                   void (WorkbenchWindow::*action)());
-    void start() { session_.start(false); }
-    void startWithDefaults() { session_.start(true); }
-    void stop() { session_.stop(); }
-    void reconnect() { session_.reconnect(); }
-    void refresh() { session_.refresh(); }
     void load();
     void save();
     void endEditing();
     void arrangeForWidth(int width);
-    void showLog(const std::deque<LogFeed::Line>& lines);
+    void showLog(const LogFeed::Lines& lines);
     void showSituation();
     // The plugin does not tell about edits in its settings view, so the window looks now and then.
     void showDocument();
@@ -76,13 +69,9 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     QPlainTextEdit* log_ = nullptr;
     QBoxLayout* buttonRows_ = nullptr;
     QSplitter* sides_ = nullptr;
-    QPushButton* startButton_ = nullptr;
-    QPushButton* startWithDefaultsButton_ = nullptr;
-    QPushButton* stopButton_ = nullptr;
-    QPushButton* reconnectButton_ = nullptr;
-    QPushButton* refreshButton_ = nullptr;
-    QPushButton* loadButton_ = nullptr;
-    QPushButton* saveButton_ = nullptr;
+    // Of use while the plugin is stopped, and while it is started.
+    std::vector<QPushButton*> stoppedButtons_;
+    std::vector<QPushButton*> startedButtons_;
     QTimer documentWatch_;
     int awaiting_ = 0;       // calls that wait for the server
     bool isAsking_ = false;  // the person, in a dialog

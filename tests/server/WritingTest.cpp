@@ -1,6 +1,4 @@
-// What the server prints, to whom does not take it.
-#include "server/OutputQueue.h"
-
+// What the server writes: to whom does not take it, and into its state file.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -10,6 +8,9 @@
 
 #include "platform/foundation/Descriptor.h"
 #include "platform/foundation/FileContents.h"
+#include "server/MatrixFile.h"
+#include "server/OutputQueue.h"
+#include "server/StateKeeper.h"
 #include "tests/support/MainLoop.h"
 
 namespace velmora::test {
@@ -47,6 +48,37 @@ TEST(OutputQueue, endsALineThatAFullDiskCutBeforeTheNext) {
         EXPECT_TRUE(written == "01234\nnext\n" || written == "0123456789\nnext\n") << written;
     }
     std::signal(SIGXFSZ, signalBefore);
+}
+
+TEST(State, filesThatCannotBeUsedAreRefusedAndLeftAlone) {
+    const QTemporaryDir folder;
+    const std::string path = folder.filePath("state.json").toStdString();
+    const std::pair<std::string, const char*> table[] = {
+        {"", "damaged at byte"},
+        {R"({"routes":[1,2)", "damaged at byte"},
+        {"[1]", "not a JSON object"},
+        {R"({"inputs":{}})", "\"inputs\" is not a list"},
+        {R"({"outputs":["a",7]})", "item 2 of \"outputs\""},
+        {R"({"inputs":["a","b","c","d","e"]})", "5 input labels"},
+        {R"({"outputs":["a","b","c","d"]})", "4 output labels"},
+        {R"({"outputs":["a",")" + std::string(1025, 'x') + "\"]}", "output 2 is longer"},
+        {R"({"routes":[1,1.5]})", "item 2 of \"routes\""},
+        {R"({"routes":[-1]})", "item 1 of \"routes\""},
+        {R"({"inputs":["a"],"routes":[5]})", "routed from input 5"},
+        {R"({"routes":[1,1,1,1]})", "4 routes"},
+        {R"({"input":[]})", "it holds \"input\""},
+    };
+    for (const auto& [text, reason] : table) {
+        ASSERT_TRUE(replaceFile(path, text));
+        VirtualMatrix matrix(4, 3);
+        StateKeeper keeper(matrix, path, [](const std::string& trouble) { ADD_FAILURE() << trouble; });
+        EXPECT_NE(keeper.load().failure().reason.find(reason), std::string::npos) << text;
+        EXPECT_EQ(matrix.contents().inputLabels[0], "Input 1");
+        matrix.route(1, 4);
+        EXPECT_TRUE(keeper.stop());
+        EXPECT_EQ(*readFile(path, 2000), text);
+    }
+    EXPECT_FALSE(readMatrixFile("/dev/zero"));
 }
 
 }  // namespace
