@@ -17,7 +17,7 @@ Result<void> PluginHost::load(const std::filesystem::path& bundle) {
     if (const auto loaded = bundle_->load(kVelmoraNodePluginProtocolVersion); !loaded) return loaded;
     const auto made = bundle_->makePrincipalObject();
     if (!made) return made.failure();
-    const std::shared_ptr<NSObject> object = *made;
+    const std::shared_ptr<NSObject>& object = *made;
     plugin_ = std::dynamic_pointer_cast<VelmoraNodePluginProtocol>(object);
     if (plugin_ == nullptr) return Failure{"its principal class is no node plugin"};
     status_ = std::dynamic_pointer_cast<VelmoraNodePluginStatusProtocol>(object);
