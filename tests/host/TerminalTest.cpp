@@ -7,22 +7,13 @@
 
 #include <array>
 #include <csignal>
-#include <filesystem>
 
 #include "host/Patience.h"
 #include "host/terminal/TextTable.h"
 #include "platform/threads/Interruption.h"
+#include "tests/support/Holdings.h"
 
 namespace velmora::test {
-
-namespace {
-
-auto numberOfThreads() {
-    const std::filesystem::directory_iterator threads("/proc/self/task");
-    return std::distance(begin(threads), end(threads));
-}
-
-}  // namespace
 
 TEST(TextTable, countsColumnsAsATerminalDoes) {
     EXPECT_EQ(displayWidth("Caf\u00E9"), 4U);
@@ -55,13 +46,13 @@ TEST(Patience, waitsForNobodyWhoReadsStandardError) {
     dup2(ends[1], STDERR_FILENO);
     {
         const Interruption interruption([] {});
-        const auto before = numberOfThreads();
+        const auto before = threads();
         const Patience patience(interruption);
         std::raise(SIGINT);
         bool hasEnded = false;
         for (int i = 0; i < 1000 && !hasEnded; ++i) {  // not in the event loop, which would handle the signal
             poll(nullptr, 0, 10);
-            hasEnded = numberOfThreads() == before;
+            hasEnded = threads() == before;
         }
         EXPECT_TRUE(hasEnded);
         fcntl(ends[0], F_SETFL, O_NONBLOCK);  // room for a thread that does wait, so that the test ends

@@ -54,7 +54,6 @@ TEST(State, filesThatCannotBeUsedAreRefusedAndLeftAlone) {
     const QTemporaryDir folder;
     const std::string path = folder.filePath("state.json").toStdString();
     const std::pair<std::string, const char*> table[] = {
-        {"", "damaged at byte"},
         {R"({"routes":[1,2)", "damaged at byte"},
         {"[1]", "not a JSON object"},
         {R"({"inputs":{}})", "\"inputs\" is not a list"},
