@@ -9,8 +9,6 @@
 namespace velmora::test {
 namespace {
 
-using Strings = std::vector<std::string>;
-
 struct Plugin : VelmoraSwitchControllerDelegate {
     Strings events;
     void newMatrixSwitcherWithNameDidBecomeAvailable(const std::string& name) override { events.push_back("+" + name); }
@@ -84,10 +82,9 @@ TEST_F(SwitchController, keepsTheLastOfSeveralAddressesAsText) {
     const PublishedService one("One", 1);
     ASSERT_TRUE(runMainLoopUntil([&] { return plugin.events == Strings{"+One"}; }));
     EXPECT_EQ(controller->serversArray()[0]->serverAddress(), "127.0.0.1");
-    const RawAnnouncer::Labels type{"_matrixswitcher", "_tcp", "local"}, host{"host", "local"};
-    const RawAnnouncer::Labels several{"Several", "_matrixswitcher", "_tcp", "local"};
+    const RawAnnouncer::Labels host{"host", "local"};
     RawAnnouncer announcer;
-    announcer.pointer(type, several).location(several, host, 1);
+    announcer.pointer("Several").location("Several", host, 1);
     announcer.address(host, {127, 0, 0, 2}).address(host, {127, 0, 0, 3}).send();
     ASSERT_TRUE(runMainLoopUntil([&] { return plugin.events.back() == "+Several"; }));
     const ServerInfo& server = *controller->serversArray()[1];

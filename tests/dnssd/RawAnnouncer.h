@@ -14,23 +14,24 @@ namespace velmora::test {
 class RawAnnouncer {
   public:
     using Labels = std::vector<std::string>;
+    static inline const Labels kServers{"_matrixswitcher", "_tcp", "local"};
+    static Labels server(const std::string& name) { return {name, "_matrixswitcher", "_tcp", "local"}; }
 
     RawAnnouncer() {
         const int on = 1;
         const sockaddr_in source = socketAddress(5353);
         setsockopt(socket_.descriptor(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-        setsockopt(socket_.descriptor(), SOL_SOCKET, SO_REUSEPORT, &on, sizeof on);
         setsockopt(socket_.descriptor(), IPPROTO_IP, IP_MULTICAST_IF, &source.sin_addr, sizeof source.sin_addr);
         EXPECT_EQ(bind(socket_.descriptor(), reinterpret_cast<const sockaddr*>(&source), sizeof source), 0);
     }
 
     // Records of the next packet. A time to live of 0 says goodbye.
-    RawAnnouncer& pointer(const Labels& type, const Labels& service, std::uint32_t timeToLive = 120) {
-        return record(type, 12, internet, timeToLive, wireName(service));
+    RawAnnouncer& pointer(const std::string& name, std::uint32_t timeToLive = 120) {
+        return record(kServers, 12, internet, timeToLive, wireName(server(name)));
     }
-    // Takes the place of every other location of the service, and of every other address of the host.
-    RawAnnouncer& location(const Labels& service, const Labels& host, std::uint16_t port) {
-        return record(service, 33, internetAndFlush, 120, number(0, 4) + number(port, 2) + wireName(host));
+    // Takes the place of every other location of the server, and of every other address of the host.
+    RawAnnouncer& location(const std::string& name, const Labels& host, std::uint16_t port) {
+        return record(server(name), 33, internetAndFlush, 120, number(0, 4) + number(port, 2) + wireName(host));
     }
     RawAnnouncer& address(const Labels& host, std::array<std::uint8_t, 4> bytes, std::uint32_t timeToLive = 120) {
         return record(host, 1, internetAndFlush, timeToLive, std::string(bytes.begin(), bytes.end()));
@@ -57,14 +58,16 @@ class RawAnnouncer {
 
     static std::string number(std::uint32_t value, int bytes) {
         std::string text;
-        while (bytes-- > 0)
+        while (bytes-- > 0) {
             text += static_cast<char>(value >> (8 * bytes));
+        }
         return text;
     }
     static std::string wireName(const Labels& labels) {
         std::string name;
-        for (const std::string& label : labels)
+        for (const std::string& label : labels) {
             name += static_cast<char>(label.size()) + label;
+        }
         return name + '\0';
     }
     RawAnnouncer& record(const Labels& name, std::uint16_t type, std::uint16_t recordClass, std::uint32_t timeToLive,

@@ -30,7 +30,7 @@ struct Holdings {
     Holdings() {
         EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(10)));
         runMainLoopOnce();
-        threads = test::threads();
+        threads = entriesIn("/proc/self/task");
         descriptors = openDescriptors();
         malloc_trim(0);
         std::ifstream("/proc/self/statm") >> pages >> pages;
@@ -42,24 +42,19 @@ class Lifecycle : public testing::Test {
   protected:
     // The first rounds fill caches that stay; the others must leave nothing.
     static void repeat(int count, const std::function<void()>& round) {
-        std::optional<Holdings> before;
+        std::optional<Holdings> before, after;
         for (int i = 0; i < count; ++i) {
             if (i == (count + 2) / 4) before.emplace();
             round();
         }
-        Holdings after;
         // A moment later the kernel strikes a joined thread off its list, and the server closes what the plugin closed.
-        runMainLoopUntil(
-            [&] {
-                after = Holdings();
-                return after.threads <= before->threads && after.descriptors <= before->descriptors;
-            },
-            Seconds{10});
-        EXPECT_LE(after.threads, before->threads);
-        EXPECT_LE(after.descriptors, before->descriptors);
-        EXPECT_LE(after.pages, before->pages + kPagesOfChance);
+        EXPECT_TRUE(runMainLoopUntil([&] {
+            after.emplace();
+            return after->threads <= before->threads && after->descriptors <= before->descriptors;
+        }));
+        EXPECT_LE(after->pages, before->pages + kPagesOfChance);
         std::printf("%d rounds: threads %td to %td, descriptors %td to %td, pages %td to %td\n", count, before->threads,
-                    after.threads, before->descriptors, after.descriptors, before->pages, after.pages);
+                    after->threads, before->descriptors, after->descriptors, before->pages, after->pages);
     }
     int upTo(int most) { return std::uniform_int_distribution(0, most)(chance); }
     void serveLoop(int most) {

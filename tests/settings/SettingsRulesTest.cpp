@@ -72,6 +72,9 @@ class SettingsRules : public testing::Test {
 };
 
 TEST_F(SettingsRules, onlyStoreBeforeTheViewIsLoadedAndFillItInOrderAfterwards) {
+    const LogLines log;
+    EXPECT_EQ(controller->view(), nullptr);
+    EXPECT_EQ(log.lines(), Strings{"No settings view, because the host has no window system (Velmora Switch Plugin)"});
     controller->setDelegate(&around);
     setSettings({}, "B");
     EXPECT_EQ(around.calls, Strings{});
@@ -183,12 +186,6 @@ TEST_F(SettingsRules, askTheSwitcherForLabelsInOrder) {
     EXPECT_EQ(around.calls,
               (Strings{"device", "Output Error!|All the outputs are already defined as used.|OK", "reload", "update"}));
     around.device->closePort();
-}
-
-TEST_F(SettingsRules, haveNoViewInAHostWithoutAWindowSystem) {
-    const LogLines log;
-    EXPECT_EQ(controller->view(), nullptr);
-    EXPECT_EQ(log.lines(), Strings{"No settings view, because the host has no window system (Velmora Switch Plugin)"});
 }
 
 }  // namespace

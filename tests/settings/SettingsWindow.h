@@ -39,7 +39,8 @@ class SettingsWindow : public PluginFixture, protected VelmoraNodePluginProtocol
     }
 
     // Starts the plugin and shows the view when that is ready, or else when the server is connected.
-    void open(const std::string& server, const Outputs& outputs, const std::function<bool()>& isReady = nullptr) {
+    void open(const Outputs& outputs, const std::string& server = "Studio",
+              const std::function<bool()>& isReady = nullptr) {
         start(server, outputs);
         ASSERT_TRUE(runMainLoopUntil([&] {
             const auto device = plugin->selectedDevice();
@@ -138,6 +139,7 @@ class SettingsWindow : public PluginFixture, protected VelmoraNodePluginProtocol
         if (onNotice) onNotice();
     }
 
+    VirtualSwitch studio{"Studio", 4, 2};
     int notices = 0;
     std::function<void()> onNotice;
     std::function<void()> onAlert;  // before it is closed
@@ -145,9 +147,7 @@ class SettingsWindow : public PluginFixture, protected VelmoraNodePluginProtocol
     QWidget* view = nullptr;
     QComboBox* chooser = nullptr;
     QTableView* table = nullptr;
-    QPushButton* add = nullptr;
-    QPushButton* remove = nullptr;
-    QPushButton* refresh = nullptr;
+    QPushButton *add = nullptr, *remove = nullptr, *refresh = nullptr;
 
   private:
     void answerAlert() {

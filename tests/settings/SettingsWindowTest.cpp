@@ -11,9 +11,8 @@
 namespace velmora::test {
 namespace {
 
-TEST_F(SettingsWindow, hasItsOutletsAndIsReachedByNameAndByKey) {
-    VirtualSwitch studio("Studio", 4, 4);
-    open("Studio", {{"One", 0, 0}});
+TEST_F(SettingsWindow, isReachedByNameAndByKeyAddsAndRemovesOutputs) {
+    open({{"One", 0, 3}});
     for (const char* outlet : {"matrixSwitcherPopUpButton", "outputsTableView", "addRemoveButton",
                                "outputsPopUpButtonMenu", "inputsPopUpButtonMenu"}) {
         const QWidget* const widget = view->findChild<QWidget*>(outlet);
@@ -30,14 +29,9 @@ TEST_F(SettingsWindow, hasItsOutletsAndIsReachedByNameAndByKey) {
         EXPECT_EQ(QApplication::focusWidget(), next);
         EXPECT_FALSE(next->accessibleName().isEmpty());
     }
-}
-
-TEST_F(SettingsWindow, addsAndRemovesOutputs) {
-    VirtualSwitch studio("Studio", 4, 2);
-    open("Studio", {{"One", 0, 3}});
     click(add);
     EXPECT_EQ(outputs(), (Outputs{{"One", 0, 3}, {"0002 Output 2", 1, 1}}));
-    EXPECT_EQ(plugin->displayNameOfAttributeWithName("Velmora Switch Output 2"), "0002 Output 2");
+    EXPECT_EQ(plugin->displayNameOfAttributeWithName(kTwo), "0002 Output 2");
     EXPECT_EQ(cell(1, output), "0002 Output 2");
     QTest::keyClick(add, Qt::Key_Space);
     EXPECT_EQ(outputs().back(), (Output{"0003 ERROR", 2, 2}));
@@ -48,15 +42,14 @@ TEST_F(SettingsWindow, addsAndRemovesOutputs) {
     const int before = notices;
     click(remove);
     EXPECT_EQ(outputs(), (Outputs{{"One", 0, 3}, {"0003 ERROR", 2, 2}}));
-    EXPECT_EQ(*plugin->attributeNames(), (Strings{"Velmora Switch Output 1", "Velmora Switch Output 3"}));
+    EXPECT_EQ(*plugin->attributeNames(), (Strings{kOne, "Velmora Switch Output 3"}));
     EXPECT_EQ(notices, before + 1);
     EXPECT_FALSE(remove->isEnabled());  // the next entry is not removed by a second click
     EXPECT_TRUE(add->hasFocus());
 }
 
 TEST_F(SettingsWindow, renamesButNotToALabelThatIsTaken) {
-    VirtualSwitch studio("Studio", 4, 4);
-    open("Studio", {{"One", 0, 0}, {"Two", 1, 1}});
+    open({{"One", 0, 0}, {"Two", 1, 1}});
     const int before = notices;
     const auto type = [this](const char* text, Qt::Key last, const char* after, const Strings& refusal = {}) {
         typeLabel(1, text, last);
@@ -72,7 +65,7 @@ TEST_F(SettingsWindow, renamesButNotToALabelThatIsTaken) {
     // Confirmed on purpose, its own label is taken, too; left without a change, it is not.
     type("", Qt::Key_Return, "Drei", {kSameLabel});
     type("", Qt::Key_Tab, "Drei");
-    EXPECT_EQ(plugin->displayNameOfAttributeWithName("Velmora Switch Output 2"), "Two");
+    EXPECT_EQ(plugin->displayNameOfAttributeWithName(kTwo), "Two");
     EXPECT_EQ(notices, before);
     // A label that is half typed when a button is clicked counts.
     beginLabel(0, "Eins");
@@ -88,9 +81,9 @@ TEST_F(SettingsWindow, renamesButNotToALabelThatIsTaken) {
 }
 
 TEST_F(SettingsWindow, renumbersAndRoutesFromMenusThatCanBeTypedInto) {
-    VirtualSwitch studio("Studio", 1152, 1152);
-    ASSERT_TRUE(studio.matrix.apply({{"Camera 7", "<i>Slow</i> & co"}, {}, {}}));
-    open("Studio", {{"One", 0, 1}, {"Two", 1, 4000}, {"Far", 4999, 0}});
+    VirtualSwitch large("Large", 1152, 1152);
+    ASSERT_TRUE(large.matrix.apply({{"Camera 7", "<i>Slow</i> & co"}, {}, {}}));
+    open({{"One", 0, 1}, {"Two", 1, 4000}, {"Far", 4999, 0}}, "Large");
     EXPECT_EQ(cell(0, defaultInput), "0002 <i>Slow</i> & co");
     EXPECT_EQ(index(0, defaultInput).data(Qt::ToolTipRole).toString(), "<p>0002 &lt;i&gt;Slow&lt;/i&gt; &amp; co</p>");
     const auto choose = [this](Column column, const char* text, Qt::Key last, std::int32_t number, std::int32_t input,
@@ -126,8 +119,7 @@ TEST_F(SettingsWindow, renumbersAndRoutesFromMenusThatCanBeTypedInto) {
 
 TEST_F(SettingsWindow, picksAServerOnlyFromItsList) {
     VirtualSwitch first("A & <b>one</b>", 2, 2);
-    VirtualSwitch second("B", 3, 3);
-    open("A & <b>one</b>", {{"One", 0, 0}}, [this] { return available() == 2 && plugin->selectedDevice() != nullptr; });
+    open({{"One", 0, 0}}, "A & <b>one</b>", [this] { return available() == 2 && plugin->selectedDevice() != nullptr; });
     EXPECT_EQ(chooser->currentText(), "A & <b>one</b>");
     EXPECT_FALSE(chooser->toolTip().contains("<b>"));
     QWheelEvent wheel(QPointF(5, 5), chooser->mapToGlobal(QPointF(5, 5)), {}, {0, -120}, {}, {}, Qt::NoScrollPhase,
@@ -135,23 +127,22 @@ TEST_F(SettingsWindow, picksAServerOnlyFromItsList) {
     QApplication::sendEvent(chooser, &wheel);
     chooser->setFocus();
     for (const Qt::KeyboardModifier command : {Qt::AltModifier, Qt::ControlModifier}) {
-        QTest::keyClick(chooser, Qt::Key_B, command);
+        QTest::keyClick(chooser, Qt::Key_S, command);
     }
-    for (const char* const chosen : {"A & <b>one</b>", "B"}) {  // at last what is chosen already
+    for (const char* const chosen : {"A & <b>one</b>", "Studio"}) {  // at last what is chosen already
         openChooser();
         EXPECT_EQ(selectedName(), chosen);
         const int before = notices;
-        pick("B");
-        EXPECT_EQ(selectedName(), "B");
+        pick("Studio");
+        EXPECT_EQ(selectedName(), "Studio");
         EXPECT_GT(notices, before);
-        ASSERT_TRUE(runMainLoopUntil([&] { return second.server->clients() == 1 && first.server->clients() == 0; }));
+        ASSERT_TRUE(runMainLoopUntil([&] { return studio.server->clients() == 1 && first.server->clients() == 0; }));
     }
 }
 
 TEST_F(SettingsWindow, sortsTheSettingsThemselvesAndKeepsTheSelectedEntry) {
-    VirtualSwitch studio("Studio", 4, 4);
     const Output a{"a", 2, 0}, b{"B", 0, 3}, c{"c", 1, 0};
-    open("Studio", {c, a, b});
+    open({c, a, b});
     const int before = notices;
     clickCell(0, label);
     const auto clickHeader = [&](Column column) {
@@ -180,8 +171,7 @@ TEST_F(SettingsWindow, sortsTheSettingsThemselvesAndKeepsTheSelectedEntry) {
 }
 
 TEST_F(SettingsWindow, showsWholeLabelsAndRefreshesThem) {
-    VirtualSwitch studio("Studio", 2, 2);
-    open("Studio", {{"Control \x01 \xE2\x80\xAE", 0, 1}, {std::string(40'000, 'x'), 1, 1}});
+    open({{"Control \x01 \xE2\x80\xAE", 0, 1}, {std::string(40'000, 'x'), 1, 1}});
     pressOnCell(1, label, Qt::Key_F2);
     ASSERT_NE(labelEditor(), nullptr);
     EXPECT_EQ(labelEditor()->text().size(), 40'000);
@@ -193,8 +183,7 @@ TEST_F(SettingsWindow, showsWholeLabelsAndRefreshesThem) {
 }
 
 TEST_F(SettingsWindow, saysThatTheChosenServerIsNotThere) {
-    VirtualSwitch studio("Studio", 2, 2);
-    open("Gone <u>x</u>", {{"One", 0, 0}}, [this] { return available() == 1; });
+    open({{"One", 0, 0}}, "Gone <u>x</u>", [this] { return available() == 1; });
     const QWidget* const notice = view->findChild<QWidget*>("noticeLabel");
     EXPECT_EQ(chooser->currentIndex(), -1);
     EXPECT_EQ(chooser->placeholderText(), "Gone <u>x</u> (not available)");
@@ -211,6 +200,92 @@ TEST_F(SettingsWindow, saysThatTheChosenServerIsNotThere) {
     EXPECT_FALSE(notice->isVisible());
     EXPECT_EQ(cell(0, label), "One");
     ASSERT_TRUE(shows(0, output, "0001 Output 1"));
+}
+
+// Interruptions of a person who is using the view.
+using SettingsWindowHarm = SettingsWindow;
+
+TEST_F(SettingsWindowHarm, newSettingsWhileAnAlertIsOpen) {
+    const Outputs ours{{"One", 0, 0}, {"Two", 1, 1}}, others{{"Other", 1, 1}};
+    open(ours);
+    onAlert = [&] { plugin->setDefaultSettings(settingsWith("Studio", others)); };
+    typeLabel(1, "One", Qt::Key_Return);
+    EXPECT_EQ(takeAlerts(), Strings{kSameLabel});
+    EXPECT_EQ(outputs(), others);
+    ASSERT_TRUE(shows(0, output, "0002 Output 2"));
+    EXPECT_EQ(table->model()->rowCount(), 1);
+    onAlert = [&] { plugin->setDefaultSettings(settingsWith("Studio", ours)); };
+    chooseFromMenu(0, output, "2");
+    EXPECT_EQ(takeAlerts(), Strings{kSameNumber});
+    EXPECT_EQ(outputs(), ours);
+}
+
+TEST_F(SettingsWindowHarm, newSettingsWhileACellIsEditedOrAListIsOpen) {
+    open({{"One", 0, 0}, {"Two", 1, 1}});
+    // Another server comes: the entries are the same, and so is what is being typed.
+    beginLabel(1, "Half");
+    const VirtualSwitch second("Second", 2, 2);
+    ASSERT_TRUE(runMainLoopUntil([this] { return chooser->count() == 2; }));
+    ASSERT_NE(labelEditor(), nullptr);
+    QTest::keyClicks(labelEditor(), "way");
+    QTest::keyClick(labelEditor(), Qt::Key_Return);
+    ASSERT_TRUE(shows(1, label, "Halfway"));
+    // Open lists close, and nothing is picked.
+    openChooser();
+    const VirtualSwitch third("Third", 2, 2);
+    ASSERT_TRUE(runMainLoopUntil([this] { return chooser->count() == 3; }));
+    EXPECT_FALSE(chooser->view()->isVisible());
+    pressOnCell(1, output, Qt::Key_Return);
+    const VirtualSwitch fourth("Fourth", 2, 2);
+    ASSERT_TRUE(runMainLoopUntil([this] { return chooser->count() == 4; }));
+    EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+    EXPECT_EQ(selectedName(), "Studio");
+    // Other entries: what was being typed is for none of them.
+    const Outputs others{{"Other", 2, 2}, {"Another", 3, 3}};
+    beginLabel(1, "Lost");
+    plugin->setDefaultSettings(settingsWith("Studio", others));
+    ASSERT_TRUE(runMainLoopUntil([this] { return labelEditor() == nullptr; }));
+    EXPECT_EQ(outputs(), others);
+    EXPECT_EQ(takeAlerts(0), Strings{});
+}
+
+TEST_F(SettingsWindowHarm, thePluginGoesWhileItsViewIsInUse) {
+    const auto release = [this] { plugin = nullptr; };
+    const auto destroy = [this] { window = nullptr; };
+    const std::function<void()> uses[] = {
+        [&] { onAlert = release, click(add); },
+        [&] { onAlert = release, typeLabel(0, "b", Qt::Key_Return); },
+        [&] { onAlert = destroy, click(add); },
+        [&] { onAlert = release, beginLabel(0, "b"), click(add); },
+        [&] { onAlert = destroy, beginLabel(0, "b"), click(add); },
+        [&] { onAlert = [&] { release(), destroy(); }, typeLabel(0, "b", Qt::Key_Return); },
+        [&] { onNotice = destroy, click(add); },
+        [&] { onNotice = release, clickCell(0, label), click(remove); },
+        [&] { onNotice = destroy, openChooser(), pick("Studio"); },
+        [&] { beginLabel(0, "x"), release(); },
+        [&] { pressOnCell(0, output, Qt::Key_Return), release(); },
+        [&] { beginLabel(0, "x"), destroy(); },
+        [&] { chooser->showPopup(), destroy(), release(); },
+    };
+    for (const auto& use : uses) {
+        usePlugin();
+        onNotice = nullptr;
+        open(kFull);
+        const QPointer<QWidget> shown = view;
+        QTimer::singleShot(0, use);  // as a person does: from the event loop
+        ASSERT_TRUE(runMainLoopUntil([&] { return shown.isNull(); }));
+        EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+        EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+        if (plugin == nullptr) continue;
+        // The host has destroyed its window: it gets a new view.
+        onNotice = nullptr;
+        plugin->setDefaultSettings(settingsWith("Studio", {{"One", 0, 0}}));
+        show();
+        click(add);
+        EXPECT_EQ(outputs().size(), 2U);
+        EXPECT_EQ(cell(1, output).substr(0, 4), "0002");
+        plugin->stop();
+    }
 }
 
 }  // namespace

@@ -10,9 +10,11 @@
 
 namespace velmora::test {
 
+using Strings = std::vector<std::string>;
+
 class LogLines {
   public:
-    std::vector<std::string> lines() const {
+    Strings lines() const {
         MutexLock lock(mutex_);
         return lines_;
     }
@@ -23,7 +25,7 @@ class LogLines {
 
   private:
     mutable Mutex mutex_;
-    std::vector<std::string> lines_ GUARDED_BY(mutex_);
+    Strings lines_ GUARDED_BY(mutex_);
     NSLogObservation observation_{[this](const std::string& line) {
         MutexLock lock(mutex_);
         lines_.push_back(line);

@@ -11,6 +11,8 @@
 
 namespace velmora::test {
 
+using Strings = std::vector<std::string>;
+
 class ServiceWatch : public NSNetServiceBrowserDelegate, public NSNetServiceDelegate {
   public:
     explicit ServiceWatch(const std::string& type = "_matrixswitcher._tcp.") {
@@ -21,18 +23,19 @@ class ServiceWatch : public NSNetServiceBrowserDelegate, public NSNetServiceDele
     bool waitForEvents(std::size_t count) {
         return runMainLoopUntil([&] { return events.size() >= count; });
     }
-    static std::vector<std::string> addressesOf(const NSNetService& service) {
-        std::vector<std::string> texts;
+    static Strings addressesOf(const NSNetService& service) {
+        Strings texts;
         for (const SocketAddress& address : service.addresses()) {
             texts.push_back(address.text());
         }
         return texts;
     }
+    Strings addressesOf(const std::string& name) const { return addressesOf(*services.at(name)); }
 
     double timeout = 10.0;  // of the resolutions, in seconds; 0: nothing is resolved
     NSNetServiceBrowser browser;
     std::map<std::string, std::shared_ptr<NSNetService>> services;  // the present ones, by name
-    std::vector<std::string> events;                                // such as "found NAME"
+    Strings events;                                                 // such as "found NAME"
 
   protected:
     virtual void tell(const std::string& what, const NSNetService& service) {

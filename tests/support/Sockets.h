@@ -66,19 +66,15 @@ class Socket {
 class RefusingPort {
   public:
     RefusingPort() {
-        sockaddr_in address = socketAddress(0);
-        socklen_t length = sizeof address;
-        EXPECT_EQ(::bind(socket_.descriptor(), reinterpret_cast<sockaddr*>(&address), length), 0);
-        ::getsockname(socket_.descriptor(), reinterpret_cast<sockaddr*>(&address), &length);
-        port_ = ntohs(address.sin_port);
+        socklen_t length = sizeof address_;
+        EXPECT_EQ(::bind(socket_.descriptor(), reinterpret_cast<sockaddr*>(&address_), length), 0);
+        ::getsockname(socket_.descriptor(), reinterpret_cast<sockaddr*>(&address_), &length);
     }
-    std::uint16_t port() const { return port_; }
+    std::uint16_t port() const { return ntohs(address_.sin_port); }
 
   protected:
     Socket socket_;
-
-  private:
-    std::uint16_t port_;
+    sockaddr_in address_ = socketAddress(0);
 };
 
 // The kernel makes this port's connections, so clients wait for an answer until they are accepted.

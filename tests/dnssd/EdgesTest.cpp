@@ -1,16 +1,21 @@
-// Where discovery has no room for everything, and how it treats names that lead nowhere.
+// The edges of discovery: no room for everything, names that lead nowhere or are disputed, a program that does not
+// start.
 #include <gtest/gtest.h>
+
+#include <QTemporaryDir>
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
 
 #include "platform/network/dnssd/BackendSupply.h"
 #include "platform/network/dnssd/MonitoredRecords.h"
 #include "platform/network/dnssd/UnannouncedServices.h"
 #include "tests/dnssd/RawAnnouncer.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/ServiceWatch.h"
 
 namespace velmora::test {
 namespace {
-
-using Strings = std::vector<std::string>;
 
 // Says what the test has it say.
 class SilentBackend : public DiscoveryBackend {
@@ -91,24 +96,22 @@ TEST(UnannouncedServices, aNewcomerIsAskedAboutNextAndWhoDoesNotAnswerWaitsAgain
 
 TEST(NSNetServiceBrowser, toldAreFewNamesThatLeadNowhereAndEachThatLeadsSomewhere) {
     constexpr std::size_t kTold = 16;
-    const RawAnnouncer::Labels kind{"_matrixswitcher", "_tcp", "local"}, host{"host-a", "local"};
     const auto name = [](int number) { return "Name " + std::to_string(number); };
-    const auto service = [&](int number) { return RawAnnouncer::Labels{name(number), kind[0], kind[1], kind[2]}; };
     RawAnnouncer announcer;
     ServiceWatch watcher;
     Strings& events = watcher.events;
     const auto announceNames = [&](std::uint32_t timeToLive) {
         events.clear();
         for (int number = 1; number <= 40; ++number) {
-            announcer.pointer(kind, service(number), timeToLive);
+            announcer.pointer(name(number), timeToLive);
         }
         announcer.send();
     };
     // Said again and again, because the browse may not run yet; only the first time is news.
     const auto isResolved = [&](int number) {
         return runMainLoopUntil([&] {
-            announcer.pointer(kind, service(number)).location(service(number), host, 1000);
-            announcer.address(host, {10, 0, 0, 9}).send();
+            announcer.pointer(name(number)).location(name(number), {"host-a", "local"}, 1000);
+            announcer.address({"host-a", "local"}, {10, 0, 0, 9}).send();
             return !events.empty() && events.back() == "resolved " + name(number);
         });
     };
@@ -128,6 +131,52 @@ TEST(NSNetServiceBrowser, toldAreFewNamesThatLeadNowhereAndEachThatLeadsSomewher
     announceNames(120);
     EXPECT_TRUE(isResolved(slow));
     EXPECT_EQ(events, (Strings{"found " + name(slow), "resolved " + name(slow)}));
+}
+
+TEST(Publication, anAnnouncedNameIsLostOnlyToSomebodyWhoDefendsIt) {
+    ServiceWatch watcher;
+    ChildProcess server({VELMORA_SWITCH_SERVER, "--name", "Router"});
+    ASSERT_TRUE(runMainLoopUntil([&] { return std::ranges::count(watcher.events, "resolved Router") == 1; }));
+    const Strings elsewhere{"10.0.0.9:9"}, atHome = watcher.addressesOf("Router");
+    // The first packet has the owner ask whether the name is still free, the next meets it asking.
+    RawAnnouncer announcer;
+    const auto dispute = [&] {
+        for (int packets = 0; packets < 2; ++packets) {
+            announcer.location("Router", {"other", "local"}, 9).address({"other", "local"}, {10, 0, 0, 9}).send();
+        }
+    };
+    dispute();
+    ASSERT_TRUE(runMainLoopUntil([&] { return watcher.addressesOf("Router") == elsewhere; }));
+    const auto isRenamed = [&] { return watcher.services.contains("Router #2"); };
+    ASSERT_TRUE(runMainLoopUntil([&] { return isRenamed() || watcher.addressesOf("Router") == atHome; }));
+    EXPECT_FALSE(isRenamed());
+    EXPECT_TRUE(runMainLoopUntil([&] { return dispute(), isRenamed(); }));
+}
+
+// A copy of the server as it is installed, whose velmora-mdns is this script.
+TEST(Publication, aServerWaitsForItsProgramWhereItCanBeStarted) {
+    namespace fs = std::filesystem;
+    const fs::path built = fs::path(VELMORA_SWITCH_SERVER).parent_path().parent_path();
+    const QTemporaryDir folder;
+    const fs::path copy = folder.path().toStdString();
+    fs::create_directories(copy / "lib/velmora");
+    fs::create_directory(copy / "bin");
+    fs::copy(VELMORA_SWITCH_SERVER, copy / "bin");
+    fs::copy(built / "lib/libvelmora-platform.so", copy / "lib");
+    fs::copy(built / "lib/velmora/velmora-mdns", copy / "lib/velmora/real");
+    // The library is found by a relative path, which is resolved all the same.
+    const auto server = [&] {
+        return std::make_unique<ChildProcess>(std::vector<std::string>{
+            "/bin/sh", "-c", "cd \"$0\" && LD_LIBRARY_PATH=lib exec bin/velmora-switch-server", copy});
+    };
+    EXPECT_NE(server()->errorLine().find("velmora/velmora-mdns cannot be started: No such file"), std::string::npos);
+
+    const fs::path program = copy / "lib/velmora/velmora-mdns";
+    std::ofstream(program) << "#!/bin/sh\ncd \"${0%/*}\"; [ -e died ] && exec ./real; : > died\n";
+    fs::permissions(program, fs::perms::owner_all);
+    const auto waits = server();
+    EXPECT_NE(waits->outputLineWith("announced as "), "");
+    EXPECT_TRUE(fs::exists(copy / "lib/velmora/died"));
 }
 
 }  // namespace
