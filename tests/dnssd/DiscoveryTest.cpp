@@ -101,7 +101,7 @@ class Discovery : public testing::Test {
     }
 };
 
-TEST_F(Discovery, FindsResolvesAndRemovesEachServiceOnce) {
+TEST_F(Discovery, findsResolvesAndRemovesEachServiceOnce) {
     const std::string longest = "\xC3\x9C\"quoted\"\nback\\slash.dot " + std::string(37, 'x');
     ASSERT_EQ(longest.size(), 63u);
     ServiceWatch first;
@@ -132,7 +132,7 @@ TEST_F(Discovery, FindsResolvesAndRemovesEachServiceOnce) {
     EXPECT_FALSE(NSNetService("", kType, "").getInputStreamOutputStream().has_value());
 }
 
-TEST_F(Discovery, ServerThatCameBackOnAnotherPortIsFoundAgainAndConnectedToThere) {
+TEST_F(Discovery, serverThatCameBackOnAnotherPortIsFoundAgainAndConnectedToThere) {
     ServerProcess before("Router", "1");
     // Nobody has looked for it, and the main thread is blocked.
     EXPECT_EQ(matrixSizeOf(std::make_shared<NSNetService>("", kType, "Router")), "1x8");
@@ -153,7 +153,7 @@ TEST_F(Discovery, ServerThatCameBackOnAnotherPortIsFoundAgainAndConnectedToThere
     EXPECT_EQ(matrixSizeOf(service), "16x8");
 }
 
-TEST_F(Discovery, OnlyChangesThatConcernAConnectionAreTold) {
+TEST_F(Discovery, onlyChangesThatConcernAConnectionAreTold) {
     RawAnnouncer announcer;
     ServiceWatch watcher;
     // The browse has to be running when the announcement comes, which nobody repeats.
@@ -207,7 +207,7 @@ TEST_F(Discovery, OnlyChangesThatConcernAConnectionAreTold) {
     ASSERT_TRUE(isTold(watcher, {"removed Router"}));
 }
 
-TEST_F(Discovery, FullListKeepsWhatIsPreferredTakesWhatIsNewAndHealsWhenThereIsRoom) {
+TEST_F(Discovery, fullListKeepsWhatIsPreferredTakesWhatIsNewAndHealsWhenThereIsRoom) {
     DiscoveryLoop loop(-1);
     DiscoveryEngine engine(loop, {"lo"}, 5);
     const auto listener = std::make_shared<Listener>();
@@ -235,7 +235,7 @@ TEST_F(Discovery, FullListKeepsWhatIsPreferredTakesWhatIsNewAndHealsWhenThereIsR
     EXPECT_FALSE(listener->hasHeard("removed Preferred"));
 }
 
-TEST_F(Discovery, NewsThatIsOvertakenBeforeTheMainThreadComesToItIsNotTold) {
+TEST_F(Discovery, newsThatIsOvertakenBeforeTheMainThreadComesToItIsNotTold) {
     ServiceWatch watcher;
     const auto listener = std::make_shared<Listener>();
     DiscoveryThread::perform([listener](DiscoveryEngine& engine) { engine.browse(kType, "local.", listener); });
@@ -259,7 +259,7 @@ TEST_F(Discovery, NewsThatIsOvertakenBeforeTheMainThreadComesToItIsNotTold) {
     ASSERT_TRUE(isTold(watcher, {"not resolved Router", "removed Router"}));
 }
 
-TEST_F(Discovery, PacketsWithAnAliasOrCutOffAreFilteredOut) {
+TEST_F(Discovery, packetsWithAnAliasOrCutOffAreFilteredOut) {
     static AvahiWatchCallback event;
     static void* watch;
     AvahiPoll inner{};
@@ -299,7 +299,7 @@ TEST_F(Discovery, PacketsWithAnAliasOrCutOffAreFilteredOut) {
 }
 
 // Whatever becomes of the program that listens to the network, in the host nothing is to be seen of it but a log line.
-TEST_F(Discovery, ProgramThatDiesOrHangsIsReplacedAndIsNoChildOfTheHost) {
+TEST_F(Discovery, programThatDiesOrHangsIsReplacedAndIsNoChildOfTheHost) {
     static std::atomic<int> childSignals;
     const auto before = std::signal(SIGCHLD, [](int) { ++childSignals; });
     LogLines log;
@@ -329,7 +329,7 @@ TEST_F(Discovery, ProgramThatDiesOrHangsIsReplacedAndIsNoChildOfTheHost) {
     EXPECT_EQ(childSignals, 0);
 }
 
-TEST_F(Discovery, PublishesUnderAFreeNameAndSaysWhyNot) {
+TEST_F(Discovery, publishesUnderAFreeNameAndSaysWhyNot) {
     const ServerProcess server("Router");
     ServiceWatch watcher;
     ASSERT_TRUE(watcher.waitForEvents(2));
@@ -365,7 +365,7 @@ TEST_F(Discovery, PublishesUnderAFreeNameAndSaysWhyNot) {
     }
 }
 
-TEST_F(Discovery, NothingIsToldAfterTheEndAndNothingIsLeftBehind) {
+TEST_F(Discovery, nothingIsToldAfterTheEndAndNothingIsLeftBehind) {
     const ServerProcess server("Router");
     const auto round = [&](std::size_t events) {
         ServiceWatch watcher;
