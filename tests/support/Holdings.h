@@ -15,4 +15,9 @@ inline std::ptrdiff_t openDescriptors() {
     return entriesIn("/proc/self/fd");
 }
 
+// A joined thread may stay in the kernel's list for a moment.
+inline std::ptrdiff_t threads() {
+    return entriesIn("/proc/self/task");
+}
+
 }  // namespace velmora::test
