@@ -1,7 +1,10 @@
-// Where discovery has no room for everything, and how it treats names that lead nowhere.
+// Where discovery has no room for everything, and how it treats names and places that change or lead nowhere.
 #include <gtest/gtest.h>
 
+#include <atomic>
+
 #include "platform/network/dnssd/BackendSupply.h"
+#include "platform/network/dnssd/DiscoveryThread.h"
 #include "platform/network/dnssd/MonitoredRecords.h"
 #include "platform/network/dnssd/UnannouncedServices.h"
 #include "tests/dnssd/RawAnnouncer.h"
@@ -128,6 +131,46 @@ TEST(NSNetServiceBrowser, toldAreFewNamesThatLeadNowhereAndEachThatLeadsSomewher
     announceNames(120);
     EXPECT_TRUE(isResolved(slow));
     EXPECT_EQ(events, (Strings{"found " + name(slow), "resolved " + name(slow)}));
+}
+
+TEST(NSNetService, keepsItsPlaceWhenTheWeightChangesAndFallsBackOnThePlaceItHad) {
+    const RawAnnouncer::Labels kind{"_moving", "_tcp", "local"}, host{"host-a", "local"};
+    const RawAnnouncer::Labels router{"Router", kind[0], kind[1], kind[2]}, marker{"Marker", kind[0], kind[1], kind[2]};
+    RawAnnouncer announcer;
+    ServiceWatch watcher("_moving._tcp.");
+    Strings& events = watcher.events;
+    const auto announceBoth = [&] {
+        announcer.pointer(kind, router).pointer(kind, marker).location(router, host, 1000).location(marker, host, 1001);
+        announcer.address(host, {10, 0, 0, 9}).send();
+        return events.size() == 4;
+    };
+    // A record goes one second after its goodbye, so the marker goes together with whatever said goodbye before it.
+    const auto markerGoes = [&] {
+        events.clear();
+        announcer.pointer(kind, marker, 0).send();
+        ASSERT_TRUE(watcher.waitForEvents(1));
+        EXPECT_EQ(std::exchange(events, {}), Strings{"removed Marker"});
+    };
+    ASSERT_TRUE(runMainLoopUntil(announceBoth));
+    announcer.location(router, host, 1000, 7).location(router, host, 1000, 0, 0);
+    markerGoes();
+    watcher.services.at("Router")->resolveWithTimeout(0.5);
+    ASSERT_TRUE(watcher.waitForEvents(1));
+    EXPECT_EQ(events, Strings{"resolved Router"});
+
+    announcer.pointer(kind, marker).send();
+    ASSERT_TRUE(watcher.waitForEvents(3));
+    announcer.address(host, {10, 0, 0, 9}, 0);
+    markerGoes();
+    // A command does not wait for longer than ten seconds, and it must connect within them.
+    static std::atomic<bool> known;
+    DiscoveryThread::perform([](DiscoveryEngine& engine) {
+        engine.findAddresses({"_moving._tcp.", "local.", "Router"}, [](const auto& addresses) {
+            known = addresses.size() == 1 && addresses.front().text() == "10.0.0.9:1000";
+        });
+    });
+    EXPECT_TRUE(runMainLoopUntil([] { return known.load(); }, Seconds{5}));
+    EXPECT_EQ(events, Strings());
 }
 
 }  // namespace
