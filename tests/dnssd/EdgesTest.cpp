@@ -4,12 +4,15 @@
 
 #include <QTemporaryDir>
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 
 #include "platform/network/dnssd/BackendSupply.h"
+#include "platform/network/dnssd/DiscoveryThread.h"
 #include "platform/network/dnssd/MonitoredRecords.h"
 #include "platform/network/dnssd/UnannouncedServices.h"
+#include "platform/threads/NSThread.h"
 #include "tests/dnssd/RawAnnouncer.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ServiceWatch.h"
@@ -177,6 +180,47 @@ TEST(Publication, aServerWaitsForItsProgramWhereItCanBeStarted) {
     const auto waits = server();
     EXPECT_NE(waits->outputLineWith("announced as "), "");
     EXPECT_TRUE(fs::exists(copy / "lib/velmora/died"));
+}
+
+TEST(NSNetService, keepsItsPlaceWhenTheWeightChangesAndFallsBackOnThePlaceItHad) {
+    // Nothing of the test before is on the network any more.
+    ASSERT_TRUE(runMainLoopUntil([] { return NSThread::runningThreads() == 0; }));
+    const RawAnnouncer::Labels host{"host-a", "local"};
+    RawAnnouncer announcer;
+    ServiceWatch watcher;
+    Strings& events = watcher.events;
+    const auto announceBoth = [&] {
+        announcer.pointer("Router").pointer("Marker").location("Router", host, 1000).location("Marker", host, 1001);
+        announcer.address(host, {10, 0, 0, 9}).send();
+        return events.size() == 4;
+    };
+    // A record goes one second after its goodbye, so the marker goes together with whatever said goodbye before it.
+    const auto markerGoes = [&] {
+        events.clear();
+        announcer.pointer("Marker", 0).send();
+        ASSERT_TRUE(watcher.waitForEvents(1));
+        EXPECT_EQ(std::exchange(events, {}), Strings{"removed Marker"});
+    };
+    ASSERT_TRUE(runMainLoopUntil(announceBoth));
+    announcer.location("Router", host, 1000, 7).location("Router", host, 1000, 0, 0);
+    markerGoes();
+    watcher.services.at("Router")->resolveWithTimeout(0.5);
+    ASSERT_TRUE(watcher.waitForEvents(1));
+    EXPECT_EQ(events, Strings{"resolved Router"});
+
+    announcer.pointer("Marker").send();
+    ASSERT_TRUE(watcher.waitForEvents(3));
+    announcer.address(host, {10, 0, 0, 9}, 0);
+    markerGoes();
+    // A command does not wait for longer than ten seconds, and it must connect within them.
+    static std::atomic<bool> known;
+    DiscoveryThread::perform([](DiscoveryEngine& engine) {
+        engine.findAddresses({"_matrixswitcher._tcp.", "local.", "Router"}, [](const auto& addresses) {
+            known = addresses.size() == 1 && addresses.front().text() == "10.0.0.9:1000";
+        });
+    });
+    EXPECT_TRUE(runMainLoopUntil([] { return known.load(); }, Seconds{5}));
+    EXPECT_EQ(events, Strings());
 }
 
 }  // namespace

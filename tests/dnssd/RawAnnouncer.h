@@ -30,8 +30,10 @@ class RawAnnouncer {
         return record(kServers, 12, internet, timeToLive, wireName(server(name)));
     }
     // Takes the place of every other location of the server, and of every other address of the host.
-    RawAnnouncer& location(const std::string& name, const Labels& host, std::uint16_t port) {
-        return record(server(name), 33, internetAndFlush, 120, number(0, 4) + number(port, 2) + wireName(host));
+    RawAnnouncer& location(const std::string& name, const Labels& host, std::uint16_t port, std::uint16_t weight = 0,
+                           std::uint32_t timeToLive = 120) {
+        const std::string numbers = number(weight, 4) + number(port, 2);
+        return record(server(name), 33, internetAndFlush, timeToLive, numbers + wireName(host));
     }
     RawAnnouncer& address(const Labels& host, std::array<std::uint8_t, 4> bytes, std::uint32_t timeToLive = 120) {
         return record(host, 1, internetAndFlush, timeToLive, std::string(bytes.begin(), bytes.end()));

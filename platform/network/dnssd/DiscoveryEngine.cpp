@@ -272,8 +272,9 @@ void DiscoveryEngine::findAddresses(const ServiceKey& key, std::function<void(st
         // One without requests was seen by a browse, and has gone.
         if (!service.isPresent() && !service.hasRequests()) return answer(service.lastKnownAddresses());
     }
+    const bool hasFallback = known != services_.end() && !known->second->lastKnownAddresses().empty();
     ResolutionRequest request;
-    request.deadline = fromNow(kConnectResolutionTimeout);
+    request.deadline = fromNow(hasFallback ? kReconnectResolutionTimeout : kConnectResolutionTimeout);
     request.toConnect = true;
     request.done = [this, key, answer = std::move(answer)](const ServiceEndpoint* endpoint) {
         if (endpoint != nullptr) return answer(endpoint->addresses);

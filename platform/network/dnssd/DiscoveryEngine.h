@@ -31,6 +31,9 @@ struct NetworkRecord;
 inline constexpr std::size_t kMaximumServices = 4096;
 // The time limit of a resolution that a connection asks for.
 inline constexpr Seconds kConnectResolutionTimeout{10};
+// The same where the service's last known addresses can be tried instead. The command that connects must have time left
+// for them.
+inline constexpr Seconds kReconnectResolutionTimeout{2};
 
 // Told on the discovery thread.
 class BrowseListener {
@@ -69,7 +72,8 @@ class DiscoveryEngine {
     void resolve(const ServiceKey& key, ResolutionRequest request);
     // All of one owner's.
     void endRequests(std::uint64_t owner);
-    // Answers at once for a service that is resolved or absent, for others when they have been resolved.
+    // Answers at once for a service that is resolved or absent, for others when they have been resolved. Where that
+    // takes too long, the answer is the last known addresses.
     void findAddresses(const ServiceKey& key, std::function<void(std::vector<SocketAddress>)> answer);
 
     // An owner publishes one service; a second one takes the place of the first. The report is that of

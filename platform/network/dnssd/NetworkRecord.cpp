@@ -55,9 +55,11 @@ std::optional<NetworkRecord> networkRecord(int interface, int protocol, std::uin
         return result;
     }
     if (type == AVAHI_DNS_TYPE_SRV) {
-        // Priority, weight, port.
         if (data.size() < 6) return std::nullopt;
-        result.port = static_cast<std::uint16_t>(data[4] << 8 | data[5]);
+        const auto number = [data](std::size_t at) { return static_cast<std::uint16_t>(data[at] << 8 | data[at + 1]); };
+        result.priority = number(0);
+        result.weight = number(2);
+        result.port = number(4);
         if (result.port == 0) return std::nullopt;
         data = data.subspan(6);
     } else if (type != AVAHI_DNS_TYPE_PTR) {

@@ -18,6 +18,9 @@ struct NetworkRecord {
     std::string target;      // what a pointer points to, or the host of a service, escaped as Avahi writes names
     std::uint16_t port = 0;  // host byte order
     std::string address;     // 4 or 16 bytes in network order
+    // Of a service location. Nobody chooses by them, but locations that differ only in them come and go separately.
+    std::uint16_t priority = 0;
+    std::uint16_t weight = 0;
 
     friend auto operator<=>(const NetworkRecord&, const NetworkRecord&) = default;
 };
