@@ -22,6 +22,8 @@ class WilfulPlugin : public NSObject, public VelmoraNodePluginProtocol {
 
     std::int32_t startAndSetCurrentValuesToDefaults(bool) override {
         std::fputs("started\n", stderr);
+        // Still pending when the program ends; then the application lets go of what the closure holds.
+        QTimer::singleShot(3'600'000, [held = settings_] {});
         settings_->insert_or_assign("selectedDeviceName", "Picked");
         if (delegate_ != nullptr) delegate_->attributesChangedForPluginName(pluginName());
         return 0;
@@ -95,7 +97,12 @@ class RelayPlugin final : public WilfulPlugin, public VelmoraNodePluginStatusPro
     std::string currentValueOfAttributeWithName(const std::string& name) override { return values_[name]; }
     StringList possibleValuesOfAttributeWithName(const std::string& name) const override {
         if (name == "Level") return nullptr;
-        return is("numbered") ? makeStringList({"0001 Off", "10001 On"}) : makeStringList({"Off", "On"});
+        if (!is("numbered")) return makeStringList({"Off", "On"});
+        std::vector<std::string> values;
+        while (values.size() < 10'000) {
+            values.push_back(stringWithFormat("%04li", values.size() + 1));
+        }
+        return makeStringList(values);
     }
     std::int32_t setValueForAttributeWithName(const std::string& value, const std::string& name) override {
         if (!is("stuck")) values_[name] = value;
