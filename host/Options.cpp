@@ -6,9 +6,8 @@
 #include <array>
 
 #include "host/Quotes.h"
+#include "platform/foundation/CommandLine.h"
 #include "platform/foundation/Joined.h"
-#include "platform/foundation/QtText.h"
-#include "platform/foundation/Text.h"
 #include "platform/threads/Moment.h"
 
 namespace velmora {
@@ -95,15 +94,6 @@ std::optional<std::chrono::milliseconds> waitingTime(const QString& text) {
     return std::chrono::round<std::chrono::milliseconds>(time);
 }
 
-Result<QStringList> wordsOf(int argc, const char* const* argv) {
-    QStringList words;
-    for (int i = 0; i < argc; ++i) {
-        if (!isValidUTF8(argv[i])) return wrongUsage("an argument is not UTF-8: " + inQuotes(argv[i]));
-        words << qString(argv[i]);
-    }
-    return words;
-}
-
 // The command and its arguments, in the order of the command line.
 Result<void> takeCommand(QStringList words, Options& options) {
     const std::string known = "; the commands are: " + joined(kCommands);
@@ -142,8 +132,8 @@ Result<void> takeWait(const QCommandLineParser& parser, std::chrono::millisecond
 }  // namespace
 
 Result<Options> parseOptions(int argc, const char* const* argv) {
-    const Result<QStringList> words = wordsOf(argc, argv);
-    if (!words) return words.failure();
+    const Result<QStringList> words = wordsOfCommandLine(argc, argv);
+    if (!words) return wrongUsage(words.failure().reason);
     QCommandLineParser parser;
     parser.addOptions({{"settings", "", "FILE"},
                        {"bundle", "", "DIR"},

@@ -43,8 +43,8 @@ Result<void> PluginHost::unload() {
         status_ = nullptr;
         plugin_ = nullptr;
     }
-    const Result<void> unloaded = bundle_ != nullptr ? bundle_->unload() : Result<void>();
-    if (outcome) outcome = unloaded;
+    const Result<void> ended = bundle_ != nullptr ? bundle_->windDown() : Result<void>();
+    if (outcome) outcome = ended;
     bundle_ = nullptr;
     return outcome;
 }

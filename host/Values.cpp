@@ -10,6 +10,7 @@ namespace velmora {
 namespace {
 
 constexpr std::size_t kNumberDigits = 4;
+constexpr std::string_view kDigits = "0123456789";
 
 // What a plugin reads of a value that it is given.
 std::string_view numberField(std::string_view text) {
@@ -19,36 +20,39 @@ std::string_view numberField(std::string_view text) {
 // The number that a value begins with; none when it does not begin with four digits.
 std::optional<std::int64_t> numberOf(std::string_view text) {
     const bool hasNumber =
-        text.size() >= kNumberDigits && numberField(text).find_first_not_of("0123456789") == std::string_view::npos;
+        text.size() >= kNumberDigits && numberField(text).find_first_not_of(kDigits) == std::string_view::npos;
     return hasNumber ? std::optional(integerValue(text)) : std::nullopt;
 }
 
 // Four digits, or fewer followed by a blank or the end. Anything else a plugin may read as another number ("1e3",
 // "-1").
 bool beginsWithNumber(std::string_view text) {
-    const std::size_t digits = std::min(text.find_first_not_of("0123456789"), text.size());
+    const std::size_t digits = std::min(text.find_first_not_of(kDigits), text.size());
     return digits >= kNumberDigits || (digits > 0 && (digits == text.size() || text[digits] == ' '));
 }
 
-bool countUp(const std::vector<std::string>& texts) {
-    std::int64_t last = -1;
-    return !texts.empty() && std::all_of(texts.begin(), texts.end(), [&](const std::string& text) {
-        const auto number = numberOf(text);
-        return number && std::exchange(last, *number) < *number;
-    });
+// Whether the text begins with this number as "%04d" writes it, followed by a blank or the end.
+bool isNumbered(std::string_view text, std::int64_t number) {
+    const std::size_t digits = std::min(text.find_first_not_of(kDigits), text.size());
+    const bool isWritten = digits == kNumberDigits || (digits > kNumberDigits && text.front() != '0');
+    return isWritten && (digits == text.size() || text[digits] == ' ') && integerValue(text) == number;
+}
+
+// No more and no less: "1080i" and "44100" begin with digits, too.
+bool countUpFromOne(const std::vector<std::string>& texts) {
+    std::int64_t number = 0;
+    return !texts.empty() &&
+           std::all_of(texts.begin(), texts.end(), [&](const std::string& text) { return isNumbered(text, ++number); });
 }
 
 }  // namespace
 
 Values::Values(StringList texts)
-    : texts_(texts != nullptr ? std::move(texts) : makeStringList()), areNumbered_(countUp(*texts_)) {}
+    : texts_(texts != nullptr ? std::move(texts) : makeStringList()), areNumbered_(countUpFromOne(*texts_)) {}
 
 std::optional<std::size_t> Values::indexOfNumber(std::int64_t number) const {
-    const auto found =
-        std::lower_bound(texts_->begin(), texts_->end(), number,
-                         [](const std::string& text, std::int64_t wanted) { return integerValue(text) < wanted; });
-    if (found == texts_->end() || integerValue(*found) != number) return std::nullopt;
-    return static_cast<std::size_t>(found - texts_->begin());
+    if (number < 1 || static_cast<std::size_t>(number) > texts_->size()) return std::nullopt;
+    return static_cast<std::size_t>(number - 1);
 }
 
 std::optional<std::size_t> Values::indexOf(const std::string& text) const {
@@ -72,9 +76,7 @@ bool Values::canBeSet(const std::string& text) const {
 }
 
 std::string Values::meantBy(const std::string& text) const {
-    const std::int64_t number = integerValue(text);
-    const bool isNumber = number != 0 || text.starts_with('0');  // what is no number reads as 0
-    const auto index = areNumbered_ && isNumber ? indexOfNumber(number) : std::nullopt;
+    const auto index = areNumbered_ ? indexOfNumber(integerValue(text)) : std::nullopt;
     return index ? (*texts_)[*index] : text;
 }
 

@@ -1,6 +1,7 @@
 // The values that a plugin offers for one attribute, and which of them a text stands for. A value is a text of the
-// plugin's. Some plugins begin each with a number of four digits or more and recognize it by that alone: "0003 Camera
-// 3" and "0003 Input 3" are one value. Of what they are given they read the first four characters.
+// plugin's. Some plugins number them from "0001" on and recognize a value by its number alone: "0003 Camera 3" and
+// "0003 Input 3" are one value. Of what they are given they may read only the first four characters. Other texts that
+// begin with digits ("1080i") stand for themselves.
 //
 // Any thread; the lists are immutable.
 #pragma once
@@ -28,8 +29,8 @@ class Values {
     // Whether two texts of the plugin's stand for the same value. It need not be one that is offered.
     bool areSame(const std::string& left, const std::string& right) const;
 
-    // Whether the plugin would understand the text, which a person may have typed, as it is meant: of 10001 it would
-    // read 1000, and of 00021 it would read 2.
+    // Whether the plugin would understand the text, which a person may have typed, as it is meant: of 10001 it may
+    // read 1000, and of 00021 it may read 2.
     bool canBeSet(const std::string& text) const;
     // The offered value that a person means by a text that can be set: "3" is enough where values have numbers. The
     // text itself where none is meant.
@@ -45,7 +46,7 @@ class Values {
     std::optional<std::size_t> indexOfNumber(std::int64_t number) const;
 
     StringList texts_;
-    // Whether each begins with a number, and the numbers count up.
+    // Whether the first begins with "0001", the next with "0002", and so on without a gap.
     bool areNumbered_ = false;
 };
 

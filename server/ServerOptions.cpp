@@ -8,6 +8,7 @@
 #include <optional>
 #include <utility>
 
+#include "platform/foundation/CommandLine.h"
 #include "platform/foundation/Text.h"
 #include "server/VirtualMatrix.h"
 
@@ -189,7 +190,9 @@ ServerOptions withInformation(const QString& text) {
 
 }  // namespace
 
-Result<ServerOptions> parseServerOptions(const QStringList& arguments) {
+Result<ServerOptions> parseServerOptions(int argc, const char* const* argv) {
+    const Result<QStringList> words = wordsOfCommandLine(argc, argv);
+    if (!words) return words.failure();
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromStdString(kDescription + faultHelp() + kFaultUse));
     for (QCommandLineOption option : allOptions()) {
@@ -198,7 +201,7 @@ Result<ServerOptions> parseServerOptions(const QStringList& arguments) {
         }
         parser.addOption(option);
     }
-    if (!parser.parse(arguments)) return Failure{parser.errorText().toStdString()};
+    if (!parser.parse(*words)) return Failure{parser.errorText().toStdString()};
     if (parser.isSet("help")) return withInformation(parser.helpText());
     if (parser.isSet("version")) {
         return withInformation(QCoreApplication::applicationName() + ' ' + QCoreApplication::applicationVersion() +

@@ -1,7 +1,6 @@
 // The command line of the virtual switch server.
 #pragma once
 
-#include <QStringList>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -31,6 +30,6 @@ struct ServerOptions {
 
 // The options, or what is wrong with them. The arguments begin with the program's name. Needs an application object;
 // main thread.
-Result<ServerOptions> parseServerOptions(const QStringList& arguments);
+Result<ServerOptions> parseServerOptions(int argc, const char* const* argv);
 
 }  // namespace velmora

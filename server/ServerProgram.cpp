@@ -222,8 +222,8 @@ ServerExitCode print(const std::string& text) {
 
 }  // namespace
 
-ServerExitCode runSwitchServer(const QStringList& arguments) {
-    const Result<ServerOptions> options = parseServerOptions(arguments);
+ServerExitCode runSwitchServer(int argc, const char* const* argv) {
+    const Result<ServerOptions> options = parseServerOptions(argc, argv);
     if (!options) {
         complain(options.failure().reason + ". See velmora-switch-server --help.");
         return ServerExitCode::wrongUsage;

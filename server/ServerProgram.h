@@ -1,8 +1,6 @@
 // The program velmora-switch-server: its parts put together, from the command line to the exit code.
 #pragma once
 
-#include <QStringList>
-
 namespace velmora {
 
 enum class ServerExitCode : int {
@@ -12,7 +10,7 @@ enum class ServerExitCode : int {
 };
 
 // Runs the program on the main thread, under an application object, until a signal ends it.
-ServerExitCode runSwitchServer(const QStringList& arguments);
+ServerExitCode runSwitchServer(int argc, const char* const* argv);
 
 // Allows this process as many descriptors, and so clients, as the system lets it have.
 void raiseDescriptorLimit();

@@ -10,5 +10,5 @@ int main(int argc, char** argv) {
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName("velmora-switch-server");
     QCoreApplication::setApplicationVersion(VELMORA_VERSION);
-    return static_cast<int>(velmora::runSwitchServer(QCoreApplication::arguments()));
+    return static_cast<int>(velmora::runSwitchServer(argc, argv));
 }

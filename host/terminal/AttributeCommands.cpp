@@ -89,7 +89,7 @@ ExitCode AttributeCommands::possible(const std::string& name) {
     printPossible(name, settable);
     if (const auto hidden = values.texts().size() - settable->size(); hidden > 0) {
         complain("values left out: " + std::to_string(hidden) +
-                 "; the plugin reads the first four characters of a value, and would take another");
+                 "; the plugin may read only the first four characters of a value, and take another");
     }
     return ExitCode::done;
 }
@@ -128,8 +128,7 @@ ExitCode AttributeCommands::set(const std::string& name, const std::string& valu
     const std::string what = inQuotes(name) + " to " + inQuotes(value);
     if (!values.canBeSet(value)) {
         complain("did not set " + what +
-                 ": the plugin reads a number from the first four characters of a value, and would take another" +
-                 kPossibleHint);
+                 ": the plugin may read only the first four characters of a value, and take another" + kPossibleHint);
         printCurrent(document, unasked());
         return ExitCode::refused;
     }

@@ -168,11 +168,12 @@ Result<std::shared_ptr<NSObject>> NSBundle::makePrincipalObject() {
     });
 }
 
-Result<void> NSBundle::unload() {
+Failure NSBundle::refusal(const std::string& reason) const {
+    return {stringWithFormat("%@ stays loaded: %@", path_.string(), reason)};
+}
+
+Result<void> NSBundle::windDown() {
     if (!isLoaded()) return {};
-    const auto refusal = [this](const std::string& reason) {
-        return Failure{stringWithFormat("%@ stays loaded: %@", path_.string(), reason)};
-    };
     const auto inUse = [&] { return livePrincipalObjects_->load() > 0; };
     if (MainThread::currentMode() != NSDefaultRunLoopMode) {
         return refusal("a panel, which may be the module's, is open");
@@ -184,6 +185,11 @@ Result<void> NSBundle::unload() {
     if (!runHandedOverWork()) return refusal("work for the main thread has not been run");
     // That work may have been the host's, too.
     if (inUse()) return refusal("an object that it made is alive");
+    return {};
+}
+
+Result<void> NSBundle::unload() {
+    if (const auto ended = windDown(); !ended) return ended;
     if (!isLoaded()) return {};
     entry_ = nullptr;
     if (dlclose(std::exchange(module_, nullptr)) != 0) return refusal(loaderReason());

@@ -53,14 +53,18 @@ class NSBundle : public NSObject {
     // A new object of the principal class, never null; a failure when the module is not loaded or makes none.
     Result<std::shared_ptr<NSObject>> makePrincipalObject();
 
-    // Unmaps the module. A failure while an object that it made is alive, and while a modal panel is open: the code
-    // that waits for its end may be the module's. Threads that are winding down are ended first; then the event loop is
-    // served until the work that waits for the main thread has been run. When that takes more than a few seconds the
-    // module stays mapped, which is a failure, too.
+    // Ends what the module has begun, and leaves its code mapped. A failure while an object that it made is alive, and
+    // while a modal panel is open: the code that waits for its end may be the module's. Threads that are winding down
+    // are ended first; then the event loop is served until the work that waits for the main thread has been run. It is
+    // a failure, too, when that takes more than a few seconds.
+    Result<void> windDown();
+    // The same, then unmaps the module. After a failure it stays mapped.
     Result<void> unload();
 
   private:
     NSBundle(std::filesystem::path path, DictionaryReference infoDictionary);
+    // Why unload fails.
+    Failure refusal(const std::string& reason) const;
 
     std::filesystem::path path_;
     DictionaryReference infoDictionary_;

@@ -33,24 +33,31 @@ std::string takeTag(std::string_view xml, std::size_t& at) {
     return tag;
 }
 
-bool hasHostileTag(std::string_view xml) {
+Result<void> checkTags(std::string_view xml) {
     const auto past = [xml](std::string_view end, std::size_t from) {
         const std::size_t found = xml.find(end, from);
         return found == std::string_view::npos ? xml.size() : found + end.size();
     };
     for (std::size_t at = xml.find('<'); at < xml.size(); at = xml.find('<', at)) {
+        const std::size_t begin = at;
         const std::string_view rest = xml.substr(at);
         if (rest.starts_with("<!--")) {
             at = past("-->", at + 4);
-        } else if (rest.starts_with("<![CDATA[")) {
+            continue;
+        }
+        if (rest.starts_with("<![CDATA[")) {
             at = past("]]>", at + 9);
-        } else if (rest.starts_with("<?")) {
+            continue;
+        }
+        if (rest.starts_with("<?")) {
             at = past("?>", at + 2);
         } else if (isHostileTag(takeTag(xml, at))) {
-            return true;
+            return Failure{"declarations in the DOCTYPE and names with a colon are not allowed"};
         }
+        if (at - begin > kPropertyListTagLimit)
+            return Failure{stringWithFormat("a tag has more than %li bytes", kPropertyListTagLimit)};
     }
-    return false;
+    return {};
 }
 
 // Whether the bytes may be given to the reader of XML.
@@ -60,8 +67,7 @@ Result<void> checkBytes(std::string_view xml) {
     if (xml.starts_with("bplist")) return Failure{"the document is a binary property list; only XML is read"};
     if (xml.find('\0') != std::string_view::npos) return Failure{"the document contains a zero byte"};
     if (!isValidUTF8(xml)) return Failure{"the document is not valid UTF-8"};
-    if (hasHostileTag(xml)) return Failure{"declarations in the DOCTYPE and names with a colon are not allowed"};
-    return {};
+    return checkTags(xml);
 }
 
 std::string_view trimmed(std::string_view text) {

@@ -16,6 +16,9 @@ namespace velmora {
 inline constexpr std::size_t kPropertyListByteLimit = 16 * 1024 * 1024;
 inline constexpr std::size_t kPropertyListValueLimit = 100'000;
 inline constexpr int kPropertyListDepthLimit = 64;
+// Bytes of one tag, the DOCTYPE or the XML declaration; what is written stays far below. Qt compares each attribute of
+// a tag with all others.
+inline constexpr std::size_t kPropertyListTagLimit = 1024;
 
 // Dates, data and binary property lists are refused, as are declarations in a DOCTYPE and names with a colon. Where a
 // dictionary has a key twice, the last value counts. Control characters that XML does not have are read as U+FFFD. The

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
+#include <limits>
 #include <utility>
 
 namespace velmora {
@@ -31,8 +32,16 @@ void readBack() {
     [[maybe_unused]] const auto got = read(wakeUpDescriptor(), &count, sizeof count);
 }
 
-void handleSignal(int) {
+// How many of SIGINT and SIGTERM, whichever they are, call the handler; the next one ends the process.
+std::atomic<int> callsLeft = 0;
+static_assert(std::atomic<int>::is_always_lock_free);
+
+void handleSignal(int signal) {
     const int error = errno;
+    if (signal != SIGHUP && callsLeft.fetch_sub(1) <= 0) {
+        std::signal(signal, SIG_DFL);
+        raise(signal);  // it ends the process when this function returns
+    }
     const std::uint64_t one = 1;
     [[maybe_unused]] const auto written = write(wakeUp.load(), &one, sizeof one);
     errno = error;
@@ -50,12 +59,12 @@ Interruption::Interruption(std::function<void()> handler, Second second) : earli
         call();
     });
     wakeUp = wakeUpDescriptor();
+    callsLeft = second == Second::endsProcess ? 1 : std::numeric_limits<int>::max();
     struct sigaction action {};
     action.sa_handler = handleSignal;
+    action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
     for (std::size_t i = 0; i < kSignals.size(); ++i) {
-        const bool endsProcess = second == Second::endsProcess && kSignals[i] != SIGHUP;
-        action.sa_flags = SA_RESTART | (endsProcess ? static_cast<int>(SA_RESETHAND) : 0);
         sigaction(kSignals[i], nullptr, &earlier_[i]);
         // Whoever started this with nohup wants it to outlive its terminal.
         if (kSignals[i] == SIGHUP && earlier_[i].sa_handler == SIG_IGN) continue;

@@ -15,9 +15,9 @@ namespace velmora {
 // left for it, the signals do what they did before.
 class Interruption {
   public:
-    // A second signal of the same kind either ends the process, so that a blocked loop can be interrupted, too, or
-    // calls the handler again, so that an orderly end that has begun is not cut short. SIGHUP never ends the process: a
-    // terminal that is closed often sends two.
+    // A second signal, of the same kind or another, either ends the process, so that a blocked loop can be interrupted,
+    // too, or calls the handler again, so that an orderly end that has begun is not cut short. SIGHUP never ends the
+    // process: a terminal that is closed often sends two.
     enum class Second { endsProcess, callsAgain };
 
     explicit Interruption(std::function<void()> handler, Second second = Second::endsProcess);

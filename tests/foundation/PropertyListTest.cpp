@@ -122,6 +122,12 @@ TEST(PropertyListXML, refusesDamagedAndHostileDocumentsWithAReason) {
             refused("<plist>" + body + "</plist>", reason);
         }
     }
+    std::string attributes;
+    for (int i = 0; i < 100'000; ++i) {
+        attributes += " a" + std::to_string(i) + "=''";
+    }
+    refused("<plist" + attributes + "><true/></plist>", "a tag has more than 1024 bytes");
+    refused("<?xml version='1.0'" + attributes + "?><plist><true/></plist>", "a tag has more");
     refused("bplist00\xD0", "binary");
     refused("{\"a\":1}", "");
     refused("<true/>", "begin with <plist>");
@@ -131,6 +137,7 @@ TEST(PropertyListXML, refusesDamagedAndHostileDocumentsWithAReason) {
     refused("<plist>\n\n<foo/></plist>", "line 3");
     refused("<plist><true/></plist>more", "");
     EXPECT_TRUE(propertyListWithXML("<plist>" + nested(64) + "</plist>"));
+    EXPECT_TRUE(propertyListWithXML("<plist><!--" + attributes + "--><string>" + attributes + "</string></plist>"));
     // However much has to be resolved, it takes no time to speak of.
     EXPECT_TRUE(propertyListWithXML("<plist><string>" + repeated("&amp;", 300'000) + "</string></plist>"));
     EXPECT_TRUE(propertyListWithXML("<plist><string>" + repeated("]]&gt;", 200'000) + "</string></plist>"));

@@ -42,6 +42,8 @@ class WilfulPlugin final : public NSObject, public VelmoraNodePluginProtocol, pu
             });
             return 0;
         }
+        // Still pending when the program ends; then the application lets go of what the closure holds.
+        QTimer::singleShot(3'600'000, [held = settings_] {});
         settings_->insert_or_assign("selectedDeviceName", "Picked");
         if (delegate_ != nullptr) delegate_->attributesChangedForPluginName(pluginName());
         return 0;
@@ -80,7 +82,12 @@ class WilfulPlugin final : public NSObject, public VelmoraNodePluginProtocol, pu
     OptionalText directionOfAttributeWithName(const std::string&) const override { return std::nullopt; }
     StringList possibleValuesOfAttributeWithName(const std::string& name) const override {
         if (name == "Level") return nullptr;
-        return relaysAre("numbered") ? makeStringList({"0001 Off", "10001 On"}) : makeStringList({"Off", "On"});
+        if (!relaysAre("numbered")) return makeStringList({"Off", "On"});
+        std::vector<std::string> values;
+        while (values.size() < 10'000) {
+            values.push_back(stringWithFormat("%04li", values.size() + 1));
+        }
+        return makeStringList(values);
     }
     std::int32_t setValueForAttributeWithName(const std::string& value, const std::string& name) override {
         if (!relaysAre("stuck")) values_[name] = value;

@@ -211,13 +211,20 @@ TEST_F(Workbench, callsNoConnectionAliveThatFailsUnderACommand) {
 }
 
 TEST_F(Workbench, offersAndSetsOnlyWhatIsPossibleNow) {
-    const Values wide(makeStringList({"0001 A", "1040 A", "9999 A", "10400 A"}));
+    std::vector<std::string> texts;
+    for (int number = 1; number <= 10'400; ++number) {
+        texts.push_back(stringWithFormat("%04li A", number));
+    }
+    const Values wide(makeStringList(texts));
     EXPECT_TRUE(wide.canBeSet("9999 A") && !wide.canBeSet("10400 A") && !wide.areSame("10400 A", "1040 A"));
-    EXPECT_TRUE(wide.areSame("1040 Input 1040", "1040 A") && wide.settable()->size() == 3);
+    EXPECT_TRUE(wide.areSame("1040 Input 1040", "1040 A") && wide.settable()->size() == 9999);
     EXPECT_TRUE(!wide.canBeSet("1e3") && !wide.canBeSet("-1") &&
                 Values(makeStringList({"0001: A"})).canBeSet("0001: A"));
-    const Values formats(makeStringList({"1080 p50", "1080 p60", "10000"}));
-    EXPECT_TRUE(formats.canBeSet("10000") && !formats.areSame("1080 p50", "1080 p60"));
+    for (const char* const first : {"1080i", "44100", "0002", "0001i", "00001", "1080 p50"}) {
+        const Values formats(makeStringList({first, "48000", "96000"}));
+        EXPECT_TRUE(formats.canBeSet("48000") && !formats.areSame("1080 p50", "1080 p60")) << first;
+        EXPECT_TRUE(formats.meantBy("1080p") == "1080p" && formats.meantBy("1") == "1") << first;
+    }
     const QWidget* const values = typeValue("11", Qt::Key_Down);
     // Whatever server comes, the plugin asks for all labels.
     const std::string notice = text("noticeLabel");

@@ -73,6 +73,7 @@ TEST(Program, refusesAWrongCommandLineAndSaysWhatToDo) {
         {{"--labels", "\x1B[2J"}, 2, "file \\x1B[2J: No such file"},
         {{"--labels", pipe}, 2, "it is a pipe, not a file"},
         {{"--state", pipe}, 2, "it is a pipe, not a file"},
+        {{"--state", folder + "/\xFF"}, 2, "an argument is not UTF-8: "},
         {{"--state", damaged}, 2, "it is damaged at byte"},
         {{"--state", folder + "/none/state"}, 2, "No such file"},
         {{"--port", std::to_string(taken.port()), "--state", folder + "/state"}, 1, "Choose another --port"},
