@@ -3,6 +3,7 @@
 #include <avahi-common/domain.h>
 
 #include <algorithm>
+#include <iterator>
 #include <tuple>
 #include <utility>
 
@@ -148,10 +149,10 @@ void DiscoveryEngine::makeRoom() {
                                   service.isResolved() || service.hasAddresses(), service.arrival()},
                             entry);
     }
-    const auto surplus = static_cast<std::ptrdiff_t>(places.size() - maximumServices_);
-    std::nth_element(places.begin(), places.begin() + surplus, places.end(),
+    const auto kept = std::prev(places.end(), static_cast<std::ptrdiff_t>(maximumServices_));
+    std::nth_element(places.begin(), kept, places.end(),
                      [](const auto& left, const auto& right) { return left.first < right.first; });
-    std::for_each(places.begin(), places.begin() + surplus, [this](const auto& place) { giveUp(place.second); });
+    std::for_each(places.begin(), kept, [this](const auto& place) { giveUp(place.second); });
 }
 
 void DiscoveryEngine::giveUp(Services::iterator entry) {
