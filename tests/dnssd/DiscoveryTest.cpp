@@ -137,12 +137,17 @@ TEST_F(Discovery, serverThatCameBackOnAnotherPortIsFoundAgainAndConnectedToThere
     // Nobody has looked for it, and the main thread is blocked.
     EXPECT_EQ(matrixSizeOf(std::make_shared<NSNetService>("", kType, "Router")), "1x8");
     ServiceWatch watcher;
+    const auto listener = std::make_shared<Listener>();
+    DiscoveryThread::perform([listener](DiscoveryEngine& engine) { engine.browse(kType, "local.", listener); });
     ASSERT_TRUE(isTold(watcher, kFoundRouter));
     // From here on the main loop stands still until the server has moved.
+    EXPECT_TRUE(listener->hears("found Router"));
     const auto service = watcher.services.at("Router");
     EXPECT_EQ(matrixSizeOf(service), "1x8");
     before.sendSignal(SIGKILL);  // the goodbye is said for it, and overtaken
     ServerProcess after("Router", "2");
+    EXPECT_TRUE(listener->hears("found Router"));
+    DiscoveryThread::perform([listener](DiscoveryEngine& engine) { engine.endBrowse(listener); });
     ASSERT_TRUE(isTold(watcher, kFoundRouter));
     EXPECT_EQ(matrixSizeOf(service), "2x8");
     EXPECT_EQ(after.exitCodeAfterSignal(), 0);
