@@ -42,10 +42,11 @@ void run(FuzzedDataProvider& input) {
         ProgramBackend backend(loop, ChildProgram(ends[0], -1), {}, true, [] {});
         std::vector<std::unique_ptr<RecordQuery>> queries;
         for (const std::uint16_t type : {AVAHI_DNS_TYPE_PTR, AVAHI_DNS_TYPE_SRV, AVAHI_DNS_TYPE_A, AVAHI_DNS_TYPE_AAAA})
-            queries.push_back(backend.query("name.local", type, [&queries, type](const NetworkRecord& record, bool) {
-                checkRecord(record, type);
-                queries[0] = nullptr;  // a handler may end any question, even its own
-            }));
+            queries.push_back(
+                backend.query("name.local", type, [&queries, type](const NetworkRecord& record, RecordEvent) {
+                    checkRecord(record, type);
+                    queries[0] = nullptr;  // a handler may end any question, even its own
+                }));
         const auto group = backend.makeEntryGroup([](AvahiEntryGroupState) {});
         for (int frames = 0; input.remaining_bytes() > 0 && frames < kMaximumFrames && !backend.hasFailed(); ++frames) {
             const std::string bytes = frameFrom(input);

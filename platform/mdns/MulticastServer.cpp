@@ -28,9 +28,11 @@ constexpr std::chrono::seconds kGoodbyeTime{2};
 
 class MulticastServer::Question {
   public:
-    Question(HostConnection& host, std::uint64_t id, std::uint16_t type) : host_(host), id_(id), type_(type) {}
+    Question(MulticastServer& owner, std::uint64_t id, std::uint16_t type) : owner_(owner), id_(id), type_(type) {}
+    ~Question() { owner_.renewals_.unwatch(id_); }
 
     bool start(AvahiServer* server, const std::string& name) {
+        if (type_ == AVAHI_DNS_TYPE_PTR) owner_.renewals_.watch(id_, name);
         const AvahiOwner<AvahiKey, avahi_key_unref> key(avahi_key_new(name.c_str(), AVAHI_DNS_CLASS_IN, type_));
         if (key == nullptr) return false;
         browser_.reset(avahi_s_record_browser_new(server, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, key.get(),
@@ -47,11 +49,10 @@ class MulticastServer::Question {
         std::array<char, kMaximumData> data;
         const std::size_t size = avahi_rdata_serialize(record, data.data(), data.size());
         if (size == 0 || size > data.size()) return;
-        question->host_.send(
-            {MdnsFrame::Kind::record, question->id_, {event, interface, protocol}, {{data.data(), size}}});
+        question->owner_.tell(question->id_, question->owner_.meaning(event), interface, protocol, {data.data(), size});
     }
 
-    HostConnection& host_;
+    MulticastServer& owner_;
     const std::uint64_t id_;
     const std::uint16_t type_;
     AvahiOwner<AvahiSRecordBrowser, avahi_s_record_browser_free> browser_;
@@ -87,7 +88,10 @@ class MulticastServer::Group {
 
 MulticastServer::MulticastServer(AvahiSimplePoll* poll)
     : poll_(poll),
-      filter_(avahi_simple_poll_get(poll)),
+      filter_(avahi_simple_poll_get(poll), [this](const auto& packet) { renewals_.heard(packet); }),
+      renewals_([this](std::uint64_t question, int interface, int protocol, const std::string& data) {
+          tell(question, RecordEvent::renewed, interface, protocol, data);
+      }),
       host_(avahi_simple_poll_get(poll), [this](const MdnsFrame& frame) { heard(frame); }) {
     // Failures are told to the host. The rest of the library's log grows with each packet that somebody sends.
     avahi_set_log_function([](AvahiLogLevel, const char*) {});
@@ -120,7 +124,7 @@ void MulticastServer::heard(const MdnsFrame& frame) {
         case MdnsFrame::Kind::start:
             return start(frame);
         case MdnsFrame::Kind::ask: {
-            auto question = std::make_unique<Question>(host_, frame.id, static_cast<std::uint16_t>(frame.numbers[0]));
+            auto question = std::make_unique<Question>(*this, frame.id, static_cast<std::uint16_t>(frame.numbers[0]));
             Question& asked = *questions_.insert_or_assign(frame.id, std::move(question)).first->second;
             if (frame.texts.size() != 1 || !asked.start(server_.get(), frame.texts[0]))
                 giveUp(avahi_server_errno(server_.get()));
@@ -181,6 +185,19 @@ void MulticastServer::stateChanged(AvahiServer* server, AvahiServerState state) 
         }
     }
     host_.send({MdnsFrame::Kind::serverState, 0, {state, AVAHI_OK, 0}, {}});
+}
+
+// An interface that goes takes its records with it, and Avahi says so at once.
+RecordEvent MulticastServer::meaning(AvahiBrowserEvent event) const {
+    if (event == AVAHI_BROWSER_NEW) return RecordEvent::came;
+    return filter_.isReadingOfInterfaces() ? RecordEvent::lost : RecordEvent::went;
+}
+
+void MulticastServer::tell(std::uint64_t question, RecordEvent event, int interface, int protocol,
+                           const std::string& data) {
+    if (event != RecordEvent::renewed)
+        renewals_.wasTold(question, interface, protocol, data, event == RecordEvent::came);
+    host_.send({MdnsFrame::Kind::record, question, {static_cast<std::int32_t>(event), interface, protocol}, {data}});
 }
 
 void MulticastServer::giveUp(int error) {

@@ -11,7 +11,9 @@
 
 #include "platform/mdns/HostConnection.h"
 #include "platform/mdns/PacketFilter.h"
+#include "platform/mdns/Renewals.h"
 #include "platform/network/dnssd/AvahiOwner.h"
+#include "platform/network/dnssd/RecordEvent.h"
 
 namespace velmora {
 
@@ -35,10 +37,13 @@ class MulticastServer {
     void heard(const MdnsFrame& frame);
     void start(const MdnsFrame& frame);
     void stateChanged(AvahiServer* server, AvahiServerState state);
+    RecordEvent meaning(AvahiBrowserEvent event) const;
+    void tell(std::uint64_t question, RecordEvent event, int interface, int protocol, const std::string& data);
     void giveUp(int error);
 
     AvahiSimplePoll* const poll_;
     PacketFilter filter_;
+    Renewals renewals_;
     HostConnection host_;
     bool ended_ = false;
     AvahiOwner<AvahiServer, avahi_server_free> server_;

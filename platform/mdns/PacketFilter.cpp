@@ -1,52 +1,52 @@
 #include "platform/mdns/PacketFilter.h"
 
+#include <avahi-common/address.h>
 #include <avahi-common/defs.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <cstddef>
-#include <optional>
+#include <cstring>
+#include <utility>
+
+#include "platform/mdns/PacketReader.h"
 
 namespace velmora {
 
 namespace {
 
-// Reads a DNS packet from front to back; none past its end.
-class Reader {
-  public:
-    explicit Reader(std::span<const std::uint8_t> packet) : rest_(packet) {}
-
-    std::optional<unsigned> number16() {
-        if (rest_.size() < 2) return std::nullopt;
-        const unsigned value = rest_[0] * 256u + rest_[1];
-        rest_ = rest_.subspan(2);
-        return value;
-    }
-    bool skip(std::size_t count) {
-        if (rest_.size() < count) return false;
-        rest_ = rest_.subspan(count);
-        return true;
-    }
-    // Labels up to an empty one or a reference to an earlier name.
-    bool skipName() {
-        while (!rest_.empty()) {
-            const std::size_t length = rest_[0];
-            if (length >= 0xc0) return skip(2);
-            if (length > 63 || !skip(1 + length)) return false;
-            if (length == 0) return true;
-        }
-        return false;
-    }
-
-  private:
-    std::span<const std::uint8_t> rest_;
-};
+// Of multicast DNS. What comes from elsewhere is no announcement.
+constexpr std::uint16_t kPort = 5353;
 
 // The kernel alone speaks through it, of interfaces and addresses.
 bool isNetlinkSocket(int descriptor) {
     int domain = 0;
     socklen_t length = sizeof domain;
     return getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &length) == 0 && domain == AF_NETLINK;
+}
+
+template <typename Value>
+Value read(const void* from) {
+    Value value;
+    std::memcpy(&value, from, sizeof value);
+    return value;
+}
+
+template <typename Bytes>
+std::string textOf(const Bytes& bytes) {
+    return {reinterpret_cast<const char*>(&bytes), sizeof bytes};
+}
+
+// The index of the interface on which it has arrived, which the library has the kernel say; 0 when it does not.
+int interfaceOf(msghdr& message) {
+    for (cmsghdr* part = CMSG_FIRSTHDR(&message); part != nullptr; part = CMSG_NXTHDR(&message, part)) {
+        if (part->cmsg_level == IPPROTO_IP && part->cmsg_type == IP_PKTINFO)
+            return read<in_pktinfo>(CMSG_DATA(part)).ipi_ifindex;
+        if (part->cmsg_level == IPPROTO_IPV6 && part->cmsg_type == IPV6_PKTINFO)
+            return static_cast<int>(read<in6_pktinfo>(CMSG_DATA(part)).ipi6_ifindex);
+    }
+    return 0;
 }
 
 }  // namespace
@@ -62,7 +62,8 @@ struct PacketFilter::Watch {
     static Watch* of(AvahiWatch* watch) { return reinterpret_cast<Watch*>(watch); }
 };
 
-PacketFilter::PacketFilter(const AvahiPoll* inner) : inner_(inner), filtered_(*inner) {
+PacketFilter::PacketFilter(const AvahiPoll* inner, Observer observer)
+    : inner_(inner), observer_(std::move(observer)), filtered_(*inner) {
     filtered_.userdata = this;
     filtered_.watch_new = makeWatch;
     filtered_.watch_update = [](AvahiWatch* watch, AvahiWatchEvent event) {
@@ -96,23 +97,56 @@ AvahiTimeout* PacketFilter::makeTimeout(const AvahiPoll* api, const timeval* tim
 
 void PacketFilter::eventHappened(AvahiWatch*, int descriptor, AvahiWatchEvent event, void* watch) {
     auto* happened = static_cast<Watch*>(watch);
-    if (happened->filtered && !happened->filter.nextPacketPasses(descriptor)) return;
+    PacketFilter& filter = happened->filter;
+    const bool filtered = happened->filtered;
+    std::optional<Packet> packet;
+    if (filtered) {
+        packet = filter.nextPacket(descriptor);
+        if (!packet) return;
+    }
+    filter.readsOfInterfaces_ = !filtered;
+    // May free the watch.
     happened->callback(reinterpret_cast<AvahiWatch*>(happened), descriptor, event, happened->userdata);
+    filter.readsOfInterfaces_ = false;
+    if (packet && !packet->source.empty()) filter.observer_(*packet);
 }
 
-bool PacketFilter::nextPacketPasses(int descriptor) {
+std::optional<PacketFilter::Packet> PacketFilter::nextPacket(int descriptor) {
+    sockaddr_storage source{};
+    iovec bytes{packet_.data(), packet_.size()};
+    alignas(cmsghdr) std::array<char, 256> control;
+    msghdr message{};
+    message.msg_name = &source;
+    message.msg_namelen = sizeof source;
+    message.msg_iov = &bytes;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
     // The true length, however long the packet is.
-    const ssize_t size = recv(descriptor, packet_.data(), packet_.size(), MSG_PEEK | MSG_DONTWAIT | MSG_TRUNC);
+    const ssize_t size = recvmsg(descriptor, &message, MSG_PEEK | MSG_DONTWAIT | MSG_TRUNC);
     // Nothing to look at, nothing to read; an error has been taken from the socket by asking.
-    if (size < 0) return false;
+    if (size < 0) return std::nullopt;
     const auto length = static_cast<std::size_t>(size);
-    if (length <= packet_.size() && passes(std::span(packet_).first(length))) return true;
-    recv(descriptor, packet_.data(), packet_.size(), MSG_DONTWAIT);
-    return false;
+    Packet packet{std::span(packet_).first(std::min(length, packet_.size())), {}, interfaceOf(message)};
+    if (length > packet_.size() || !passes(packet.bytes)) {
+        recv(descriptor, packet_.data(), packet_.size(), MSG_DONTWAIT);
+        return std::nullopt;
+    }
+    const auto v4 = read<sockaddr_in>(&source);
+    const auto v6 = read<sockaddr_in6>(&source);
+    if (source.ss_family == AF_INET && v4.sin_port == htons(kPort)) {
+        packet.protocol = AVAHI_PROTO_INET;
+        packet.source = textOf(v4.sin_addr);
+    }
+    if (source.ss_family == AF_INET6 && v6.sin6_port == htons(kPort)) {
+        packet.protocol = AVAHI_PROTO_INET6;
+        packet.source = textOf(v6.sin6_addr);
+    }
+    return packet;
 }
 
 bool PacketFilter::passes(std::span<const std::uint8_t> packet) {
-    Reader reader(packet);
+    PacketReader reader(packet);
     constexpr std::size_t idAndFlags = 4;
     if (!reader.skip(idAndFlags)) return false;
     const auto questions = reader.number16();

@@ -5,7 +5,10 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <span>
+#include <string>
 
 namespace velmora {
 
@@ -23,13 +26,25 @@ namespace velmora {
 // is taken from the socket here.
 class PacketFilter {
   public:
+    struct Packet {
+        std::span<const std::uint8_t> bytes;
+        std::string source;  // the address in network order
+        int interface = 0;   // index
+        int protocol = 0;    // AVAHI_PROTO_INET or AVAHI_PROTO_INET6
+    };
+    using Observer = std::function<void(const Packet& packet)>;
+
     // What is read through `poll()` is filtered; the events themselves are those of `inner`, which must live longer.
-    explicit PacketFilter(const AvahiPoll* inner);
+    // `observer` is shown each packet from port 5353 that has passed, after the library has read it.
+    PacketFilter(const AvahiPoll* inner, Observer observer);
     PacketFilter(const PacketFilter&) = delete;
     PacketFilter& operator=(const PacketFilter&) = delete;
 
     // Everything made through it must be freed before this is destroyed.
     const AvahiPoll* poll() const { return &filtered_; }
+
+    // Whether the library is reading what the kernel says of interfaces and addresses.
+    bool isReadingOfInterfaces() const { return readsOfInterfaces_; }
 
     // Whether a packet may pass.
     static bool passes(std::span<const std::uint8_t> packet);
@@ -41,10 +56,12 @@ class PacketFilter {
     static AvahiTimeout* makeTimeout(const AvahiPoll* api, const timeval* time, AvahiTimeoutCallback callback,
                                      void* userdata);
     static void eventHappened(AvahiWatch* innerWatch, int descriptor, AvahiWatchEvent event, void* watch);
-    // Whether there is a packet, and it may pass. One that may not is gone then.
-    bool nextPacketPasses(int descriptor);
+    // The next packet, if there is one that may pass. One that may not is gone then.
+    std::optional<Packet> nextPacket(int descriptor);
 
     const AvahiPoll* const inner_;
+    const Observer observer_;
+    bool readsOfInterfaces_ = false;
     AvahiPoll filtered_;
     // As long as a packet of multicast DNS may be at most, headers included.
     std::array<std::uint8_t, 9000> packet_;

@@ -29,7 +29,8 @@ constexpr std::chrono::milliseconds kNextTry(10);
 // However long the main thread is busy, one piece waits for each service: the latest. The piece that it replaces has
 // become pointless. A find that was withdrawn has led nobody anywhere, and a removal before a find only made room for
 // it. The find itself is told even when the service leads where it did before: a server that has said goodbye and come
-// back has dropped its connections, and being found again is what makes the plugin connect anew.
+// back has dropped its connections, and being found again is what makes the plugin connect anew. One that comes back
+// within a second is found again without being removed; where an Avahi daemon serves, nobody hears of that.
 class NSNetServiceBrowser::Search final : public BrowseListener, public std::enable_shared_from_this<Search> {
   public:
     Search(NSNetServiceBrowser& browser, std::string preferredName)

@@ -19,8 +19,9 @@ class NSNetServiceBrowserDelegate {
     // found once, and removed when its last appearance is gone. It is found again, without being removed and with an
     // equal service object, when it leads elsewhere than was told last: its host or port has changed, or none of its
     // addresses remains (one more or less is no news); when a resolution had failed and it can be resolved now; and
-    // when it was withdrawn and announced anew before the main thread came to it. One that came and went in that time
-    // is not told at all.
+    // when it was withdrawn and announced anew, within a second (except through an Avahi daemon, which hides that) or
+    // before the main thread came to it. One that came and went in that time is not told at all. An appearance that is
+    // lost with its interface has kGraceTime to come back, of which nothing is told.
     virtual void netServiceBrowserDidFindServiceMoreComing(NSNetServiceBrowser& browser,
                                                            const std::shared_ptr<NSNetService>& service,
                                                            bool moreComing) = 0;

@@ -264,6 +264,31 @@ TEST_F(Discovery, newsThatIsOvertakenBeforeTheMainThreadComesToItIsNotTold) {
     ASSERT_TRUE(isTold(watcher, {"not resolved Router", "removed Router"}));
 }
 
+// A server that restarts within a second of its goodbye has dropped its connections.
+TEST_F(Discovery, aGoodbyeThatIsTakenBackIsNewsWhenTheAnnouncerSaidIt) {
+    RawAnnouncer announcer, stranger("127.0.0.2");
+    ServiceWatch watcher;
+    const ServerProcess marker("Marker");
+    ASSERT_TRUE(isTold(watcher, {"found Marker", "resolved Marker"}));
+    announcer.pointer("Router").location("Router", kHostA, 1000).address(kHostA, {10, 0, 0, 9}).send();
+    ASSERT_TRUE(isTold(watcher, kFoundRouter));
+    announcer.pointer("Router", 0).send();
+    announcer.pointer("Router").send();
+    ASSERT_TRUE(isTold(watcher, kFoundRouter));
+    // A stranger's goodbye, which the announcer undoes, is none, nor is what the stranger does next.
+    stranger.pointer("Router", 0).send();
+    announcer.pointer("Router").send();
+    stranger.pointer("Router", 0).pointer("Router").send();
+    announcer.pointer("Router").send();
+    // One that comes back elsewhere is told once.
+    announcer.pointer("Router", 0).send();
+    announcer.pointer("Router").location("Router", kHostA, 1001).address(kHostA, {10, 0, 0, 9}).send();
+    ASSERT_TRUE(isTold(watcher, kFoundRouter));
+    EXPECT_EQ(watcher.addressesOf("Router"), Strings{"10.0.0.9:1001"});
+    announcer.pointer("Router", 0).send();
+    ASSERT_TRUE(isTold(watcher, {"removed Router"}));
+}
+
 TEST_F(Discovery, packetsWithAnAliasOrCutOffAreFilteredOut) {
     static AvahiWatchCallback event;
     static void* watch;
@@ -273,7 +298,7 @@ TEST_F(Discovery, packetsWithAnAliasOrCutOffAreFilteredOut) {
         return static_cast<AvahiWatch*>(watch = userdata);
     };
     inner.watch_free = [](AvahiWatch*) {};
-    PacketFilter filter(&inner);
+    PacketFilter filter(&inner, [](const PacketFilter::Packet&) {});
     std::array<int, 2> ends{};
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, ends.data()), 0);
     const Socket reader(ends[0]), sender(ends[1]);

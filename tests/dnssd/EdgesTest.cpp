@@ -44,7 +44,7 @@ TEST(MonitoredRecords, setAsideTheOldestAndTakeItBackAsOldAsItWas) {
     records.backendCame(backend);
     const auto hear = [&](const std::string& target, bool present) {
         told.clear();
-        backend.say({1, 0, target, 4711, {}}, present);
+        backend.say({1, 0, target, 4711, {}}, present ? RecordEvent::came : RecordEvent::went);
         return told;
     };
     for (const char* target : {"a", "b", "c"}) {
@@ -70,6 +70,16 @@ TEST(MonitoredRecords, setAsideTheOldestAndTakeItBackAsOldAsItWas) {
     records.graceTimeEnded();
     EXPECT_EQ(told, (Strings{"-e"}));
     EXPECT_FALSE(records.hasSetAside());
+    // What was lost with its interface is back with it, or goes later.
+    hear("g", true);
+    told.clear();
+    for (const auto& [target, event] :
+         {std::pair{"f", RecordEvent::lost}, {"g", RecordEvent::lost}, {"f", RecordEvent::came}}) {
+        backend.say({1, 0, target, 4711, {}}, event);
+    }
+    EXPECT_EQ(told, Strings());
+    records.graceTimeEnded();
+    EXPECT_EQ(told, (Strings{"-g"}));
 }
 
 TEST(UnannouncedServices, aNewcomerIsAskedAboutNextAndWhoDoesNotAnswerWaitsAgain) {

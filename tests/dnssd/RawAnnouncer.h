@@ -10,16 +10,16 @@
 
 namespace velmora::test {
 
-// Sends from port 5353 of 127.0.0.1 on `lo`.
+// Sends from port 5353 on `lo`.
 class RawAnnouncer {
   public:
     using Labels = std::vector<std::string>;
     static inline const Labels kServers{"_matrixswitcher", "_tcp", "local"};
     static Labels server(const std::string& name) { return {name, "_matrixswitcher", "_tcp", "local"}; }
 
-    RawAnnouncer() {
+    explicit RawAnnouncer(const char* address = "127.0.0.1") {
         const int on = 1;
-        const sockaddr_in source = socketAddress(5353);
+        const sockaddr_in source = socketAddress(5353, address);
         setsockopt(socket_.descriptor(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
         setsockopt(socket_.descriptor(), IPPROTO_IP, IP_MULTICAST_IF, &source.sin_addr, sizeof source.sin_addr);
         EXPECT_EQ(bind(socket_.descriptor(), reinterpret_cast<const sockaddr*>(&source), sizeof source), 0);

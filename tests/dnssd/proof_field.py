@@ -170,6 +170,9 @@ class Field:
     def link_down(self, host, wire):
         ip("-n", f"{self.id}-{host}", "link", "set", f"link{wire}", "down")
 
+    def take_addresses(self, host, wire):
+        ip("-n", f"{self.id}-{host}", "addr", "flush", "dev", f"link{wire}")
+
     def addresses_of(self, host_number, wire=0):
         v4, v6 = f"10.0.{wire}.{host_number}", f"fe80::{wire + 1}:{host_number}"
         return {"IPv4": [v4], "IPv6": [v6], "both": [v4, v6]}[self.families]

@@ -94,6 +94,10 @@ void BackendSupply::bringUp(DiscoveryBackend& backend) {
     for (BackendUser* user : users_) {
         user->backendCame(backend);
     }
+    beginGraceTime();
+}
+
+void BackendSupply::beginGraceTime() {
     graceEnd_.set(fromNow(kGraceTime), [this] {
         for (BackendUser* user : users_) {
             user->graceTimeEnded();
@@ -113,12 +117,6 @@ void BackendSupply::lookAtInterfaces() {
     const auto& now = daemon_->interfaces();
     if (now != before) {
         takeDown();
-        for (const int interface : before) {
-            if (now.contains(interface)) continue;
-            for (BackendUser* user : users_) {
-                user->interfaceWent(interface);
-            }
-        }
         bringUp(*daemon_);
     }
     nextInterfaceLook_.set(fromNow(kRetryTime), [this] { lookAtInterfaces(); });

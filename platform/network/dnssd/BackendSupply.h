@@ -17,6 +17,7 @@ namespace velmora {
 // The time counts while that backend serves, and anew with the next one: nobody listens in between, and silence is no
 // news. So a server that left while velmora-mdns crashes every few seconds stays listed until one lasts this long. The
 // other way round, servers that never left would be told as gone and found again, and hosts would connect to them anew.
+// The same goes for what was lost with its interface, since the last such loss.
 inline constexpr Seconds kGraceTime{10};
 // After this time everything that did not work is tried again.
 inline constexpr Seconds kRetryTime{5};
@@ -45,6 +46,8 @@ class BackendSupply {
     void askAgainLater(BackendUser& user);
     // The same, because the backend of the moment has refused this user's question.
     void wasRefused(BackendUser& user);
+    // What was known is no longer sure.
+    void beginGraceTime();
 
     // Sees to it that the right backend serves, if any can be had.
     void settle();

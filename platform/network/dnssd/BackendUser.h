@@ -14,8 +14,6 @@ class BackendUser {
     virtual void backendGoes() = 0;
     // Everything that the present backend has not confirmed is to be taken for gone.
     virtual void graceTimeEnded() = 0;
-    // The interface of this index is no longer there, nor is what was seen on it.
-    virtual void interfaceWent(int interface) = 0;
 
   protected:
     ~BackendUser() = default;

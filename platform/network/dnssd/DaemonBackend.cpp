@@ -2,8 +2,14 @@
 
 #include <avahi-client/lookup.h>
 #include <avahi-client/publish.h>
+#include <avahi-common/address.h>
 #include <avahi-common/error.h>
+#include <ifaddrs.h>
 #include <net/if.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cstring>
 
 namespace velmora {
 
@@ -16,6 +22,22 @@ constexpr std::size_t kMaximumClients = 16;
 constexpr Seconds kPause{1};
 
 using Interfaces = std::set<AvahiIfIndex>;
+
+// Whether nothing can be heard there: the daemon withdraws at once what it has heard on an interface that goes down or
+// loses its address. It does not say why, so one that is back before this looks is missed.
+bool isLost(AvahiIfIndex interface, AvahiProtocol protocol) {
+    std::array<char, IF_NAMESIZE> name{};
+    ifaddrs* addresses = nullptr;
+    if (if_indextoname(static_cast<unsigned>(interface), name.data()) == nullptr) return true;
+    if (getifaddrs(&addresses) != 0) return false;
+    const AvahiOwner<ifaddrs, freeifaddrs> owner(addresses);
+    constexpr unsigned needed = IFF_UP | IFF_RUNNING;
+    for (const ifaddrs* one = addresses; one != nullptr; one = one->ifa_next) {
+        if (one->ifa_addr == nullptr || one->ifa_addr->sa_family != avahi_proto_to_af(protocol)) continue;
+        if ((one->ifa_flags & needed) == needed && std::strcmp(one->ifa_name, name.data()) == 0) return false;
+    }
+    return true;
+}
 
 class Query final : public RecordQuery {
   public:
@@ -42,7 +64,9 @@ class Query final : public RecordQuery {
         if (event != AVAHI_BROWSER_NEW && event != AVAHI_BROWSER_REMOVE) return;
         if (data == nullptr || type != query->type_) return;
         const auto seen = networkRecord(interface, protocol, type, {static_cast<const std::uint8_t*>(data), size});
-        if (seen) query->handler_(*seen, event == AVAHI_BROWSER_NEW);
+        if (!seen) return;
+        if (event == AVAHI_BROWSER_NEW) return query->handler_(*seen, RecordEvent::came);
+        query->handler_(*seen, isLost(interface, protocol) ? RecordEvent::lost : RecordEvent::went);
     }
 
     const RecordHandler handler_;

@@ -14,6 +14,8 @@ namespace {
 
 // Locations that are kept for one service: a few for each interface and protocol.
 constexpr std::size_t kMaximumLocations = 64;
+// A service that is announced anew this soon after its goodbye has not gone in between (see RecordEvent::renewed).
+constexpr Seconds kRenewalTime{1};
 
 // Empty for what cannot be the name of a service.
 std::string fullName(const ServiceKey& key) {
@@ -35,7 +37,7 @@ DiscoveredService::~DiscoveredService() {
 
 void DiscoveredService::appeared(const NetworkRecord& pointer, std::uint64_t arrival) {
     if (!isPresent()) arrival_ = arrival;
-    pointers_.insert(pointer);
+    if (!pointers_.insert(pointer).second) renewed_ = true;
 }
 
 void DiscoveredService::forgetAppearances() {
@@ -88,14 +90,18 @@ DiscoveredService::News DiscoveredService::update(bool mayLeadNowhere) {
     answerRequests(now);
     planNextLook(now);
 
+    if (moved) moved_ = now;
+    // One that comes back elsewhere says goodbye, too, and is told once.
+    if (moved_ + kRenewalTime > now) renewed_ = false;
     if (isPresent() != announced_) {
+        renewed_ = false;
         if (isPresent() && !hasAddresses() && !mayLeadNowhere) return News::none;
         announced_ = isPresent();
         if (hasAddresses()) timedOut_ = false;  // this tells it
         return announced_ ? News::found : News::removed;
     }
-    if (!announced_ || endpoint_.addresses.empty() || !(moved || timedOut_)) return News::none;
-    timedOut_ = false;
+    if (!announced_ || endpoint_.addresses.empty() || !(moved || timedOut_ || renewed_)) return News::none;
+    timedOut_ = renewed_ = false;
     reported_ = endpoint_;
     return News::found;
 }
@@ -121,7 +127,32 @@ void DiscoveredService::updateQuestions() {
 }
 
 // The latest location on each interface and protocol counts, but only when an address belongs to it: while a server
-// that came back elsewhere is not reachable there yet, its old place is as good as any.
+// that came back elsewhere is not reachable there yet, its old place is as good as any. One that is not confirmed, lost
+// with its interface, say, gives way to any later one that leads elsewhere.
+std::map<DiscoveredService::Appearance, const DiscoveredService::Location*> DiscoveredService::currentLocations()
+    const {
+    const auto isReachable = [this](const Location& location) {
+        return !hosts_.at(location.first.target)->onInterface(location.first.interface).empty();
+    };
+    const Location* latest = nullptr;
+    for (const Location& location : locations_->records()) {
+        if (!location.second.confirmed || !isReachable(location)) continue;
+        if (latest == nullptr || latest->second.arrival < location.second.arrival) latest = &location;
+    }
+    const auto givesWay = [latest](const Location& location) {
+        return latest != nullptr && !location.second.confirmed && location.second.arrival < latest->second.arrival &&
+               std::tie(location.first.target, location.first.port) !=
+                   std::tie(latest->first.target, latest->first.port);
+    };
+    std::map<Appearance, const Location*> current;
+    for (const Location& location : locations_->records()) {
+        if (givesWay(location) || !isReachable(location)) continue;
+        const Location*& best = current[{location.first.interface, location.first.protocol}];
+        if (best == nullptr || best->second.arrival < location.second.arrival) best = &location;
+    }
+    return current;
+}
+
 ServiceEndpoint DiscoveredService::currentEndpoint() const {
     struct Found {
         std::size_t family;  // by size, so that IPv4 comes first
@@ -133,17 +164,11 @@ ServiceEndpoint DiscoveredService::currentEndpoint() const {
     ServiceEndpoint endpoint;
     endpoint.withdrawn = withdrawn_;
     if (locations_ == nullptr) return endpoint;
-    std::map<Appearance, std::pair<std::uint64_t, const NetworkRecord*>> latest;
-    for (const auto& [record, standing] : locations_->records()) {
-        if (hosts_.at(record.target)->onInterface(record.interface).empty()) continue;
-        auto& best = latest[{record.interface, record.protocol}];
-        if (best.first < standing.arrival) best = {standing.arrival, &record};
-    }
     std::vector<Found> found;
-    for (const auto& [appearance, location] : latest) {
-        for (auto& address : hosts_.at(location.second->target)->onInterface(appearance.first)) {
+    for (const auto& [appearance, location] : currentLocations()) {
+        for (auto& address : hosts_.at(location->first.target)->onInterface(appearance.first)) {
             const std::size_t size = address.size();
-            found.push_back({size, appearance.first, std::move(address), location.first, location.second});
+            found.push_back({size, appearance.first, std::move(address), location->second.arrival, &location->first});
         }
     }
     // Where IPv4 and IPv6 do not agree yet about an address, the later word counts. A place that the server has left

@@ -31,7 +31,8 @@ class DiscoveredService {
     ~DiscoveredService();
 
     // A browse has heard a record that points to the service, on one interface over one protocol. `arrival` is higher
-    // for a later record; the service takes that of the record that ends its absence.
+    // for a later record; the service takes that of the record that ends its absence. One that is heard again was
+    // withdrawn in between.
     void appeared(const NetworkRecord& pointer, std::uint64_t arrival);
     // That record has gone.
     void disappeared(const NetworkRecord& pointer) { pointers_.erase(pointer); }
@@ -73,6 +74,8 @@ class DiscoveredService {
 
     void planNextLook(Date now);
     void updateQuestions();
+    using Location = MonitoredRecords::Records::value_type;
+    std::map<Appearance, const Location*> currentLocations() const;
     ServiceEndpoint currentEndpoint() const;
     Answer answerOf(const Appearance& appearance) const;
     Answer answerOfAll() const;
@@ -93,6 +96,8 @@ class DiscoveredService {
     bool watched_ = false;
     bool askedAhead_ = false;
     bool timedOut_ = false;  // a resolution has, and none has succeeded since
+    bool renewed_ = false;   // withdrawn and announced anew, which has not been told yet
+    Date moved_;             // when it was last seen to lead elsewhere
     std::unique_ptr<MonitoredRecords> locations_;
     std::map<std::string, std::shared_ptr<HostAddresses>> hosts_;
     std::vector<ResolutionRequest> requests_;

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "platform/network/dnssd/NetworkRecord.h"
+#include "platform/network/dnssd/RecordEvent.h"
 #include "platform/network/dnssd/ServiceKey.h"
 
 namespace velmora {
@@ -18,8 +19,8 @@ class RecordQuery {
   public:
     virtual ~RecordQuery() = default;
 };
-// A record has appeared on an interface, or has gone from it.
-using RecordHandler = std::function<void(const NetworkRecord& record, bool present)>;
+// Of a record on one interface.
+using RecordHandler = std::function<void(const NetworkRecord& record, RecordEvent event)>;
 
 // The records of one service of our own. They are withdrawn, with a goodbye, when it is destroyed.
 class EntryGroup {

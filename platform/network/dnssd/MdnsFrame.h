@@ -24,7 +24,7 @@ struct MdnsFrame {
         ping,      // wants a pong
         // From the program.
         serverState,  // numbers: AvahiServerState, Avahi's error when that is a failure
-        record,       // id: the question's; numbers: AvahiBrowserEvent, interface, protocol; texts: the record's data
+        record,       // id: the question's; numbers: RecordEvent, interface, protocol; texts: the record's data
         groupState,   // id: the group's; numbers: AvahiEntryGroupState
         pong,
     };
@@ -34,7 +34,7 @@ struct MdnsFrame {
     std::vector<std::string> texts;  // any bytes
 };
 
-inline constexpr std::int32_t kMdnsFrameVersion = 1;
+inline constexpr std::int32_t kMdnsFrameVersion = 2;
 // Encoded, in bytes.
 inline constexpr std::size_t kMaximumMdnsFrame = 8 * 1024;
 // The program's end of the socket pair.

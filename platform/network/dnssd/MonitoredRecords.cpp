@@ -32,7 +32,7 @@ MonitoredRecords::~MonitoredRecords() {
 // An old question ends after the start of the new one, so that nothing goes unnoticed in between.
 void MonitoredRecords::backendCame(DiscoveryBackend& backend) {
     auto query =
-        backend.query(name_, type_, [this](const NetworkRecord& record, bool present) { heard(record, present); });
+        backend.query(name_, type_, [this](const NetworkRecord& record, RecordEvent event) { heard(record, event); });
     if (query == nullptr) return supply_.wasRefused(*this);
     query_ = std::move(query);
 }
@@ -50,10 +50,6 @@ void MonitoredRecords::graceTimeEnded() {
     drop([](const auto& entry) { return !entry.second.confirmed; });
 }
 
-void MonitoredRecords::interfaceWent(int interface) {
-    drop([interface](const auto& entry) { return entry.first.interface == interface; });
-}
-
 template <typename Predicate>
 void MonitoredRecords::drop(Predicate isGone) {
     std::erase_if(setAside_, isGone);
@@ -68,13 +64,26 @@ void MonitoredRecords::drop(Predicate isGone) {
     takeBack(gone.size());
 }
 
-void MonitoredRecords::heard(const NetworkRecord& record, bool present) {
-    if (!present) {
-        if (setAside_.erase(record) != 0 || records_.erase(record) == 0) return;
-        handler_(record, false);
-        takeBack(1);
-        return;
+void MonitoredRecords::heard(const NetworkRecord& record, RecordEvent event) {
+    switch (event) {
+        case RecordEvent::came:
+            return came(record);
+        case RecordEvent::went:
+            return went(record);
+        case RecordEvent::renewed:
+            if (records_.contains(record)) handler_(record, true);
+            return;
+        case RecordEvent::lost:
+            // An interface is often back in a moment, with everything on it. Until then nobody knows better.
+            for (Records* records : {&records_, &setAside_}) {
+                const auto known = records->find(record);
+                if (known != records->end()) known->second.confirmed = false;
+            }
+            return supply_.beginGraceTime();
     }
+}
+
+void MonitoredRecords::came(const NetworkRecord& record) {
     for (Records* records : {&records_, &setAside_}) {
         const auto known = records->find(record);
         if (known == records->end()) continue;
@@ -84,6 +93,12 @@ void MonitoredRecords::heard(const NetworkRecord& record, bool present) {
     if (records_.size() >= limit_) makeRoom();
     records_.emplace(record, Standing{++arrivals_, true});
     handler_(record, true);
+}
+
+void MonitoredRecords::went(const NetworkRecord& record) {
+    if (setAside_.erase(record) != 0 || records_.erase(record) == 0) return;
+    handler_(record, false);
+    takeBack(1);
 }
 
 void MonitoredRecords::makeRoom() {

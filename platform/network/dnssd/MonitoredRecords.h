@@ -20,13 +20,14 @@ class MonitoredRecords final : public BackendUser {
 
     struct Standing {
         std::uint64_t arrival;  // later ones have higher numbers
-        bool confirmed;         // by the present backend
+        bool confirmed;         // by the present backend, and not lost with its interface since
     };
     using Records = std::map<NetworkRecord, Standing>;
 
     // Keeps at most `limit` records. A new one takes the place of the oldest, because a server that has moved says so
-    // last; the oldest is set aside. The handler is told of each record that comes or goes. It may be called from
-    // within Avahi, and must not destroy or change this object.
+    // last; the oldest is set aside. The handler is told of each record that comes or goes, and told again that a
+    // record is present when it was withdrawn and announced anew within a moment. It may be called from within Avahi,
+    // and must not destroy or change this object.
     MonitoredRecords(BackendSupply& supply, std::string name, std::uint16_t type, std::size_t limit, Handler handler);
     ~MonitoredRecords();
 
@@ -44,12 +45,13 @@ class MonitoredRecords final : public BackendUser {
     void backendCame(DiscoveryBackend& backend) override;
     void backendGoes() override;
     void graceTimeEnded() override;
-    void interfaceWent(int interface) override;
 
   private:
     template <typename Predicate>
     void drop(Predicate isGone);
-    void heard(const NetworkRecord& record, bool present);
+    void heard(const NetworkRecord& record, RecordEvent event);
+    void came(const NetworkRecord& record);
+    void went(const NetworkRecord& record);
     void makeRoom();
 
     BackendSupply& supply_;

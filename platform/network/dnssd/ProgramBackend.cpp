@@ -182,7 +182,8 @@ bool ProgramBackend::heardServerState(const MdnsFrame& frame) {
 
 bool ProgramBackend::heardRecord(const MdnsFrame& frame) {
     const auto [event, interface, protocol] = frame.numbers;
-    if (event != AVAHI_BROWSER_NEW && event != AVAHI_BROWSER_REMOVE) return false;
+    if (event < static_cast<std::int32_t>(RecordEvent::came) || event > static_cast<std::int32_t>(RecordEvent::renewed))
+        return false;
     if (interface < 0 || (protocol != AVAHI_PROTO_INET && protocol != AVAHI_PROTO_INET6)) return false;
     if (frame.id > lastId_ || frame.texts.size() != 1) return false;
     const auto found = asked_.find(frame.id);
@@ -192,7 +193,7 @@ bool ProgramBackend::heardRecord(const MdnsFrame& frame) {
                                       {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
     if (!record) return true;
     const RecordHandler handler = found->second->handler;  // held, because it may make and end questions
-    handler(*record, event == AVAHI_BROWSER_NEW);
+    handler(*record, static_cast<RecordEvent>(event));
     return true;
 }
 

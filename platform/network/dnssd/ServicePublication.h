@@ -41,7 +41,6 @@ class ServicePublication final : public BackendUser {
     void backendCame(DiscoveryBackend&) override {}
     void backendGoes() override;
     void graceTimeEnded() override {}
-    void interfaceWent(int) override {}
 
   private:
     void announce();
