@@ -92,9 +92,29 @@ TEST(UnannouncedServices, aNewcomerIsAskedAboutNextAndWhoDoesNotAnswerWaitsAgain
     services.remove(key(7));
     EXPECT_EQ(services.nextTurns(now).begun, std::vector{key(kPlaces + 2)});
     const auto later = services.nextTurns(now + std::chrono::minutes(1));
-    EXPECT_EQ(later.begun, (std::vector{key(kPlaces + 1), key(kPlaces)}));
+    EXPECT_EQ(later.begun, (std::vector{key(kPlaces), key(kPlaces + 1)}));
     EXPECT_EQ(later.ended.size(), 2u);
     EXPECT_TRUE(services.contains(later.ended.front()));
+}
+
+TEST(UnannouncedServices, anEndlessFloodKeepsNobodyWaitingForEver) {
+    const ServiceKey real{"", "", "Real"};
+    UnannouncedServices services;
+    const Date start = std::chrono::steady_clock::now();
+    std::vector<int> turns;
+    // 600 names a second, each of which stays for four seconds.
+    for (int tick = 0; tick < 200; ++tick) {
+        for (int name = 0; name < 60; ++name) {
+            services.remove({"", "", std::to_string(60 * (tick - 40) + name)});
+            services.add({"", "", std::to_string(60 * tick + name)});
+            if (tick == 50 && name == 30) services.add(real);
+        }
+        const auto begun = services.nextTurns(start + tick * std::chrono::milliseconds(100)).begun;
+        if (std::ranges::count(begun, real) != 0) turns.push_back(tick);
+    }
+    ASSERT_GE(turns.size(), 2u);
+    EXPECT_LE(turns[0], 50 + 45);
+    EXPECT_LE(turns[1], turns[0] + 45);
 }
 
 TEST(NSNetServiceBrowser, toldAreFewNamesThatLeadNowhereAndEachThatLeadsSomewhere) {
