@@ -72,6 +72,31 @@ TEST(MonitoredRecords, setAsideTheOldestAndTakeItBackAsOldAsItWas) {
     EXPECT_FALSE(records.hasSetAside());
 }
 
+TEST(MonitoredRecords, rememberSoManyOfAllQuestionsTogetherAndForgetTheOldest) {
+    constexpr int kEach = 40'000;
+    DiscoveryLoop loop(-1);
+    BackendSupply supply(loop, {});
+    int told = 0;
+    const auto count = [&](const NetworkRecord&, bool) { ++told; };
+    MonitoredRecords first(supply, "first", 33, kEach, count), second(supply, "second", 33, kEach, count);
+    for (MonitoredRecords* records : {&first, &second}) {
+        SilentBackend backend;
+        records->backendCame(backend);
+        for (int number = 0; number < kEach; ++number) {
+            backend.say({number, 0, "a", 4711, {}}, true);
+        }
+        for (int number = 0; number < kEach; ++number) {
+            records->setAside({number, 0, "a", 4711, {}});
+        }
+    }
+    told = 0;
+    first.takeBack(kEach);
+    EXPECT_EQ(std::exchange(told, 0), static_cast<int>(SetAsideOrder::kMaximumSetAside) - kEach);
+    EXPECT_FALSE(first.records().contains({0, 0, "a", 4711, {}}));
+    second.takeBack(kEach);
+    EXPECT_EQ(told, kEach);
+}
+
 TEST(UnannouncedServices, aNewcomerIsAskedAboutNextAndWhoDoesNotAnswerWaitsAgain) {
     constexpr auto kPlaces = UnannouncedServices::kMaximumAskedAbout;
     const auto key = [](std::size_t number) { return ServiceKey{"", "", std::to_string(number)}; };
@@ -241,6 +266,37 @@ TEST(NSNetService, keepsItsPlaceWhenTheWeightChangesAndFallsBackOnThePlaceItHad)
     });
     EXPECT_TRUE(runMainLoopUntil([] { return known.load(); }, Seconds{5}));
     EXPECT_EQ(events, Strings());
+}
+
+TEST(NSNetService, forgedAddressesDoNotPushOutThoseThatWereTold) {
+    ASSERT_TRUE(runMainLoopUntil([] { return NSThread::runningThreads() == 0; }));
+    const RawAnnouncer::Labels hosts[] = {{"host-4", "local"}, {"host-6", "local"}};
+    const std::vector<std::uint8_t> addresses[] = {{10, 9, 0, 9}, {0xFD, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 9}};
+    RawAnnouncer announcer;
+    ServiceWatch watcher;
+    const auto announceBoth = [&] {
+        announcer.pointer("4").location("4", hosts[0], 1000).address(hosts[0], addresses[0]);
+        announcer.pointer("6").location("6", hosts[1], 1000).address(hosts[1], addresses[1]).send();
+        return watcher.events.size() == 4;
+    };
+    ASSERT_TRUE(runMainLoopUntil(announceBoth));
+    for (int host = 0; host < 2; ++host) {
+        announcer.address(hosts[host], addresses[host]);
+        for (std::uint8_t last = 100; last < 200; ++last) {
+            announcer.address(hosts[host], {10, 0, 0, last});
+        }
+        announcer.send();
+    }
+    announcer.pointer("Marker").location("Marker", hosts[0], 1001).send();
+    ASSERT_TRUE(watcher.waitForEvents(6));
+    EXPECT_EQ(Strings(watcher.events.begin() + 4, watcher.events.end()), (Strings{"found Marker", "resolved Marker"}));
+    for (const char* name : {"4", "6"}) {
+        watcher.services.at(name)->resolveWithTimeout(5);
+    }
+    ASSERT_TRUE(watcher.waitForEvents(8));
+    EXPECT_EQ(std::ranges::count(watcher.addressesOf("4"), "10.9.0.9:1000"), 1);
+    EXPECT_EQ(std::ranges::count(watcher.addressesOf("4"), "10.0.0.199:1000"), 1);
+    EXPECT_EQ(std::ranges::count(watcher.addressesOf("6"), "[fd00::9]:1000"), 1);
 }
 
 }  // namespace

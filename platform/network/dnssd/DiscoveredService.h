@@ -74,9 +74,11 @@ class DiscoveredService {
     void planNextLook(Date now);
     void updateQuestions();
     ServiceEndpoint currentEndpoint() const;
+    void keepMaximum(std::vector<SocketAddress>& addresses) const;
     Answer answerOf(const Appearance& appearance) const;
     Answer answerOfAll() const;
     void answerRequests(Date now);
+    void noteReport();
     bool hasMoved() const;
 
     const ServiceKey key_;
