@@ -49,15 +49,18 @@ void SwitchTelnetController::startConnectionWithNetService(const std::shared_ptr
     startConnection(service->getInputStreamOutputStream());
 }
 
-// Marks the thread as running before it is made, so that of two starts at once only one goes on.
+// Marks the thread as running before it is made, so that of two starts at once only one goes on. A thread may have
+// ended before those who close its connection are done; they would clear the streams of a new one.
 bool SwitchTelnetController::claimThread() {
-    if (communicationsThreadIsRunning_.exchange(true)) {
-        refuseStart();
-        return false;
+    {
+        MutexLock lock(stateMutex_);
+        if (!closing_ && !communicationsThreadIsRunning_.exchange(true)) {
+            end_ = {};
+            return true;
+        }
     }
-    MutexLock lock(stateMutex_);
-    end_ = {};
-    return true;
+    refuseStart();
+    return false;
 }
 
 void SwitchTelnetController::refuseStart() {

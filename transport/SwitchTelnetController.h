@@ -74,9 +74,9 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     SwitchTelnetControllerDelegate* delegate() const { return delegate_; }
     void setDelegate(SwitchTelnetControllerDelegate* delegate) { delegate_ = delegate; }
 
-    // Both begin to connect and return at once; the outcome is a callback. A start that is refused, because a thread of
-    // an earlier connection still runs or there are no streams to be had, posts the notification
-    // "nodeConnectionDidNotOpen" with the delegate as its object.
+    // Both begin to connect and return at once; the outcome is a callback. A start that is refused, because an
+    // earlier connection is still being closed, its thread still runs, or there are no streams to be had, posts the
+    // notification "nodeConnectionDidNotOpen" with the delegate as its object.
     void startConnectionWithNetService(const std::shared_ptr<NSNetService>& service);
     // Host name or address text, port 1 to 65,535. Looking the name up may take seconds. Nothing in the product calls
     // this one.
@@ -140,7 +140,7 @@ class SwitchTelnetController final : public NSObject, private NSStreamDelegate {
     void closeStreams(TelnetConnectionEnd::Cause cause, std::string reason);
     void setConnectionEnd(TelnetConnectionEnd::Cause cause, std::string reason) REQUIRES(stateMutex_);
 
-    // False, and the start is refused, while a thread still runs.
+    // False, and the start is refused, while a thread still runs or a connection is being closed.
     bool claimThread();
     void refuseStart();
     void failStart(std::string reason);

@@ -23,19 +23,21 @@ constexpr const char* kUnknown = "not known";
 
 void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin) {
     std::vector<Row> rows;
+    RowNumbers rowNumbers;
     const StringList names = plugin.attributeNames();  // the plugin need not keep it
     for (const std::string& name : *names) {
-        const auto same = std::find_if(rows_.begin(), rows_.end(), [&](const Row& row) { return row.name == name; });
+        const Row* const same = rowNamed(name);
         const Values values = possibleValues(plugin, name);
+        rowNumbers.emplace(name, rows.size());
         rows.push_back({name, plugin.displayNameOfAttributeWithName(name).value_or(""),
                         plugin.defaultValueOfAttributeWithName(name).value_or(""), values, Values(values.settable()),
-                        same != rows_.end() ? same->currentValue : std::nullopt,
-                        same == rows_.end() || same->isUnread});
+                        same != nullptr ? same->currentValue : std::nullopt, same == nullptr || same->isUnread});
     }
     const bool isSameTable = std::equal(rows.begin(), rows.end(), rows_.begin(), rows_.end(),
                                         [](const Row& left, const Row& right) { return left.name == right.name; });
     if (!isSameTable) beginResetModel();
     rows_ = std::move(rows);
+    rowNumbers_ = std::move(rowNumbers);
     if (!isSameTable) {
         endResetModel();
     } else if (!rows_.empty()) {
@@ -43,12 +45,19 @@ void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin) {
     }
 }
 
+const AttributesModel::Row* AttributesModel::rowNamed(const std::string& name) const {
+    const auto number = rowNumbers_.find(name);
+    return number != rowNumbers_.end() ? &rows_[number->second] : nullptr;
+}
+
 void AttributesModel::setCurrentValue(const std::string& name, const std::optional<std::string>& value, bool isUnread) {
-    const auto row = std::find_if(rows_.begin(), rows_.end(), [&](const Row& one) { return one.name == name; });
-    if (row == rows_.end() || (row->currentValue == value && row->isUnread == isUnread)) return;
-    row->currentValue = value;
-    row->isUnread = isUnread;
-    const QModelIndex cell = index(static_cast<int>(row - rows_.begin()), currentColumn);
+    const auto number = rowNumbers_.find(name);
+    if (number == rowNumbers_.end()) return;
+    Row& row = rows_[number->second];
+    if (row.currentValue == value && row.isUnread == isUnread) return;
+    row.currentValue = value;
+    row.isUnread = isUnread;
+    const QModelIndex cell = index(static_cast<int>(number->second), currentColumn);
     emit dataChanged(cell, cell);
 }
 
@@ -61,10 +70,10 @@ std::deque<std::string> AttributesModel::names() const {
 }
 
 bool AttributesModel::isPossible(const std::string& name, const std::string& value) const {
-    return std::any_of(rows_.begin(), rows_.end(), [&](const Row& row) {
-        const std::vector<std::string>& values = row.settableValues.texts();
-        return row.name == name && std::find(values.begin(), values.end(), value) != values.end();
-    });
+    const Row* const row = rowNamed(name);
+    if (row == nullptr) return false;
+    const std::vector<std::string>& values = row->settableValues.texts();
+    return std::find(values.begin(), values.end(), value) != values.end();
 }
 
 int AttributesModel::indexOfCurrentValueAtRow(int row) const {

@@ -5,6 +5,7 @@
 #include <deque>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "host/Values.h"
@@ -49,13 +50,17 @@ class AttributesModel final : public QAbstractTableModel {
         std::optional<std::string> currentValue;
         bool isUnread = true;  // why there is no current value: nobody has asked for it
     };
+    using RowNumbers = std::unordered_map<std::string, std::size_t>;
     const Row& rowAt(int row) const { return rows_[static_cast<std::size_t>(row)]; }
+    // None when no row has that name; the first when several do.
+    const Row* rowNamed(const std::string& name) const;
     bool isCell(const QModelIndex& index) const;
     // As the plugin gave it, and as it is shown.
     std::string text(const QModelIndex& index) const;
     std::string shown(const QModelIndex& index) const;
 
     std::vector<Row> rows_;
+    RowNumbers rowNumbers_;  // by name
 };
 
 }  // namespace velmora

@@ -82,6 +82,31 @@ TEST(MonitoredRecords, setAsideTheOldestAndTakeItBackAsOldAsItWas) {
     EXPECT_EQ(told, (Strings{"-g"}));
 }
 
+TEST(MonitoredRecords, rememberSoManyOfAllQuestionsTogetherAndForgetTheOldest) {
+    constexpr int kEach = 40'000;
+    DiscoveryLoop loop(-1);
+    BackendSupply supply(loop, {});
+    int told = 0;
+    const auto count = [&](const NetworkRecord&, bool) { ++told; };
+    MonitoredRecords first(supply, "first", 33, kEach, count), second(supply, "second", 33, kEach, count);
+    for (MonitoredRecords* records : {&first, &second}) {
+        SilentBackend backend;
+        records->backendCame(backend);
+        for (int number = 0; number < kEach; ++number) {
+            backend.say({number, 0, "a", 4711, {}}, true);
+        }
+        for (int number = 0; number < kEach; ++number) {
+            records->setAside({number, 0, "a", 4711, {}});
+        }
+    }
+    told = 0;
+    first.takeBack(kEach);
+    EXPECT_EQ(std::exchange(told, 0), static_cast<int>(SetAsideOrder::kMaximumSetAside) - kEach);
+    EXPECT_FALSE(first.records().contains({0, 0, "a", 4711, {}}));
+    second.takeBack(kEach);
+    EXPECT_EQ(told, kEach);
+}
+
 TEST(UnannouncedServices, aNewcomerIsAskedAboutNextAndWhoDoesNotAnswerWaitsAgain) {
     constexpr auto kPlaces = UnannouncedServices::kMaximumAskedAbout;
     const auto key = [](std::size_t number) { return ServiceKey{"", "", std::to_string(number)}; };
@@ -102,9 +127,29 @@ TEST(UnannouncedServices, aNewcomerIsAskedAboutNextAndWhoDoesNotAnswerWaitsAgain
     services.remove(key(7));
     EXPECT_EQ(services.nextTurns(now).begun, std::vector{key(kPlaces + 2)});
     const auto later = services.nextTurns(now + std::chrono::minutes(1));
-    EXPECT_EQ(later.begun, (std::vector{key(kPlaces + 1), key(kPlaces)}));
+    EXPECT_EQ(later.begun, (std::vector{key(kPlaces), key(kPlaces + 1)}));
     EXPECT_EQ(later.ended.size(), 2u);
     EXPECT_TRUE(services.contains(later.ended.front()));
+}
+
+TEST(UnannouncedServices, anEndlessFloodKeepsNobodyWaitingForEver) {
+    const ServiceKey real{"", "", "Real"};
+    UnannouncedServices services;
+    const Date start = std::chrono::steady_clock::now();
+    std::vector<int> turns;
+    // 600 names a second, each of which stays for four seconds.
+    for (int tick = 0; tick < 200; ++tick) {
+        for (int name = 0; name < 60; ++name) {
+            services.remove({"", "", std::to_string(60 * (tick - 40) + name)});
+            services.add({"", "", std::to_string(60 * tick + name)});
+            if (tick == 50 && name == 30) services.add(real);
+        }
+        const auto begun = services.nextTurns(start + tick * std::chrono::milliseconds(100)).begun;
+        if (std::ranges::count(begun, real) != 0) turns.push_back(tick);
+    }
+    ASSERT_GE(turns.size(), 2u);
+    EXPECT_LE(turns[0], 50 + 45);
+    EXPECT_LE(turns[1], turns[0] + 45);
 }
 
 TEST(NSNetServiceBrowser, toldAreFewNamesThatLeadNowhereAndEachThatLeadsSomewhere) {
@@ -231,6 +276,37 @@ TEST(NSNetService, keepsItsPlaceWhenTheWeightChangesAndFallsBackOnThePlaceItHad)
     });
     EXPECT_TRUE(runMainLoopUntil([] { return known.load(); }, Seconds{5}));
     EXPECT_EQ(events, Strings());
+}
+
+TEST(NSNetService, forgedAddressesDoNotPushOutThoseThatWereTold) {
+    ASSERT_TRUE(runMainLoopUntil([] { return NSThread::runningThreads() == 0; }));
+    const RawAnnouncer::Labels hosts[] = {{"host-4", "local"}, {"host-6", "local"}};
+    const std::vector<std::uint8_t> addresses[] = {{10, 9, 0, 9}, {0xFD, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 9}};
+    RawAnnouncer announcer;
+    ServiceWatch watcher;
+    const auto announceBoth = [&] {
+        announcer.pointer("4").location("4", hosts[0], 1000).address(hosts[0], addresses[0]);
+        announcer.pointer("6").location("6", hosts[1], 1000).address(hosts[1], addresses[1]).send();
+        return watcher.events.size() == 4;
+    };
+    ASSERT_TRUE(runMainLoopUntil(announceBoth));
+    for (int host = 0; host < 2; ++host) {
+        announcer.address(hosts[host], addresses[host]);
+        for (std::uint8_t last = 100; last < 200; ++last) {
+            announcer.address(hosts[host], {10, 0, 0, last});
+        }
+        announcer.send();
+    }
+    announcer.pointer("Marker").location("Marker", hosts[0], 1001).send();
+    ASSERT_TRUE(watcher.waitForEvents(6));
+    EXPECT_EQ(Strings(watcher.events.begin() + 4, watcher.events.end()), (Strings{"found Marker", "resolved Marker"}));
+    for (const char* name : {"4", "6"}) {
+        watcher.services.at(name)->resolveWithTimeout(5);
+    }
+    ASSERT_TRUE(watcher.waitForEvents(8));
+    EXPECT_EQ(std::ranges::count(watcher.addressesOf("4"), "10.9.0.9:1000"), 1);
+    EXPECT_EQ(std::ranges::count(watcher.addressesOf("4"), "10.0.0.199:1000"), 1);
+    EXPECT_EQ(std::ranges::count(watcher.addressesOf("6"), "[fd00::9]:1000"), 1);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // Announcements of multicast DNS put together byte by byte, for what a well-behaved publisher does not say.
 #pragma once
 
-#include <array>
 #include <string>
 #include <utility>
 #include <vector>
@@ -35,8 +34,9 @@ class RawAnnouncer {
         const std::string numbers = number(weight, 4) + number(port, 2);
         return record(server(name), 33, internetAndFlush, timeToLive, numbers + wireName(host));
     }
-    RawAnnouncer& address(const Labels& host, std::array<std::uint8_t, 4> bytes, std::uint32_t timeToLive = 120) {
-        return record(host, 1, internetAndFlush, timeToLive, std::string(bytes.begin(), bytes.end()));
+    RawAnnouncer& address(const Labels& host, const std::vector<std::uint8_t>& bytes, std::uint32_t timeToLive = 120) {
+        const std::uint16_t type = bytes.size() == 4 ? 1 : 28;
+        return record(host, type, internetAndFlush, timeToLive, std::string(bytes.begin(), bytes.end()));
     }
     // Says that the host is another one, whose name follows.
     RawAnnouncer& alias(const Labels& host, const Labels& other) {

@@ -190,7 +190,9 @@ TEST(Program, servesAndEndsAlthoughNobodyReadsWhatItPrints) {
 TEST(Program, keepsItsStateEvenInALargerMatrixAndTakesLabelsFromAFile) {
     const QTemporaryDir directory;
     const std::string folder = directory.path().toStdString();
-    std::ofstream(folder + "/labels.json") << R"({"inputs": ["Kamera\r\n1", "\"Ü\" \\", ""], "routes": [5, 5]})";
+    std::ofstream(folder + "/labels.json") << R"({"inputs": ["Kamera\r\n1", ")"
+                                              "\uFEFF"
+                                              R"(\"Ü\" \\", ""], "routes": [5, 5]})";
     std::vector<std::string> arguments{"--no-announce", "--verbose", "--state", folder + "/state.json"};
     // The labels are in the state by the second time.
     const std::tuple<std::vector<std::string>, const char*, const char*> runs[] = {
@@ -205,7 +207,7 @@ TEST(Program, keepsItsStateEvenInALargerMatrixAndTakesLabelsFromAFile) {
         EXPECT_TRUE(program.outputLine().ends_with(std::string(" > ") + route));
         EXPECT_EQ(client.exchange("GET 9"), std::string(ninth) + "\r\n");
         client.send("INPUTLABEL 1\nINPUTLABEL 2\nINPUTLABEL 3\nINPUTLABEL 4\n");
-        const std::string labels = "Kamera  1\r\n\"Ü\" \\\r\n\r\nInput 4\r\n";
+        const std::string labels = "Kamera  1\r\n\uFEFF\"Ü\" \\\r\n\r\nInput 4\r\n";
         EXPECT_EQ(client.receive(labels.size()), labels);
         for (int turn = 0; turn < 500; ++turn) {
             ASSERT_EQ(client.exchange("SET 2 " + std::to_string(turn % 16 + 1)), "OK\r\n");

@@ -10,6 +10,7 @@
 #include "platform/network/dnssd/DaemonBackend.h"
 #include "platform/network/dnssd/DiscoveryLoop.h"
 #include "platform/network/dnssd/ProgramBackend.h"
+#include "platform/network/dnssd/SetAsideOrder.h"
 
 namespace velmora {
 
@@ -57,6 +58,8 @@ class BackendSupply {
     // There is no backend, but only because our own program, which could be started and has not said that it cannot
     // serve, is about to be started again.
     bool isRestarting() const { return restarting_; }
+    // For the users: one for all of them.
+    SetAsideOrder& setAsideOrder() { return setAsideOrder_; }
 
     // From now on a backend must be able to announce services.
     void requirePublishing();
@@ -74,6 +77,7 @@ class BackendSupply {
     void noteSituation() const;
 
     DiscoveryLoop& loop_;
+    SetAsideOrder setAsideOrder_;
     std::vector<std::string> interfaces_;
     bool publishing_ = false;
     bool unsettled_ = true;

@@ -102,7 +102,7 @@ DiscoveredService::News DiscoveredService::update(bool mayLeadNowhere) {
     }
     if (!announced_ || endpoint_.addresses.empty() || !(moved || timedOut_ || renewed_)) return News::none;
     timedOut_ = renewed_ = false;
-    reported_ = endpoint_;
+    noteReport();
     return News::found;
 }
 
@@ -182,7 +182,6 @@ ServiceEndpoint DiscoveredService::currentEndpoint() const {
     };
     found.erase(std::unique(found.begin(), found.end(), sameAddress), found.end());
     for (const Found& one : found) {
-        if (endpoint.addresses.size() == kMaximumAddresses) break;
         const auto* const bytes = reinterpret_cast<const std::uint8_t*>(one.address.data());
         const auto address = SocketAddress::fromBytes({bytes, one.address.size()}, one.location->port,
                                                       static_cast<std::uint32_t>(one.interface));
@@ -190,11 +189,23 @@ ServiceEndpoint DiscoveredService::currentEndpoint() const {
             endpoint.addresses.push_back(address);
         }
     }
+    keepMaximum(endpoint.addresses);
     if (!found.empty()) {
         endpoint.hostName = withTrailingDot(found.front().location->target);
         endpoint.port = found.front().location->port;
     }
     return endpoint;
+}
+
+// Of too many, those stay that were told last.
+void DiscoveredService::keepMaximum(std::vector<SocketAddress>& addresses) const {
+    if (addresses.size() <= kMaximumAddresses) return;
+    if (reported_) {
+        std::stable_partition(addresses.begin(), addresses.end(), [this](const SocketAddress& address) {
+            return std::ranges::count(reported_->addresses, address) != 0;
+        });
+    }
+    addresses.erase(addresses.begin() + kMaximumAddresses, addresses.end());
 }
 
 DiscoveredService::Answer DiscoveredService::answerOf(const Appearance& appearance) const {
@@ -242,9 +253,17 @@ void DiscoveredService::answerRequests(Date now) {
         return true;
     });
     for (const ResolutionRequest& request : due) {
-        if (found) reported_ = endpoint_;
+        if (found) noteReport();
         if (!request.toConnect) timedOut_ = !found;
         request.done(found ? &endpoint_ : nullptr);
+    }
+}
+
+void DiscoveredService::noteReport() {
+    reported_ = endpoint_;
+    locations_->noteUse();
+    for (const auto& [name, host] : hosts_) {
+        host->noteUse();
     }
 }
 

@@ -77,9 +77,11 @@ class DiscoveredService {
     using Location = MonitoredRecords::Records::value_type;
     std::map<Appearance, const Location*> currentLocations() const;
     ServiceEndpoint currentEndpoint() const;
+    void keepMaximum(std::vector<SocketAddress>& addresses) const;
     Answer answerOf(const Appearance& appearance) const;
     Answer answerOfAll() const;
     void answerRequests(Date now);
+    void noteReport();
     bool hasMoved() const;
 
     const ServiceKey key_;

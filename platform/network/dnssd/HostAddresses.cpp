@@ -21,6 +21,11 @@ std::vector<std::string> HostAddresses::onInterface(int interface) const {
     return addresses;
 }
 
+void HostAddresses::noteUse() {
+    v6_.noteUse();
+    v4_.noteUse();
+}
+
 std::shared_ptr<HostAddresses> HostDirectory::host(const std::string& name) {
     std::erase_if(hosts_, [](const auto& entry) { return entry.second.expired(); });
     auto& known = hosts_[name];

@@ -10,23 +10,35 @@ namespace velmora {
 
 namespace {
 
-// Four times what Avahi keeps for an interface. What exceeds it is forgotten until it is announced anew.
-constexpr std::size_t kMaximumSetAside = 65536;
+using Entry = MonitoredRecords::Records::value_type;
 
-bool isOlder(const MonitoredRecords::Records::value_type& left, const MonitoredRecords::Records::value_type& right) {
+bool isOlder(const Entry& left, const Entry& right) {
     return left.second.arrival < right.second.arrival;
+}
+
+bool givesWayBefore(const Entry& left, const Entry& right) {
+    if (left.second.inUse != right.second.inUse) return right.second.inUse;
+    return left.second.inUse ? isOlder(right, left) : isOlder(left, right);
 }
 
 }  // namespace
 
 MonitoredRecords::MonitoredRecords(BackendSupply& supply, std::string name, std::uint16_t type, std::size_t limit,
                                    Handler handler)
-    : supply_(supply), name_(std::move(name)), type_(type), limit_(limit), handler_(std::move(handler)) {
+    : supply_(supply),
+      order_(supply.setAsideOrder()),
+      name_(std::move(name)),
+      type_(type),
+      limit_(limit),
+      handler_(std::move(handler)) {
     supply_.addUser(*this);
 }
 
 MonitoredRecords::~MonitoredRecords() {
     supply_.removeUser(*this);
+    for (const auto& [record, standing] : setAside_) {
+        order_.remove(standing.arrival);
+    }
 }
 
 // An old question ends after the start of the new one, so that nothing goes unnoticed in between.
@@ -52,7 +64,11 @@ void MonitoredRecords::graceTimeEnded() {
 
 template <typename Predicate>
 void MonitoredRecords::drop(Predicate isGone) {
-    std::erase_if(setAside_, isGone);
+    std::erase_if(setAside_, [&](const auto& entry) {
+        if (!isGone(entry)) return false;
+        order_.remove(entry.second.arrival);
+        return true;
+    });
     std::vector<NetworkRecord> gone;
     for (const auto& entry : records_) {
         if (isGone(entry)) gone.push_back(entry.first);
@@ -91,27 +107,48 @@ void MonitoredRecords::came(const NetworkRecord& record) {
         return;
     }
     if (records_.size() >= limit_) makeRoom();
-    records_.emplace(record, Standing{++arrivals_, true});
+    records_.emplace(record, Standing{order_.nextArrival(), true});
     handler_(record, true);
 }
 
 void MonitoredRecords::went(const NetworkRecord& record) {
-    if (setAside_.erase(record) != 0 || records_.erase(record) == 0) return;
+    if (forget(record) || records_.erase(record) == 0) return;
     handler_(record, false);
     takeBack(1);
 }
 
+void MonitoredRecords::noteUse() {
+    for (auto& [record, standing] : records_) {
+        standing.inUse = true;
+    }
+}
+
 void MonitoredRecords::makeRoom() {
-    const NetworkRecord oldest = std::min_element(records_.begin(), records_.end(), isOlder)->first;
-    setAside(oldest);
-    handler_(oldest, false);
+    const NetworkRecord least = std::min_element(records_.begin(), records_.end(), givesWayBefore)->first;
+    setAside(least);
+    handler_(least, false);
 }
 
 void MonitoredRecords::setAside(const NetworkRecord& record) {
     auto known = records_.extract(record);
     if (known.empty()) return;
-    if (setAside_.size() >= kMaximumSetAside) setAside_.erase(setAside_.begin());
-    setAside_.insert(std::move(known));
+    const auto entry = setAside_.insert(std::move(known)).position;
+    order_.add(entry->second.arrival, *this, entry->first);
+}
+
+bool MonitoredRecords::forget(const NetworkRecord& record) {
+    const auto known = setAside_.find(record);
+    if (known == setAside_.end()) return false;
+    order_.remove(known->second.arrival);
+    setAside_.erase(known);
+    return true;
+}
+
+void SetAsideOrder::add(std::uint64_t arrival, MonitoredRecords& owner, const NetworkRecord& record) {
+    places_.emplace(arrival, std::pair(&owner, &record));
+    if (places_.size() <= kMaximumSetAside) return;
+    const auto [oldestOwner, oldest] = places_.begin()->second;
+    oldestOwner->forget(*oldest);
 }
 
 void MonitoredRecords::takeBack(std::size_t count) {
@@ -126,6 +163,7 @@ void MonitoredRecords::takeBack(std::size_t count) {
                       [](auto left, auto right) { return isOlder(*right, *left); });
     latest.resize(count);
     for (const auto entry : latest) {
+        order_.remove(entry->second.arrival);
         const auto place = records_.insert(setAside_.extract(entry)).position;
         handler_(place->first, true);
     }

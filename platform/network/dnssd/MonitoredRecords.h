@@ -8,6 +8,7 @@
 #include <string>
 
 #include "platform/network/dnssd/BackendUser.h"
+#include "platform/network/dnssd/SetAsideOrder.h"
 
 namespace velmora {
 
@@ -19,26 +20,33 @@ class MonitoredRecords final : public BackendUser {
     using Handler = std::function<void(const NetworkRecord& record, bool present)>;
 
     struct Standing {
-        std::uint64_t arrival;  // later ones have higher numbers
+        std::uint64_t arrival;  // of SetAsideOrder
         bool confirmed;         // by the present backend, and not lost with its interface since
+        bool inUse = false;
     };
     using Records = std::map<NetworkRecord, Standing>;
 
     // Keeps at most `limit` records. A new one takes the place of the oldest, because a server that has moved says so
-    // last; the oldest is set aside. The handler is told of each record that comes or goes, and told again that a
-    // record is present when it was withdrawn and announced anew within a moment. It may be called from within Avahi,
-    // and must not destroy or change this object.
+    // last; the oldest is set aside. But a record that is in use gives way only when all are, and then the latest of
+    // them: a burst of forged ones must not cut off what works. The handler is told of each record that comes or goes,
+    // and told again that a record is present when it was withdrawn and announced anew within a moment. It may be
+    // called from within Avahi, and must not destroy or change this object.
     MonitoredRecords(BackendSupply& supply, std::string name, std::uint16_t type, std::size_t limit, Handler handler);
     ~MonitoredRecords();
 
     const Records& records() const { return records_; }
+    // Somebody has been told of what the present records lead to.
+    void noteUse();
 
-    // A record that was set aside is no longer among the records, but it is remembered until the network withdraws it.
-    // It comes back, as old as it was, when another record goes or when the user of this object has room again.
+    // A record that was set aside is no longer among the records, but it is remembered until the network withdraws it
+    // or there are too many. It comes back, as old as it was, when another record goes or when the user of this object
+    // has room again.
     //
     // For a user who has no room for this record. The handler is not told.
     void setAside(const NetworkRecord& record);
     bool hasSetAside() const { return !setAside_.empty(); }
+    // Whether this one was set aside. It is not remembered any longer.
+    bool forget(const NetworkRecord& record);
     // Takes back up to this many as far as there is room, the latest first. The handler is told.
     void takeBack(std::size_t count);
 
@@ -55,11 +63,11 @@ class MonitoredRecords final : public BackendUser {
     void makeRoom();
 
     BackendSupply& supply_;
+    SetAsideOrder& order_;
     const std::string name_;
     const std::uint16_t type_;
     const std::size_t limit_;
     const Handler handler_;
-    std::uint64_t arrivals_ = 0;
     Records records_;
     Records setAside_;
     std::unique_ptr<RecordQuery> query_;

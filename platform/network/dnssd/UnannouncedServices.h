@@ -16,10 +16,11 @@ namespace velmora {
 class UnannouncedServices {
   public:
     // A flood of names without a server must not make this process flood the network with questions. So only this many
-    // are asked about at a time, and each has this long to answer while others wait. Newcomers are next; those that
-    // have not answered follow in turn, because one may only have been slow.
+    // are asked about at a time, and each has this long to answer while others wait, or less while some of them have
+    // never been asked about. An answer that comes later is not lost: the backend keeps it for the next turn.
     static constexpr std::size_t kMaximumAskedAbout = 256;
     static constexpr Seconds kPatience{2};
+    static constexpr Seconds kPatienceWithNewcomers{0.3};
 
     // Does nothing for one that is here already.
     void add(const ServiceKey& key);
@@ -36,12 +37,20 @@ class UnannouncedServices {
   private:
     struct Entry {
         ServiceKey key;
-        std::optional<Date> turnEnd;  // none while it waits
+        std::optional<Date> turnBegin;  // none while it waits
+        bool wasAskedAbout = false;
     };
     using Line = std::list<Entry>;
+    Line& lineOf(const Entry& entry);
+    std::size_t waiting() const { return newcomers_.size() + slow_.size(); }
+    Line::iterator next();
+    Date endOfFirstTurn() const;
+
     std::map<ServiceKey, Line::iterator> places_;
-    Line waiting_;
+    Line newcomers_;   // the newest is first
+    Line slow_;        // have had turns without an answer; who waits longest is first
     Line askedAbout_;  // in the order in which their turns began
+    unsigned int picks_ = 0;
 };
 
 }  // namespace velmora
