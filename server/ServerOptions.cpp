@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/foundation/CommandLine.h"
+#include "platform/foundation/NearestWord.h"
 #include "platform/foundation/Text.h"
 #include "server/VirtualMatrix.h"
 
@@ -67,10 +68,16 @@ QList<QCommandLineOption> allOptions() {
          "whole soon after each change; a write that fails is tried again. A damaged file is refused and left as it "
          "is, and so is one that another server has in use.",
          "FILE"},
+        {"control",
+         "Let other programs of this user change routes, labels, faults and the announcement while the server runs, "
+         "and "
+         "see what its clients do: JSON objects, one a line, on a Unix socket of this name, which is removed at the "
+         "end. What they can say is described in the README.",
+         "SOCKET"},
         {"verbose", "Print each line that comes in (<) and goes out (>), with the client's address."},
         {"fault", "Misbehave towards clients, as listed above; for example silence@SET#3. May be given several times.",
          "VERB[=ARG][@COMMAND][#N]"},
-        {"help", "Show this help."},
+        {{"h", "help"}, "Show this help."},
         {"version", "Show the version."},
     };
 }
@@ -176,10 +183,26 @@ Result<ServerOptions> readOptions(const QCommandLineParser& parser) {
     options.interfacesAreChosen = options.announce && values.isSet("interface");
     options.labelsFile = values.file("labels");
     options.stateFile = values.file("state");
+    options.controlSocket = values.file("control");
     options.verbose = values.isSet("verbose");
     options.faults = values.faults();
     if (values.failure()) return *values.failure();
     return options;
+}
+
+// Without its full stop; with a mistyped option the one that was probably meant.
+std::string complaintOf(const QCommandLineParser& parser) {
+    std::string complaint = parser.errorText().toStdString();
+    if (complaint.ends_with('.')) complaint.pop_back();
+    const QStringList unknown = parser.unknownOptionNames();
+    if (unknown.isEmpty()) return complaint;
+    std::vector<std::string> names;
+    for (const QCommandLineOption& option : allOptions()) {
+        names.push_back(option.names().last().toStdString());
+    }
+    const std::vector<std::string_view> known(names.begin(), names.end());
+    const auto nearest = nearestWord(unknown.first().toStdString(), known);
+    return nearest ? complaint + " (did you mean --" + *nearest + "?)" : complaint;
 }
 
 ServerOptions withInformation(const QString& text) {
@@ -201,7 +224,7 @@ Result<ServerOptions> parseServerOptions(int argc, const char* const* argv) {
         }
         parser.addOption(option);
     }
-    if (!parser.parse(*words)) return Failure{parser.errorText().toStdString()};
+    if (!parser.parse(*words)) return Failure{complaintOf(parser)};
     if (parser.isSet("help")) return withInformation(parser.helpText());
     if (parser.isSet("version")) {
         return withInformation(QCoreApplication::applicationName() + ' ' + QCoreApplication::applicationVersion() +
