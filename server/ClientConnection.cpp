@@ -81,6 +81,7 @@ void ClientConnection::readNext() {
 }
 
 void ClientConnection::answer() {
+    if (!socket_.is_open()) return;  // dropped
     while (!faultyReply_) {
         const auto line = reader_.next(unanswered_);
         if (!line) break;

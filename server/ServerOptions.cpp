@@ -42,6 +42,22 @@ Several faults of one line are combined. What a line asks for is done all the
 same.
 )";
 
+constexpr const char* kControlUse = R"(
+Control, for scripts, as --control takes it: JSON objects, one a line, each
+answered by one line. An object holds one or more of these keys:
+  "routes"     {"OUTPUT": INPUT, ...}, or a list that begins with output 1
+  "inputs"     {"INPUT": "LABEL", ...}, or a list; "outputs" likewise
+  "faults"     ["VERB...", ...], as above: from now on these and no others
+  "announced"  true or false: is announced again, or withdrawn
+  "drop"       "close" or "reset": ends the connections of all clients
+  "dump"       true: the reply holds size, routes, labels, faults, clients
+               and the announced name
+  "subscribe"  true or false: what happens follows, one JSON object a line
+               with "event" and "time"
+  "id"         a text or number, which comes back with the reply
+A reply holds "ok", or "error" and why; then nothing has been done.
+)";
+
 QList<QCommandLineOption> allOptions() {
     return {
         {"name", "Announce the server under this name, 1 to 63 bytes long.", "TEXT", "Virtual Matrix"},
@@ -71,8 +87,9 @@ QList<QCommandLineOption> allOptions() {
         {"control",
          "Let other programs of this user change routes, labels, faults and the announcement while the server runs, "
          "and "
-         "see what its clients do: JSON objects, one a line, on a Unix socket of this name, which is removed at the "
-         "end. What they can say is described in the README.",
+         "see what its clients do, through a Unix socket of this name, as described above. It is removed at the end; "
+         "one "
+         "that a killed server has left is replaced.",
          "SOCKET"},
         {"verbose", "Print each line that comes in (<) and goes out (>), with the client's address."},
         {"fault", "Misbehave towards clients, as listed above; for example silence@SET#3. May be given several times.",
@@ -217,7 +234,7 @@ Result<ServerOptions> parseServerOptions(int argc, const char* const* argv) {
     const Result<QStringList> words = wordsOfCommandLine(argc, argv);
     if (!words) return words.failure();
     QCommandLineParser parser;
-    parser.setApplicationDescription(QString::fromStdString(kDescription + faultHelp() + kFaultUse));
+    parser.setApplicationDescription(QString::fromStdString(kDescription + faultHelp() + kFaultUse + kControlUse));
     for (QCommandLineOption option : allOptions()) {
         if (const QStringList standard = option.defaultValues(); !standard.isEmpty()) {
             option.setDescription(option.description() + " Default: " + standard.first() + ".");

@@ -249,6 +249,7 @@ ServerExitCode Program::run() {
     QCoreApplication::exec();
     service_ = nullptr;
     server_.stop();
+    control_.reset();
     if (!keeper_) return ServerExitCode::done;
     const auto kept = keeper_->stop();
     if (!kept) {

@@ -15,7 +15,8 @@ namespace velmora {
 
 namespace {
 
-constexpr std::size_t kMaximumPathBytes = sizeof(sockaddr_un::sun_path) - 1;
+constexpr std::size_t kMaximumPathBytes = 107;
+static_assert(kMaximumPathBytes == sizeof(sockaddr_un::sun_path) - 1);
 
 Descriptor newSocket() {
     return Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));

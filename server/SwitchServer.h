@@ -59,7 +59,7 @@ class SwitchServer {
     void stop();
 
     // Ends the present connections, as a server does that hangs up or, with a reset, one that has crashed; returns how
-    // many. The commands that have arrived may still be carried out. The thread that started the server.
+    // many. The thread that started the server.
     std::size_t dropClients(bool withReset);
 
     // Of the last successful start: the port, and each address with it, as in "127.0.0.1:4000, [::1]:4000".

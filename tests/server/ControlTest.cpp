@@ -90,7 +90,6 @@ TEST_F(ControlTest, changesTheMatrixAsAnotherPanelWouldAndKeepsIt) {
         EXPECT_EQ(watcher.event("route"), R"({"by":"control","input":4,"output":1})");
         EXPECT_EQ(watcher.event("route"), R"({"by":"control","input":1,"output":2})");
         EXPECT_EQ(watcher.event("command"), R"({"line":"GET 1","reply":"1 4"})");
-        program.exitCodeAfterSignal(SIGTERM);
     }
     Program program(command);
     program.port();
@@ -231,6 +230,29 @@ TEST_F(ControlTest, aSubscriberThatDoesNotReadHoldsNobodyUpAndIsToldWhatItMissed
     EXPECT_GT(leftOut, 1000);
     EXPECT_EQ(client.exchange("GET 1"), "1 1\r\n");
     EXPECT_EQ(deaf.event("command"), R"({"line":"GET 1","reply":"1 1"})");
+}
+
+TEST_F(ControlTest, doesWhatTheReadmeShows) {
+    const auto inFolder = [this](const std::string& command) {
+        return std::vector<std::string>{"/bin/sh", "-c",
+                                        "cd '" + folder_.path().toStdString() + "' && exec " + command};
+    };
+    std::filesystem::create_symlink(VELMORA_SOURCE_FOLDER "/scripts", folder_.filePath("scripts").toStdString());
+    std::ifstream readme(VELMORA_SOURCE_FOLDER "/README.md");
+    const std::string start = "$ velmora-switch-server --inputs 4";
+    std::string line;
+    while (std::getline(readme, line) && !line.starts_with(start)) {
+    }
+    Program program(inFolder(VELMORA_SWITCH_SERVER + line.substr(line.find(" --"))));
+    program.port();
+    std::string shown;
+    std::string replies;
+    while (std::getline(readme, line) && line != "```") {
+        if (line.starts_with("$ ")) replies += ChildProcess(inFolder(line.substr(2))).output();
+        if (line.starts_with("{")) shown += line + "\n";
+    }
+    EXPECT_NE(shown, "");
+    EXPECT_EQ(replies, shown);
 }
 
 TEST_F(ControlTest, hasASocketOfItsOwnAndReplacesOneThatIsLeftOver) {

@@ -12,6 +12,11 @@ namespace velmora::test {
 
 struct Program : ChildProcess {
     using ChildProcess::ChildProcess;
+    // It ends in order. Under a sanitizer that has found something it does not.
+    ~Program() {
+        if (id() <= 0) return;
+        EXPECT_EQ(exitCodeAfterSignal(), 0) << errors();
+    }
     // The port in the first line.
     std::uint16_t port() {
         int port = 0;
