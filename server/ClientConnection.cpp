@@ -31,19 +31,17 @@ std::vector<std::string> segmentsOf(const Delivery& delivery) {
 }  // namespace
 
 ClientConnection::ClientConnection(asio::ip::tcp::socket socket, const SwitchProtocol& protocol,
-                                   SwitchServerDelegate* delegate, FaultPlan* faults, std::atomic<std::size_t>& count)
+                                   SwitchServerDelegate* delegate, FaultPlan* faults, ClientList& clients)
     : socket_(std::move(socket)),
       protocol_(protocol),
       delegate_(delegate),
       faults_(faults),
       mute_(faults != nullptr && faults->nextConnectionIsMute()),
-      count_(count),
-      timer_(socket_.get_executor()) {
-    ++count_;
-}
+      clients_(clients),
+      timer_(socket_.get_executor()) {}
 
 ClientConnection::~ClientConnection() {
-    --count_;
+    leave();
 }
 
 void ClientConnection::start() {
@@ -55,7 +53,22 @@ void ClientConnection::start() {
     if (!failure) socket_.non_blocking(true, failure);
     if (failure) return;  // already gone
     name_ = SocketAddress(peer.data(), static_cast<socklen_t>(peer.size())).text();
+    clients_.add(this, name_);
+    if (delegate_) delegate_->serverDidGetClient(name_);
     readNext();
+}
+
+void ClientConnection::leave() {
+    if (clients_.remove(this) && delegate_) delegate_->serverDidLoseClient(name_);
+}
+
+void ClientConnection::drop(bool withReset) {
+    asio::error_code failure;  // of a connection that has ended meanwhile
+    if (withReset) socket_.set_option(asio::socket_base::linger(true, 0), failure);
+    if (!withReset) socket_.shutdown(asio::ip::tcp::socket::shutdown_both, failure);
+    socket_.close(failure);
+    timer_.cancel();
+    leave();
 }
 
 void ClientConnection::readNext() {
@@ -68,6 +81,7 @@ void ClientConnection::readNext() {
 }
 
 void ClientConnection::answer() {
+    if (!socket_.is_open()) return;  // dropped
     while (!faultyReply_) {
         const auto line = reader_.next(unanswered_);
         if (!line) break;
@@ -82,9 +96,11 @@ void ClientConnection::answerLine(const LineReader::Line& line) {
     if (line.tooLong) {
         replies_ += SwitchProtocol::kError;
     } else {
-        protocol_.answer(line.text, replies_);
+        protocol_.answer(line.text, replies_, name_);
     }
-    if (faults_ && commitFault(line.text, std::string_view(replies_).substr(begin))) return replies_.resize(begin);
+    const bool isFaulty = faults_ && commitFault(line.text, std::string_view(replies_).substr(begin));
+    if (delegate_) tellOfCommand(line.text, std::string_view(replies_).substr(begin), isFaulty);
+    if (isFaulty) return replies_.resize(begin);
     if (delegate_) delegate_->serverDidAnswerLine(name_, std::string_view(replies_).substr(begin));
     replies_ += "\r\n";
 }
@@ -94,6 +110,14 @@ bool ClientConnection::commitFault(std::string_view line, std::string_view reply
     if (mute_) return true;
     faultyReply_ = faults_->delivery(line, reply);
     return faultyReply_.has_value();
+}
+
+void ClientConnection::tellOfCommand(std::string_view line, std::string_view reply, bool isFaulty) {
+    if (!isFaulty) return delegate_->serverDidCarryOut(name_, line, reply, false);
+    const std::string all = mute_ ? "" : faultyReply_->text + faultyReply_->unasked;
+    if (all.empty()) return delegate_->serverDidCarryOut(name_, line, {}, true);
+    const std::string_view delivered(all.data(), all.size() - (all.ends_with("\r\n") ? 2 : 0));
+    delegate_->serverDidCarryOut(name_, line, delivered, true);
 }
 
 void ClientConnection::writeReplies() {
@@ -163,6 +187,7 @@ void ClientConnection::discardUntilTheEnd() {
 }
 
 void ClientConnection::holdUntilTheEnd() {
+    if (!socket_.is_open()) return;  // dropped
     pollfd end{socket_.native_handle(), POLLRDHUP, 0};
     if (::poll(&end, 1, 0) == 0) wait(kEndLook, &ClientConnection::holdUntilTheEnd);
 }

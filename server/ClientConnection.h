@@ -4,7 +4,6 @@
 #include <array>
 #include <asio/ip/tcp.hpp>
 #include <asio/steady_timer.hpp>
-#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <memory>
@@ -13,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "server/ClientList.h"
 #include "server/FaultPlan.h"
 #include "server/LineReader.h"
 #include "server/SwitchProtocol.h"
@@ -23,21 +23,25 @@ namespace velmora {
 // Kept alive by its own pending operation, as long as something is to be read or written. Server's thread only.
 class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   public:
-    // Protocol, delegate, faults (both may be null) and count are not owned. The count is one higher while the
-    // connection lives.
+    // Protocol, delegate, faults (both may be null) and clients are not owned. The connection is in the list of clients
+    // from its start to its end.
     ClientConnection(asio::ip::tcp::socket socket, const SwitchProtocol& protocol, SwitchServerDelegate* delegate,
-                     FaultPlan* faults, std::atomic<std::size_t>& count);
+                     FaultPlan* faults, ClientList& clients);
     ClientConnection(const ClientConnection&) = delete;
     ClientConnection& operator=(const ClientConnection&) = delete;
     ~ClientConnection();
 
     void start();
+    // Ends the connection, whatever it is doing.
+    void drop(bool withReset);
 
   private:
+    void leave();
     void readNext();
     void answer();
     void answerLine(const LineReader::Line& line);
     bool commitFault(std::string_view line, std::string_view reply);
+    void tellOfCommand(std::string_view line, std::string_view reply, bool isFaulty);
     void writeReplies();
     void repliesWritten();
     // A reply on its way out as a fault wants it: segment after segment, then what the connection does after it.
@@ -53,7 +57,7 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
     SwitchServerDelegate* const delegate_;
     FaultPlan* const faults_;
     const bool mute_;
-    std::atomic<std::size_t>& count_;
+    ClientList& clients_;
     std::string name_;
     LineReader reader_;
     std::array<char, 2048> incoming_;

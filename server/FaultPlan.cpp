@@ -63,7 +63,9 @@ constexpr FaultVerb kVerbs[] = {
     {"pieces", "N", "", kLargest, "The reply comes N bytes at a time, with pauses of 50 milliseconds.", Level::reply,
      [](Delivery& delivery, const Fault& fault) { delivery.pieceSize = static_cast<std::size_t>(fault.number); }},
     {"double", "", "", 0, "The reply comes twice, in one segment.", Level::reply,
-     [](Delivery& delivery, const Fault&) { delivery.text += delivery.text; }},
+     [](Delivery& delivery, const Fault&) {
+         if (delivery.text.size() <= kLargest) delivery.text += delivery.text;
+     }},
     {"unasked", "", "", 0, "A line that nobody asked for follows the reply, after a pause.", Level::reply,
      [](Delivery& delivery, const Fault&) { delivery.unasked = "NOBODY ASKED THIS\r\n"; }},
     {"empty", "", "", 0, "The reply is a line end.", Level::reply,
@@ -136,6 +138,7 @@ std::string_view commandOf(std::string_view line) {
 }  // namespace
 
 Result<Fault> parseFault(std::string_view text) {
+    const std::string words(text);
     const auto occasion = takeAfter('#', text);
     const auto command = takeAfter('@', text);
     const std::string_view name = text.substr(0, text.find('='));
@@ -143,7 +146,7 @@ Result<Fault> parseFault(std::string_view text) {
     if (verb == std::end(kVerbs)) {
         return Failure{stringWithFormat("\"%@\" is not a fault; there are %@", name, joined(kVerbs, &FaultVerb::name))};
     }
-    Fault fault{verb, verb->standard, 0, command.value_or(""), 0};
+    Fault fault{verb, verb->standard, 0, command.value_or(""), 0, words};
     const bool given = name.size() < text.size();
     if (given) fault.text = text.substr(name.size() + 1);
     if (given && *verb->argument == 0) return Failure{stringWithFormat("%@ takes no argument", name)};
@@ -188,6 +191,15 @@ void FaultPlan::set(std::vector<Fault> faults) {
     for (Fault& fault : faults) {
         entries_.push_back({std::move(fault)});
     }
+}
+
+std::vector<std::string> FaultPlan::words() const {
+    MutexLock lock(mutex_);
+    std::vector<std::string> words;
+    for (const Entry& entry : entries_) {
+        words.push_back(entry.fault.words);
+    }
+    return words;
 }
 
 std::optional<Delivery> FaultPlan::delivery(std::string_view line, std::string_view reply) {

@@ -34,6 +34,7 @@ struct Fault {
     int number = 0;       // the argument of a verb that takes a number
     std::string command;  // empty for every one
     int occasion = 0;     // counted from 1; 0 for every one
+    std::string words;    // as it was asked for
 };
 
 // From VERB[=ARG][@COMMAND][#N]. The reason of a failure names what is allowed.
@@ -47,6 +48,8 @@ class FaultPlan {
     explicit FaultPlan(std::vector<Fault> faults = {}) { set(std::move(faults)); }
     // Replaces the faults and starts their counts anew.
     void set(std::vector<Fault> faults) EXCLUDES(mutex_);
+    // Each as it was asked for.
+    std::vector<std::string> words() const EXCLUDES(mutex_);
 
     // Counts a command line, and answers what all the faults that are due, in their order, make of its reply (given
     // without its end); none when no fault is due.

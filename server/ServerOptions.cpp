@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/foundation/CommandLine.h"
+#include "platform/foundation/NearestWord.h"
 #include "platform/foundation/Text.h"
 #include "server/VirtualMatrix.h"
 
@@ -41,6 +42,22 @@ Several faults of one line are combined. What a line asks for is done all the
 same.
 )";
 
+constexpr const char* kControlUse = R"(
+Control, for scripts, as --control takes it: JSON objects, one a line, each
+answered by one line. An object holds one or more of these keys:
+  "routes"     {"OUTPUT": INPUT, ...}, or a list that begins with output 1
+  "inputs"     {"INPUT": "LABEL", ...}, or a list; "outputs" likewise
+  "faults"     ["VERB...", ...], as above: from now on these and no others
+  "announced"  true or false: is announced again, or withdrawn
+  "drop"       "close" or "reset": ends the connections of all clients
+  "dump"       true: the reply holds size, routes, labels, faults, clients
+               and the announced name
+  "subscribe"  true or false: what happens follows, one JSON object a line
+               with "event" and "time"
+  "id"         a text or number, which comes back with the reply
+A reply holds "ok", or "error" and why; then nothing has been done.
+)";
+
 QList<QCommandLineOption> allOptions() {
     return {
         {"name", "Announce the server under this name, 1 to 63 bytes long.", "TEXT", "Virtual Matrix"},
@@ -67,10 +84,17 @@ QList<QCommandLineOption> allOptions() {
          "whole soon after each change; a write that fails is tried again. A damaged file is refused and left as it "
          "is, and so is one that another server has in use.",
          "FILE"},
+        {"control",
+         "Let other programs of this user change routes, labels, faults and the announcement while the server runs, "
+         "and "
+         "see what its clients do, through a Unix socket of this name, as described above. It is removed at the end; "
+         "one "
+         "that a killed server has left is replaced.",
+         "SOCKET"},
         {"verbose", "Print each line that comes in (<) and goes out (>), with the client's address."},
         {"fault", "Misbehave towards clients, as listed above; for example silence@SET#3. May be given several times.",
          "VERB[=ARG][@COMMAND][#N]"},
-        {"help", "Show this help."},
+        {{"h", "help"}, "Show this help."},
         {"version", "Show the version."},
     };
 }
@@ -176,10 +200,26 @@ Result<ServerOptions> readOptions(const QCommandLineParser& parser) {
     options.interfacesAreChosen = options.announce && values.isSet("interface");
     options.labelsFile = values.file("labels");
     options.stateFile = values.file("state");
+    options.controlSocket = values.file("control");
     options.verbose = values.isSet("verbose");
     options.faults = values.faults();
     if (values.failure()) return *values.failure();
     return options;
+}
+
+// Without its full stop; with a mistyped option the one that was probably meant.
+std::string complaintOf(const QCommandLineParser& parser) {
+    std::string complaint = parser.errorText().toStdString();
+    if (complaint.ends_with('.')) complaint.pop_back();
+    const QStringList unknown = parser.unknownOptionNames();
+    if (unknown.isEmpty()) return complaint;
+    std::vector<std::string> names;
+    for (const QCommandLineOption& option : allOptions()) {
+        names.push_back(option.names().last().toStdString());
+    }
+    const std::vector<std::string_view> known(names.begin(), names.end());
+    const auto nearest = nearestWord(unknown.first().toStdString(), known);
+    return nearest ? complaint + " (did you mean --" + *nearest + "?)" : complaint;
 }
 
 ServerOptions withInformation(const QString& text) {
@@ -194,14 +234,14 @@ Result<ServerOptions> parseServerOptions(int argc, const char* const* argv) {
     const Result<QStringList> words = wordsOfCommandLine(argc, argv);
     if (!words) return words.failure();
     QCommandLineParser parser;
-    parser.setApplicationDescription(QString::fromStdString(kDescription + faultHelp() + kFaultUse));
+    parser.setApplicationDescription(QString::fromStdString(kDescription + faultHelp() + kFaultUse + kControlUse));
     for (QCommandLineOption option : allOptions()) {
         if (const QStringList standard = option.defaultValues(); !standard.isEmpty()) {
             option.setDescription(option.description() + " Default: " + standard.first() + ".");
         }
         parser.addOption(option);
     }
-    if (!parser.parse(*words)) return Failure{parser.errorText().toStdString()};
+    if (!parser.parse(*words)) return Failure{complaintOf(parser)};
     if (parser.isSet("help")) return withInformation(parser.helpText());
     if (parser.isSet("version")) {
         return withInformation(QCoreApplication::applicationName() + ' ' + QCoreApplication::applicationVersion() +

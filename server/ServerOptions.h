@@ -22,8 +22,9 @@ struct ServerOptions {
     std::vector<std::string> interfaces;  // to announce on; empty where nothing is announced
     bool interfacesAreChosen = false;     // false: the default
     bool announce = true;
-    std::string labelsFile;  // empty: none
-    std::string stateFile;   // empty: none
+    std::string labelsFile;     // empty: none
+    std::string stateFile;      // empty: none
+    std::string controlSocket;  // empty: none
     bool verbose = false;
     std::vector<Fault> faults;
 };

@@ -23,10 +23,12 @@
 #include "platform/network/NSNetServiceBrowser.h"
 #include "platform/threads/Interruption.h"
 #include "platform/threads/Moment.h"
+#include "server/ControlSocket.h"
 #include "server/InterfaceAddresses.h"
 #include "server/MatrixFile.h"
 #include "server/OutputQueue.h"
 #include "server/ServerOptions.h"
+#include "server/SocketFile.h"
 #include "server/StateKeeper.h"
 #include "server/SwitchServer.h"
 
@@ -40,13 +42,13 @@ constexpr const char* kProgramPrefix = "velmora-switch-server: ";
 constexpr Seconds kNewAddressTime{3};
 
 // What runs between the command line and the end.
-class Program final : public SwitchServerDelegate, private NSNetServiceDelegate {
+class Program final : public SwitchServerDelegate, private NSNetServiceDelegate, private ControlledServer {
   public:
     explicit Program(const ServerOptions& options)
         : options_(options),
           matrix_(options.inputs, options.outputs),
           faults_(options.faults),
-          server_(matrix_, this, options.faults.empty() ? nullptr : &faults_) {}
+          server_(matrix_, this, options.faults.empty() && options.controlSocket.empty() ? nullptr : &faults_) {}
 
     ServerExitCode run();
 
@@ -55,6 +57,16 @@ class Program final : public SwitchServerDelegate, private NSNetServiceDelegate 
     }
     void serverDidAnswerLine(std::string_view client, std::string_view reply) override {
         if (options_.verbose) output_.add(std::string(client).append(" > ").append(reply));
+    }
+    void serverDidCarryOut(std::string_view client, std::string_view line, const std::optional<std::string_view>& reply,
+                           bool isFaulty) override {
+        if (control_) control_->events().command(client, line, reply, isFaulty);
+    }
+    void serverDidGetClient(std::string_view client) override {
+        if (control_) control_->events().client(true, client);
+    }
+    void serverDidLoseClient(std::string_view client) override {
+        if (control_) control_->events().client(false, client);
     }
     void serverCannotAccept(const std::string& reason) override {
         complain("no room for more clients (" + reason +
@@ -65,11 +77,21 @@ class Program final : public SwitchServerDelegate, private NSNetServiceDelegate 
     void netServiceDidResolveAddress(NSNetService&) override {}
     void netServiceDidPublish(NSNetService& service) override {
         output_.add("announced as \"" + service.name() + "\"");
+        announcedName_ = service.name();
+        if (control_) control_->events().announcement("announced", announcedName_);
     }
     void netServiceDidNotPublish(NSNetService&, const std::string& reason) override {
         complain("not announced: " + reason + ". Clients that know its address still reach " + server_.endpoint() +
                  ".");
+        if (control_) control_->events().announcement("notAnnounced", reason);
     }
+
+    std::size_t dropClients(bool withReset) override { return server_.dropClients(withReset); }
+    std::vector<std::string> clientNames() const override { return server_.clientNames(); }
+    bool canAnnounce() const override { return options_.announce; }
+    bool isAnnouncing() const override { return service_ != nullptr; }
+    std::string announcedName() const override { return announcedName_; }
+    void setAnnouncing(bool announcing) override;
 
     // Any thread; does not wait for a terminal that has been stopped.
     void complain(const std::string& what) { complaints_.add(kProgramPrefix + what); }
@@ -78,6 +100,7 @@ class Program final : public SwitchServerDelegate, private NSNetServiceDelegate 
     bool takeState();
     bool takeLabels();
     bool listen();
+    bool openControlSocket();
     bool canKeepState(const Result<void>& tried);
 
     std::vector<std::string> addressesToListenOn();
@@ -90,8 +113,10 @@ class Program final : public SwitchServerDelegate, private NSNetServiceDelegate 
     VirtualMatrix matrix_;
     std::optional<StateKeeper> keeper_;
     FaultPlan faults_;
+    std::optional<ControlSocket> control_;  // there before the server's thread, and after it
     SwitchServer server_;
     std::shared_ptr<NSNetService> service_;  // announced while it is there
+    std::string announcedName_;              // empty until the network has it
 };
 
 bool Program::takeState() {
@@ -190,9 +215,32 @@ void Program::announce() {
     service_->publish();
 }
 
+void Program::setAnnouncing(bool announcing) {
+    if (announcing == isAnnouncing()) return;
+    if (announcing) return announce();
+    const std::string name = service_->name();
+    service_ = nullptr;
+    announcedName_.clear();
+    output_.add("withdrawn");
+    if (control_) control_->events().announcement("withdrawn", name);
+}
+
+bool Program::openControlSocket() {
+    Result<SocketFile> file = SocketFile::listen(options_.controlSocket);
+    if (!file) {
+        complain("cannot be controlled through " + options_.controlSocket + ": " + file.failure().reason +
+                 ". Name another file with --control.");
+        return false;
+    }
+    control_.emplace(*std::move(file), ControlCommands(matrix_, faults_, *this));
+    matrix_.setNewsObserver([this](const MatrixNews& news) { control_->events().matrix(news); });
+    return true;
+}
+
 ServerExitCode Program::run() {
     if (!options_.stateFile.empty() && !takeState()) return ServerExitCode::wrongUsage;
     if (!options_.labelsFile.empty() && !takeLabels()) return ServerExitCode::wrongUsage;
+    if (!options_.controlSocket.empty() && !openControlSocket()) return ServerExitCode::wrongUsage;
     if (!listen()) return ServerExitCode::failed;
     // Written only now, so that a start that fails for another reason leaves no file of another size.
     if (keeper_ && !canKeepState(keeper_->start())) return ServerExitCode::failed;
@@ -201,6 +249,7 @@ ServerExitCode Program::run() {
     QCoreApplication::exec();
     service_ = nullptr;
     server_.stop();
+    control_.reset();
     if (!keeper_) return ServerExitCode::done;
     const auto kept = keeper_->stop();
     if (!kept) {

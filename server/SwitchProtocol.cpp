@@ -31,12 +31,12 @@ void append(int value, std::string& text) {
 
 }  // namespace
 
-void SwitchProtocol::answer(std::string_view line, std::string& reply) const {
-    if (!answerKnown(line, reply)) reply += kError;
+void SwitchProtocol::answer(std::string_view line, std::string& reply, std::string_view client) const {
+    if (!answerKnown(line, reply, client)) reply += kError;
 }
 
 // False, with nothing appended, for a line that is not a request or names a number that the matrix does not have.
-bool SwitchProtocol::answerKnown(std::string_view line, std::string& reply) const {
+bool SwitchProtocol::answerKnown(std::string_view line, std::string& reply, std::string_view client) const {
     // The commands without arguments first: they are the whole line, so no blank may follow them.
     if (line == "REFRESH") {
         reply += kAcknowledgement;
@@ -52,7 +52,7 @@ bool SwitchProtocol::answerKnown(std::string_view line, std::string& reply) cons
     if (command == "SET") {
         const auto output = number(takeField(line));
         const auto input = number(line);
-        if (!output || !input || !matrix_.route(*output, *input)) return false;
+        if (!output || !input || !matrix_.route(*output, *input, client)) return false;
         reply += kAcknowledgement;
         return true;
     }

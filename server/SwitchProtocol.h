@@ -27,11 +27,12 @@ class SwitchProtocol {
     // The matrix is not owned.
     explicit SwitchProtocol(VirtualMatrix& matrix) : matrix_(matrix) {}
 
-    // Appends the reply to a line (without its end) to a text, without a line end.
-    void answer(std::string_view line, std::string& reply) const;
+    // Appends the reply to a line (without its end) to a text, without a line end. What the line changes is changed by
+    // this client.
+    void answer(std::string_view line, std::string& reply, std::string_view client = {}) const;
 
   private:
-    bool answerKnown(std::string_view line, std::string& reply) const;
+    bool answerKnown(std::string_view line, std::string& reply, std::string_view client) const;
 
     VirtualMatrix& matrix_;
 };

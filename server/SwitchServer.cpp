@@ -2,9 +2,11 @@
 
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
+#include <asio/post.hpp>
 #include <asio/steady_timer.hpp>
 #include <chrono>
 #include <exception>
+#include <future>
 #include <utility>
 
 #include "platform/network/SocketAddress.h"
@@ -98,6 +100,10 @@ class SwitchServer::Listeners {
 
     void run() { context_.run(); }
     void stop() { context_.stop(); }
+    template <typename Work>
+    void perform(Work work) {
+        asio::post(context_, std::move(work));
+    }
 
   private:
     asio::io_context context_{1};  // only one thread runs it
@@ -136,6 +142,13 @@ void SwitchServer::stop() {
     listeners_->stop();
     thread_.join();
     listeners_.reset();
+}
+
+std::size_t SwitchServer::dropClients(bool withReset) {
+    if (!listeners_) return 0;
+    std::promise<std::size_t> dropped;
+    listeners_->perform([&] { dropped.set_value(clients_.drop(withReset)); });
+    return dropped.get_future().get();
 }
 
 }  // namespace velmora

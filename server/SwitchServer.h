@@ -1,16 +1,17 @@
 // Serves a matrix over TCP to any number of clients, on one thread of its own.
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
 
 #include "platform/foundation/Result.h"
+#include "server/ClientList.h"
 #include "server/FaultPlan.h"
 #include "server/SwitchProtocol.h"
 #include "server/VirtualMatrix.h"
@@ -25,6 +26,15 @@ class SwitchServerDelegate {
     virtual void serverDidReceiveLine(std::string_view client, std::string_view line) { (void)client, (void)line; }
     // A reply as it goes, without its end; where a fault cuts it or adds to it, each part that goes out at once.
     virtual void serverDidAnswerLine(std::string_view client, std::string_view reply) { (void)client, (void)reply; }
+    // A line (its beginning, if it is too long), and what the client gets for it: none when that is nothing. Comes
+    // before the reply goes out; where a fault changes that, all of it at once.
+    virtual void serverDidCarryOut(std::string_view client, std::string_view line,
+                                   const std::optional<std::string_view>& reply, bool isFaulty) {
+        (void)client, (void)line, (void)reply, (void)isFaulty;
+    }
+    virtual void serverDidGetClient(std::string_view client) { (void)client; }
+    // Also on the thread that stops the server, for the clients that are there then.
+    virtual void serverDidLoseClient(std::string_view client) { (void)client; }
     // New clients wait until some of the present ones have left.
     virtual void serverCannotAccept(const std::string& reason) { (void)reason; }
 };
@@ -48,11 +58,16 @@ class SwitchServer {
     // Closes every connection and ends the thread. A stopped server may be started again.
     void stop();
 
+    // Ends the present connections, as a server does that hangs up or, with a reset, one that has crashed; returns how
+    // many. The thread that started the server.
+    std::size_t dropClients(bool withReset);
+
     // Of the last successful start: the port, and each address with it, as in "127.0.0.1:4000, [::1]:4000".
     std::uint16_t port() const { return port_; }
     const std::string& endpoint() const { return endpoint_; }
     // The number of connections at this moment.
-    std::size_t clients() const { return clients_.load(); }
+    std::size_t clients() const { return clients_.size(); }
+    std::vector<std::string> clientNames() const { return clients_.names(); }
 
   private:
     class Listener;
@@ -63,7 +78,7 @@ class SwitchServer {
     FaultPlan* const faults_;
     std::uint16_t port_ = 0;
     std::string endpoint_;
-    std::atomic<std::size_t> clients_ = 0;
+    ClientList clients_;
     std::unique_ptr<Listeners> listeners_;
     std::thread thread_;
 };

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <utility>
 
 #include "platform/foundation/Text.h"
 
@@ -42,18 +44,39 @@ void blankControlCharacters(std::string& label) {
     }
 }
 
+Result<void> checkLabel(const std::string& label, std::int64_t number, const char* kind) {
+    if (label.size() > VirtualMatrix::kMaximumLabelBytes) {
+        return Failure{stringWithFormat("the label of %@ %li is longer than %li bytes", kind, number,
+                                        VirtualMatrix::kMaximumLabelBytes)};
+    }
+    if (!isValidUTF8(label)) return Failure{stringWithFormat("the label of %@ %li is not UTF-8", kind, number)};
+    return {};
+}
+
 Result<void> checkLabels(const std::vector<std::string>& labels, int count, const char* kind) {
     if (labels.size() > static_cast<std::size_t>(count)) {
         return Failure{
             stringWithFormat("it has %li %@ labels, but the matrix has %i %@s", labels.size(), kind, count, kind)};
     }
     for (const std::string& label : labels) {
-        if (label.size() > VirtualMatrix::kMaximumLabelBytes) {
-            return Failure{stringWithFormat("the label of %@ %li is longer than %li bytes", kind,
-                                            &label - labels.data() + 1, VirtualMatrix::kMaximumLabelBytes)};
-        }
-        if (!isValidUTF8(label)) {
-            return Failure{stringWithFormat("the label of %@ %li is not UTF-8", kind, &label - labels.data() + 1)};
+        if (auto fits = checkLabel(label, &label - labels.data() + 1, kind); !fits) return fits;
+    }
+    return {};
+}
+
+Result<void> checkNumber(int number, int count, const char* kind) {
+    if (number >= 1 && number <= count) return {};
+    return Failure{stringWithFormat("there is no %@ %i; the matrix has %i %@s", kind, number, count, kind)};
+}
+
+Result<void> checkLabels(const std::map<int, std::string>& labels, int count, const char* kind) {
+    for (const auto& [number, label] : labels) {
+        if (auto known = checkNumber(number, count, kind); !known) return known;
+        if (auto fits = checkLabel(label, number, kind); !fits) return fits;
+        std::string oneLine = label;
+        blankControlCharacters(oneLine);
+        if (oneLine != label) {
+            return Failure{stringWithFormat("the label of %@ %i holds a control character", kind, number)};
         }
     }
     return {};
@@ -77,15 +100,60 @@ std::optional<int> VirtualMatrix::routedInput(int output) const {
     return input != nullptr ? std::optional(*input) : std::nullopt;
 }
 
-bool VirtualMatrix::route(int output, int input) {
+bool VirtualMatrix::route(int output, int input, std::string_view by) {
+    if (output < 1 || output > outputs_ || input < 1 || input > inputs_) return false;
+    bool isNew = false;
     {
         MutexLock lock(mutex_);
-        int* const routed = itemOf(contents_.routes, output);
-        if (routed == nullptr || itemOf(contents_.inputLabels, input) == nullptr) return false;
-        if (*routed == input) return true;
-        *routed = input;
+        isNew = setRoute(output, input, by);
     }
-    notifyChange();
+    if (isNew) notifyChange();
+    return true;
+}
+
+Result<void> VirtualMatrix::change(const MatrixChange& change, std::string_view by) {
+    if (auto fits = check(change); !fits) return fits;
+    bool isNew = false;
+    {
+        MutexLock lock(mutex_);
+        for (const auto& [input, label] : change.inputLabels) {
+            isNew |= setLabel(MatrixNews::What::inputLabel, input, label, by);
+        }
+        for (const auto& [output, label] : change.outputLabels) {
+            isNew |= setLabel(MatrixNews::What::outputLabel, output, label, by);
+        }
+        for (const auto& [output, input] : change.routes) {
+            isNew |= setRoute(output, input, by);
+        }
+    }
+    if (isNew) notifyChange();
+    return {};
+}
+
+Result<void> VirtualMatrix::check(const MatrixChange& change) const {
+    if (auto fit = checkLabels(change.inputLabels, inputs_, "input"); !fit) return fit;
+    if (auto fit = checkLabels(change.outputLabels, outputs_, "output"); !fit) return fit;
+    for (const auto& [output, input] : change.routes) {
+        if (auto known = checkNumber(output, outputs_, "output"); !known) return known;
+        if (auto known = checkNumber(input, inputs_, "input"); !known) return known;
+    }
+    return {};
+}
+
+// Both for numbers that the matrix has; false when the value was the same before.
+bool VirtualMatrix::setRoute(int output, int input, std::string_view by) {
+    int& routed = *itemOf(contents_.routes, output);
+    if (std::exchange(routed, input) == input) return false;
+    if (newsObserver_) newsObserver_({MatrixNews::What::route, output, input, {}, by});
+    return true;
+}
+
+bool VirtualMatrix::setLabel(MatrixNews::What what, int number, const std::string& label, std::string_view by) {
+    const bool isInput = what == MatrixNews::What::inputLabel;
+    std::string& current = *itemOf(isInput ? contents_.inputLabels : contents_.outputLabels, number);
+    if (current == label) return false;
+    current = label;
+    if (newsObserver_) newsObserver_({what, number, 0, label, by});
     return true;
 }
 

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "platform/foundation/Descriptor.h"
+#include "platform/foundation/NearestWord.h"
 #include "tests/support/LogLines.h"
 
 namespace velmora {
@@ -120,6 +121,24 @@ TEST(NSLog, waitsForNobodyWhoDoesNotReadStandardError) {
     NSLogMirrorToStandardError(false);
     dup2(standardError.number(), STDERR_FILENO);
     EXPECT_EQ(log.lines().size(), 4003u);
+}
+
+TEST(NearestWord, findsWhatWasMistyped) {
+    const std::string_view known[] = {"name", "inputs", "interface", "in", "x"};
+    const std::pair<std::string, std::optional<std::string>> table[] = {{"nmae", "name"},
+                                                                        {"input", "inputs"},
+                                                                        {"inter", "interface"},
+                                                                        {"interfcae", "interface"},
+                                                                        {"on", "in"},
+                                                                        {"", {}},
+                                                                        {"y", {}},
+                                                                        {"output", {}},
+                                                                        {"interfacesss", "interface"},
+                                                                        {"inputsssss", {}},
+                                                                        {std::string(1 << 20, 'i'), {}}};
+    for (const auto& [typed, nearest] : table) {
+        EXPECT_EQ(nearestWord(typed, known), nearest) << typed.substr(0, 20);
+    }
 }
 
 TEST(NSLog, observersSeeTheLinesOfAllThreadsOneAtATime) {

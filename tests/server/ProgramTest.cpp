@@ -10,31 +10,11 @@
 #include <fstream>
 
 #include "server/MatrixFile.h"
-#include "tests/support/ChildProcess.h"
+#include "tests/server/ServerProcess.h"
 #include "tests/support/ServiceWatch.h"
-#include "tests/support/Sockets.h"
 
 namespace velmora::test {
 namespace {
-
-struct Program : ChildProcess {
-    using ChildProcess::ChildProcess;
-    // The port in the first line.
-    std::uint16_t port() {
-        int port = 0;
-        EXPECT_EQ(std::sscanf(outputLine().c_str(), "listening on 127.0.0.1:%d", &port), 1);
-        return static_cast<std::uint16_t>(port);
-    }
-};
-
-std::vector<std::string> server(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), VELMORA_SWITCH_SERVER);
-    return arguments;
-}
-
-std::vector<std::string> shell(const char* commands) {
-    return {"/bin/sh", "-c", commands, VELMORA_SWITCH_SERVER};
-}
 
 TEST(Program, isAnnouncedUntilASignalEndsItInOrder) {
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
@@ -69,6 +49,7 @@ TEST(Program, refusesAWrongCommandLineAndSaysWhatToDo) {
         {{"--interface", "lo", "--interface", "nosuch0"}, 2, "this machine has lo"},
         {{"--name", std::string(64, 'n')}, 2, "--name takes 1 to 63 bytes"},
         {{"nonsense"}, 2, "\"nonsense\" is not an option"},
+        {{"--inptus", "4"}, 2, "'inptus' (did you mean --inputs?). See"},
         {{"--\x1B[2J\u009B"}, 2, "'\\x1B[2J\\u{009B}'"},
         {{"--labels", "\x1B[2J"}, 2, "file \\x1B[2J: No such file"},
         {{"--labels", pipe}, 2, "it is a pipe, not a file"},
@@ -93,7 +74,7 @@ TEST(Program, refusesAWrongCommandLineAndSaysWhatToDo) {
         EXPECT_NE(program.errors().find(message), std::string::npos) << message;
         EXPECT_FALSE(std::filesystem::exists(folder + "/state")) << message;
     }
-    EXPECT_EQ(Program(server({"--help"})).exitCode(), 0);
+    EXPECT_EQ(Program(server({"-h"})).exitCode(), 0);
     EXPECT_EQ(Program(shell("exec \"$0\" --help >/dev/full")).exitCode(), 1);
 }
 
