@@ -91,6 +91,8 @@ bool SettingsFile::isChanged(const DictionaryReference& settings) const {
 
 Result<void> SettingsFile::writeIfChanged(const DictionaryReference& settings) {
     if (!path_ || !mayWrite_ || !isChanged(settings)) return {};
+    if (isChangedOnDisk())
+        return failure("was changed by somebody else meanwhile; it is left as it is, without the plugin's changes");
     return write(settings);
 }
 
@@ -109,8 +111,11 @@ Result<void> SettingsFile::write(const DictionaryReference& settings) {
 
 bool SettingsFile::isChangedOnDisk() const {
     if (!path_) return false;
+    std::error_code fault;
+    if (std::filesystem::symlink_status(*path_, fault).type() == std::filesystem::file_type::not_found)
+        return contents_.has_value();
     const Result<std::string> now = readFile(*path_, kPropertyListByteLimit);
-    return now ? *now != contents_ : contents_.has_value();
+    return !now || *now != contents_;
 }
 
 }  // namespace velmora

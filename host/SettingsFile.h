@@ -34,11 +34,13 @@ class SettingsFile {
     // never read back.
     bool isChanged(const DictionaryReference& settings) const;
     // Writes the plugin's settings to the file when they are changed, so that a run in which nobody changes a setting
-    // leaves the file as its owner wrote it. When that fails, the file stands unchanged.
+    // leaves the file as its owner wrote it. When that fails, the file stands unchanged. It fails, too, where somebody
+    // else has changed the file: there is nobody here to ask whose changes count.
     Result<void> writeIfChanged(const DictionaryReference& settings);
-    // The same, changed or not. There must be a path, and it must have been read.
+    // The same, whoever has changed what. There must be a path, and it must have been read.
     Result<void> write(const DictionaryReference& settings);
-    // Whether somebody else has changed the file since it was last read or written here.
+    // Whether somebody else has changed, made or deleted the file since it was last read or written here. What is
+    // changed after this was asked, while the file is written, is not noticed.
     bool isChangedOnDisk() const;
 
   private:

@@ -168,6 +168,13 @@ TEST_F(HostProgram, changedSettingsAreWrittenBackOnceAndThePluginIsReleasedInOrd
     expect(runHost({"--bundle", WILFUL_BUNDLE, "--settings", path("no/folder.plist"), "--wait", "0", "servers"}), 3, "",
            "folder.plist");
 
+    qputenv("RELAYS", "edited");
+    qputenv("EDITED", file.toUtf8());
+    expect(runHost({"--bundle", WILFUL_BUNDLE, "--settings", file, "get", "Level"}), 2, "0.5\n",
+           "\"" + file.toUtf8() + "\" was changed by somebody else");
+    EXPECT_TRUE(contentsOf(file).contains("Remark") && contentsOf(file).endsWith("<!-- edited -->"));
+    qunsetenv("RELAYS");
+
     // Of a program that runs for long, the change is kept at once. What the plugin calls itself stays on one line.
     EXPECT_TRUE(QFile::remove(file));
     Program watch(VELMORA_HOST, {"--bundle", WILFUL_BUNDLE, "--settings", file, "watch"});

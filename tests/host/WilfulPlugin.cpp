@@ -1,11 +1,13 @@
 // A plugin that is not ours. It picks a server of its own accord when it is started, and says what the host does with
 // it. If the environment variable RELAYS is there, it has nothing to do with servers, but has two relays and a level.
 // "late" ones are there a while after the start, "stuck" ones ignore what is set, "numbered" ones have a number before
-// each value, "unwilling" ones do not start, "endless" ones have settings that contain themselves, and of "lost" ones
-// the status says so. That of the others is of a version to come: a host does not call what it does not know.
+// each value, "unwilling" ones do not start, "endless" ones have settings that contain themselves, "edited" ones change
+// their settings while somebody edits the file EDITED, and of "lost" ones the status says so. That of the others is of a
+// version to come: a host does not call what it does not know.
 #include <QTimer>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <map>
 #include <memory>
 
@@ -35,6 +37,10 @@ class WilfulPlugin final : public NSObject, public VelmoraNodePluginProtocol, pu
     std::int32_t startAndSetCurrentValuesToDefaults(bool) override {
         if (relaysAre("unwilling")) return -1;
         std::fputs("started\n", stderr);
+        if (relaysAre("edited")) {
+            settings_->insert_or_assign("Level", "0.5");
+            std::ofstream(std::getenv("EDITED"), std::ios::app) << "<!-- edited -->";
+        }
         if (hasRelays_) {
             QTimer::singleShot(relaysAre("late") ? 300 : 0, &context_, [this] {
                 values_ = {{"Level", "0.5"}, {"Relay 1", "Off"}, {"Relay 2", "On"}};
