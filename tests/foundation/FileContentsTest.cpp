@@ -92,13 +92,19 @@ TEST_F(FileContents, leaveTheOldOnesWhereTheyStandWhenTheyCannotBeReplaced) {
     std::signal(SIGXFSZ, signalBefore);
     EXPECT_EQ(tooLarge.failure().reason, "File too large");
 
-    ASSERT_EQ(chmod(file.c_str(), 0444), 0);
     ASSERT_EQ(chmod(folder.c_str(), 0777), 0);
     const uid_t user = geteuid();
-    ASSERT_EQ(seteuid(user == 0 ? 1234 : user), 0);  // root may write to everything
-    const Result<void> isProtected = replaceFile(file, "new");
-    ASSERT_EQ(seteuid(user), 0);
-    EXPECT_EQ(isProtected.failure().reason, "it is write-protected");
+    const auto replacedByAnother = [&](mode_t permissions) {
+        EXPECT_EQ(chmod(file.c_str(), permissions), 0);
+        EXPECT_EQ(seteuid(user == 0 ? 1234 : user), 0);  // root may write to everything
+        const Result<void> replaced = replaceFile(file, "new");
+        EXPECT_EQ(seteuid(user), 0);
+        return replaced ? "replaced" : replaced.failure().reason;
+    };
+    EXPECT_EQ(replacedByAnother(0444), "it is write-protected");
+    if (user == 0) {
+        EXPECT_EQ(replacedByAnother(0666), "it belongs to another user; only that user or root can replace it");
+    }
 
     EXPECT_EQ(*readFile(file, 10), "old");
     EXPECT_EQ(names(), QStringList{"file"});

@@ -2,8 +2,8 @@
 // it. If the environment variable RELAYS is there, it has nothing to do with servers, but has two relays and a level.
 // "late" ones are there a while after the start, "stuck" ones ignore what is set, "numbered" ones have a number before
 // each value, "unwilling" ones do not start, "endless" ones have settings that contain themselves, "edited" ones change
-// their settings while somebody edits the file EDITED, and of "lost" ones the status says so. That of the others is of a
-// version to come: a host does not call what it does not know.
+// their settings while somebody edits the file EDITED, and of "lost" ones the status says so. That of the others is of
+// a version to come: a host does not call what it does not know.
 #include <QTimer>
 #include <cstdio>
 #include <cstdlib>
