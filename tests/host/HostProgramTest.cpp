@@ -277,6 +277,7 @@ TEST_F(HostProgram, knowsNoPlugin) {
     for (int number = 1; number <= 9999; ++number) {
         numbered += stringWithFormat("%04li\n", number);
     }
+    const std::string noSettings = *XMLWithPropertyList(makeDictionary());
     const std::vector<std::tuple<const char*, QStringList, int, const char*, const char*>> cases = {
         {"late", {"attributes"}, 0, table, "released"},
         {"late", {"get", "Level"}, 0, "0.5\n", "released"},
@@ -287,6 +288,11 @@ TEST_F(HostProgram, knowsNoPlugin) {
         {"numbered", {"set", "Relay 1", "10000"}, 1, "", "may read only the first four"},
         {"numbered", {"set", "Relay 1", "1"}, 0, "0001\n", "released"},
         {"unwilling", {"get", "Level"}, 1, "", "log lines\nstopped\nreleased\n"},
+        {"null", {"settings"}, 0, noSettings.c_str(), "released"},
+        {"null", {"--wait", "0", "attributes"}, 3, "", "not complete"},
+        {"throwing", {"get", "Level"}, 2, "", "exception in currentValueOfAttributeWithName, which a plugin must not"},
+        {"misnamed", {"get", "Relay 1"}, 1, "", "tells of another attribute"},
+        {"misnamed", {"get", "Relay 2"}, 0, "On\n", "released"},
         {"endless", {"settings"}, 1, "", "contains itself"},
         {"endless", {"--json", "settings"}, 1, "", "contains itself"},
     };
