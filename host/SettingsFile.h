@@ -4,8 +4,9 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
-#include "platform/foundation/PropertyList.h"
+#include "platform/foundation/PropertyListXML.h"
 #include "platform/foundation/Result.h"
 
 namespace velmora {
@@ -21,6 +22,8 @@ class SettingsFile {
     // be read or does not hold settings; nothing is written to it from then on.
     Result<void> read();
     const DictionaryReference& settings() const { return settings_; }
+    // The keys that stand twice in it.
+    const std::vector<PropertyListDocument::RepeatedKey>& repeatedKeys() const { return repeatedKeys_; }
     // Whether there was no file to read.
     bool isMissing() const { return isMissing_; }
 
@@ -50,6 +53,7 @@ class SettingsFile {
     bool mayWrite_ = false;
     bool isMissing_ = false;
     DictionaryReference settings_;
+    std::vector<PropertyListDocument::RepeatedKey> repeatedKeys_;
     PropertyListDictionary foreign_;
     // The settings that count as saved. A document, because the lists in a dictionary are the plugin's own and change.
     std::optional<std::string> known_;

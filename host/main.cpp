@@ -50,8 +50,7 @@ ExitCode unusable(const std::string& why) {
 ExitCode runLoaded(PluginHost& host, SettingsFile& settingsFile, const Options& options) {
     if (options.command == CommandName::workbench) return runWorkbench(host, settingsFile, options);
     // For a person at the terminal; the workbench shows them in its window.
-    for (const std::string& doubt :
-         doubtsAboutSettings(host.plugin().defaultSettings(), settingsFile.foreignEntries())) {
+    for (const std::string& doubt : doubtsAboutSettings(host.plugin().defaultSettings(), settingsFile)) {
         complain(doubt);
     }
     return runCommand(host, options);

@@ -153,6 +153,10 @@ TEST_F(FileContents, eachHaveALockOfTheirOwnAndOnlyAFileServesAsOne) {
     EXPECT_FALSE(FileLock::take(folder / (longName + "1")));
     EXPECT_TRUE(FileLock::take(folder / (longName + "2")));
     const fs::path lock = companionOf(file, ".lock");
+    EXPECT_EQ(FileLock::take("/proc/file").failure().reason.find("/proc/.velmora-file.lock: "), 0U);
+    fs::create_directory(lock);
+    EXPECT_EQ(FileLock::take(file).failure().reason, lock.string() + " is not a file");
+    fs::remove(lock);
     ASSERT_EQ(mkfifo(lock.c_str(), 0600), 0);
     EXPECT_EQ(FileLock::take(file).failure().reason, lock.string() + " is not a file");
     EXPECT_TRUE(fs::is_fifo(lock));

@@ -139,6 +139,9 @@ TEST_F(HostProgram, settingsFileThatCannotBeUsedIsLeftAlone) {
         "<plist version='1.0'><dict><key>configuredOutputs</key><dict/></dict></plist>",
         "<plist version='1.0'><dict><key>configuredOutputs</key><array><integer>1</integer></array></dict></plist>",
         "<plist version='1.0'><dict><key>configuredOutputs</key><array><dict/></array></dict></plist>",
+        "<plist "
+        "version='1.0'><dict><key>configuredOutputs</key><array><dict><key>label</key><integer>1</integer></dict>"
+        "</array></dict></plist>",
     };
     for (const QByteArray& contents : cases) {
         const QString file = write("damaged.plist", contents);
@@ -176,7 +179,11 @@ TEST_F(HostProgram, changedSettingsAreWrittenBackOnceAndThePluginIsReleasedInOrd
     runHost(arguments);
     EXPECT_EQ(contentsOf(file), byHand) << "the servers that are seen are no change";
 
-    write("kept.plist", "<plist version='1.0'><dict><key>Remark</key><string>Not yours</string></dict></plist>");
+    write("kept.plist",
+          "<plist version='1.0'><dict><key>Remark</key><string>Not yours</string>"
+          "<key>Gain</key><real>-inf</real></dict></plist>");
+    EXPECT_TRUE(
+        runHost(QStringList{"--json"} + arguments.mid(0, 4) + QStringList{"settings"}).output.contains("\"-inf\""));
     runHost(arguments);
     EXPECT_EQ(textForKey(propertyListWithContentsOfFile(file.toStdString())->dictionary(), "Remark"), "Not yours");
 
@@ -348,8 +355,9 @@ TEST_F(HostProgram, doubtsSettingsThatAreProbablyNotMeant) {
         "<dict><key>label</key><string>A</string><key>outputNumber</key><integer>1</integer>"
         "<key>defaultInputNumber</key><integer>1</integer></dict></array></dict></plist>";
     const std::vector<std::pair<const char*, std::vector<const char*>>> cases = {
-        {"<key>output_number</key><integer>4</integer>",
+        {"<key>output_number</key><integer>4</integer><key>output_number</key><integer>4</integer>",
          {"key \"selectedDevicename\"", "entry 1 of \"configuredOutputs\" (\"A\") has the key \"output_number\"",
+          "perhaps \"outputNumber\" is meant", "line 1 of the settings file has the key \"output_number\" once more",
           "has no \"outputNumber\"; the plugin takes it for 0", "has no \"defaultInputNumber\"",
           "entry 2 of \"configuredOutputs\" (\"A\") has the same \"label\" as entry 1"}},
         {"<key>outputNumber</key><integer>-1</integer><key>defaultInputNumber</key><integer>-2</integer>",
