@@ -1,8 +1,8 @@
 // Finds mistakes in a switch plugin's settings. The plugin takes them as they come, a missing number as 0, so the owner
 // of the file has to tell. Main thread.
 //
-// Each gives one sentence for each mistake, without a full stop, that names the entry (from 1) and the key; of very many
-// the first, and how many more there are.
+// Each gives one sentence for each mistake, without a full stop, that names the entry (from 1) and the key; of very
+// many the first, and how many more there are.
 #pragma once
 
 #include <cstddef>
