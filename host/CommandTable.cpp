@@ -82,6 +82,56 @@ constexpr OptionRow kScreenshot = {
     "saved",
     [](Options& options, const std::string& value) { return takeFile("screenshot", value, options.screenshot); }};
 
+constexpr OptionRow kServer = {
+    "server", "NAME", "the switch server to connect to, as it is announced (\"velmora-host servers\" lists them)",
+    [](Options& options, const std::string& value) {
+        options.edit.server = value;
+        return value.empty() ? Result<void>(Failure{"--server is given no name"}) : Result<void>();
+    }};
+
+constexpr OptionRow kOutput = {
+    "output", "N[=LABEL][,default=INPUT]",
+    "configure output N, or change its label or default input (may be repeated). A new output without a label gets the "
+    "server's, if it answers, and without a default input the one of its own number",
+    [](Options& options, const std::string& value) {
+        auto edit = outputEditInText(value);
+        if (!edit) return Result<void>(Failure{"--output " + value + ": " + edit.failure().reason});
+        options.edit.outputs.push_back(*std::move(edit));
+        return Result<void>();
+    }};
+
+Result<void> takeOutputs(const std::string& value, const char* option, std::vector<std::int64_t>& outputs) {
+    const auto numbers = outputsInText(value);
+    if (!numbers) return Failure{"--" + std::string(option) + ": " + numbers.failure().reason};
+    outputs.insert(outputs.end(), numbers->begin(), numbers->end());
+    return {};
+}
+
+constexpr OptionRow kOutputs = {
+    "outputs", "RANGE",
+    "configure all of these, for example: --outputs 1-8,12; those that are configured stay as they are",
+    [](Options& options, const std::string& value) {
+        std::vector<std::int64_t> outputs;
+        const auto taken = takeOutputs(value, "outputs", outputs);
+        for (const std::int64_t output : outputs) {
+            options.edit.outputs.push_back({output, std::nullopt, std::nullopt});
+        }
+        return taken;
+    }};
+
+constexpr OptionRow kRemove = {
+    "remove", "RANGE", "remove these outputs (may be repeated); done before any is added",
+    [](Options& options, const std::string& value) { return takeOutputs(value, "remove", options.edit.removals); }};
+
+constexpr OptionRow kMatrix = {"matrix", "INPUTSxOUTPUTS",
+                               "the size of the matrix, for example 16x8; what is beyond it is a mistake, too",
+                               [](Options& options, const std::string& value) {
+                                   const auto size = matrixSizeInText(value);
+                                   if (!size) return Result<void>(Failure{"--matrix: " + size.failure().reason});
+                                   options.matrix = *size;
+                                   return Result<void>();
+                               }};
+
 // Those of every command that loads the plugin, so that they may stand in an alias, and the command's own before them.
 std::vector<const OptionRow*> pluginOptionsAnd(std::vector<const OptionRow*> own) {
     own.insert(own.end(), {&kSettings, &kBundle, &kInterface, &kWait, &kVerbose});
@@ -128,6 +178,19 @@ const std::vector<CommandRow>& commandTable() {
          "VALUE is one of the possible values; its first four characters, the input's number, are enough."},
         {CommandName::settings, "settings", "", 0, 0, pluginOptionsAnd({&kJson}),
          "the plugin's settings as a property list", kSettingsHelp},
+        {CommandName::configure, "configure", "[FILE]", 0, 1,
+         pluginOptionsAnd({&kServer, &kOutput, &kOutputs, &kRemove, &kJson}),
+         "changes a settings file, or makes a new one, and prints what has changed",
+         "FILE may be given as --settings FILE instead. Outputs and inputs count from 1. What the options do not name "
+         "stays, keys that the plugin does not know included; comments in the file are lost. The switch server is "
+         "asked for labels only, and only when one is missing; the plugin is not loaded. A file that somebody edits "
+         "meanwhile is not written.\n\nFor example: velmora-host configure --server \"Studio 1\" --output "
+         "1=Programme,default=3 --outputs 2-8 studio.plist"},
+        {CommandName::checkSettings, "check-settings", "[FILE]", 0, 1, pluginOptionsAnd({&kMatrix, &kJson}),
+         "looks for mistakes in a settings file",
+         "One a line, with entry and key; exit code 2 when there are any. FILE may be given as --settings FILE "
+         "instead. "
+         "Looks at nothing but the file."},
         {CommandName::watch, "watch", "", 0, 0, pluginOptionsAnd({&kJson, &kDefaults}),
          "a line each time the plugin says that its attributes have changed, until interrupted (Ctrl-C)", ""},
         {CommandName::workbench, "workbench", "", 0, 0, pluginOptionsAnd({&kScreenshot, &kDefaults}),
@@ -138,8 +201,9 @@ const std::vector<CommandRow>& commandTable() {
 }
 
 const std::vector<const OptionRow*>& optionTable() {
-    static const std::vector<const OptionRow*> table = {&kSettings, &kBundle, &kInterface, &kWait,
-                                                        &kVerbose,  &kJson,   &kDefaults,  &kScreenshot};
+    static const std::vector<const OptionRow*> table = {&kSettings, &kBundle,   &kInterface,  &kWait,   &kVerbose,
+                                                        &kJson,     &kDefaults, &kScreenshot, &kServer, &kOutput,
+                                                        &kOutputs,  &kRemove,   &kMatrix};
     return table;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <limits>
 #include <map>
 #include <span>
@@ -165,7 +166,7 @@ std::vector<std::string> doubtsAboutDefaults(const DictionaryReference& settings
     return doubtsAboutNumbers(settings, kDefaultInputNumber, inputs, "inputs");
 }
 
-std::vector<std::string> mistakesIn(const PropertyListDocument& document) {
+std::vector<std::string> mistakesIn(const PropertyListDocument& document, const MatrixSize& size) {
     Doubts mistakes = faultsOfSettings(document.value);
     for (const auto& repeated : document.repeatedKeys) {
         mistakes.push_back(repeatedKey(repeated));
@@ -182,6 +183,9 @@ std::vector<std::string> mistakesIn(const PropertyListDocument& document) {
     if (outputs != nullptr) checkEntries(mistakes, *outputs);
     if (valueForKey(settings, kConfiguredOutputs) == nullptr || (outputs != nullptr && outputs->empty()))
         mistakes.push_back("the settings configure no outputs (\"configuredOutputs\")");
+    const auto add = [&](Doubts more) { std::move(more.begin(), more.end(), std::back_inserter(mistakes)); };
+    if (size.outputs > 0) add(doubtsAboutOutputs(settings, size.outputs));
+    if (size.inputs > 0) add(doubtsAboutDefaults(settings, size.inputs));
     return firstOf(std::move(mistakes));
 }
 

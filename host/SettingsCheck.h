@@ -25,7 +25,12 @@ std::vector<std::string> doubtsAboutSettings(const DictionaryReference& settings
 std::vector<std::string> doubtsAboutOutputs(const DictionaryReference& settings, std::size_t outputs);
 std::vector<std::string> doubtsAboutDefaults(const DictionaryReference& settings, std::size_t inputs);
 
+// The size of a matrix; 0 where it is not known.
+struct MatrixSize {
+    std::size_t inputs = 0;
+    std::size_t outputs = 0;
+};
 // Faults and doubts of a settings file, without a plugin.
-std::vector<std::string> mistakesIn(const PropertyListDocument& document);
+std::vector<std::string> mistakesIn(const PropertyListDocument& document, const MatrixSize& size);
 
 }  // namespace velmora

@@ -139,7 +139,9 @@ ExitCode runCommand(PluginHost& host, const Options& options) {
         case CommandName::watch:
             return watch(host, options);
         case CommandName::workbench:  // has a window
-        case CommandName::help:       // needs no plugin
+        case CommandName::configure:  // these need no plugin
+        case CommandName::checkSettings:
+        case CommandName::help:
             break;
     }
     return ExitCode::unusable;
