@@ -7,11 +7,24 @@
 #include <string>
 #include <vector>
 
+#include "host/SettingsEdit.h"
 #include "platform/foundation/Result.h"
 
 namespace velmora {
 
-enum class CommandName { servers, attributes, possible, get, set, settings, watch, workbench };
+enum class CommandName {
+    servers,
+    attributes,
+    possible,
+    get,
+    set,
+    settings,
+    configure,
+    checkSettings,
+    watch,
+    workbench,
+    help
+};
 
 inline constexpr std::chrono::milliseconds kUsualWait{10'000};
 
@@ -31,6 +44,9 @@ struct Options {
     std::chrono::milliseconds wait = kUsualWait;
     // None: the workbench stays open until its window is closed.
     std::optional<std::filesystem::path> screenshot;
+    // Of "configure" and of "check-settings".
+    SettingsEdit edit;
+    MatrixSize matrix;
     bool defaults = false;
     bool json = false;
     bool verbose = false;

@@ -15,18 +15,21 @@ Result<void> PluginHost::load(const std::filesystem::path& bundle) {
     if (!opened) return opened.failure();
     bundle_ = *opened;
     if (const auto loaded = bundle_->load(kVelmoraNodePluginProtocolVersion); !loaded) return loaded;
-    const auto made = bundle_->makePrincipalObject();
+    const auto made = endingWhereItThrows("makePrincipalObject", [this] { return bundle_->makePrincipalObject(); });
     if (!made) return made.failure();
     const std::shared_ptr<NSObject>& object = *made;
-    plugin_ = std::dynamic_pointer_cast<VelmoraNodePluginProtocol>(object);
-    if (plugin_ == nullptr) return Failure{"its principal class is no node plugin"};
+    auto plugin = std::dynamic_pointer_cast<VelmoraNodePluginProtocol>(object);
+    if (plugin == nullptr) return Failure{"its principal class is no node plugin"};
+    plugin_ = std::make_shared<GuardedPlugin>(std::move(plugin));
     status_ = std::dynamic_pointer_cast<VelmoraNodePluginStatusProtocol>(object);
-    if (status_ != nullptr && status_->statusProtocolVersion() != kVelmoraNodePluginStatusProtocolVersion) {
+    const auto version = [this] { return status_->statusProtocolVersion(); };
+    if (status_ != nullptr &&
+        endingWhereItThrows("statusProtocolVersion", version) != kVelmoraNodePluginStatusProtocolVersion) {
         status_ = nullptr;
         NSLog("The plugin tells its status in a version that is not known (Velmora Host)");
     }
     plugin_->setDelegate(this);
-    if (status_ != nullptr) status_->setStatusObserver(this);
+    observeStatus(this);
     plugin_->setDefaultSettings(settingsFile_.settings());
     settingsFile_.setPluginSettings(plugin_->defaultSettings());
     return {};
@@ -39,7 +42,7 @@ Result<void> PluginHost::unload() {
         outcome = saveSettings();
         stop();
         plugin_->setDelegate(nullptr);
-        if (status_ != nullptr) status_->setStatusObserver(nullptr);
+        observeStatus(nullptr);
         status_ = nullptr;
         plugin_ = nullptr;
     }
@@ -68,11 +71,21 @@ Result<void> PluginHost::saveSettings() {
 }
 
 std::optional<NodePluginConnectionStatus> PluginHost::connectionStatus() const {
-    return status_ != nullptr ? std::optional(status_->connectionStatus()) : std::nullopt;
+    if (status_ == nullptr) return std::nullopt;
+    return endingWhereItThrows("connectionStatus", [this] { return status_->connectionStatus(); });
 }
 
 std::optional<NodePluginOutcome> PluginHost::lastOutcome() const {
-    return status_ != nullptr ? std::optional(status_->lastOutcome()) : std::nullopt;
+    if (status_ == nullptr) return std::nullopt;
+    auto outcome = endingWhereItThrows("lastOutcome", [this] { return status_->lastOutcome(); });
+    if (outcome.attributeName == plugin_->lastAttribute()) return outcome;
+    return NodePluginOutcome{NodePluginAnswer::none, plugin_->lastAttribute(), "The plugin tells of another attribute",
+                             outcome.moment};
+}
+
+void PluginHost::observeStatus(VelmoraNodePluginStatusProtocol_Observer* observer) {
+    if (status_ == nullptr) return;
+    endingWhereItThrows("setStatusObserver", [&] { status_->setStatusObserver(observer); });
 }
 
 void PluginHost::attributesChangedForPluginName(const std::string&) {

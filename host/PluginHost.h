@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "host/GuardedPlugin.h"
 #include "host/SettingsFile.h"
 #include "platform/foundation/NSBundle.h"
 #include "platform/foundation/Result.h"
@@ -42,8 +43,9 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private Vel
     // Only while loaded.
     VelmoraNodePluginProtocol& plugin() const { return *plugin_; }
 
-    // Where the plugin's connection stands, and what came of the last value that was read or set. None where the plugin
-    // does not tell, or tells in a version that this host does not know.
+    // Where the plugin's connection stands, and what came of the value that the host has read or set last; when the
+    // plugin tells of another one, there was no answer. None where the plugin does not tell, or tells in a version that
+    // this host does not know.
     std::optional<NodePluginConnectionStatus> connectionStatus() const;
     std::optional<NodePluginOutcome> lastOutcome() const;
 
@@ -67,10 +69,11 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private Vel
   private:
     void attributesChangedForPluginName(const std::string& pluginName) override;
     void statusChangedForPluginName(const std::string& pluginName) override;
+    void observeStatus(VelmoraNodePluginStatusProtocol_Observer* observer);
 
     SettingsFile& settingsFile_;
     std::shared_ptr<NSBundle> bundle_;
-    std::shared_ptr<VelmoraNodePluginProtocol> plugin_;
+    std::shared_ptr<GuardedPlugin> plugin_;
     std::shared_ptr<VelmoraNodePluginStatusProtocol> status_;  // the same object; null when it must not be used
     bool mustBeStopped_ = false;
     bool started_ = false;

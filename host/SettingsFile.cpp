@@ -5,37 +5,20 @@
 #include <utility>
 
 #include "host/Quotes.h"
+#include "host/SettingsCheck.h"
 #include "host/SettingsKeys.h"
 #include "platform/foundation/FileContents.h"
-#include "platform/foundation/PropertyListXML.h"
 
 namespace velmora {
 
 namespace {
 
 // The plugin does not check the settings that it is given.
-Result<DictionaryReference> usableSettings(const PropertyList& value) {
-    DictionaryReference settings = value.dictionary();
-    if (settings == nullptr) return Failure{"it holds no dictionary"};
-    const PropertyList* const name = valueForKey(settings, kSelectedDeviceName);
-    if (name != nullptr && !name->text()) return Failure{"\"selectedDeviceName\" is not a text"};
-    const PropertyList* const outputs = valueForKey(settings, kConfiguredOutputs);
-    if (outputs == nullptr) return settings;
-    const ArrayReference entries = outputs->array();
-    if (entries == nullptr) return Failure{"\"configuredOutputs\" is not a list"};
-    for (std::size_t i = 0; i < entries->size(); ++i) {
-        const std::string entry = "entry " + std::to_string(i + 1) + " of \"configuredOutputs\" ";
-        const DictionaryReference output = (*entries)[i].dictionary();
-        if (output == nullptr) return Failure{entry + "is not a dictionary"};
-        if (!textForKey(output, kLabel)) return Failure{entry + "has no \"label\""};
-    }
-    return settings;
-}
-
-Result<DictionaryReference> settingsInDocument(const std::string& document) {
-    const auto value = propertyListWithXML(document);
-    if (!value) return Failure{"it is no property list: " + value.failure().reason};
-    return usableSettings(*value);
+Result<PropertyListDocument> settingsInDocument(const std::string& xml) {
+    auto document = propertyListDocumentWithXML(xml);
+    if (!document) return Failure{"it is no property list: " + document.failure().reason};
+    if (const auto faults = faultsOfSettings(document->value); !faults.empty()) return Failure{faults.front()};
+    return document;
 }
 
 // None when they cannot be written as a document.
@@ -70,9 +53,10 @@ Result<void> SettingsFile::read() {
     if (const auto resolved = std::filesystem::canonical(*path_, fault); !fault) path_ = resolved;
     Result<std::string> contents = readFile(*path_, kPropertyListByteLimit);
     if (!contents) return failure("cannot be read: " + contents.failure().reason);
-    Result<DictionaryReference> settings = settingsInDocument(*contents);
-    if (!settings) return failure("cannot be used: " + settings.failure().reason);
-    settings_ = *std::move(settings);
+    Result<PropertyListDocument> document = settingsInDocument(*contents);
+    if (!document) return failure("cannot be used: " + document.failure().reason);
+    settings_ = document->value.dictionary();
+    repeatedKeys_ = std::move(document->repeatedKeys);
     contents_ = *std::move(contents);
     mayWrite_ = true;
     return {};
@@ -91,6 +75,8 @@ bool SettingsFile::isChanged(const DictionaryReference& settings) const {
 
 Result<void> SettingsFile::writeIfChanged(const DictionaryReference& settings) {
     if (!path_ || !mayWrite_ || !isChanged(settings)) return {};
+    if (isChangedOnDisk())
+        return failure("was changed by somebody else meanwhile; it is left as it is, without the plugin's changes");
     return write(settings);
 }
 
@@ -103,14 +89,18 @@ Result<void> SettingsFile::write(const DictionaryReference& settings) {
         return failure("cannot be written: " + replaced.failure().reason);
     contents_ = *std::move(document);
     isMissing_ = false;
+    repeatedKeys_.clear();
     known_ = documentWithoutAvailableDevices(settings);
     return {};
 }
 
 bool SettingsFile::isChangedOnDisk() const {
     if (!path_) return false;
+    std::error_code fault;
+    if (std::filesystem::symlink_status(*path_, fault).type() == std::filesystem::file_type::not_found)
+        return contents_.has_value();
     const Result<std::string> now = readFile(*path_, kPropertyListByteLimit);
-    return now ? *now != contents_ : contents_.has_value();
+    return !now || *now != contents_;
 }
 
 }  // namespace velmora

@@ -4,8 +4,9 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
-#include "platform/foundation/PropertyList.h"
+#include "platform/foundation/PropertyListXML.h"
 #include "platform/foundation/Result.h"
 
 namespace velmora {
@@ -21,6 +22,8 @@ class SettingsFile {
     // be read or does not hold settings; nothing is written to it from then on.
     Result<void> read();
     const DictionaryReference& settings() const { return settings_; }
+    // The keys that stand twice in it.
+    const std::vector<PropertyListDocument::RepeatedKey>& repeatedKeys() const { return repeatedKeys_; }
     // Whether there was no file to read.
     bool isMissing() const { return isMissing_; }
 
@@ -34,11 +37,13 @@ class SettingsFile {
     // never read back.
     bool isChanged(const DictionaryReference& settings) const;
     // Writes the plugin's settings to the file when they are changed, so that a run in which nobody changes a setting
-    // leaves the file as its owner wrote it. When that fails, the file stands unchanged.
+    // leaves the file as its owner wrote it. When that fails, the file stands unchanged. It fails, too, where somebody
+    // else has changed the file: there is nobody here to ask whose changes count.
     Result<void> writeIfChanged(const DictionaryReference& settings);
-    // The same, changed or not. There must be a path, and it must have been read.
+    // The same, whoever has changed what. There must be a path, and it must have been read.
     Result<void> write(const DictionaryReference& settings);
-    // Whether somebody else has changed the file since it was last read or written here.
+    // Whether somebody else has changed, made or deleted the file since it was last read or written here. What is
+    // changed after this was asked, while the file is written, is not noticed.
     bool isChangedOnDisk() const;
 
   private:
@@ -48,6 +53,7 @@ class SettingsFile {
     bool mayWrite_ = false;
     bool isMissing_ = false;
     DictionaryReference settings_;
+    std::vector<PropertyListDocument::RepeatedKey> repeatedKeys_;
     PropertyListDictionary foreign_;
     // The settings that count as saved. A document, because the lists in a dictionary are the plugin's own and change.
     std::optional<std::string> known_;

@@ -15,6 +15,7 @@
 #include "host/SettingsCheck.h"
 #include "host/SettingsFile.h"
 #include "host/terminal/Commands.h"
+#include "host/terminal/SettingsCommands.h"
 #include "host/workbench/Workbench.h"
 #include "platform/foundation/Descriptor.h"
 #include "platform/foundation/NSLog.h"
@@ -47,11 +48,17 @@ ExitCode unusable(const std::string& why) {
     return ExitCode::unusable;
 }
 
+// What went wrong first counts.
+ExitCode withOutput(ExitCode code) {
+    if (outputIsGood()) return code;
+    complain("the results could not be written to standard output");
+    return code == ExitCode::done ? ExitCode::unusable : code;
+}
+
 ExitCode runLoaded(PluginHost& host, SettingsFile& settingsFile, const Options& options) {
     if (options.command == CommandName::workbench) return runWorkbench(host, settingsFile, options);
     // For a person at the terminal; the workbench shows them in its window.
-    for (const std::string& doubt :
-         doubtsAboutSettings(host.plugin().defaultSettings(), settingsFile.foreignEntries())) {
+    for (const std::string& doubt : doubtsAboutSettings(host.plugin().defaultSettings(), settingsFile)) {
         complain(doubt);
     }
     return runCommand(host, options);
@@ -61,6 +68,9 @@ ExitCode run(const Options& options) {
     NSLogMirrorToStandardError(options.verbose);
     if (const auto checked = checkInterfaces(options.interfaces); !checked) return unusable(checked.failure().reason);
     limitNetServicesToInterfaces(options.interfaces);
+
+    if (options.command == CommandName::configure) return withOutput(configure(options));
+    if (options.command == CommandName::checkSettings) return withOutput(checkSettings(options));
 
     SettingsFile settingsFile(options.settings);
     if (const auto read = settingsFile.read(); !read)
@@ -77,10 +87,8 @@ ExitCode run(const Options& options) {
     ExitCode code = runLoaded(host, settingsFile, options);
     const auto unloaded = host.unload();
     if (!unloaded) complain(unloaded.failure().reason);
-    if (!outputIsGood()) complain("the results could not be written to standard output");
-    // What went wrong first counts.
-    if (code == ExitCode::done && !(unloaded && outputIsGood())) code = ExitCode::unusable;
-    return code;
+    if (code == ExitCode::done && !unloaded) code = ExitCode::unusable;
+    return withOutput(code);
 }
 
 // Without a window system Qt aborts the process. It must end as this program ends wherever something is missing.

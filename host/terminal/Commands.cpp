@@ -138,8 +138,11 @@ ExitCode runCommand(PluginHost& host, const Options& options) {
             return settings(host, options);
         case CommandName::watch:
             return watch(host, options);
-        case CommandName::workbench:
-            break;  // has a window
+        case CommandName::workbench:  // has a window
+        case CommandName::configure:  // these need no plugin
+        case CommandName::checkSettings:
+        case CommandName::help:
+            break;
     }
     return ExitCode::unusable;
 }

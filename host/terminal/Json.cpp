@@ -3,6 +3,7 @@
 #include <QChar>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <cmath>
 
 #include "host/Console.h"
 #include "platform/foundation/QtText.h"
@@ -53,7 +54,10 @@ QJsonValue jsonOfPropertyList(const PropertyList& value) {
     }
     if (value.isInteger()) return static_cast<qint64>(value.integerValue());
     if (const auto boolean = value.boolean()) return *boolean;
-    if (const auto real = value.real()) return *real;
+    // JSON has no words for what is no number and for infinity; they are written as a property list does.
+    if (const auto real = value.real()) {
+        return std::isfinite(*real) ? QJsonValue(*real) : QJsonValue(QString::number(*real));
+    }
     return jsonValue(value.text());
 }
 

@@ -8,7 +8,6 @@
 #include "host/Quotes.h"
 #include "host/SettingsCheck.h"
 #include "host/Waiting.h"
-#include "platform/foundation/Joined.h"
 #include "platform/threads/Moment.h"
 
 namespace velmora {
@@ -44,7 +43,7 @@ ExitCode Preparation::waitForAttributes() {
     if (selectedServer(plugin) && !hasConfiguredOutputs(plugin)) {
         complain(
             "the settings configure no outputs, so the plugin has no attributes; list some under \"configuredOutputs\" "
-            "(\"velmora-host --help\" shows the format)");
+            "(\"velmora-host help settings\" shows the format)");
     }
     warnOfDefaultsBeyondMatrix();
     return ExitCode::done;
@@ -55,7 +54,7 @@ ExitCode Preparation::waitForAttribute(const std::string& name) {
     const StringList names = host_.plugin().attributeNames();
     if (std::find(names->begin(), names->end(), name) != names->end()) return ExitCode::done;
     complain("the plugin has no attribute " + inQuotes(name) +
-             (names->empty() ? "" : "; it has: " + joined(*names, inQuotes)));
+             (names->empty() ? "" : "; it has: " + firstInQuotes(*names)));
     return ExitCode::refused;
 }
 
@@ -77,7 +76,7 @@ void Preparation::complainOfMissingAttributes() const {
     }
     const auto others = availableServers(host_.plugin());
     complain("the switch server " + inQuotes(*server) + " was not found" + within +
-             (others.empty() ? "; nor was any other" : "; found were: " + joined(others, inQuotes)) +
+             (others.empty() ? "; nor was any other" : "; found were: " + firstInQuotes(others)) +
              "; check the name in the settings (\"selectedDeviceName\"), and that the server runs and is announced on "
              "a network interface that is searched (--interface), or wait longer (--wait)");
 }

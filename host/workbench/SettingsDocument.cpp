@@ -22,7 +22,7 @@ SettingsDocument::SettingsDocument(SettingsFile& file, WorkbenchSession& session
 
 QString SettingsDocument::doubts() const {
     const DictionaryReference settings = session_.settings();
-    std::vector<std::string> all = doubtsAboutSettings(settings, file_.foreignEntries());
+    std::vector<std::string> all = doubtsAboutSettings(settings, file_);
     const auto inputs = session_.numberOfInputs();
     const auto beyond = inputs ? doubtsAboutDefaults(settings, *inputs) : std::vector<std::string>();
     all.insert(all.end(), beyond.begin(), beyond.end());

@@ -66,6 +66,7 @@ Result<Target> targetOf(const std::filesystem::path& file) {
     return target;
 }
 
+// False with the reason in errno.
 bool writeAll(int descriptor, std::string_view contents) {
     while (!contents.empty()) {
         const ssize_t written = write(descriptor, contents.data(), contents.size());
@@ -91,19 +92,30 @@ bool keepAccessList(int descriptor, const std::filesystem::path& old) {
     return isAbsentAttribute(errno) && (fremovexattr(descriptor, kAccessList) == 0 || isAbsentAttribute(errno));
 }
 
-bool keepOwnerAndPermissions(int descriptor, const Target& target) {
+// Whether the system refuses to give a file away: to anybody but root, and in a namespace to users that it does not
+// have.
+bool isNoRight(int error) {
+    return error == EPERM || error == EINVAL;
+}
+
+Result<void> keepOwnerAndPermissions(int descriptor, const Target& target) {
     const struct stat& old = *target.old;
-    // Only root gives files away.
-    const bool isGroupKept =
-        fchown(descriptor, old.st_uid, old.st_gid) == 0 || fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) == 0;
+    struct stat now {};
+    if (fstat(descriptor, &now) != 0) return failureOfSystem(errno);
+    if (now.st_uid != old.st_uid && fchown(descriptor, old.st_uid, static_cast<gid_t>(-1)) != 0)
+        return isNoRight(errno) ? Failure{"it belongs to another user; only that user or root can replace it"}
+                                : failureOfSystem(errno);
+    const bool isGroupKept = now.st_gid == old.st_gid || fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) == 0;
+    if (!isGroupKept && !isNoRight(errno)) return failureOfSystem(errno);
     // The permissions of the group are at the same time the most that an access list grants. They must let in nobody
     // else than before.
     const bool isSame = isGroupKept && keepAccessList(descriptor, target.path);
-    return fchmod(descriptor, old.st_mode & (isSame ? 07777 : 0707)) == 0;
+    if (fchmod(descriptor, old.st_mode & (isSame ? 07777 : 0707)) != 0) return failureOfSystem(errno);
+    return {};
 }
 
 // The file that is to take the target's place. It is locked for as long as it has a name of its own, so that others
-// know it from one that was left behind. The functions leave the reason in errno when they return false.
+// know it from one that was left behind.
 class NewFile {
   public:
     explicit NewFile(const Target& target) : target_(target) {}
@@ -111,7 +123,7 @@ class NewFile {
         if (hasName_) unlink(name_.c_str());
     }
 
-    bool create() {
+    Result<void> create() {
         constexpr int kAttempts = 100;
         for (int attempt = 0; attempt < kAttempts; ++attempt) {
             std::string digits = std::to_string(arc4random() % 100'000'000);
@@ -120,7 +132,7 @@ class NewFile {
             // One that replaces another is open to its owner only, until it has the owner and permissions of the other.
             descriptor_ =
                 Descriptor(open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, target_.old ? 0600 : 0666));
-            if (!descriptor_ && errno != EEXIST) return false;
+            if (!descriptor_ && errno != EEXIST) return failureOfSystem(errno);
             if (!descriptor_) continue;
             // Another writer that removes leftovers may have found it before it was locked, and then removes it. On a
             // file system without locks nobody removes leftovers.
@@ -129,22 +141,25 @@ class NewFile {
             if (fstat(descriptor_.number(), &status) == 0 && status.st_nlink == 0) continue;
             hasName_ = true;
             lock_ = Descriptor(fcntl(descriptor_.number(), F_DUPFD_CLOEXEC, 0));
-            return static_cast<bool>(lock_);
+            if (!lock_) return failureOfSystem(errno);
+            return {};
         }
-        errno = EEXIST;
-        return false;
+        return failureOfSystem(EEXIST);
     }
 
-    bool fill(std::string_view contents) {
-        return writeAll(descriptor_.number(), contents) &&
-               (!target_.old || keepOwnerAndPermissions(descriptor_.number(), target_)) &&
-               fsync(descriptor_.number()) == 0 && descriptor_.close();
+    Result<void> fill(std::string_view contents) {
+        if (!writeAll(descriptor_.number(), contents)) return failureOfSystem(errno);
+        if (target_.old) {
+            if (auto kept = keepOwnerAndPermissions(descriptor_.number(), target_); !kept) return kept;
+        }
+        if (fsync(descriptor_.number()) != 0 || !descriptor_.close()) return failureOfSystem(errno);
+        return {};
     }
 
-    bool takePlace() {
-        if (rename(name_.c_str(), target_.path.c_str()) != 0) return false;
+    Result<void> takePlace() {
+        if (rename(name_.c_str(), target_.path.c_str()) != 0) return failureOfSystem(errno);
         hasName_ = false;
-        return true;
+        return {};
     }
 
   private:
@@ -206,7 +221,9 @@ Result<void> replaceFile(const std::filesystem::path& file, std::string_view con
     if (!folder && errno != EACCES) return failureOfSystem(errno);
     removeLeftovers(target->path);
     NewFile newFile(*target);
-    if (!newFile.create() || !newFile.fill(contents) || !newFile.takePlace()) return failureOfSystem(errno);
+    if (auto created = newFile.create(); !created) return created;
+    if (auto filled = newFile.fill(contents); !filled) return filled;
+    if (auto placed = newFile.takePlace(); !placed) return placed;
     // The new name survives a power cut only when the folder is on the disk, too. A folder that may not be read, or
     // whose file system cannot flush it, is left to the system.
     if (folder && fsync(folder.number()) != 0 && errno != EINVAL && errno != EACCES) {

@@ -18,9 +18,11 @@ Result<std::string> readFile(const std::filesystem::path& file, std::size_t byte
 // unchanged; only where the folder cannot be flushed, which comes last and is a failure, too, the new one is there,
 // though perhaps not after a power cut.
 // A symbolic link stays one; the file that it leads to is replaced, and has to be there. What is no regular file, or
-// what this process may not write to, is not replaced. The permissions and the access list stay, and so do
-// owner and group as far as the system lets this process give files away; other attributes and further hard links do
-// not follow.
+// what this process may not write to, is not replaced. The owner, the permissions and the access list stay. Where the
+// system does not let this process give the new file to the owner of the old one, which is root's right, the old one is
+// not replaced either, although this process may write to it: in place would not be atomic. A group that this process
+// is not in loses its permissions, and the access list goes with it; other attributes and further hard links do not
+// follow.
 // The new file is called ".velmora-FILE-" and eight digits while it is written. One that was left behind, because its
 // writer was killed, is removed by the next who replaces this file.
 Result<void> replaceFile(const std::filesystem::path& file, std::string_view contents);

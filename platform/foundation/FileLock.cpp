@@ -38,8 +38,12 @@ Result<FileLock> FileLock::take(const std::filesystem::path& file) {
         Descriptor descriptor = openLockFile(name);
         struct stat ours {
         }, named{};
-        if (!descriptor || fstat(descriptor.number(), &ours) != 0) return failureOfSystem(errno);
-        if (!S_ISREG(ours.st_mode)) return Failure{name + " is not a file"};
+        const int fault = descriptor ? 0 : errno;
+        if ((descriptor ? fstat(descriptor.number(), &ours) : lstat(name.c_str(), &ours)) == 0 &&
+            !S_ISREG(ours.st_mode)) {
+            return Failure{name + " is not a file"};
+        }
+        if (!descriptor) return Failure{name + ": " + failureOfSystem(fault).reason};
         if (flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0) {
             return errno == EWOULDBLOCK ? Failure{"another program has it in use"} : failureOfSystem(errno);
         }

@@ -93,7 +93,7 @@ class Reader {
   public:
     explicit Reader(const QString& xml) : xml_(xml) { xml_.setNamespaceProcessing(false); }
 
-    Result<PropertyList> document() {
+    Result<PropertyListDocument> document() {
         if (!nextElement() || !opens(u"plist")) refuse("the document does not begin with <plist>");
         if (!nextElement()) refuse("the document holds no value");
         PropertyList root = value(0);
@@ -101,7 +101,7 @@ class Reader {
         while (!xml_.atEnd()) {
             next();
         }
-        if (!xml_.hasError()) return root;
+        if (!xml_.hasError()) return PropertyListDocument{std::move(root), std::move(repeatedKeys_)};
         const std::string reason = stringByEscapingControlCharacters(xml_.errorString().left(200).toStdString());
         return Failure{stringWithFormat("line %li: %@", xml_.lineNumber(), reason)};
     }
@@ -180,6 +180,7 @@ class Reader {
         while (nextElement()) {
             if (!opens(u"key")) refuse("a value has no key");
             const std::string key = text();
+            if (entries->contains(key)) repeatedKeys_.push_back({xml_.lineNumber(), key});
             if (!nextElement()) refuse("a key has no value");
             entries->insert_or_assign(key, value(depth));
         }
@@ -209,11 +210,18 @@ class Reader {
 
     QXmlStreamReader xml_;
     std::size_t values_ = 0;
+    std::vector<PropertyListDocument::RepeatedKey> repeatedKeys_;
 };
 
 }  // namespace
 
 Result<PropertyList> propertyListWithXML(std::string_view xml) {
+    auto document = propertyListDocumentWithXML(xml);
+    if (!document) return document.failure();
+    return std::move(document->value);
+}
+
+Result<PropertyListDocument> propertyListDocumentWithXML(std::string_view xml) {
     if (const auto checked = checkBytes(xml); !checked) return checked.failure();
     if (xml.starts_with(kByteOrderMark)) xml.remove_prefix(kByteOrderMark.size());
     // A document that declares another encoding is UTF-8 all the same, as property lists are.

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/foundation/PropertyList.h"
 #include "platform/foundation/Result.h"
@@ -24,6 +26,17 @@ inline constexpr std::size_t kPropertyListTagLimit = 1024;
 // dictionary has a key twice, the last value counts. Control characters that XML does not have are read as U+FFFD. The
 // encoding is UTF-8, whatever the document says.
 Result<PropertyList> propertyListWithXML(std::string_view xml);
+
+struct PropertyListDocument {
+    struct RepeatedKey {
+        std::int64_t line;
+        std::string key;
+    };
+    PropertyList value;
+    std::vector<RepeatedKey> repeatedKeys;  // each of which its dictionary had already
+};
+// The same, with what the value does not show of the document.
+Result<PropertyListDocument> propertyListDocumentWithXML(std::string_view xml);
 
 // The document, ending in a line feed; a failure when the value is too large, nested too deeply or contains itself.
 // Control characters that XML cannot hold (those below U+0020 but for tab, line feed and carriage return), U+FFFE,

@@ -92,13 +92,19 @@ TEST_F(FileContents, leaveTheOldOnesWhereTheyStandWhenTheyCannotBeReplaced) {
     std::signal(SIGXFSZ, signalBefore);
     EXPECT_EQ(tooLarge.failure().reason, "File too large");
 
-    ASSERT_EQ(chmod(file.c_str(), 0444), 0);
     ASSERT_EQ(chmod(folder.c_str(), 0777), 0);
     const uid_t user = geteuid();
-    ASSERT_EQ(seteuid(user == 0 ? 1234 : user), 0);  // root may write to everything
-    const Result<void> isProtected = replaceFile(file, "new");
-    ASSERT_EQ(seteuid(user), 0);
-    EXPECT_EQ(isProtected.failure().reason, "it is write-protected");
+    const auto replacedByAnother = [&](mode_t permissions) {
+        EXPECT_EQ(chmod(file.c_str(), permissions), 0);
+        EXPECT_EQ(seteuid(user == 0 ? 1234 : user), 0);  // root may write to everything
+        const Result<void> replaced = replaceFile(file, "new");
+        EXPECT_EQ(seteuid(user), 0);
+        return replaced ? "replaced" : replaced.failure().reason;
+    };
+    EXPECT_EQ(replacedByAnother(0444), "it is write-protected");
+    if (user == 0) {
+        EXPECT_EQ(replacedByAnother(0666), "it belongs to another user; only that user or root can replace it");
+    }
 
     EXPECT_EQ(*readFile(file, 10), "old");
     EXPECT_EQ(names(), QStringList{"file"});
@@ -147,6 +153,10 @@ TEST_F(FileContents, eachHaveALockOfTheirOwnAndOnlyAFileServesAsOne) {
     EXPECT_FALSE(FileLock::take(folder / (longName + "1")));
     EXPECT_TRUE(FileLock::take(folder / (longName + "2")));
     const fs::path lock = companionOf(file, ".lock");
+    EXPECT_EQ(FileLock::take("/proc/file").failure().reason.find("/proc/.velmora-file.lock: "), 0U);
+    fs::create_directory(lock);
+    EXPECT_EQ(FileLock::take(file).failure().reason, lock.string() + " is not a file");
+    fs::remove(lock);
     ASSERT_EQ(mkfifo(lock.c_str(), 0600), 0);
     EXPECT_EQ(FileLock::take(file).failure().reason, lock.string() + " is not a file");
     EXPECT_TRUE(fs::is_fifo(lock));

@@ -6,10 +6,11 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 
+#include "host/CommandTable.h"
 #include "platform/foundation/PropertyListXML.h"
+#include "platform/foundation/QtText.h"
 #include "platform/foundation/Text.h"
 #include "tests/host/Program.h"
 #include "tests/plugin/Settings.h"
@@ -83,8 +84,15 @@ class HostWithServer : public HostProgram {
 TEST_F(HostProgram, wrongUsageSaysWhatToDoAndEndsWithTwo) {
     const std::vector<std::pair<QStringList, const char*>> cases = {
         {{}, "no command"},
-        {{"fly"}, "no command \"fly\""},
-        {{"servers", "--colour"}, "colour"},
+        {{"fly"}, "no command \"fly\"; the commands are: "},
+        {{"sevres"}, "no command \"sevres\"; did you mean \"servers\"? "},
+        {{"help", "attr"}, "did you mean \"attributes\"?"},
+        {{"servers", "--colour"}, "no option \"--colour\"; \""},
+        {{"servers", "--intreface=lo"}, "no option \"--intreface\"; did you mean \"--interface\"?"},
+        {{"get", "1", "-json"}, "no option \"-json\"; did you mean \"--json\"?"},
+        {{"servers", "--json=yes"}, "--json takes no value"},
+        {{"servers", "--wait"}, "--wait needs a value: --wait SECONDS"},
+        {{"settings", "--defaults"}, "\"settings\" does not take --defaults, which is an option of \"servers\", "},
         {{"get"}, "get NAME"},
         {{"set", "Velmora Switch Output 1"}, "set NAME VALUE"},
         {{"watch", "closely"}, "watch"},
@@ -103,15 +111,23 @@ TEST_F(HostProgram, wrongUsageSaysWhatToDoAndEndsWithTwo) {
            "not UTF-8: \"\\xFF\"; \"velmora-host --help\" explains commands and options\n");
 }
 
+// Each of the table's commands and options, on a terminal of a hundred columns.
 TEST_F(HostProgram, tellsOfEachCommandInTheHelp) {
-    const Result help = runHost({"--help"});
-    EXPECT_EQ(help.code, 0);
-    QStringList explained;
-    const QRegularExpression form("^  ([a-z]+( [A-Z]+)*)  +[^ ]", QRegularExpression::MultilineOption);
-    for (const auto& line : form.globalMatch(help.output.left(help.output.indexOf("Options:")))) {
-        explained << line.captured(1);
+    const QString overview = runHost({"--help"}).output;
+    for (const OptionRow* const option : optionTable()) {
+        EXPECT_TRUE(overview.contains("\n  --" + qString(option->name))) << option->name;
     }
-    expect(runHost({}), 2, "", "the commands are: " + explained.join(", ").toUtf8() + ';');
+    for (const CommandRow& command : commandTable()) {
+        const QString form = qString(formOf(command));
+        EXPECT_TRUE(overview.contains("\n  " + form + "  ") || overview.contains("\n  " + form + '\n')) << command.word;
+        const Result help = runHost({"help", qString(command.word)});
+        expect(runHost({qString(command.word), "--help"}), 0, help.output, "");
+        EXPECT_TRUE(help.output.contains(("] " + form + '\n').toUtf8()) || command.options.empty())
+            << form.toStdString();
+        for (const QString& line : (overview + help.output).split('\n')) {
+            EXPECT_LE(line.size(), 100) << line.toStdString();
+        }
+    }
 }
 
 TEST_F(HostProgram, settingsFileThatCannotBeUsedIsLeftAlone) {
@@ -123,6 +139,9 @@ TEST_F(HostProgram, settingsFileThatCannotBeUsedIsLeftAlone) {
         "<plist version='1.0'><dict><key>configuredOutputs</key><dict/></dict></plist>",
         "<plist version='1.0'><dict><key>configuredOutputs</key><array><integer>1</integer></array></dict></plist>",
         "<plist version='1.0'><dict><key>configuredOutputs</key><array><dict/></array></dict></plist>",
+        "<plist "
+        "version='1.0'><dict><key>configuredOutputs</key><array><dict><key>label</key><integer>1</integer></dict>"
+        "</array></dict></plist>",
     };
     for (const QByteArray& contents : cases) {
         const QString file = write("damaged.plist", contents);
@@ -160,13 +179,24 @@ TEST_F(HostProgram, changedSettingsAreWrittenBackOnceAndThePluginIsReleasedInOrd
     runHost(arguments);
     EXPECT_EQ(contentsOf(file), byHand) << "the servers that are seen are no change";
 
-    write("kept.plist", "<plist version='1.0'><dict><key>Remark</key><string>Not yours</string></dict></plist>");
+    write("kept.plist",
+          "<plist version='1.0'><dict><key>Remark</key><string>Not yours</string>"
+          "<key>Gain</key><real>-inf</real></dict></plist>");
+    EXPECT_TRUE(
+        runHost(QStringList{"--json"} + arguments.mid(0, 4) + QStringList{"settings"}).output.contains("\"-inf\""));
     runHost(arguments);
     EXPECT_EQ(textForKey(propertyListWithContentsOfFile(file.toStdString())->dictionary(), "Remark"), "Not yours");
 
     // What the command said stands.
     expect(runHost({"--bundle", WILFUL_BUNDLE, "--settings", path("no/folder.plist"), "--wait", "0", "servers"}), 3, "",
            "folder.plist");
+
+    qputenv("RELAYS", "edited");
+    qputenv("EDITED", file.toUtf8());
+    expect(runHost({"--bundle", WILFUL_BUNDLE, "--settings", file, "get", "Level"}), 2, "0.5\n",
+           "\"" + file.toUtf8() + "\" was changed by somebody else");
+    EXPECT_TRUE(contentsOf(file).contains("Remark") && contentsOf(file).endsWith("<!-- edited -->"));
+    qunsetenv("RELAYS");
 
     // Of a program that runs for long, the change is kept at once. What the plugin calls itself stays on one line.
     EXPECT_TRUE(QFile::remove(file));
@@ -270,6 +300,7 @@ TEST_F(HostProgram, knowsNoPlugin) {
     for (int number = 1; number <= 9999; ++number) {
         numbered += stringWithFormat("%04li\n", number);
     }
+    const std::string noSettings = *XMLWithPropertyList(makeDictionary());
     const std::vector<std::tuple<const char*, QStringList, int, const char*, const char*>> cases = {
         {"late", {"attributes"}, 0, table, "released"},
         {"late", {"get", "Level"}, 0, "0.5\n", "released"},
@@ -280,6 +311,11 @@ TEST_F(HostProgram, knowsNoPlugin) {
         {"numbered", {"set", "Relay 1", "10000"}, 1, "", "may read only the first four"},
         {"numbered", {"set", "Relay 1", "1"}, 0, "0001\n", "released"},
         {"unwilling", {"get", "Level"}, 1, "", "log lines\nstopped\nreleased\n"},
+        {"null", {"settings"}, 0, noSettings.c_str(), "released"},
+        {"null", {"--wait", "0", "attributes"}, 3, "", "not complete"},
+        {"throwing", {"get", "Level"}, 2, "", "exception in currentValueOfAttributeWithName, which a plugin must not"},
+        {"misnamed", {"get", "Relay 1"}, 1, "", "tells of another attribute"},
+        {"misnamed", {"get", "Relay 2"}, 0, "On\n", "released"},
         {"endless", {"settings"}, 1, "", "contains itself"},
         {"endless", {"--json", "settings"}, 1, "", "contains itself"},
     };
@@ -319,8 +355,9 @@ TEST_F(HostProgram, doubtsSettingsThatAreProbablyNotMeant) {
         "<dict><key>label</key><string>A</string><key>outputNumber</key><integer>1</integer>"
         "<key>defaultInputNumber</key><integer>1</integer></dict></array></dict></plist>";
     const std::vector<std::pair<const char*, std::vector<const char*>>> cases = {
-        {"<key>output_number</key><integer>4</integer>",
+        {"<key>output_number</key><integer>4</integer><key>output_number</key><integer>4</integer>",
          {"key \"selectedDevicename\"", "entry 1 of \"configuredOutputs\" (\"A\") has the key \"output_number\"",
+          "perhaps \"outputNumber\" is meant", "line 1 of the settings file has the key \"output_number\" once more",
           "has no \"outputNumber\"; the plugin takes it for 0", "has no \"defaultInputNumber\"",
           "entry 2 of \"configuredOutputs\" (\"A\") has the same \"label\" as entry 1"}},
         {"<key>outputNumber</key><integer>-1</integer><key>defaultInputNumber</key><integer>-2</integer>",

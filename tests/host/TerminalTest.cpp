@@ -9,6 +9,7 @@
 #include <csignal>
 
 #include "host/Patience.h"
+#include "host/Quotes.h"
 #include "host/terminal/TextTable.h"
 #include "platform/threads/Interruption.h"
 #include "tests/support/Holdings.h"
@@ -19,6 +20,12 @@ TEST(TextTable, countsColumnsAsATerminalDoes) {
     EXPECT_EQ(displayWidth("Caf\u00E9"), 4U);
     EXPECT_EQ(displayWidth("e\u0301"), 1U) << "a combining accent";
     EXPECT_EQ(displayWidth("\u653E\u9001\U0001F3A5"), 6U);
+}
+
+TEST(Quotes, ofManyTextsTheFirstAreShown) {
+    EXPECT_EQ(firstInQuotes({"a", "b"}), "\"a\", \"b\"");
+    const std::string shown = firstInQuotes(std::vector<std::string>(100'000, "x"));
+    EXPECT_TRUE(shown.size() < 200 && shown.ends_with(" and 99980 more")) << shown.substr(0, 200);
 }
 
 // Before any other that needs a descriptor for signals: it is kept for good.

@@ -1,0 +1,136 @@
+#include "host/terminal/ServerLabels.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <string_view>
+#include <utility>
+
+#include "host/SettingsEdit.h"
+#include "host/Waiting.h"
+#include "platform/foundation/Descriptor.h"
+#include "platform/foundation/Text.h"
+#include "platform/network/NSNetService.h"
+#include "platform/threads/Moment.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr const char* kServiceType = "_matrixswitcher._tcp.";
+constexpr std::string_view kRefusal = "ERROR";
+// For the outcome of a resolution to reach the main thread.
+constexpr std::chrono::milliseconds kNewsTime{1000};
+constexpr std::size_t kMaximumReply = 2048;
+
+// Until the descriptor is ready for that; a failure when it is not by then.
+Result<void> waitFor(const Descriptor& descriptor, short events, Date end) {
+    for (;;) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Date::clock::now());
+        if (left.count() <= 0) return failureOfSystem(ETIMEDOUT);
+        pollfd ready{descriptor.number(), events, 0};
+        const int count = poll(&ready, 1, static_cast<int>(left.count()));
+        if (count > 0) return {};
+        if (count < 0 && errno != EINTR) return failureOfSystem(errno);
+    }
+}
+
+Result<Descriptor> connection(const SocketAddress& address, Date end) {
+    Descriptor descriptor(socket(address.get()->sa_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    if (!descriptor) return failureOfSystem(errno);
+    if (connect(descriptor.number(), address.get(), address.length()) == 0) return descriptor;
+    if (errno != EINPROGRESS) return failureOfSystem(errno);
+    if (const auto waited = waitFor(descriptor, POLLOUT, end); !waited) return waited.failure();
+    int error = 0;
+    socklen_t size = sizeof error;
+    getsockopt(descriptor.number(), SOL_SOCKET, SO_ERROR, &error, &size);
+    if (error != 0) return failureOfSystem(error);
+    return descriptor;
+}
+
+// The first address that takes the connection.
+Result<Descriptor> connection(const std::vector<SocketAddress>& addresses, std::chrono::milliseconds wait) {
+    const Date end = fromNow(wait);
+    Result<Descriptor> outcome = Failure{"it was not found within the time (--wait)"};
+    for (std::size_t i = 0; i < addresses.size(); ++i) {
+        // What is left is shared, so that one that is silent leaves time for the others.
+        const auto now = Date::clock::now();
+        outcome = connection(addresses[i], now + (end - now) / static_cast<int>(addresses.size() - i));
+        if (outcome) return outcome;
+    }
+    return outcome;
+}
+
+class Conversation {
+  public:
+    Conversation(Descriptor descriptor, std::chrono::milliseconds wait)
+        : descriptor_(std::move(descriptor)), wait_(wait) {}
+
+    // The line that answers, without its end.
+    Result<std::string> ask(const std::string& question) {
+        const Date end = fromNow(wait_);
+        const std::string line = question + "\n\r";  // servers expect the two in this order
+        if (send(descriptor_.number(), line.data(), line.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(line.size()))
+            return Failure{"it does not take the question " + question};
+        std::size_t size = unread_.find('\n');
+        while (size == std::string::npos) {
+            if (unread_.size() > kMaximumReply) return Failure{"its answer to " + question + " does not end"};
+            if (auto read = readMore(end); !read)
+                return Failure{"it did not answer " + question + ": " + read.failure().reason};
+            size = unread_.find('\n');
+        }
+        std::string answer = unread_.substr(0, size);
+        unread_.erase(0, size + 1);
+        std::erase(answer, '\r');  // before or after the line feed
+        return answer;
+    }
+
+  private:
+    Result<void> readMore(Date end) {
+        std::array<char, kMaximumReply> bytes;
+        for (;;) {
+            if (auto waited = waitFor(descriptor_, POLLIN, end); !waited) return waited;
+            const ssize_t count = recv(descriptor_.number(), bytes.data(), bytes.size(), 0);
+            if (count < 0 && (errno == EAGAIN || errno == EINTR)) continue;
+            if (count < 0) return failureOfSystem(errno);
+            if (count == 0) return Failure{"it ended the connection"};
+            unread_.append(bytes.data(), static_cast<std::size_t>(count));
+            return {};
+        }
+    }
+
+    const Descriptor descriptor_;
+    const std::chrono::milliseconds wait_;
+    std::string unread_;
+};
+
+}  // namespace
+
+Result<ServerLabels> labelsOfServer(const std::string& server, const std::vector<std::int64_t>& outputs,
+                                    std::chrono::milliseconds wait) {
+    NSNetService service("local.", kServiceType, server);
+    service.resolveWithTimeout(Seconds(wait).count());
+    waitUntil([&] { return !service.isBeingResolved(); }, wait + kNewsTime);
+    Result<Descriptor> descriptor = connection(service.addresses(), wait);
+    if (!descriptor) return descriptor.failure();
+    Conversation conversation(*std::move(descriptor), wait);
+    const auto size = conversation.ask("MATRIXSIZE");
+    if (!size) return size.failure();
+    const auto matrix = matrixSizeInText(*size);
+    if (!matrix) return Failure{"it did not tell the size of its matrix"};
+    ServerLabels answers{*matrix, {}};
+    for (const std::int64_t output : outputs) {
+        if (output >= static_cast<std::int64_t>(answers.size.outputs)) continue;
+        const auto label = conversation.ask("OUTPUTLABEL " + std::to_string(output + 1));
+        if (!label) return label.failure();
+        const bool isLabel = !label->empty() && *label != kRefusal && isValidUTF8(*label);
+        if (isLabel) answers.labels.emplace(output, *label);
+    }
+    return answers;
+}
+
+}  // namespace velmora
