@@ -93,7 +93,7 @@ TEST(MonitoredRecords, rememberSoManyOfAllQuestionsTogetherAndForgetTheOldest) {
         SilentBackend backend;
         records->backendCame(backend);
         for (int number = 0; number < kEach; ++number) {
-            backend.say({number, 0, "a", 4711, {}}, true);
+            backend.say({number, 0, "a", 4711, {}}, RecordEvent::came);
         }
         for (int number = 0; number < kEach; ++number) {
             records->setAside({number, 0, "a", 4711, {}});
