@@ -34,7 +34,6 @@ void ControlSession::read() {
     advance();
 }
 
-// Answers and sends as far as that goes without waiting, then waits for what is missing.
 void ControlSession::advance() {
     bool mayHoldLine = true;
     while (mayHoldLine && waiting() < kOutgoingLimit) {
