@@ -13,6 +13,13 @@
 
 namespace velmora {
 
+namespace {
+
+// Then it is the other sessions' turn.
+constexpr int kLinesInATurn = 64;
+
+}  // namespace
+
 ControlSession::ControlSession(Descriptor connection, const ControlCommands& commands, std::function<void()> changed)
     : connection_(std::move(connection)),
       commands_(commands),
@@ -34,19 +41,16 @@ void ControlSession::read() {
     advance();
 }
 
-// Answers and sends as far as that goes without waiting, then waits for what is missing.
 void ControlSession::advance() {
     bool mayHoldLine = true;
-    while (mayHoldLine && waiting() < kOutgoingLimit) {
-        while (mayHoldLine && waiting() < kOutgoingLimit) {
-            mayHoldLine = answerNextLine();
-        }
-        send();
+    for (int line = 0; line < kLinesInATurn && mayHoldLine && waiting() < kOutgoingLimit; ++line) {
+        mayHoldLine = answerNextLine();
     }
     send();
     incoming_.erase(0, std::exchange(answered_, 0));
     if (inputEnded_ && !mayHoldLine && waiting() == 0) end();
     readable_.setEnabled(!ended_ && !inputEnded_ && !mayHoldLine);
+    writable_.setEnabled(!ended_ && (mayHoldLine || waiting() > 0));
 }
 
 // False when no line is complete.

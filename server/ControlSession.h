@@ -29,14 +29,14 @@ class ControlSession {
     // Goes out when there is room. How many were left out is told as soon as everything before has been taken.
     void sendEvent(const QByteArray& line);
     void leaveOutEvents(std::size_t count) { leftOut_ += count; }
-    // Tries to send what is waiting.
-    void send();
+    // Answers and sends as far as that goes without waiting.
+    void advance();
 
   private:
     void read();
-    void advance();
     bool answerNextLine();
     void answer(std::string_view line);
+    void send();
     void end();
     std::size_t waiting() const { return outgoing_.size() - sent_; }
 

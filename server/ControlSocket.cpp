@@ -75,7 +75,7 @@ void ControlSocket::sendEvents() {
             session->sendEvent(line);
         }
         session->leaveOutEvents(taken.leftOut);
-        session->send();
+        session->advance();  // not only sent: requests may be waiting until there is room
     }
 }
 
