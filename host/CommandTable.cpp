@@ -197,7 +197,7 @@ const std::vector<CommandRow>& commandTable() {
         {CommandName::get, "get", "NAME...", 0, kAnyNumber, pluginOptionsAnd({&kAll, &kJson, &kDefaults}),
          "the values that attributes have now: of one alone, of several in a table", kNameHelp, checkGet},
         {CommandName::set, "set", "NAME=VALUE...", 1, kAnyNumber, pluginOptionsAnd({&kJson, &kDefaults}),
-         "sets attributes and prints the values that they have afterwards; also: set NAME VALUE", kSetHelp, checkSet},
+         "sets attributes and prints their values afterwards; also: set NAME VALUE", kSetHelp, checkSet},
         {CommandName::apply, "apply", "FILE", 1, 1, pluginOptionsAnd({&kDryRun, &kJson}), "sets the values of a salvo",
          kApplyHelp},
         {CommandName::dump, "dump", "", 0, 0, pluginOptionsAnd({}),

@@ -105,6 +105,7 @@ Result<std::string> Naming::attributeMeantBy(const std::string& written) const {
 Result<SalvoStep> Naming::stepMeantBy(const std::string& line) const {
     const auto isExact = [this](const std::string& name) { return isAttribute(name); };
     const auto splits = splitsOf(line);
+    if (splits.empty()) return Failure{"NAME=VALUE is wanted, not " + inQuotes(line)};
     if (std::any_of(splits.begin(), splits.end(), [&](const auto& split) { return isExact(split.name); }))
         return stepInLine(line, isExact);
     auto step = stepInLine(line, [this](const std::string& name) { return !candidates(name).empty(); });

@@ -7,7 +7,7 @@
 #include <QEventLoop>
 #include <QSocketNotifier>
 #include <algorithm>
-#include <array>
+#include <utility>
 
 #include "host/Console.h"
 #include "host/Patience.h"
@@ -28,6 +28,11 @@ using State = NodePluginConnectionState;
 
 bool isLost(const NodePluginConnectionStatus& status) {
     return status.state == State::ended || status.state == State::failed;
+}
+
+// A state that has just begun may be given a slightly later beginning when it is told of.
+bool isSame(const NodePluginConnectionStatus& left, const NodePluginConnectionStatus& right) {
+    return left.state == right.state && left.serverName == right.serverName && right.since - left.since < kLook;
 }
 
 std::string counted(std::size_t count, const char* what) {
@@ -89,9 +94,11 @@ void Watch::look(QEventLoop& loop) {
     timer_.start(kLook);
     lookForServers();
     lookAtConnection();
-    lookAtAttributes();
-    if (const auto saved = context_.host.saveSettings(); !saved) complain(saved.failure().reason);
-    if (attributesAreComplete(context_.plugin())) preparation_.warnOfDefaultsBeyondMatrix();
+    if (std::exchange(hasNotice_, false)) {
+        lookAtAttributes();
+        if (const auto saved = context_.host.saveSettings(); !saved) complain(saved.failure().reason);
+        if (attributesAreComplete(context_.plugin())) preparation_.warnOfDefaultsBeyondMatrix();
+    }
     if (!outputIsGood() || isReaderGone()) loop.quit();
 }
 
@@ -118,8 +125,7 @@ void Watch::lookAtConnection() {
     const auto now = context_.host.connectionStatus();
     if (!now) return;
     const auto before = status_;
-    if (before && before->state == now->state && before->serverName == now->serverName && before->since == now->since)
-        return;
+    if (before && isSame(*before, *now)) return;
     const bool wasConnected = before && before->state == State::connected;
     if (isLost(*now)) {
         lost(*now, now->reason);
@@ -143,8 +149,7 @@ void Watch::connected(const NodePluginConnectionStatus& status) {
 }
 
 void Watch::lookAtAttributes() {
-    const bool isStale = status_ && isLost(*status_);  // nobody has named the values
-    if (!hasNotice_ || isStale) return;
+    if (status_ && isLost(*status_)) return;  // nobody has named the values
     const VelmoraNodePluginProtocol& plugin = context_.plugin();
     const StringList names = plugin.attributeNames();
     std::vector<Attribute> now;

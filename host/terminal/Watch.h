@@ -49,7 +49,7 @@ class Watch {
     std::optional<ValuePoll> poll_;
     std::optional<NodePluginConnectionStatus> status_;  // as told last
     std::set<std::string> servers_;
-    bool hasNotice_ = false;
+    bool hasNotice_ = false;  // since the last look
     std::optional<std::vector<Attribute>> attributes_;
 };
 

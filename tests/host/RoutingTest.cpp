@@ -37,6 +37,7 @@ TEST_F(HostWithServer, setsWhatItKnowsToBeMeant) {
          R"("displayName":"A=B","input":3,"name":"Velmora Switch Output 2","output":2}]})",
          ""},
         {{"set", "9=1"}, 1, "", "may mean each"},
+        {{"set", "1=1", "2"}, 1, "", "NAME=VALUE is wanted, not \"2\""},
         {{"set", "1=9", "2=1"},
          1,
          "NAME                     DISPLAY NAME  CURRENT       RESULT\n"
