@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "host/Salvo.h"
 #include "host/SettingsEdit.h"
 #include "platform/foundation/Result.h"
 
@@ -14,14 +15,17 @@ namespace velmora {
 
 enum class CommandName {
     servers,
+    status,
     attributes,
     possible,
     get,
     set,
+    apply,
+    dump,
+    watch,
     settings,
     configure,
     checkSettings,
-    watch,
     workbench,
     help
 };
@@ -42,6 +46,12 @@ struct Options {
     // Empty: all of them.
     std::vector<std::string> interfaces;
     std::chrono::milliseconds wait = kUsualWait;
+    // None: "watch" does not read values.
+    std::optional<std::chrono::milliseconds> poll;
+    // The lines of "apply", or the words of "set", where each is NAME=VALUE.
+    std::vector<SalvoLine> steps;
+    bool all = false;
+    bool dryRun = false;
     // None: the workbench stays open until its window is closed.
     std::optional<std::filesystem::path> screenshot;
     // Of "configure" and of "check-settings".

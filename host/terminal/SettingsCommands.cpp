@@ -8,6 +8,7 @@
 #include "host/SettingsFile.h"
 #include "host/SettingsKeys.h"
 #include "host/terminal/Json.h"
+#include "host/terminal/Report.h"
 #include "host/terminal/ServerLabels.h"
 #include "platform/foundation/FileContents.h"
 
@@ -15,9 +16,9 @@ namespace velmora {
 
 namespace {
 
-ExitCode unusable(const std::string& why) {
-    complain(why);
-    return ExitCode::unusable;
+ExitCode unusable(const Options& options, const std::string& why) {
+    Report report(options.json);
+    return report.finish(report.fail(ExitCode::unusable, why));
 }
 
 // The one in the command's arguments, or the one of the option.
@@ -65,25 +66,26 @@ Result<PropertyListDocument> documentIn(const std::filesystem::path& file) {
 
 ExitCode configure(const Options& options) {
     const auto path = fileOf(options);
-    if (!path) return unusable(path.failure().reason);
+    if (!path) return unusable(options, path.failure().reason);
     if (options.edit.isEmpty())
-        return unusable(
-            "nothing to change: give --server, --output, --outputs or --remove; \"velmora-host help "
-            "configure\" explains them");
+        return unusable(options,
+                        "nothing to change: give --server, --output, --outputs or --remove; \"velmora-host help "
+                        "configure\" explains them");
     SettingsFile file(*path);
-    if (const auto read = file.read(); !read) return unusable(read.failure().reason);
+    if (const auto read = file.read(); !read) return unusable(options, read.failure().reason);
     const bool isNew = file.isMissing();
     const DictionaryReference settings = file.settings();
     file.setPluginSettings(settings);
     const ServerLabels server = askedLabels(settings, options);
     const auto changes = changeSettings(settings, options.edit, server.labels);
-    if (!changes) return unusable(changes.failure().reason + "; nothing is changed");
+    if (!changes) return unusable(options, changes.failure().reason + "; nothing is changed");
     // Before it is written: of a key that stands twice, one value is lost.
     const std::vector<std::string> mistakes = mistakesIn({settings, file.repeatedKeys()}, server.size);
     for (const std::string& mistake : mistakes) {
         complain(mistake);
     }
-    if (const auto written = file.writeIfChanged(settings); !written) return unusable(written.failure().reason);
+    if (const auto written = file.writeIfChanged(settings); !written)
+        return unusable(options, written.failure().reason);
     if (options.json) {
         printJson({{"changes", jsonValue(*changes)}, {"mistakes", jsonValue(mistakes)}});
         return ExitCode::done;
@@ -98,7 +100,7 @@ ExitCode configure(const Options& options) {
 
 ExitCode checkSettings(const Options& options) {
     const auto path = fileOf(options);
-    if (!path) return unusable(path.failure().reason);
+    if (!path) return unusable(options, path.failure().reason);
     const auto document = documentIn(*path);
     const auto mistakes =
         document ? mistakesIn(*document, options.matrix) : std::vector<std::string>{document.failure().reason};
