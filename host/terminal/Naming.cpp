@@ -85,7 +85,8 @@ std::string Naming::knownNames() const {
         }
         if (!known.empty()) known.front().insert(0, "the settings configure the outputs: ");
     } else {
-        for (const std::string& name : *plugin_.attributeNames()) {
+        const StringList names = plugin_.attributeNames();  // the plugin need not keep it
+        for (const std::string& name : *names) {
             known.push_back((known.empty() ? "it has: " : "") + inQuotes(name));
         }
     }
