@@ -30,7 +30,17 @@ constexpr std::chrono::milliseconds kReadingAtATime{50};
 
 }  // namespace
 
-WorkbenchSession::WorkbenchSession(PluginHost& host, Observer& observer) : host_(host), observer_(observer) {
+template <typename Call>
+void WorkbenchSession::tellListeners(const Call& call) {
+    for (SessionListener* const listener : std::vector(listeners_)) {
+        call(*listener);
+    }
+}
+
+WorkbenchSession::WorkbenchSession(PluginHost& host, Observer& observer)
+    : host_(host), observer_(observer), standstill_([this](std::chrono::milliseconds time) {
+          tellListeners([time](SessionListener& listener) { listener.standstillEnded(time); });
+      }) {
     reading_.setSingleShot(true);
     QObject::connect(&reading_, &QTimer::timeout, &reading_, [this] { readMore(); });
     host_.setAttributesObserver([this] { attributesHaveChanged(); });
@@ -119,8 +129,8 @@ void WorkbenchSession::setLater(const std::string& name, const std::string& valu
 void WorkbenchSession::set(const std::string& name, const std::string& value) {
     const QString what = quotedName(name) + " to " + quotedName(value);
     if (!canAsk() || !attributes_.isPossible(name, value)) {
-        setOutcome("Did not set " + what + ": " +
-                   (!canAsk() ? "there is no connection." : "that is no longer one of the possible values."));
+        const QString why = !canAsk() ? "there is no connection." : "that is no longer one of the possible values.";
+        setHasFailed(name, "Did not set " + what + ": " + why);
         return;
     }
     const Values values = possibleValues(host_.plugin(), name);
@@ -130,20 +140,27 @@ void WorkbenchSession::set(const std::string& name, const std::string& value) {
         const auto waiting = awaitServer(observer_);
         const Attempt attempt(host_);
         if (host_.plugin().setValueForAttributeWithName(value, name) != 0) {
-            setOutcome("The plugin refused to set " + what + ": " + displayText(attempt.reason()));
+            setHasFailed(name, "The plugin refused to set " + what + ": " + displayText(attempt.reason()));
             return;
         }
+        routes_.willSet(name, value);
         if (attempt.isAnswered() == false) refusal = " (" + displayText(attempt.reason()) + ")";
         now = read(name);
     }
     // The plugin has handed the value on, which does not mean that the switcher has it.
     if (!now) {
-        setOutcome("Setting " + what + " was handed on, but cannot be read back" + refusal + ".");
+        setHasFailed(name, "Setting " + what + " was handed on, but cannot be read back" + refusal + ".");
     } else if (!values.areSame(*now, value)) {
-        setOutcome("Setting " + what + " was handed on, but the device has " + quotedName(*now) + refusal + ".");
+        setHasFailed(name,
+                     "Setting " + what + " was handed on, but the device has " + quotedName(*now) + refusal + ".");
     } else {
         setOutcome("Set " + what + ".");
     }
+}
+
+void WorkbenchSession::setHasFailed(const std::string& name, const QString& why) {
+    tellListeners([&](SessionListener& listener) { listener.setFailed(name, why.toStdString()); });
+    setOutcome(why);
 }
 
 void WorkbenchSession::beginReading(std::chrono::milliseconds limit, std::chrono::milliseconds delay) {
@@ -190,6 +207,10 @@ std::optional<std::string> WorkbenchSession::read(const std::string& name) {
     const bool isProper = !value.empty() && attempt.isAnswered().value_or(true);
     const auto answer = isProper ? std::optional(value) : std::nullopt;
     attributes_.setCurrentValue(name, answer);
+    if (!answer) return answer;
+    if (const auto change = routes_.read(name, value, possibleValues(host_.plugin(), name))) {
+        tellListeners([&](SessionListener& listener) { listener.routeChanged(*change); });
+    }
     return answer;
 }
 

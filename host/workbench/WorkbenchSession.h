@@ -8,10 +8,14 @@
 #include <deque>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "host/PluginHost.h"
 #include "host/workbench/AttributesModel.h"
+#include "host/workbench/Routes.h"
+#include "host/workbench/SessionListener.h"
 #include "host/workbench/Situation.h"
+#include "host/workbench/Standstill.h"
 
 namespace velmora {
 
@@ -48,10 +52,21 @@ class WorkbenchSession {
     // waited for. A value that is no longer possible by then is not set.
     void setLater(const std::string& name, const std::string& value);
 
+    // Not owned; each is removed before it goes.
+    void addListener(SessionListener& listener) { listeners_.push_back(&listener); }
+    void removeListener(SessionListener& listener) { std::erase(listeners_, &listener); }
+
     DictionaryReference settings() const { return host_.plugin().defaultSettings(); }
     // Of the matrix; none without a connection.
     std::optional<std::size_t> numberOfInputs() const;
     bool isStarted() const { return host_.isStarted(); }
+    // Whether each connection routes all outputs to their defaults.
+    bool isArmed() const { return host_.isStartedWithDefaults(); }
+    // What the attribute had before its value last changed, through whomever. None where that is not known.
+    std::optional<std::string> previousValue(const std::string& name) const { return routes_.previous(name); }
+    // Whether what a person does right now is done to a window that shows what is. The window discards clicks and keys
+    // made while it stood still by itself; this is for what acts on other events.
+    bool mayAct() const { return standstill_.mayAct(); }
     bool isReading() const { return !unread_.empty(); }
     // Whether there is a device to ask for a value, as far as the plugin tells.
     bool canAsk() const;
@@ -73,10 +88,16 @@ class WorkbenchSession {
     // None when there was no proper answer.
     std::optional<std::string> read(const std::string& name);
     void endReading();
+    void setHasFailed(const std::string& name, const QString& why);
+    template <typename Call>
+    void tellListeners(const Call& call);
 
     PluginHost& host_;
     Observer& observer_;
     AttributesModel attributes_;
+    Routes routes_;
+    std::vector<SessionListener*> listeners_;
+    Standstill standstill_;
     QTimer reading_;
     std::deque<std::string> unread_;
     std::chrono::milliseconds readingLimit_{0};

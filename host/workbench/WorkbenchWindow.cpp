@@ -11,6 +11,7 @@
 #include <QScreen>
 #include <QShortcut>
 #include <QSplitter>
+#include <QTabWidget>
 #include <QVBoxLayout>
 
 #include "host/workbench/AttributesTable.h"
@@ -126,7 +127,7 @@ QBoxLayout* WorkbenchWindow::makeButtons() {
 }
 
 QWidget* WorkbenchWindow::makePanes() {
-    sides_->addWidget(makeAttributes());
+    sides_->addWidget(makeViews());
     sides_->addWidget(makeSettings());
     sides_->setChildrenCollapsible(false);
     sides_->setStretchFactor(0, 3);
@@ -139,12 +140,21 @@ QWidget* WorkbenchWindow::makePanes() {
     return halves;
 }
 
+QWidget* WorkbenchWindow::makeViews() {
+    views_ = new QTabWidget;
+    views_->setObjectName("views");
+    views_->setAccessibleName("Views");
+    views_->setDocumentMode(true);
+    views_->addTab(makeAttributes(), "As the &host sees it");
+    return views_;
+}
+
 QWidget* WorkbenchWindow::makeAttributes() {
     attributesTable_ = new AttributesTable(
         session_.attributes(),
         [this](const std::string& name, const std::string& value) { session_.setLater(name, value); });
     attributesTable_->setObjectName("attributesTable");
-    return newPane("Attri&butes", attributesTable_);
+    return attributesTable_;
 }
 
 QWidget* WorkbenchWindow::makeSettings() {

@@ -16,6 +16,7 @@ class QLabel;
 class QPlainTextEdit;
 class QPushButton;
 class QSplitter;
+class QTabWidget;
 
 namespace velmora {
 
@@ -43,6 +44,8 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
 
     QBoxLayout* makeButtons();
     QWidget* makePanes();
+    // The one place where views are added.
+    QWidget* makeViews();
     QWidget* makeAttributes();
     QWidget* makeSettings();
     QWidget* makeLog();
@@ -68,6 +71,7 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     QLabel* doubts_ = nullptr;
     QPlainTextEdit* log_ = nullptr;
     QBoxLayout* buttonRows_ = nullptr;
+    QTabWidget* views_ = nullptr;
     QSplitter* sides_ = nullptr;
     // Of use while the plugin is stopped, and while it is started.
     std::vector<QPushButton*> stoppedButtons_;
