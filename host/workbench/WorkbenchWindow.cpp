@@ -15,6 +15,7 @@
 #include <QVBoxLayout>
 
 #include "host/workbench/AttributesTable.h"
+#include "host/workbench/panel/PanelView.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -50,6 +51,7 @@ QGroupBox* newPane(const char* title, QWidget* contents, int margin = 6) {
 WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
     : logFeed_([this](const LogFeed::Lines& lines) { showLog(lines); }),
       session_(host, *this),
+      routing_(session_),
       dialogs_(*this),
       document_(settingsFile, session_, dialogs_),
       settingsView_(host.plugin().settingsView()),
@@ -145,6 +147,7 @@ QWidget* WorkbenchWindow::makeViews() {
     views_->setObjectName("views");
     views_->setAccessibleName("Views");
     views_->setDocumentMode(true);
+    views_->addTab(new PanelView(routing_), "&Panel");
     views_->addTab(makeAttributes(), "As the &host sees it");
     return views_;
 }
@@ -152,7 +155,7 @@ QWidget* WorkbenchWindow::makeViews() {
 QWidget* WorkbenchWindow::makeAttributes() {
     attributesTable_ = new AttributesTable(
         session_.attributes(),
-        [this](const std::string& name, const std::string& value) { session_.setLater(name, value); });
+        [this](const std::string& name, const std::string& value) { routing_.route(name, value); });
     attributesTable_->setObjectName("attributesTable");
     return attributesTable_;
 }

@@ -10,6 +10,7 @@
 #include "host/workbench/SettingsDialogs.h"
 #include "host/workbench/SettingsDocument.h"
 #include "host/workbench/WorkbenchSession.h"
+#include "host/workbench/panel/RoutingState.h"
 
 class QBoxLayout;
 class QLabel;
@@ -61,6 +62,7 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
 
     LogFeed logFeed_;
     WorkbenchSession session_;
+    RoutingState routing_;
     SettingsDialogs dialogs_;
     SettingsDocument document_;
     AttributesTable* attributesTable_ = nullptr;
