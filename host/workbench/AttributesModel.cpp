@@ -59,7 +59,7 @@ void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin) {
         rows.push_back({name, plugin.displayNameOfAttributeWithName(name).value_or(""),
                         plugin.defaultValueOfAttributeWithName(name).value_or(""), values, Values(values.settable()),
                         same != nullptr ? same->currentValue : std::nullopt, same == nullptr || same->isUnread,
-                        same != nullptr ? same->marks : 0, numberAtEndOf(name)});
+                        numberAtEndOf(name)});
     }
     const bool isSameTable = std::equal(rows.begin(), rows.end(), rows_.begin(), rows_.end(),
                                         [](const Row& left, const Row& right) { return left.name == right.name; });
@@ -93,12 +93,9 @@ void AttributesModel::emitRowChanged(int row) {
 }
 
 void AttributesModel::setMark(const std::string& name, Mark mark, bool isOn) {
-    const auto number = rowNumbers_.find(name);
-    if (number == rowNumbers_.end()) return;
-    int& marks = rows_[number->second].marks;
-    if (static_cast<bool>(marks & mark) == isOn) return;
-    marks ^= mark;
-    emitRowChanged(static_cast<int>(number->second));
+    if (static_cast<bool>(marks_[name] & mark) == isOn) return;
+    marks_[name] ^= mark;
+    if (const auto row = rowOfName(name)) emitRowChanged(*row);
 }
 
 bool AttributesModel::hasMark(const std::string& name, Mark mark) const {
@@ -147,11 +144,12 @@ std::optional<std::string> AttributesModel::settableDefaultAtRow(int row) const 
 }
 
 int AttributesModel::marksOf(const Row& row) const {
-    if (!row.currentValue) return row.marks | notKnown;
+    const auto marked = marks_.find(row.name);
+    const int marks = marked != marks_.end() ? marked->second : 0;
+    if (!row.currentValue) return marks | notKnown;
     const bool hasDefault = row.possibleValues.indexOf(row.defaultValue).has_value();
-    return hasDefault && !row.possibleValues.areSame(*row.currentValue, row.defaultValue)
-               ? row.marks | differsFromDefault
-               : row.marks;
+    const bool differs = hasDefault && !row.possibleValues.areSame(*row.currentValue, row.defaultValue);
+    return differs ? marks | differsFromDefault : marks;
 }
 
 int AttributesModel::rowCount(const QModelIndex& parent) const {

@@ -29,7 +29,8 @@ class AttributesModel final : public QAbstractTableModel {
     // None: it was asked for without a proper answer, or the answer no longer holds; unread: nobody has asked for it.
     void setCurrentValue(const std::string& name, const std::optional<std::string>& value, bool isUnread = false);
 
-    // Locks hold in this window only; whoever sets values asks for them. A mark outlives a reload.
+    // Locks hold in this window only; whoever sets values asks for them. A mark outlives its attribute, which may come
+    // back.
     void setMark(const std::string& name, Mark mark, bool isOn);
     bool hasMark(const std::string& name, Mark mark) const;
     // Marks it as changed elsewhere for a moment.
@@ -67,7 +68,6 @@ class AttributesModel final : public QAbstractTableModel {
         Values settableValues;
         std::optional<std::string> currentValue;
         bool isUnread = true;  // why there is no current value: nobody has asked for it
-        int marks = 0;         // those that are set from outside
         std::optional<int> number = {};
     };
     using RowNumbers = std::unordered_map<std::string, std::size_t>;
@@ -87,7 +87,8 @@ class AttributesModel final : public QAbstractTableModel {
     void emitRowChanged(int row);
 
     std::vector<Row> rows_;
-    RowNumbers rowNumbers_;  // by name
+    RowNumbers rowNumbers_;                       // by name
+    std::unordered_map<std::string, int> marks_;  // that are set from outside, by name
 };
 
 }  // namespace velmora
