@@ -15,7 +15,9 @@
 #include <QVBoxLayout>
 
 #include "host/workbench/AttributesTable.h"
+#include "host/workbench/grid/GridView.h"
 #include "host/workbench/panel/PanelView.h"
+#include "host/workbench/salvos/SalvosView.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -148,6 +150,8 @@ QWidget* WorkbenchWindow::makeViews() {
     views_->setAccessibleName("Views");
     views_->setDocumentMode(true);
     views_->addTab(new PanelView(routing_), "&Panel");
+    views_->addTab(new GridView(routing_), "&Grid");
+    views_->addTab(new SalvosView(routing_), "Sal&vos");
     views_->addTab(makeAttributes(), "As the &host sees it");
     return views_;
 }

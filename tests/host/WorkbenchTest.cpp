@@ -10,6 +10,7 @@
 #include <QListView>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTabWidget>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QtTest/QTest>
@@ -74,6 +75,7 @@ class Workbench : public testing::Test, protected SettingsDocument::Person {
     // Opens the possible values of the second output, by key or by a click on the arrow, and types into them.
     QWidget* typeValue(const char* typed, Qt::Key last) const {
         auto* const table = window->findChild<QTableView*>("attributesTable");
+        window->findChild<QTabWidget*>("views")->setCurrentWidget(table);
         table->setCurrentIndex(table->model()->index(1, 0));
         if (last == Qt::Key_Return) {
             QTest::keyClick(table, Qt::Key_Return);

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <QSortFilterProxyModel>
-#include <QStringList>
-#include <optional>
+
+#include "host/workbench/panel/FindWords.h"
 
 namespace velmora {
 
@@ -15,7 +15,7 @@ class FindModel final : public QSortFilterProxyModel {
 
     void find(const QString& text);
     // What the text is when it is a number, and the rows have numbers.
-    std::optional<qlonglong> number() const { return number_; }
+    std::optional<qlonglong> number() const { return words_.number(); }
     // The row with that number; invalid when there is none.
     QModelIndex rowWithNumber(qlonglong number) const;
 
@@ -23,8 +23,7 @@ class FindModel final : public QSortFilterProxyModel {
     bool filterAcceptsRow(int row, const QModelIndex& parent) const override;
 
   private:
-    QStringList words_;
-    std::optional<qlonglong> number_;
+    FindWords words_;
 };
 
 }  // namespace velmora

@@ -50,7 +50,7 @@ void PanelView::chooseDestination(const QModelIndex& index) {
 Tile PanelView::destinationTile(const QModelIndex& index, const Tints& tints) const {
     const int marks = index.data(AttributesModel::marksRole).toInt();
     const std::string& name = state_.attributes().nameAtRow(index.row());
-    const bool isWaiting = state_.waiting() && state_.waiting()->destination == name;
+    const bool isWaiting = state_.waiting() && state_.waiting()->name == name;
     Tile tile;
     tile.number = index.data(AttributesModel::numberRole).toString();
     tile.label = index.data(AttributesModel::labelRole).toString();

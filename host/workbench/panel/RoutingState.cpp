@@ -24,7 +24,7 @@ void RoutingState::tell() const {
 
 void RoutingState::dropWhatIsGone() {
     if (!attributes().rowOfName(destination_)) destination_.clear();
-    if (waiting_ && !attributes().rowOfName(waiting_->destination)) waiting_.reset();
+    if (waiting_ && !attributes().rowOfName(waiting_->name)) waiting_.reset();
     tell();
 }
 
@@ -47,17 +47,23 @@ void RoutingState::setPreset(bool isPreset) {
 void RoutingState::choose(const std::string& source) {
     if (destination_.empty()) return;
     if (isPreset_) {
-        waiting_ = Route{destination_, source};
+        waiting_ = SalvoStep{destination_, source};
         tell();
     } else {
         route(destination_, source);
     }
 }
 
+void RoutingState::choose(const SalvoStep& step) {
+    isExchanging_ = false;
+    select(step.name);
+    choose(step.value);
+}
+
 void RoutingState::take() {
     if (!waiting_) return;
-    const Route taken = *std::exchange(waiting_, std::nullopt);
-    route(taken.destination, taken.source);
+    const SalvoStep taken = *std::exchange(waiting_, std::nullopt);
+    route(taken.name, taken.value);
     tell();
 }
 
@@ -81,9 +87,9 @@ void RoutingState::route(const std::string& destination, const std::string& sour
     session_.setLater(destination, source);
 }
 
-void RoutingState::route(const std::vector<Route>& routes) {
-    for (const Route& one : routes) {
-        route(one.destination, one.source);
+void RoutingState::route(const Salvo& salvo) {
+    for (const SalvoStep& step : salvo) {
+        route(step.name, step.value);
     }
 }
 
@@ -109,8 +115,8 @@ void RoutingState::takeDefault() {
     if (const auto value = defaultOf(destination_)) route(destination_, *value);
 }
 
-std::vector<RoutingState::Route> RoutingState::routesToDefaults() const {
-    std::vector<Route> routes;
+Salvo RoutingState::routesToDefaults() const {
+    Salvo routes;
     for (const std::string& name : attributes().names()) {
         const bool mayHaveIt = !attributes().hasMark(name, AttributesModel::differsFromDefault) &&
                                !attributes().hasMark(name, AttributesModel::notKnown);
@@ -145,7 +151,7 @@ void RoutingState::exchange(const std::string& with) {
     } else if (!ours || !theirs) {
         session_.setOutcome(what + "it is not known what they have, or the other cannot have it.");
     } else {
-        route({{destination_, *ours}, {with, *theirs}});
+        route(Salvo{{destination_, *ours}, {with, *theirs}});
     }
 }
 

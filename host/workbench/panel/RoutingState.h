@@ -6,8 +6,10 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "host/Salvo.h"
 #include "host/workbench/SessionListener.h"
 #include "host/workbench/WorkbenchSession.h"
 
@@ -17,12 +19,6 @@ namespace velmora {
 // nor the values need exist any longer when something is done with them; then the session says so.
 class RoutingState final : private SessionListener {
   public:
-    struct Route {
-        std::string destination;
-        std::string source;
-        friend bool operator==(const Route&, const Route&) = default;
-    };
-
     // Not owned; it outlives the state.
     explicit RoutingState(WorkbenchSession& session);
     ~RoutingState() override;
@@ -42,8 +38,10 @@ class RoutingState final : private SessionListener {
     // With preset, a chosen source waits for TAKE.
     bool isPreset() const { return isPreset_; }
     void setPreset(bool isPreset);
-    const std::optional<Route>& waiting() const { return waiting_; }
+    const std::optional<SalvoStep>& waiting() const { return waiting_; }
     void choose(const std::string& source);
+    // Both at once, destination and source.
+    void choose(const SalvoStep& step);
     void take();
 
     bool isLocked(const std::string& destination) const;
@@ -57,8 +55,8 @@ class RoutingState final : private SessionListener {
     std::optional<std::string> defaultOf(const std::string& destination) const;
     void takeDefault();
     // The destinations that are not known to have their defaults and can have them; none that is locked.
-    std::vector<Route> routesToDefaults() const;
-    void route(const std::vector<Route>& routes);
+    Salvo routesToDefaults() const;
+    void route(const Salvo& salvo);
 
     bool isExchanging() const { return isExchanging_; }
     void setExchanging(bool isExchanging);
@@ -78,7 +76,7 @@ class RoutingState final : private SessionListener {
     WorkbenchSession& session_;
     std::vector<std::function<void()>> observers_;
     std::string destination_;
-    std::optional<Route> waiting_;
+    std::optional<SalvoStep> waiting_;
     bool isPreset_ = false;
     bool isExchanging_ = false;
 };

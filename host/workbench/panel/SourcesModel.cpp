@@ -23,7 +23,7 @@ void SourcesModel::followState() {
     if (!areSame) beginResetModel();
     values_ = values;
     current_ = row ? attributes.indexOfCurrentValueAtRow(*row) : -1;
-    const auto place = state_.waiting() ? values_.indexOf(state_.waiting()->source) : std::nullopt;
+    const auto place = state_.waiting() ? values_.indexOf(state_.waiting()->value) : std::nullopt;
     waiting_ = place ? static_cast<int>(*place) : -1;
     destinations_ = countDestinations();
     if (!areSame) {
