@@ -8,6 +8,8 @@
 namespace velmora {
 
 SalvoRun::SalvoRun(RoutingState& state, std::function<void()> changed) : state_(state), changed_(std::move(changed)) {
+    ended_.setSingleShot(true);
+    QObject::connect(&ended_, &QTimer::timeout, &ended_, [this] { sayWhatCameOfIt(); });
     state_.session().addListener(*this);
 }
 
@@ -24,6 +26,7 @@ void SalvoRun::fire(const Salvo& salvo) {
 void SalvoRun::clear() {
     salvo_.clear();
     outcomes_.clear();
+    ended_.stop();
 }
 
 // The notice of the one that is set leads to the next one.
@@ -35,7 +38,7 @@ void SalvoRun::setNext() {
         const SalvoStep& step = salvo_[outcomes_.size()];
         state_.session().setLater(step.name, step.value);
     } else {
-        sayWhatCameOfIt();
+        ended_.start(0);  // after what the session says of the last step
     }
     changed_();
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QTimer>
 #include <functional>
 #include <string>
 #include <vector>
@@ -41,6 +42,7 @@ class SalvoRun final : private SessionListener {
     bool isAwaiting(const std::string& name) const;
     void sayWhatCameOfIt() const;
 
+    QTimer ended_;
     RoutingState& state_;
     const std::function<void()> changed_;
     Salvo salvo_;
