@@ -34,7 +34,7 @@ ExitCode takeScreenshot(WorkbenchWindow& window, PluginHost& host, const Options
         replaceFile(*options.screenshot, {picture.constData(), static_cast<std::size_t>(picture.size())});
     if (!written) return complainOfPicture(options, written.failure().reason);
     if (isComplete) return ExitCode::done;
-    complain("the attributes did not come in time (--wait). " + window.session().situation().toStdString());
+    complain("the attributes did not come in time (--wait). " + window.session().situation().text.toStdString());
     return ExitCode::timedOut;
 }
 

@@ -120,10 +120,10 @@ TEST(PanelColours, canBeReadOnAnyPalette) {
     for (const QPalette& palette : {QPalette(Qt::lightGray), QPalette(Qt::white), dark}) {
         const Tints tints(palette);
         for (const QColor& colour : {tints.dimmed(), tints.warning(), tints.failure()}) {
-            EXPECT_GE(contrastOf(colour, palette.color(QPalette::Base)), Tints::kReadable)
+            EXPECT_GE(contrastBetween(colour, palette.color(QPalette::Base)), kReadableContrast)
                 << colour.name().toStdString();
         }
-        EXPECT_GE(contrastOf(palette.color(QPalette::Text), tints.flash()), Tints::kReadable);
+        EXPECT_GE(contrastBetween(palette.color(QPalette::Text), tints.flash()), kReadableContrast);
         EXPECT_NE(tints.dimmed(), palette.color(QPalette::Text));
     }
 }
