@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "host/workbench/AttributesModel.h"
-#include "platform/widgets/DisplayText.h"
+#include "host/workbench/NumberedText.h"
 
 namespace velmora {
 
@@ -84,7 +84,7 @@ void FindPane::sortByNumber() {
 
 void FindPane::setTitle(const QString& title) {
     title_->setText(title);
-    title_->setToolTip(toolTipText(title.toStdString()));
+    title_->setToolTip(toolTipOf(title));
 }
 
 void FindPane::arrange() {

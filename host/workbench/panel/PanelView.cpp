@@ -6,6 +6,7 @@
 #include <QVBoxLayout>
 #include <limits>
 
+#include "host/workbench/NumberedText.h"
 #include "host/workbench/panel/ControlBar.h"
 #include "host/workbench/panel/FindPane.h"
 #include "platform/widgets/DisplayText.h"
@@ -54,9 +55,8 @@ Tile PanelView::destinationTile(const QModelIndex& index, const Tints& tints) co
     Tile tile;
     tile.number = index.data(AttributesModel::numberRole).toString();
     tile.label = index.data(AttributesModel::labelRole).toString();
-    tile.below = (index.data(AttributesModel::sourceNumberRole).toString() + "  " +
-                  index.data(AttributesModel::sourceLabelRole).toString())
-                     .trimmed();
+    tile.below = numberedText(index.data(AttributesModel::sourceNumberRole).toString(),
+                              index.data(AttributesModel::sourceLabelRole).toString());
     tile.isBelowDimmed = marks & AttributesModel::notKnown;
     tile.isFlashing = marks & AttributesModel::changedElsewhere;
     tile.frame = isWaiting                         ? Tile::Frame::waiting
