@@ -54,7 +54,7 @@ TEST_F(Panel, routesByClicksDigitsAndTake) {
     EXPECT_EQ(marks("Preview"), AttributesModel::differsFromDefault);
 
     type("sourceList", "20");
-    EXPECT_TRUE(session().outcome().contains("Set ") && switcher.matrix.routedInput(2) == 6)
+    EXPECT_TRUE(outcome().starts_with("Set ") && switcher.matrix.routedInput(2) == 6)
         << "no input has this number, though a label has";
     type("sourceList", "\x1B");
     type("sourceList", "7");

@@ -50,7 +50,8 @@ class RoutingFixture : public testing::Test {
 
     std::string path(const char* of) const { return folder.filePath(of).toStdString(); }
     WorkbenchSession& session() const { return window->session(); }
-    std::string outcome() const { return session().outcome().toStdString(); }
+    // Without its time.
+    std::string outcome() const { return session().outcome().section("  ", 1).toStdString(); }
     template <typename Widget>
     Widget* visible(const char* of) const {
         for (Widget* const widget : window->findChildren<Widget*>(of)) {

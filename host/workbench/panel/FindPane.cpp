@@ -16,7 +16,7 @@ namespace velmora {
 
 namespace {
 
-constexpr int kTileWidthInCharacters = 22;
+constexpr int kTileWidthInCharacters = 27;
 constexpr int kRowWidthInCharacters = 60;
 
 }  // namespace
