@@ -137,8 +137,14 @@ TEST_F(Workbench, isReadableOnLightAndDark) {
     EXPECT_EQ(displayText("a\u200Db \u202E\u200B \U0001F3F4\U000E0067"),
               "a\\u{200D}b \\u{202E}\\u{200B} \U0001F3F4\\u{E0067}");
 
-    window->resize(480, 860);  // in one step, and everything has room
-    EXPECT_EQ(window->width(), 480);
+    const QSize narrow(480, 700);
+    window->resize(narrow);  // in one step, and everything has room
+    EXPECT_EQ(window->size(), narrow);
+    const auto arrangement = window->arrangement();
+    window->resize(600, 500);
+    window->arrange(arrangement);
+    EXPECT_EQ(window->size(), narrow);
+    window->arrange(nullptr);
     EXPECT_LE(window->layout()->minimumSize().width(), 480);
 }
 
