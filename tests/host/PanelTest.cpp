@@ -114,6 +114,31 @@ TEST_F(Panel, locksExchangesAndGoesBack) {
     EXPECT_TRUE(runMainLoopUntil([&] { return !(marks("Programme") & AttributesModel::changedElsewhere); })) << "once";
 }
 
+TEST_F(Panel, routesWhatHasNoNumbers) {
+    window = nullptr;
+    EXPECT_TRUE(host.unload());
+    qputenv("RELAYS", "late");
+    PluginHost relays(file);
+    EXPECT_TRUE(relays.load(WILFUL_BUNDLE));
+    window = std::make_unique<WorkbenchWindow>(relays, file);
+    window->show();
+    window->findChild<QTabWidget*>("views")->setCurrentIndex(0);
+    EXPECT_TRUE(session().start(false) &&
+                runMainLoopUntil([&] { return session().attributes().rowCount() == 3 && !session().isReading(); }));
+    EXPECT_EQ(window->findChild<QTableView*>("crosspointTable")->model()->columnCount(), 2) << "Off and On";
+    choose("destinationList", 1);
+    const auto* const sources = visible<QListView>("sourceList")->model();
+    EXPECT_TRUE(sources->rowCount() == 2 && !sources->index(0, 0).data(AttributesModel::numberRole).isValid());
+    type("sourceList", "1");
+    EXPECT_EQ(outcome(), "Started without defaults.") << "no value contains it";
+    type("sourceList", "\x1B");
+    type("sourceList", "on");
+    EXPECT_TRUE(runMainLoopUntil([&] { return outcome() == "Set \"Relay 1\" to \"On\"."; })) << outcome();
+    window = nullptr;
+    EXPECT_TRUE(relays.unload());
+    qunsetenv("RELAYS");
+}
+
 TEST(PanelColours, canBeReadOnAnyPalette) {
     QPalette dark(QColor(49, 54, 59), QColor(42, 46, 50));
     dark.setColor(QPalette::Base, QColor(27, 30, 32));

@@ -7,7 +7,6 @@
 #include <QResizeEvent>
 #include <QShortcut>
 
-#include "host/Values.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
