@@ -11,7 +11,7 @@
 
 namespace velmora {
 
-enum class CommandName { servers, attributes, possible, get, set, settings, watch, workbench };
+enum class CommandName { servers, attributes, possible, get, set, settings, watch, workbench, help };
 
 inline constexpr std::chrono::milliseconds kUsualWait{10'000};
 

@@ -138,8 +138,9 @@ ExitCode runCommand(PluginHost& host, const Options& options) {
             return settings(host, options);
         case CommandName::watch:
             return watch(host, options);
-        case CommandName::workbench:
-            break;  // has a window
+        case CommandName::workbench:  // has a window
+        case CommandName::help:       // needs no plugin
+            break;
     }
     return ExitCode::unusable;
 }

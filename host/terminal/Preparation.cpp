@@ -44,7 +44,7 @@ ExitCode Preparation::waitForAttributes() {
     if (selectedServer(plugin) && !hasConfiguredOutputs(plugin)) {
         complain(
             "the settings configure no outputs, so the plugin has no attributes; list some under \"configuredOutputs\" "
-            "(\"velmora-host --help\" shows the format)");
+            "(\"velmora-host help settings\" shows the format)");
     }
     warnOfDefaultsBeyondMatrix();
     return ExitCode::done;

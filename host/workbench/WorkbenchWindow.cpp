@@ -15,6 +15,9 @@
 
 #include "host/workbench/AttributesTable.h"
 #include "host/workbench/Banner.h"
+#include "host/workbench/grid/GridView.h"
+#include "host/workbench/panel/PanelView.h"
+#include "host/workbench/salvos/SalvosView.h"
 #include "platform/foundation/QtText.h"
 #include "platform/widgets/DisplayText.h"
 
@@ -50,6 +53,7 @@ void say(QLabel& label, const QString& text) {
 
 WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
     : session_(host, *this),
+      routing_(session_),
       dialogs_(*this),
       document_(settingsFile, session_, dialogs_),
       settingsView_(host.plugin().settingsView()),
@@ -66,6 +70,9 @@ WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
       sides_(new QSplitter),
       halves_(new QSplitter(Qt::Vertical)),
       logFeed_([this](const LogFeed::Lines& lines) { history_->showLog(lines); }) {
+    QPalette colours = palette();
+    colours.setColor(QPalette::PlaceholderText, dimmedText(colours));
+    setPalette(colours);
     menu_ = makeMenu();
     auto* const rows = new QVBoxLayout(this);
     rows->setSizeConstraint(
@@ -92,10 +99,13 @@ WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
 }
 
 WorkbenchWindow::~WorkbenchWindow() {
-    delete history_;  // it listens to the session
-    if (settingsView_ == nullptr) return;
-    settingsView_->hide();
-    settingsView_->setParent(nullptr);
+    hide();
+    if (settingsView_ != nullptr) {
+        settingsView_->hide();
+        settingsView_->setParent(nullptr);
+    }
+    // As long as there is the session, which they look at.
+    qDeleteAll(findChildren<QWidget*>(Qt::FindDirectChildrenOnly));
 }
 
 WindowMenu* WorkbenchWindow::makeMenu() {
@@ -169,14 +179,17 @@ QWidget* WorkbenchWindow::makeViews() {
     views_->setObjectName("views");
     views_->setAccessibleName("Views");
     views_->setDocumentMode(true);
+    views_->addTab(new PanelView(routing_), "&Panel");
+    views_->addTab(new GridView(routing_), "&Grid");
+    views_->addTab(new SalvosView(routing_), "Sal&vos");
     views_->addTab(makeAttributes(), "As the &host sees it");
     return views_;
 }
 
 QWidget* WorkbenchWindow::makeAttributes() {
-    attributesTable_ = new AttributesTable(
-        session_.attributes(),
-        [this](const std::string& name, const std::string& value) { session_.setLater(name, value); });
+    attributesTable_ =
+        new AttributesTable(session_.attributes(),
+                            [this](const std::string& name, const std::string& value) { routing_.route(name, value); });
     attributesTable_->setObjectName("attributesTable");
     auto* const page = new QWidget;
     auto* const rows = new QVBoxLayout(page);
@@ -209,7 +222,7 @@ void WorkbenchWindow::sessionHasChanged() {
     for (QPushButton* const button : startedButtons_) {
         button->setEnabled(isStarted);
     }
-    say(*outcome_, session_.outcome());
+    say(*outcome_, session_.timedOutcome());
     say(*standstill_, session_.lastStandstill());
     const QString notice = session_.lastNotice();
     notice_->setText(notice.isEmpty() ? "No change notice yet" : notice);

@@ -14,6 +14,7 @@
 #include "host/workbench/SettingsDocument.h"
 #include "host/workbench/WindowMenu.h"
 #include "host/workbench/WorkbenchSession.h"
+#include "host/workbench/panel/RoutingState.h"
 
 class QBoxLayout;
 class QCheckBox;
@@ -76,6 +77,7 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     void showDocument();
 
     WorkbenchSession session_;
+    RoutingState routing_;
     SettingsDialogs dialogs_;
     SettingsDocument document_;
     AttributesTable* attributesTable_ = nullptr;

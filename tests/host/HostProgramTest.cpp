@@ -6,10 +6,11 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 
+#include "host/CommandTable.h"
 #include "platform/foundation/PropertyListXML.h"
+#include "platform/foundation/QtText.h"
 #include "platform/foundation/Text.h"
 #include "tests/host/Program.h"
 #include "tests/plugin/Settings.h"
@@ -83,8 +84,15 @@ class HostWithServer : public HostProgram {
 TEST_F(HostProgram, wrongUsageSaysWhatToDoAndEndsWithTwo) {
     const std::vector<std::pair<QStringList, const char*>> cases = {
         {{}, "no command"},
-        {{"fly"}, "no command \"fly\""},
-        {{"servers", "--colour"}, "colour"},
+        {{"fly"}, "no command \"fly\"; the commands are: "},
+        {{"sevres"}, "no command \"sevres\"; did you mean \"servers\"? "},
+        {{"help", "attr"}, "did you mean \"attributes\"?"},
+        {{"servers", "--colour"}, "no option \"--colour\"; \""},
+        {{"servers", "--intreface=lo"}, "no option \"--intreface\"; did you mean \"--interface\"?"},
+        {{"get", "1", "-json"}, "no option \"-json\"; did you mean \"--json\"?"},
+        {{"servers", "--json=yes"}, "--json takes no value"},
+        {{"servers", "--wait"}, "--wait needs a value: --wait SECONDS"},
+        {{"settings", "--defaults"}, "\"settings\" does not take --defaults, which is an option of \"servers\", "},
         {{"get"}, "get NAME"},
         {{"set", "Velmora Switch Output 1"}, "set NAME VALUE"},
         {{"watch", "closely"}, "watch"},
@@ -103,15 +111,23 @@ TEST_F(HostProgram, wrongUsageSaysWhatToDoAndEndsWithTwo) {
            "not UTF-8: \"\\xFF\"; \"velmora-host --help\" explains commands and options\n");
 }
 
+// Each of the table's commands and options, on a terminal of a hundred columns.
 TEST_F(HostProgram, tellsOfEachCommandInTheHelp) {
-    const Result help = runHost({"--help"});
-    EXPECT_EQ(help.code, 0);
-    QStringList explained;
-    const QRegularExpression form("^  ([a-z]+( [A-Z]+)*)  +[^ ]", QRegularExpression::MultilineOption);
-    for (const auto& line : form.globalMatch(help.output.left(help.output.indexOf("Options:")))) {
-        explained << line.captured(1);
+    const QString overview = runHost({"--help"}).output;
+    for (const OptionRow* const option : optionTable()) {
+        EXPECT_TRUE(overview.contains("\n  --" + qString(option->name))) << option->name;
     }
-    expect(runHost({}), 2, "", "the commands are: " + explained.join(", ").toUtf8() + ';');
+    for (const CommandRow& command : commandTable()) {
+        const QString form = qString(formOf(command));
+        EXPECT_TRUE(overview.contains("\n  " + form + "  ") || overview.contains("\n  " + form + '\n')) << command.word;
+        const Result help = runHost({"help", qString(command.word)});
+        expect(runHost({qString(command.word), "--help"}), 0, help.output, "");
+        EXPECT_TRUE(help.output.contains(("] " + form + '\n').toUtf8()) || command.options.empty())
+            << form.toStdString();
+        for (const QString& line : (overview + help.output).split('\n')) {
+            EXPECT_LE(line.size(), 100) << line.toStdString();
+        }
+    }
 }
 
 TEST_F(HostProgram, settingsFileThatCannotBeUsedIsLeftAlone) {

@@ -14,8 +14,8 @@ namespace velmora::test {
 TEST_F(Workbench, showsAndSetsAttributes) {
     AttributesModel& model = window->session().attributes();
     const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
-    EXPECT_EQ(cell(1, 0) + '|' + cell(1, 1) + '|' + cell(1, 2) + '|' + cell(1, 3),
-              "Velmora Switch Output 2|<b>Preview</b>|0003 Input 3|0002 Input 2");
+    EXPECT_EQ(cell(1, 0) + '|' + cell(1, 1) + '|' + cell(1, 2) + '|' + cell(1, 3) + '|' + cell(1, 4),
+              "2|<b>Preview</b>|Velmora Switch Output 2|0003 Input 3|0002 Input 2");
     EXPECT_FALSE(model.index(1, 1).data(Qt::ToolTipRole).toString().contains("<b>"));
     typeValue("1150", Qt::Key_Return);
     EXPECT_TRUE(currentComesTo(1, "1150 Input 1150"));
