@@ -1,7 +1,6 @@
 #include "host/workbench/AttributesModel.h"
 
 #include <QGuiApplication>
-#include <QPalette>
 #include <QTimer>
 #include <algorithm>
 #include <array>

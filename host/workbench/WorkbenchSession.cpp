@@ -176,7 +176,8 @@ void WorkbenchSession::standstillHasEnded(std::chrono::milliseconds time) {
 }
 
 void WorkbenchSession::setOutcome(const QString& outcome) {
-    outcome_ = outcome.isEmpty() ? outcome : now() + "  " + outcome;
+    outcome_ = outcome;
+    outcomeTime_ = now();
     couldAsk_ = canAsk();
     observer_.sessionHasChanged();
 }

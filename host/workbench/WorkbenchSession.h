@@ -95,8 +95,10 @@ class WorkbenchSession {
     AttributesModel& attributes() { return attributes_; }
     // In words; "" before the first one.
     QString lastNotice() const { return lastNotice_; }
-    // What came of the last operation, and when; "" once the connection has come or gone since.
+    // What came of the last operation; "" once the connection has come or gone since.
     QString outcome() const { return outcome_; }
+    // The same after its time.
+    QString timedOutcome() const { return outcome_.isEmpty() ? outcome_ : outcomeTime_ + "  " + outcome_; }
     // How long the window stood still when the plugin last read its labels, in words; "" when it did not.
     QString costOfConnecting() const;
     // How long the window stood still last, and why; "" before the first time.
@@ -137,6 +139,7 @@ class WorkbenchSession {
     QElapsedTimer sinceNotice_;  // invalid before the first
     int notices_ = 0;
     QString outcome_;
+    QString outcomeTime_;
     bool couldAsk_ = false;  // when that was said
     QString lastStandstill_;
     std::optional<std::chrono::milliseconds> rebuildTime_;  // the last one that the window stood still for

@@ -70,6 +70,9 @@ WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
       sides_(new QSplitter),
       halves_(new QSplitter(Qt::Vertical)),
       logFeed_([this](const LogFeed::Lines& lines) { history_->showLog(lines); }) {
+    QPalette colours = palette();
+    colours.setColor(QPalette::PlaceholderText, dimmedText(colours));
+    setPalette(colours);
     menu_ = makeMenu();
     auto* const rows = new QVBoxLayout(this);
     rows->setSizeConstraint(
@@ -96,12 +99,13 @@ WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
 }
 
 WorkbenchWindow::~WorkbenchWindow() {
-    // Both listen to the session.
-    delete views_;
-    delete history_;
-    if (settingsView_ == nullptr) return;
-    settingsView_->hide();
-    settingsView_->setParent(nullptr);
+    hide();
+    if (settingsView_ != nullptr) {
+        settingsView_->hide();
+        settingsView_->setParent(nullptr);
+    }
+    // As long as there is the session, which they look at.
+    qDeleteAll(findChildren<QWidget*>(Qt::FindDirectChildrenOnly));
 }
 
 WindowMenu* WorkbenchWindow::makeMenu() {
@@ -218,7 +222,7 @@ void WorkbenchWindow::sessionHasChanged() {
     for (QPushButton* const button : startedButtons_) {
         button->setEnabled(isStarted);
     }
-    say(*outcome_, session_.outcome());
+    say(*outcome_, session_.timedOutcome());
     say(*standstill_, session_.lastStandstill());
     const QString notice = session_.lastNotice();
     notice_->setText(notice.isEmpty() ? "No change notice yet" : notice);

@@ -80,6 +80,8 @@ class Workbench : public testing::Test, protected SettingsDocument::Person {
     // Opens the possible values of the second output, by key or by a click on the arrow, and types into them.
     QWidget* typeValue(const char* typed, Qt::Key last) const {
         EXPECT_TRUE(canAct());
+        auto* const views = window->findChild<QTabWidget*>("views");
+        views->setCurrentIndex(views->count() - 1);  // as the host sees it
         auto* const table = window->findChild<QTableView*>("attributesTable");
         table->setCurrentIndex(table->model()->index(1, 0));
         if (last == Qt::Key_Return) {
