@@ -24,6 +24,7 @@ ControlBar::ControlBar(RoutingState& state)
       direct_(new QRadioButton("Direct")),
       preset_(new QRadioButton("Preset")) {
     halves_->setContentsMargins(4, 0, 4, 4);
+    setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);  // the arrangement follows the width
     half_ = new QHBoxLayout;
     halves_->addLayout(half_);
     direct_->setToolTip("A source is routed as soon as it is chosen");
