@@ -10,7 +10,7 @@ PROGRAMS := velmora-host velmora-switch-server VelmoraSwitch
 
 help:
 	@echo 'make demo         see it work: a virtual switch server, the plugin, and a route set through it'
-	@echo 'make workbench    use it: the same in a window'
+	@echo 'make workbench    use it: the same in a window; VELMORA_SETTINGS=FILE names the file of its settings'
 	@echo 'make test         build everything and run the tests'
 	@echo 'make bench        measure it and write build/bench.json and docs/performance.md (some minutes on a quiet machine)'
 	@echo 'make build        velmora-host, velmora-switch-server and VelmoraSwitch.bundle, in build/'

@@ -65,6 +65,17 @@ std::optional<std::size_t> Values::indexOf(const std::string& text) const {
     return static_cast<std::size_t>(found - texts_->begin());
 }
 
+std::optional<std::int64_t> Values::numberAt(std::size_t index) const {
+    return areNumbered_ ? std::optional(static_cast<std::int64_t>(index) + 1) : std::nullopt;
+}
+
+std::string Values::labelAt(std::size_t index) const {
+    const std::string& text = (*texts_)[index];
+    if (!areNumbered_) return text;
+    const std::size_t digits = text.find_first_not_of(kDigits);
+    return digits != std::string::npos ? text.substr(digits + 1) : "";
+}
+
 bool Values::areSame(const std::string& left, const std::string& right) const {
     if (left == right) return true;
     const auto index = indexOf(left);

@@ -28,6 +28,9 @@ class Values {
     // The place of the value that a text of the plugin's stands for: the one that is equal or has the same number. None
     // when there is no such value.
     std::optional<std::size_t> indexOf(const std::string& text) const;
+    // The number that the value in that place begins with, where values are numbered; and the value without it.
+    std::optional<std::int64_t> numberAt(std::size_t index) const;
+    std::string labelAt(std::size_t index) const;
     // Whether two texts of the plugin's stand for the same value. It need not be one that is offered.
     bool areSame(const std::string& left, const std::string& right) const;
 

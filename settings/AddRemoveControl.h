@@ -21,6 +21,9 @@ class AddRemoveControl final : public QFrame, public SegmentedControl {
     std::int64_t selectedSegment() const override { return selectedSegment_; }
     void setEnabledForSegment(bool enabled, std::int64_t segment) override;
 
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
   private:
     std::array<QAbstractButton*, 2> segments_{};
     std::int64_t selectedSegment_ = -1;

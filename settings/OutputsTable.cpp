@@ -68,16 +68,21 @@ void OutputsTable::reloadData() {
     const QModelIndex current = currentIndex();
     const int currentRow = current.row();
     const int currentColumn = current.column();
+    const int rows = model_->rowCount();
     model_->reload();
     const int row = model_->rowOfEntry(selected);
     if (row >= 0) {
         if (row != selectedRow()) setCurrentIndex(model_->index(row, currentColumn));
+    } else if (selected != nullptr && model_->rowCount() == rows - 1 && currentRow >= 0) {
+        // It alone was removed: the one that moved up follows it, so that several can be removed in turn.
+        setCurrentIndex(model_->index(qMin(currentRow, model_->rowCount() - 1), currentColumn));
     } else if (!currentIndex().isValid() && currentRow >= 0) {
         // The keyboard goes on from the same place, with nothing selected.
         selectionModel()->setCurrentIndex(model_->index(qMin(currentRow, model_->rowCount() - 1), currentColumn),
                                           QItemSelectionModel::NoUpdate);
     }
     selectionHasChanged();  // a reset model does not tell
+    if (paintsAtOnce_) viewport()->repaint();
 }
 
 std::int64_t OutputsTable::selectedRow() const {

@@ -24,7 +24,8 @@ class OutputsTable final : public QTableView, public TableView {
     void attach(SwitchSettingsViewController& controller, MenuPopUp& outputsMenu, MenuPopUp& inputsMenu);
     void detach();
 
-    // Keeps the selection on the entry that was selected, wherever its row is now. Closes a menu that is open.
+    // Keeps the selection on the entry that was selected, wherever its row is now, or, when that entry alone was
+    // removed, on the one that moved up. Closes a menu that is open.
     void reloadData() override;
     std::int64_t selectedRow() const override;
     const std::vector<SortDescriptor>& sortDescriptors() const override { return sortDescriptors_; }
@@ -32,6 +33,8 @@ class OutputsTable final : public QTableView, public TableView {
     // Ends the editing of a cell, as leaving it does. False when the edit was refused; the alert about it opens when
     // the event loop next runs.
     bool endEditing();
+    // Whether a reload is seen at once, and not only when the event loop runs again.
+    void setPaintsAtOnce(bool paints) { paintsAtOnce_ = paints; }
     const OutputsTableModel* outputsModel() const { return model_; }
 
     using QTableView::edit;
@@ -57,6 +60,7 @@ class OutputsTable final : public QTableView, public TableView {
     OutputsTableModel* model_ = nullptr;
     std::vector<MenuPopUp*> menus_;  // by column; null for a column of text
     std::vector<SortDescriptor> sortDescriptors_;
+    bool paintsAtOnce_ = false;
 };
 
 }  // namespace velmora

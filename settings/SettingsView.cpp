@@ -4,11 +4,13 @@
 
 #include <QApplication>
 #include <QBuffer>
+#include <QGridLayout>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
 #include <QUiLoader>
+#include <algorithm>
 #include <memory>
 #include <type_traits>
 #include <utility>
@@ -55,6 +57,17 @@ void keepInterfaceLoaderInMemory() {
     Dl_info library{};
     if (dladdr(&QUiLoader::staticMetaObject, &library) == 0) return;
     dlopen(library.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+}
+
+// Left to itself, an alert is as narrow as its text, and the window system cuts its title.
+void widenForTitle(QMessageBox& box) {
+    constexpr int kLeastWidth = 320;
+    constexpr int kButtonsOfTitleBar = 140;
+    const int title = box.fontMetrics().horizontalAdvance(box.windowTitle()) + kButtonsOfTitleBar;
+    auto* const grid = qobject_cast<QGridLayout*>(box.layout());
+    if (grid == nullptr) return;
+    auto* const spacer = new QSpacerItem(std::max(kLeastWidth, title), 0, QSizePolicy::Minimum, QSizePolicy::Fixed);
+    grid->addItem(spacer, grid->rowCount(), 0, 1, grid->columnCount());
 }
 
 }  // namespace
@@ -173,9 +186,30 @@ class SettingsView::RunningAction {
     const QPointer<SettingsView> view_;
 };
 
+// While the plugin may wait for the switch server, which no event loop shows: what has been pushed is painted first.
+class SettingsView::Waiting {
+  public:
+    explicit Waiting(SettingsView& view) : view_(&view) {
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+        view.outputsTableView_->setPaintsAtOnce(true);
+        view.repaint();
+    }
+    Waiting(const Waiting&) = delete;
+    Waiting& operator=(const Waiting&) = delete;
+    ~Waiting() {
+        QGuiApplication::restoreOverrideCursor();
+        if (view_ != nullptr) view_->outputsTableView_->setPaintsAtOnce(false);
+    }
+
+  private:
+    const QPointer<SettingsView> view_;
+};
+
 void SettingsView::act(void (SwitchSettingsViewController::*action)()) {
     const RunningAction running(*this);
-    if (showPendingAlert()) (controller_->*action)();
+    if (!showPendingAlert()) return;
+    const Waiting waiting(*this);
+    (controller_->*action)();
 }
 
 // By now the list may have been filled anew, without the server that was picked.
@@ -189,7 +223,16 @@ void SettingsView::serverWasPicked(const std::string& title) {
 void SettingsView::addOrRemove() {
     const RunningAction running(*this);
     outputsTableView_->endEditing();
-    if (showPendingAlert()) controller_->addRemoveButtonPushed(*addRemoveButton_);
+    if (!showPendingAlert()) return;
+    const QPointer<SettingsView> self = this;
+    const QWidget* const pushed = focusWidget();
+    {
+        const Waiting waiting(*this);
+        controller_->addRemoveButtonPushed(*addRemoveButton_);
+    }
+    // Once there is nothing left to remove, the next key goes to the table and does not add.
+    if (!self || controller_ == nullptr) return;
+    if (focusWidget() != pushed && addRemoveButton_->isAncestorOf(focusWidget())) outputsTableView_->setFocus();
 }
 
 void SettingsView::runAlertPanel(const std::string& title, const std::string& message, const std::string& button) {
@@ -224,7 +267,10 @@ void SettingsView::showAlert(const Alert& alert) {
     box->setText(QString::fromStdString(alert.title));
     box->setInformativeText(QString::fromStdString(alert.message));
     box->addButton(QString::fromStdString(alert.button), QMessageBox::AcceptRole);
+    widenForTitle(*box);
+    QGuiApplication::setOverrideCursor(Qt::ArrowCursor);  // the person is waited for, not the server
     box->exec();
+    QGuiApplication::restoreOverrideCursor();
     delete box;  // null when the view was destroyed meanwhile
 }
 

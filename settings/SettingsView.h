@@ -38,6 +38,7 @@ class SettingsView final : public QWidget, public AlertPanel {
 
   private:
     class RunningAction;
+    class Waiting;
 
     // From the interface file, not yet the controller's; it owns itself.
     static Result<SettingsView*> make(const std::string& nibName, const NSBundle* bundle);

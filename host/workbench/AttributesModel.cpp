@@ -1,23 +1,41 @@
 #include "host/workbench/AttributesModel.h"
 
 #include <QGuiApplication>
-#include <QPalette>
+#include <QTimer>
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <utility>
 
 #include "host/PluginState.h"
+#include "host/workbench/NumberedText.h"
 #include "platform/foundation/QtText.h"
+#include "platform/widgets/Colours.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
 
 namespace {
 
-constexpr std::array<const char*, AttributesModel::columnTotal> kTitles = {"Name", "Display Name", "Default",
+constexpr std::array<const char*, AttributesModel::columnTotal> kTitles = {"No.", "Display Name", "Name", "Default",
                                                                            "Current Value"};
 constexpr const char* kUnread = "not read";
 constexpr const char* kUnknown = "not known";
+constexpr std::chrono::milliseconds kFlash{900};
+
+// The number that a name ends in.
+std::optional<int> numberAtEndOf(const std::string& name) {
+    constexpr std::size_t kMostDigits = 9;
+    const std::size_t digits = name.size() - 1 - std::min(name.find_last_not_of("0123456789"), name.size() - 1);
+    if (digits == 0 || digits > kMostDigits) return std::nullopt;
+    return static_cast<int>(integerValue(std::string_view(name).substr(name.size() - digits)));
+}
+
+// Numbers before texts, and by their size.
+QString sortTextOf(std::optional<std::int64_t> number, const std::string& text) {
+    constexpr int kDigits = 10;
+    return (number ? QString("%1 ").arg(*number, kDigits, 10, QChar('0')) : QString()) + qString(text).toCaseFolded();
+}
 
 }  // namespace
 
@@ -31,7 +49,8 @@ void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin) {
         rowNumbers.emplace(name, rows.size());
         rows.push_back({name, plugin.displayNameOfAttributeWithName(name).value_or(""),
                         plugin.defaultValueOfAttributeWithName(name).value_or(""), values, Values(values.settable()),
-                        same != nullptr ? same->currentValue : std::nullopt, same == nullptr || same->isUnread});
+                        same != nullptr ? same->currentValue : std::nullopt, same == nullptr || same->isUnread,
+                        numberAtEndOf(name)});
     }
     const bool isSameTable = std::equal(rows.begin(), rows.end(), rows_.begin(), rows_.end(),
                                         [](const Row& left, const Row& right) { return left.name == right.name; });
@@ -57,8 +76,32 @@ void AttributesModel::setCurrentValue(const std::string& name, const std::option
     if (row.currentValue == value && row.isUnread == isUnread) return;
     row.currentValue = value;
     row.isUnread = isUnread;
-    const QModelIndex cell = index(static_cast<int>(number->second), currentColumn);
-    emit dataChanged(cell, cell);
+    emitRowChanged(static_cast<int>(number->second));
+}
+
+void AttributesModel::emitRowChanged(int row) {
+    emit dataChanged(index(row, 0), index(row, columnTotal - 1));
+}
+
+void AttributesModel::setMark(const std::string& name, Mark mark, bool isOn) {
+    if (static_cast<bool>(marks_[name] & mark) == isOn) return;
+    marks_[name] ^= mark;
+    if (const auto row = rowOfName(name)) emitRowChanged(*row);
+}
+
+bool AttributesModel::hasMark(const std::string& name, Mark mark) const {
+    const Row* const row = rowNamed(name);
+    return row != nullptr && (marksOf(*row) & mark);
+}
+
+void AttributesModel::flash(const std::string& name) {
+    setMark(name, changedElsewhere, true);
+    QTimer::singleShot(kFlash, this, [this, name] { setMark(name, changedElsewhere, false); });
+}
+
+std::optional<int> AttributesModel::rowOfName(const std::string& name) const {
+    const auto number = rowNumbers_.find(name);
+    return number != rowNumbers_.end() ? std::optional(static_cast<int>(number->second)) : std::nullopt;
 }
 
 std::deque<std::string> AttributesModel::names() const {
@@ -82,6 +125,24 @@ int AttributesModel::indexOfCurrentValueAtRow(int row) const {
     return index ? static_cast<int>(*index) : -1;
 }
 
+std::optional<std::size_t> AttributesModel::placeOfCurrentValueAtRow(int row, const Values& values) const {
+    return rowAt(row).currentValue ? values.indexOf(*rowAt(row).currentValue) : std::nullopt;
+}
+
+std::optional<std::string> AttributesModel::settableDefaultAtRow(int row) const {
+    const auto index = rowAt(row).settableValues.indexOf(rowAt(row).defaultValue);
+    return index ? std::optional(rowAt(row).settableValues.texts()[*index]) : std::nullopt;
+}
+
+int AttributesModel::marksOf(const Row& row) const {
+    const auto marked = marks_.find(row.name);
+    const int marks = marked != marks_.end() ? marked->second : 0;
+    if (!row.currentValue) return marks | notKnown;
+    const bool hasDefault = row.possibleValues.indexOf(row.defaultValue).has_value();
+    const bool differs = hasDefault && !row.possibleValues.areSame(*row.currentValue, row.defaultValue);
+    return differs ? marks | differsFromDefault : marks;
+}
+
 int AttributesModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(rows_.size());
 }
@@ -97,6 +158,8 @@ bool AttributesModel::isCell(const QModelIndex& index) const {
 std::string AttributesModel::text(const QModelIndex& index) const {
     const Row& row = rowAt(index.row());
     switch (index.column()) {
+        case numberColumn:
+            return row.number ? std::to_string(*row.number) : "";
         case nameColumn:
             return row.name;
         case displayNameColumn:
@@ -108,34 +171,99 @@ std::string AttributesModel::text(const QModelIndex& index) const {
     }
 }
 
+std::optional<std::size_t> AttributesModel::placeOfCurrentValue(const Row& row) const {
+    return row.currentValue ? row.possibleValues.indexOf(*row.currentValue) : std::nullopt;
+}
+
 std::string AttributesModel::shown(const QModelIndex& index) const {
     const Row& row = rowAt(index.row());
-    const bool isValue = index.column() == currentColumn && row.currentValue;
-    const auto value = isValue ? row.possibleValues.indexOf(*row.currentValue) : std::nullopt;
-    return value ? row.possibleValues.texts()[*value] : text(index);
+    const auto place = index.column() == currentColumn ? placeOfCurrentValue(row) : std::nullopt;
+    return place ? row.possibleValues.texts()[*place] : text(index);
+}
+
+QString AttributesModel::sortText(const QModelIndex& index) const {
+    const Row& row = rowAt(index.row());
+    switch (index.column()) {
+        case numberColumn:
+            return sortTextOf(row.number, row.name);
+        case nameColumn: {
+            const std::size_t digits = row.name.find_last_not_of("0123456789") + 1;
+            return qString(row.name.substr(0, digits)).toCaseFolded() + sortTextOf(row.number, row.name.substr(digits));
+        }
+        case currentColumn:
+            if (!row.currentValue) return QString(QChar(0xFFFF));  // last
+            [[fallthrough]];
+        default:
+            return sortTextOf(std::nullopt, shown(index));
+    }
+}
+
+QVariant AttributesModel::dataOfRow(const Row& row, int role) const {
+    const auto place = placeOfCurrentValue(row);
+    switch (role) {
+        case numberRole:
+            return row.number ? QVariant(*row.number) : QVariant();
+        case labelRole:
+            return displayText(row.displayName.empty() ? row.name : row.displayName);
+        case sourceNumberRole: {
+            const auto number = place ? row.possibleValues.numberAt(*place) : std::nullopt;
+            return number ? QVariant(static_cast<qlonglong>(*number)) : QVariant();
+        }
+        case sourceLabelRole:
+            if (place) return displayText(row.possibleValues.labelAt(*place));
+            return displayText(row.currentValue.value_or(row.isUnread ? kUnread : kUnknown));
+        case marksRole:
+            return marksOf(row);
+        default:
+            return {};
+    }
+}
+
+QString AttributesModel::spokenText(const Row& row) const {
+    const auto textOf = [&](Role number, Role label) {
+        return numberedText(dataOfRow(row, number).toString(), dataOfRow(row, label).toString());
+    };
+    QString text = textOf(numberRole, labelRole) + ": " + textOf(sourceNumberRole, sourceLabelRole);
+    for (const auto& [mark, words] : {std::pair{differsFromDefault, ", not its default"},
+                                      {locked, ", locked in this window"},
+                                      {failed, ", the last set failed"}}) {
+        if (marksOf(row) & mark) text += words;
+    }
+    return text;
 }
 
 QVariant AttributesModel::data(const QModelIndex& index, int role) const {
     if (!isCell(index)) return {};
     switch (role) {
-        case Qt::DisplayRole:
-            return displayText(shown(index));
+        case Qt::DisplayRole: {
+            const bool isNumbered = rowAt(index.row()).possibleValues.numberAt(0).has_value();
+            const bool isValue = index.column() == defaultColumn || index.column() == currentColumn;
+            const QString text = displayText(shown(index));
+            const qsizetype blank = text.indexOf(' ');
+            return isNumbered && isValue && blank > 0 ? numberedText(text.first(blank), text.sliced(blank + 1)) : text;
+        }
         case Qt::ToolTipRole:
-            return toolTipText(shown(index));
+            return index.column() == numberColumn ? toolTipOf(spokenText(rowAt(index.row())))
+                                                  : toolTipText(shown(index));
         case Qt::EditRole:
             return qString(text(index));
         case Qt::ForegroundRole:
             if (index.column() == currentColumn && !rowAt(index.row()).currentValue)
-                return QGuiApplication::palette().brush(QPalette::PlaceholderText);
+                return dimmedText(QGuiApplication::palette());
             return {};
+        case sortRole:
+            return sortText(index);
+        case Qt::AccessibleTextRole:
+            return index.column() == numberColumn ? QVariant(spokenText(rowAt(index.row()))) : QVariant();
         default:
-            return {};
+            return dataOfRow(rowAt(index.row()), role);
     }
 }
 
 QVariant AttributesModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || section < 0 || section >= columnTotal) return {};
     if (role == Qt::DisplayRole) return QString(kTitles[static_cast<std::size_t>(section)]);
+    if (role == Qt::ToolTipRole) return "Click to sort; the third click gives the plugin's order";
     if (role == Qt::TextAlignmentRole) return QVariant(Qt::AlignLeft | Qt::AlignVCenter);
     return {};
 }

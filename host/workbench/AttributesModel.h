@@ -1,4 +1,4 @@
-// The plugin's attributes as a table: one row for each, in the plugin's order.
+// The plugin's attributes as a table: one row for each, in the plugin's order. All views show this one model.
 #pragma once
 
 #include <QAbstractTableModel>
@@ -16,20 +16,39 @@ namespace velmora {
 // Main thread. Never asks the switch server: current values are handed in by whoever does.
 class AttributesModel final : public QAbstractTableModel {
   public:
-    enum Column { nameColumn, displayNameColumn, defaultColumn, currentColumn, columnTotal };
+    enum Column { numberColumn, displayNameColumn, nameColumn, defaultColumn, currentColumn, columnTotal };
+    // Of each cell: a text that sorts it, numbers by their size and what there is none of last. Of the row, whatever
+    // the column: its number and label, those of its current value (the number invalid where there is none), and its
+    // marks.
+    enum Role { sortRole = Qt::UserRole, numberRole, labelRole, sourceNumberRole, sourceLabelRole, marksRole };
+    // What a view shows with a sign and a colour. Not known: there is no current value.
+    enum Mark { notKnown = 1, differsFromDefault = 2, locked = 4, failed = 8, changedElsewhere = 16 };
 
     // Takes over what the plugin's look-ups say now. Attributes that are still there keep their current values.
     void reload(const VelmoraNodePluginProtocol& plugin);
     // None: it was asked for without a proper answer, or the answer no longer holds; unread: nobody has asked for it.
     void setCurrentValue(const std::string& name, const std::optional<std::string>& value, bool isUnread = false);
 
+    // Locks hold in this window only; whoever sets values asks for them. A mark outlives its attribute, which may come
+    // back.
+    void setMark(const std::string& name, Mark mark, bool isOn);
+    bool hasMark(const std::string& name, Mark mark) const;
+    // Marks it as changed elsewhere for a moment.
+    void flash(const std::string& name);
+
     std::deque<std::string> names() const;
+    // None: there is no such attribute.
+    std::optional<int> rowOfName(const std::string& name) const;
     bool isPossible(const std::string& name, const std::string& value) const;
     const std::string& nameAtRow(int row) const { return rowAt(row).name; }
     // The values that can be chosen in that row.
     const Values& settableValuesAtRow(int row) const { return rowAt(row).settableValues; }
     // The index of the current value among these; -1 when it is none of them.
     int indexOfCurrentValueAtRow(int row) const;
+    // The place of the current value among other values than the attribute's own.
+    std::optional<std::size_t> placeOfCurrentValueAtRow(int row, const Values& values) const;
+    // The value to be set for the default; none when the plugin tells none or it cannot be set.
+    std::optional<std::string> settableDefaultAtRow(int row) const;
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
@@ -49,6 +68,7 @@ class AttributesModel final : public QAbstractTableModel {
         Values settableValues;
         std::optional<std::string> currentValue;
         bool isUnread = true;  // why there is no current value: nobody has asked for it
+        std::optional<int> number = {};
     };
     using RowNumbers = std::unordered_map<std::string, std::size_t>;
     const Row& rowAt(int row) const { return rows_[static_cast<std::size_t>(row)]; }
@@ -58,9 +78,17 @@ class AttributesModel final : public QAbstractTableModel {
     // As the plugin gave it, and as it is shown.
     std::string text(const QModelIndex& index) const;
     std::string shown(const QModelIndex& index) const;
+    // The current value's place among the possible ones.
+    std::optional<std::size_t> placeOfCurrentValue(const Row& row) const;
+    QString sortText(const QModelIndex& index) const;
+    QVariant dataOfRow(const Row& row, int role) const;
+    QString spokenText(const Row& row) const;
+    int marksOf(const Row& row) const;
+    void emitRowChanged(int row);
 
     std::vector<Row> rows_;
-    RowNumbers rowNumbers_;  // by name
+    RowNumbers rowNumbers_;                       // by name
+    std::unordered_map<std::string, int> marks_;  // that are set from outside, by name
 };
 
 }  // namespace velmora

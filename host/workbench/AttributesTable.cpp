@@ -41,7 +41,12 @@ class NameDelegate final : public QStyledItemDelegate {
 
 AttributesTable::AttributesTable(AttributesModel& model, Set set)
     : attributes_(model), set_(std::move(set)), values_(new ChoicePopUp(this)) {
-    setModel(&model);
+    sorted_.setSourceModel(&model);
+    sorted_.setSortRole(AttributesModel::sortRole);
+    setModel(&sorted_);
+    horizontalHeader()->setSortIndicatorClearable(true);
+    setSortingEnabled(true);
+    sortByColumn(AttributesModel::numberColumn, Qt::AscendingOrder);
     setItemDelegateForColumn(AttributesModel::nameColumn, new NameDelegate(this));
     setItemDelegateForColumn(AttributesModel::currentColumn,
                              new PopUpCellDelegate([this](const QModelIndex& cell) { openValues(cell); }, this));
@@ -56,6 +61,7 @@ AttributesTable::AttributesTable(AttributesModel& model, Set set)
     verticalHeader()->hide();
     verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);  // follows the font
     horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
+    horizontalHeader()->setSectionResizeMode(AttributesModel::numberColumn, QHeaderView::ResizeToContents);
     horizontalHeader()->setHighlightSections(false);
     // Values that have changed must not be offered any longer.
     connect(&model, &QAbstractItemModel::modelReset, this, &AttributesTable::closeValues);
@@ -81,7 +87,7 @@ bool AttributesTable::edit(const QModelIndex& index, EditTrigger trigger, QEvent
 void AttributesTable::openValues(const QModelIndex& cell) {
     if (!(cell.flags() & Qt::ItemIsEditable)) return;
     scrollTo(cell);
-    openedRow_ = cell.row();
+    openedRow_ = sorted_.mapToSource(cell).row();
     opened_ = attributes_.settableValuesAtRow(openedRow_);
     const QRect rect = visualRect(cell);
     values_->popUp({viewport()->mapToGlobal(rect.topLeft()), rect.size()}, titlesOf(opened_),

@@ -1,6 +1,7 @@
 // The view of the attributes: a table whose current values are pop-up cells.
 #pragma once
 
+#include <QSortFilterProxyModel>
 #include <QTableView>
 #include <functional>
 #include <string>
@@ -12,7 +13,8 @@ namespace velmora {
 class AttributesModel;
 class ChoicePopUp;
 
-// A double click, Enter, F2 or a click on a cell's arrow opens the possible values. They close when they change.
+// A double click, Enter, F2 or a click on a cell's arrow opens the possible values. They close when they change. The
+// rows are sorted by number until a header is clicked; its third click gives the plugin's order.
 class AttributesTable final : public QTableView {
   public:
     using Set = std::function<void(const std::string& name, const std::string& value)>;
@@ -34,7 +36,8 @@ class AttributesTable final : public QTableView {
     AttributesModel& attributes_;
     const Set set_;
     ChoicePopUp* const values_;
-    // The possible values, and their row, when they were opened.
+    QSortFilterProxyModel sorted_;
+    // The possible values, and their row in the model, when they were opened.
     Values opened_;
     int openedRow_ = 0;
 };

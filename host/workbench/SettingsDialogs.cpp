@@ -1,10 +1,12 @@
 #include "host/workbench/SettingsDialogs.h"
 
+#include <QDateTime>
 #include <QFileDialog>
 #include <QMessageBox>
 #include <system_error>
 
 #include "host/Quotes.h"
+#include "platform/foundation/QtText.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -50,16 +52,41 @@ bool SettingsDialogs::mayOverwriteChangedFile(const std::filesystem::path& path)
                QMessageBox::Cancel) == QMessageBox::Yes;
 }
 
-std::optional<std::filesystem::path> SettingsDialogs::fileToLoad() {
-    return chosenFile(QFileDialog::getOpenFileName(&window_, "Load Settings", {}, kFileKinds));
+std::optional<std::filesystem::path> SettingsDialogs::fileToLoad(const std::filesystem::path& folder) {
+    return chosenFile(QFileDialog::getOpenFileName(&window_, "Load Settings", qString(folder.string()), kFileKinds));
 }
 
-std::optional<std::filesystem::path> SettingsDialogs::fileToSave() {
-    return chosenFile(QFileDialog::getSaveFileName(&window_, "Save Settings", {}, kFileKinds));
+std::optional<std::filesystem::path> SettingsDialogs::fileToSave(const std::filesystem::path& folder) {
+    return chosenFile(QFileDialog::getSaveFileName(&window_, "Save Settings", qString(folder.string()), kFileKinds));
+}
+
+std::optional<std::filesystem::path> SettingsDialogs::fileForHistory(const std::filesystem::path& folder) {
+    const QString name = "routes-" + QDateTime::currentDateTime().toString("yyyy-MM-dd-HHmmss") + ".csv";
+    return chosenFile(QFileDialog::getSaveFileName(&window_, "Save History",
+                                                   qString((folder / name.toStdString()).string()),
+                                                   "Comma-separated values (*.csv);;All files (*)"));
+}
+
+bool SettingsDialogs::mayRouteDefaults(const QString& what, int destinations) {
+    const QString question = what + " although the plugin is started with defaults?";
+    const QString details = QString(
+                                "The plugin connects anew and then routes all %1 destinations to their defaults, over "
+                                "the operator's routes.")
+                                .arg(destinations);
+    return ask(window_, question, details, QMessageBox::Yes | QMessageBox::Cancel, QMessageBox::Cancel) ==
+           QMessageBox::Yes;
+}
+
+bool SettingsDialogs::mayDisarm(const QString& cost) {
+    const QString details =
+        "The plugin connects anew; until then nothing can be routed from here. Routes stay as they are." +
+        (cost.isEmpty() ? cost : ' ' + cost);
+    return ask(window_, "Restart the plugin without defaults?", details, QMessageBox::Yes | QMessageBox::Cancel,
+               QMessageBox::Yes) == QMessageBox::Yes;
 }
 
 void SettingsDialogs::hearOfFailure(const Failure& failure) {
-    ask(window_, "That did not work.", displayText(failure.reason), QMessageBox::Ok, QMessageBox::Ok);
+    ask(window_, "The file could not be used.", displayText(failure.reason), QMessageBox::Ok, QMessageBox::Ok);
 }
 
 }  // namespace velmora

@@ -1,4 +1,4 @@
-// Asks a person about the settings in modal dialogs.
+// Asks a person about the settings, and what goes with them, in modal dialogs.
 #pragma once
 
 #include "host/workbench/SettingsDocument.h"
@@ -15,9 +15,15 @@ class SettingsDialogs final : public SettingsDocument::Person {
 
     SettingsDocument::Unsaved whatAboutUnsavedSettings() override;
     bool mayOverwriteChangedFile(const std::filesystem::path& path) override;
-    std::optional<std::filesystem::path> fileToLoad() override;
-    std::optional<std::filesystem::path> fileToSave() override;
+    std::optional<std::filesystem::path> fileToLoad(const std::filesystem::path& folder) override;
+    std::optional<std::filesystem::path> fileToSave(const std::filesystem::path& folder) override;
     void hearOfFailure(const Failure& failure) override;
+    std::optional<std::filesystem::path> fileForHistory(const std::filesystem::path& folder);
+
+    // Whether something may be done that connects anew, although that routes this many destinations to their defaults.
+    bool mayRouteDefaults(const QString& what, int destinations);
+    // Whether the plugin may be restarted without defaults. `cost` is a sentence or "".
+    bool mayDisarm(const QString& cost);
 
   private:
     QWidget& window_;

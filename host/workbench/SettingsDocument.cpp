@@ -38,7 +38,7 @@ QString SettingsDocument::doubts() const {
 
 bool SettingsDocument::load() {
     if (!mayLetGo()) return false;
-    const auto path = person_.fileToLoad();
+    const auto path = person_.fileToLoad(folder());
     if (!path) return false;
     SettingsFile loaded(*path);
     if (const auto read = loaded.read(); !read) {
@@ -65,7 +65,7 @@ bool SettingsDocument::save() {
 
 // A file that holds something other than settings is not overwritten.
 bool SettingsDocument::saveAs() {
-    const auto path = person_.fileToSave();
+    const auto path = person_.fileToSave(folder());
     if (!path) return false;
     SettingsFile saved(*path);
     Result<void> outcome = saved.read();

@@ -21,9 +21,9 @@ class SettingsDocument {
         virtual Unsaved whatAboutUnsavedSettings() = 0;
         // Somebody else has changed the file since it was read, or deleted it.
         virtual bool mayOverwriteChangedFile(const std::filesystem::path& path) = 0;
-        // None: nothing is loaded, or saved.
-        virtual std::optional<std::filesystem::path> fileToLoad() = 0;
-        virtual std::optional<std::filesystem::path> fileToSave() = 0;
+        // None: nothing is loaded, or saved. The person begins to look in that folder; "" for none.
+        virtual std::optional<std::filesystem::path> fileToLoad(const std::filesystem::path& folder) = 0;
+        virtual std::optional<std::filesystem::path> fileToSave(const std::filesystem::path& folder) = 0;
         virtual void hearOfFailure(const Failure& failure) = 0;
     };
 
@@ -40,14 +40,16 @@ class SettingsDocument {
     bool load();
     // Whether the file has the plugin's settings now. A file that had them already is not written.
     bool save();
+    // The same in a file that the person chooses, which is the document's from then on.
+    bool saveAs();
+    // That of the file; "" for none.
+    std::filesystem::path folder() const { return path() ? path()->parent_path() : std::filesystem::path(); }
     // Whether the settings may be replaced, because they are saved or the person gives them up.
     bool mayLetGo();
     // From here on the settings count as saved.
     void discardChanges();
 
   private:
-    bool saveAs();
-
     SettingsFile& file_;
     WorkbenchSession& session_;
     Person& person_;

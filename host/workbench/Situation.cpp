@@ -52,36 +52,37 @@ QString lossText(VelmoraNodePluginProtocol& plugin, const QString& server, const
            (status.reason.empty() ? QString() : ": " + displayText(status.reason)) + ". " + hope;
 }
 
-QString toldSituation(VelmoraNodePluginProtocol& plugin, const NodePluginConnectionStatus& status) {
+Situation toldSituation(VelmoraNodePluginProtocol& plugin, const NodePluginConnectionStatus& status) {
     const QString server = status.serverName.empty() ? "the device" : quotedName(status.serverName);
     switch (status.state) {
         case NodePluginConnectionState::noServerSelected:
-            if (!knowsServers(plugin)) return "The plugin has no device to connect to.";
-            return "The settings name no switch server." + foundServers(plugin);
+            if (!knowsServers(plugin)) return {Lamp::off, "NO DEVICE", "The plugin has no device to connect to."};
+            return {Lamp::off, "NO SERVER", "The settings name no switch server." + foundServers(plugin)};
         case NodePluginConnectionState::notFound:
-            return (knowsServers(plugin) ? "Looking for the switch server " : "Looking for ") + server + "." +
-                   foundServers(plugin);
+            return {Lamp::waiting, "SEARCHING",
+                    (knowsServers(plugin) ? "Looking for the switch server " : "Looking for ") + server + "." +
+                        foundServers(plugin)};
         case NodePluginConnectionState::connecting:
-            return "Connecting to " + server + ". The window may stand still until it has answered.";
+            return {Lamp::waiting, "CONNECTING",
+                    "Connecting to " + server + ". The window may stand still while the plugin reads its labels."};
         case NodePluginConnectionState::connected:
-            return "Connected to " + server + ": " + attributesText(plugin) + ".";
+            return {Lamp::good, "CONNECTED", "Connected to " + server + ": " + attributesText(plugin) + "."};
         case NodePluginConnectionState::ended:
         case NodePluginConnectionState::failed:
             break;
     }
-    return lossText(plugin, server, status);
+    return {Lamp::bad, "LOST", lossText(plugin, server, status)};
 }
 
 }  // namespace
 
-QString situationOf(const PluginHost& host) {
-    if (!host.isStarted()) return "The plugin is stopped.";
+Situation situationOf(const PluginHost& host) {
+    if (!host.isStarted()) return {Lamp::off, "STOPPED", "The plugin is stopped."};
     const auto status = host.connectionStatus();
-    const QString situation = status ? toldSituation(host.plugin(), *status)
-                                     : "The plugin is started: " + attributesText(host.plugin()) +
-                                           ". It does not tell of its connection." + foundServers(host.plugin());
-    if (!host.isStartedWithDefaults()) return situation;
-    return situation + " Started with defaults: each connection routes all outputs to them.";
+    if (status) return toldSituation(host.plugin(), *status);
+    return {Lamp::off, "NOT KNOWN",
+            "The plugin is started: " + attributesText(host.plugin()) + ". It does not tell of its connection." +
+                foundServers(host.plugin())};
 }
 
 }  // namespace velmora

@@ -7,7 +7,15 @@
 
 namespace velmora {
 
+enum class Lamp { off, good, waiting, bad };
+
+struct Situation {
+    Lamp lamp = Lamp::off;
+    QString word;  // what the lamp says, to be seen from afar
+    QString text;  // and the sentences
+};
+
 // Main thread. Asks no device.
-QString situationOf(const PluginHost& host);
+Situation situationOf(const PluginHost& host);
 
 }  // namespace velmora

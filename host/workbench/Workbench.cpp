@@ -10,6 +10,8 @@
 #include "host/PluginState.h"
 #include "host/Quotes.h"
 #include "host/Waiting.h"
+#include "host/workbench/WindowIcon.h"
+#include "host/workbench/WindowMemory.h"
 #include "host/workbench/WorkbenchWindow.h"
 #include "platform/foundation/FileContents.h"
 #include "platform/threads/Interruption.h"
@@ -34,7 +36,7 @@ ExitCode takeScreenshot(WorkbenchWindow& window, PluginHost& host, const Options
         replaceFile(*options.screenshot, {picture.constData(), static_cast<std::size_t>(picture.size())});
     if (!written) return complainOfPicture(options, written.failure().reason);
     if (isComplete) return ExitCode::done;
-    complain("the attributes did not come in time (--wait). " + window.session().situation().toStdString());
+    complain("the attributes did not come in time (--wait). " + window.session().situation().text.toStdString());
     return ExitCode::timedOut;
 }
 
@@ -46,7 +48,10 @@ ExitCode runWorkbench(PluginHost& host, SettingsFile& settingsFile, const Option
         if (const Result<void> may = mayReplaceFile(*options.screenshot); !may)
             return complainOfPicture(options, may.failure().reason);
     }
+    QApplication::setWindowIcon(workbenchIcon());
+    QApplication::setDesktopFileName("velmora-workbench");
     WorkbenchWindow window(host, settingsFile);
+    if (!options.screenshot) window.arrange(rememberedArrangement());  // a picture is the same for everybody
     window.show();
     if (!window.session().start(options.defaults) && options.screenshot) return ExitCode::refused;
     if (options.screenshot) {
@@ -57,6 +62,7 @@ ExitCode runWorkbench(PluginHost& host, SettingsFile& settingsFile, const Option
     const Interruption interruption([&] { window.close(); });
     const Patience patience(interruption);
     QApplication::exec();
+    rememberArrangement(window.arrangement());
     window.document().discardChanges();  // what the person has not saved by now stays unsaved
     return ExitCode::done;
 }

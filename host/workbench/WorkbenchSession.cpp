@@ -1,7 +1,9 @@
 #include "host/workbench/WorkbenchSession.h"
 
+#include <QApplication>
 #include <QElapsedTimer>
 #include <QScopeGuard>
+#include <algorithm>
 #include <utility>
 
 #include "host/Attempt.h"
@@ -21,18 +23,44 @@ constexpr std::chrono::milliseconds kNoticesTogether{100};
 constexpr std::chrono::milliseconds kPopUpGone{30};
 // After reading this long, the event loop gets its turn.
 constexpr std::chrono::milliseconds kReadingAtATime{50};
+// From one look at the values that can be seen to the next.
+constexpr std::chrono::milliseconds kPollingTime{2000};
+// A standstill that is worth a word.
+constexpr std::chrono::milliseconds kToldStandstill{1000};
+
+constexpr const char* kWaiting = "Waiting for the device\u2026";
 
 // Until the end of the block that it is called in.
-[[nodiscard]] auto awaitServer(WorkbenchSession::Observer& observer) {
-    observer.serverWillBeAwaited();
+[[nodiscard]] auto awaitServer(WorkbenchSession::Observer& observer, const QString& what = kWaiting) {
+    observer.serverWillBeAwaited(what);
     return qScopeGuard([&observer] { observer.serverWasAwaited(); });
+}
+
+QString seconds(std::chrono::milliseconds time) {
+    constexpr double kMillisecondsPerSecond = 1000;
+    return QString::number(static_cast<double>(time.count()) / kMillisecondsPerSecond, 'f', 1) + " s";
+}
+
+QString now() {
+    return QTime::currentTime().toString("HH:mm:ss");
 }
 
 }  // namespace
 
-WorkbenchSession::WorkbenchSession(PluginHost& host, Observer& observer) : host_(host), observer_(observer) {
+template <typename Call>
+void WorkbenchSession::tellListeners(const Call& call) {
+    for (SessionListener* const listener : std::vector(listeners_)) {
+        call(*listener);
+    }
+}
+
+WorkbenchSession::WorkbenchSession(PluginHost& host, Observer& observer)
+    : host_(host),
+      observer_(observer),
+      standstill_([this](std::chrono::milliseconds time) { standstillHasEnded(time); }) {
     reading_.setSingleShot(true);
     QObject::connect(&reading_, &QTimer::timeout, &reading_, [this] { readMore(); });
+    QObject::connect(&polling_, &QTimer::timeout, &polling_, [this] { poll(); });
     host_.setAttributesObserver([this] { attributesHaveChanged(); });
     host_.setStatusObserver([this] { statusHasChanged(); });
 }
@@ -60,13 +88,14 @@ void WorkbenchSession::stop() {
         host_.stop();
     }
     attributes_.reload(host_.plugin());
+    lastNotice_.clear();
     setOutcome("Stopped.");
 }
 
 void WorkbenchSession::handOver(const DictionaryReference& settings) {
     endReading();
     {
-        const auto waiting = awaitServer(observer_);
+        const auto waiting = awaitServer(observer_, "Handing the plugin its settings\u2026");
         host_.plugin().setDefaultSettings(settings);
     }
     setOutcome("The settings were handed to the plugin.");
@@ -76,17 +105,80 @@ void WorkbenchSession::refresh() {
     beginReading(kAskedReading, {});
 }
 
+void WorkbenchSession::setPolling(bool polls) {
+    polls ? polling_.start(kPollingTime) : polling_.stop();
+}
+
+void WorkbenchSession::poll() {
+    const bool isBusy = QApplication::activeModalWidget() != nullptr || QApplication::activePopupWidget() != nullptr;
+    if (isBusy || isReading() || !canAsk()) return;
+    std::deque<std::string> names = seen_ ? seen_() : attributes_.names();
+    std::stable_partition(names.begin(), names.end(), [this](const std::string& name) {
+        return std::find(notReached_.begin(), notReached_.end(), name) != notReached_.end();
+    });
+    beginReading(kUnaskedReading, {});
+    unread_ = std::move(names);
+    isPoll_ = true;
+}
+
 bool WorkbenchSession::canAsk() const {
     const auto status = host_.connectionStatus();
     return isStarted() && (!status || status->state == NodePluginConnectionState::connected);
+}
+
+bool WorkbenchSession::hasServer() const {
+    const auto server = selectedServer(host_.plugin());
+    return !server || !server->empty();
+}
+
+bool WorkbenchSession::hasOutputs() const {
+    return !selectedServer(host_.plugin()) || hasConfiguredOutputs(host_.plugin());
+}
+
+std::string WorkbenchSession::displayName(const std::string& name) const {
+    const auto shown = host_.plugin().displayNameOfAttributeWithName(name);
+    return shown && !shown->empty() ? *shown : name;
 }
 
 std::optional<std::size_t> WorkbenchSession::numberOfInputs() const {
     return canAsk() ? velmora::numberOfInputs(host_.plugin()) : std::nullopt;
 }
 
+Situation WorkbenchSession::situation() const {
+    Situation situation = situationOf(host_);
+    if (situation.lamp == Lamp::waiting && rebuildTime_) situation.text += ' ' + costOfConnecting();
+    return situation;
+}
+
+QString WorkbenchSession::costOfConnecting() const {
+    return rebuildTime_ ? "Reading the labels took " + seconds(*rebuildTime_) + " last time." : QString();
+}
+
+Edits WorkbenchSession::edits() const {
+    if (!isStarted() || attributes_.rowCount() == 0) return {};
+    return editsBetween(built_, configuredOutputsIn(settings()));
+}
+
+QString WorkbenchSession::age() const {
+    return readAt_ ? "values read " + readAt_->toString("HH:mm:ss") : QString();
+}
+
+void WorkbenchSession::standstillHasEnded(std::chrono::milliseconds time) {
+    const bool wasRebuilt = sinceNotice_.isValid() && !sinceNotice_.hasExpired(time.count());
+    if (wasRebuilt) rebuildTime_ = time;
+    if (time >= kToldStandstill) {
+        lastStandstill_ = now() + "  The window stood still for " + seconds(time) +
+                          (wasRebuilt ? " while the plugin read its labels" : "") +
+                          ". Clicks and keys of that time were discarded.";
+    }
+    tellListeners([time](SessionListener& listener) { listener.standstillEnded(time); });
+    observer_.sessionHasChanged();
+}
+
 void WorkbenchSession::setOutcome(const QString& outcome) {
     outcome_ = outcome;
+    outcomeTime_ = now();
+    couldAsk_ = canAsk();
     observer_.sessionHasChanged();
 }
 
@@ -96,9 +188,15 @@ void WorkbenchSession::attributesHaveChanged() {
     const auto count = attributes_.rowCount();
     lastNotice_ = QString("Change notice %1 at %2: %3 attribute%4")
                       .arg(++notices_)
-                      .arg(QTime::currentTime().toString("HH:mm:ss"))
+                      .arg(now())
                       .arg(count)
                       .arg(count == 1 ? "" : "s");
+    sinceNotice_.start();
+    // Not from within the plugin's operation.
+    QTimer::singleShot(0, &reading_, [this] {
+        built_ = configuredOutputsIn(settings());
+        observer_.sessionHasChanged();
+    });
     beginReading(kUnaskedReading, kNoticesTogether);
     observer_.sessionHasChanged();
 }
@@ -109,6 +207,7 @@ void WorkbenchSession::statusHasChanged() {
     if (outcome && outcome->answer == NodePluginAnswer::connectionEnded)
         attributes_.setCurrentValue(outcome->attributeName, std::nullopt);
     if (!canAsk()) endReading();
+    if (canAsk() != couldAsk_) outcome_.clear();
     observer_.sessionHasChanged();
 }
 
@@ -119,8 +218,8 @@ void WorkbenchSession::setLater(const std::string& name, const std::string& valu
 void WorkbenchSession::set(const std::string& name, const std::string& value) {
     const QString what = quotedName(name) + " to " + quotedName(value);
     if (!canAsk() || !attributes_.isPossible(name, value)) {
-        setOutcome("Did not set " + what + ": " +
-                   (!canAsk() ? "there is no connection." : "that is no longer one of the possible values."));
+        const QString why = !canAsk() ? "there is no connection." : "that is no longer one of the possible values.";
+        setHasFailed(name, "Did not set " + what + ": " + why);
         return;
     }
     const Values values = possibleValues(host_.plugin(), name);
@@ -130,26 +229,34 @@ void WorkbenchSession::set(const std::string& name, const std::string& value) {
         const auto waiting = awaitServer(observer_);
         const Attempt attempt(host_);
         if (host_.plugin().setValueForAttributeWithName(value, name) != 0) {
-            setOutcome("The plugin refused to set " + what + ": " + displayText(attempt.reason()));
+            setHasFailed(name, "The plugin refused to set " + what + ": " + displayText(attempt.reason()));
             return;
         }
+        routes_.willSet(name, value);
         if (attempt.isAnswered() == false) refusal = " (" + displayText(attempt.reason()) + ")";
         now = read(name);
     }
     // The plugin has handed the value on, which does not mean that the switcher has it.
     if (!now) {
-        setOutcome("Setting " + what + " was handed on, but cannot be read back" + refusal + ".");
+        setHasFailed(name, "Setting " + what + " was handed on, but cannot be read back" + refusal + ".");
     } else if (!values.areSame(*now, value)) {
-        setOutcome("Setting " + what + " was handed on, but the device has " + quotedName(*now) + refusal + ".");
+        setHasFailed(name,
+                     "Setting " + what + " was handed on, but the device has " + quotedName(*now) + refusal + ".");
     } else {
         setOutcome("Set " + what + ".");
     }
+}
+
+void WorkbenchSession::setHasFailed(const std::string& name, const QString& why) {
+    tellListeners([&](SessionListener& listener) { listener.setFailed(name, why.toStdString()); });
+    setOutcome(why);
 }
 
 void WorkbenchSession::beginReading(std::chrono::milliseconds limit, std::chrono::milliseconds delay) {
     unread_ = attributes_.names();
     readingLimit_ = limit;
     readingTime_ = {};
+    isPoll_ = false;
     reading_.start(delay);
 }
 
@@ -161,7 +268,8 @@ void WorkbenchSession::readMore() {
     QElapsedTimer elapsed;
     elapsed.start();
     {
-        const auto waiting = awaitServer(observer_);
+        std::optional<decltype(awaitServer(observer_))> waiting;
+        if (!isPoll_) waiting.emplace(awaitServer(observer_));
         while (!unread_.empty() && elapsed.elapsed() < kReadingAtATime.count()) {
             read(unread_.front());
             if (!canAsk()) break;
@@ -172,10 +280,14 @@ void WorkbenchSession::readMore() {
     if (!canAsk()) {
         endReading();
     } else if (unread_.empty()) {
+        readAt_ = QTime::currentTime();
+        notReached_.clear();
         observer_.sessionHasChanged();
     } else if (readingTime_ > readingLimit_) {
         const auto left = unread_.size();
+        const bool isPoll = isPoll_;
         endReading();
+        if (isPoll) return;
         setOutcome(
             QString("The device answers slowly: %1 of the current values were not read. Refresh Values reads them.")
                 .arg(left));
@@ -190,6 +302,10 @@ std::optional<std::string> WorkbenchSession::read(const std::string& name) {
     const bool isProper = !value.empty() && attempt.isAnswered().value_or(true);
     const auto answer = isProper ? std::optional(value) : std::nullopt;
     attributes_.setCurrentValue(name, answer);
+    if (!answer) return answer;
+    if (const auto change = routes_.read(name, value, possibleValues(host_.plugin(), name))) {
+        tellListeners([&](SessionListener& listener) { listener.routeChanged(*change); });
+    }
     return answer;
 }
 
@@ -197,6 +313,8 @@ std::optional<std::string> WorkbenchSession::read(const std::string& name) {
 void WorkbenchSession::endReading() {
     reading_.stop();
     const bool areUnread = canAsk();
+    if (!areUnread) readAt_ = std::nullopt;
+    if (areUnread && isPoll_) notReached_ = std::exchange(unread_, {});
     for (const std::string& name : areUnread ? unread_ : attributes_.names()) {
         attributes_.setCurrentValue(name, std::nullopt, areUnread);
     }

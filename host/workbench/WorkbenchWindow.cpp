@@ -1,19 +1,24 @@
 #include "host/workbench/WorkbenchWindow.h"
 
+#include <QCheckBox>
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QGroupBox>
 #include <QGuiApplication>
 #include <QLabel>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScopedValueRollback>
 #include <QScreen>
-#include <QShortcut>
 #include <QSplitter>
+#include <QTabWidget>
 #include <QVBoxLayout>
 
 #include "host/workbench/AttributesTable.h"
+#include "host/workbench/Banner.h"
+#include "host/workbench/grid/GridView.h"
+#include "host/workbench/panel/PanelView.h"
+#include "host/workbench/salvos/SalvosView.h"
+#include "platform/foundation/QtText.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -21,11 +26,14 @@ namespace velmora {
 namespace {
 
 constexpr QSize kUsualSize(1120, 720);
+constexpr QSize kLeastSize(360, 320);
+constexpr QSize kFrame(16, 48);  // what the window system adds around the window, about
 // In a narrower window, what is otherwise side by side goes one below the other.
 constexpr int kNarrow = 900;
-constexpr int kLogLines = 2000;
 constexpr std::chrono::milliseconds kDocumentWatch{500};
-constexpr const char* kWaiting = "Waiting for the device\u2026";
+
+constexpr const char* kGeometryKey = "geometry";
+constexpr const char* kViewKey = "view";
 
 QLabel* newLabel(const char* name) {
     auto* const label = new QLabel;
@@ -36,164 +44,229 @@ QLabel* newLabel(const char* name) {
     return label;
 }
 
-QGroupBox* newPane(const char* title, QWidget* contents, int margin = 6) {
-    auto* const pane = new QGroupBox(title);
-    auto* const rows = new QVBoxLayout(pane);
-    rows->setContentsMargins(margin, margin, margin, margin);
-    rows->addWidget(contents);
-    return pane;
+void say(QLabel& label, const QString& text) {
+    label.setText(text);
+    label.setVisible(!text.isEmpty());
 }
 
 }  // namespace
 
 WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
-    : logFeed_([this](const LogFeed::Lines& lines) { showLog(lines); }),
-      session_(host, *this),
+    : session_(host, *this),
+      routing_(session_),
       dialogs_(*this),
       document_(settingsFile, session_, dialogs_),
       settingsView_(host.plugin().settingsView()),
-      situation_(newLabel("situationLabel")),
+      connection_(new ConnectionBar),
+      age_(newLabel("ageLabel")),
+      armed_(new Banner("armed", "Disarm\u2026", kWaitingSignal, [this] { disarm(); })),
+      edited_(new Banner("edited", "Apply", kWaitingSignal, [this] { apply(); })),
+      hint_(newLabel("hintLabel")),
       outcome_(newLabel("outcomeLabel")),
-      notice_(newLabel("noticeLabel")),
+      standstill_(newLabel("standstillLabel")),
+      notice_(newLabel("changeNoticeLabel")),
       doubts_(newLabel("doubtsLabel")),
-      log_(new QPlainTextEdit),
-      sides_(new QSplitter) {
-    QFont bold = font();
-    bold.setBold(true);
-    situation_->setFont(bold);
+      history_(new HistoryPane(session_, [this] { saveHistory(); })),
+      sides_(new QSplitter),
+      halves_(new QSplitter(Qt::Vertical)),
+      logFeed_([this](const LogFeed::Lines& lines) { history_->showLog(lines); }) {
+    QPalette colours = palette();
+    colours.setColor(QPalette::PlaceholderText, dimmedText(colours));
+    setPalette(colours);
+    menu_ = makeMenu();
     auto* const rows = new QVBoxLayout(this);
-    rows->addLayout(makeButtons());
-    rows->addWidget(situation_);
-    rows->addWidget(outcome_);
-    rows->addWidget(notice_);
-    rows->addWidget(doubts_);
+    rows->setSizeConstraint(
+        QLayout::SetNoConstraint);  // the arrangement follows the width, and not the other way round
+    setMinimumSize(kLeastSize);
+    rows->setMenuBar(menu_);
+    rows->addLayout(makeTopRow());
+    for (QWidget* const line :
+         std::initializer_list<QWidget*>{armed_, edited_, hint_, outcome_, standstill_, doubts_}) {
+        rows->addWidget(line);
+    }
     rows->addWidget(makePanes(), 1);
+    menu_->addViews(*views_);
 
     connect(&documentWatch_, &QTimer::timeout, this, &WorkbenchWindow::showDocument);
     documentWatch_.start(kDocumentWatch);
-    const QSize size = kUsualSize.boundedTo(screen()->availableSize());
-    arrangeForWidth(size.width());  // first, because no window gets narrower than its contents
+    const QSize size = kUsualSize.boundedTo(screen()->availableSize() - kFrame);
+    arrangeForWidth(size.width());
     resize(size);
+    drawer_->hide();
+    menu_->action("settingsAction")->setChecked(!session_.hasServer() || !session_.hasOutputs());
     showDocument();
     sessionHasChanged();
 }
 
 WorkbenchWindow::~WorkbenchWindow() {
-    if (settingsView_ == nullptr) return;
-    settingsView_->hide();
-    settingsView_->setParent(nullptr);
+    hide();
+    if (settingsView_ != nullptr) {
+        settingsView_->hide();
+        settingsView_->setParent(nullptr);
+    }
+    // As long as there is the session, which they look at.
+    qDeleteAll(findChildren<QWidget*>(Qt::FindDirectChildrenOnly));
 }
 
-QBoxLayout* WorkbenchWindow::makeButtons() {
-    auto* row = new QHBoxLayout;
-    buttonRows_ = new QHBoxLayout;
-    buttonRows_->addLayout(row);
-    const auto add = [&](const char* name, const char* text, const QString& toolTip, const auto& action) {
+WindowMenu* WorkbenchWindow::makeMenu() {
+    WindowMenu::Actions actions;
+    actions.load = [this] { load(); };
+    actions.save = [this] { save(); };
+    actions.saveAs = [this] { saveAs(); };
+    actions.quit = [this] { close(); };
+    actions.start = [this] { session_.start(false); };
+    actions.startWithDefaults = [this] { session_.start(true); };
+    actions.stop = [this] { session_.stop(); };
+    actions.reconnect = [this] { reconnect(); };
+    actions.refresh = [this] { session_.refresh(); };
+    actions.poll = [this](bool on) { session_.setPolling(on); };
+    actions.showSettings = [this](bool on) { drawer_->setVisible(on); };
+    actions.showHistory = [this](bool on) { history_->setVisible(on); };
+    return new WindowMenu(actions);
+}
+
+QBoxLayout* WorkbenchWindow::makeTopRow() {
+    topRow_ = new QHBoxLayout;
+    topRow_->addWidget(connection_, 1);
+    auto* const values = new QHBoxLayout;
+    age_->setWordWrap(false);
+    values->addWidget(age_);
+    auto* const poll = new QCheckBox("every 2 s");
+    poll->setObjectName("pollBox");
+    poll->setToolTip("Ask the device for what can be seen, while nothing else goes on");
+    connect(poll, &QCheckBox::toggled, menu_->action("pollAction"), &QAction::setChecked);
+    connect(menu_->action("pollAction"), &QAction::toggled, poll, &QCheckBox::setChecked);
+    values->addWidget(poll);
+    topRow_->addLayout(values);
+    auto* const buttons = new QHBoxLayout;
+    const auto add = [&](const char* name, const char* text, const char* action, const QString& toolTip) {
         auto* const button = new QPushButton(text);
         button->setObjectName(name);
-        button->setAccessibleName(QString(text).remove('&'));
         button->setToolTip(toolTip);
         button->setAutoDefault(false);
-        connect(button, &QPushButton::clicked, this, action);
-        row->addWidget(button);
+        connect(button, &QPushButton::clicked, menu_->action(action), &QAction::trigger);
+        buttons->addWidget(button);
         return button;
     };
-    stoppedButtons_ = {add("startButton", "Star&t", "Start the plugin; routes are left as they are",
-                           [this] { session_.start(false); }),
-                       add("startWithDefaultsButton", "Start with &Defaults",
-                           QString("Start the plugin; ") + kWhatDefaultsDo, [this] { session_.start(true); })};
-    startedButtons_ = {
-        add("stopButton", "Sto&p", "Stop the plugin", [this] { session_.stop(); }),
-        add("reconnectButton", "Reco&nnect",
-            "Hand the plugin its settings once more, so that it connects anew; started with defaults, it then routes "
-            "them",
-            [this] { session_.reconnect(); })};
-    row = new QHBoxLayout;
-    buttonRows_->addLayout(row);
-    startedButtons_.push_back(add("refreshButton", "Re&fresh Values", "Ask the device for all current values (F5)",
-                                  [this] { session_.refresh(); }));
-    new QShortcut(QKeySequence::Refresh, startedButtons_.back(),
-                  [button = startedButtons_.back()] { button->click(); });
-    auto* const load = add("loadButton", "L&oad Settings\u2026", "Hand the plugin the settings of a file (Ctrl+O)",
-                           [this] { this->load(); });
-    new QShortcut(QKeySequence::Open, load, [load] { load->click(); });
-    auto* const save = add("saveButton", "Sa&ve Settings", "Write the plugin's settings to the file (Ctrl+S)",
-                           [this] { this->save(); });
-    new QShortcut(QKeySequence::Save, save, [save] { save->click(); });
-    new QShortcut(QKeySequence::Quit, this, [this] { close(); });
-    buttonRows_->addStretch();
-    return buttonRows_;
+    startedButtons_ = {add("refreshButton", "Refresh", "refreshAction", "Ask the device for all current values (F5)"),
+                       add("reconnectButton", "Reconnect", "reconnectAction",
+                           "Hand the plugin its settings once more, so that it connects anew (Ctrl+R)")};
+    auto* const settings = add("settingsButton", "Settings", "settingsAction", "The plugin's settings (F4)");
+    settings->setCheckable(true);
+    disconnect(settings, &QPushButton::clicked, nullptr, nullptr);
+    connect(settings, &QPushButton::clicked, menu_->action("settingsAction"), &QAction::setChecked);
+    connect(menu_->action("settingsAction"), &QAction::toggled, settings, &QPushButton::setChecked);
+    topRow_->addLayout(buttons);
+    return topRow_;
 }
 
 QWidget* WorkbenchWindow::makePanes() {
-    sides_->addWidget(makeAttributes());
-    sides_->addWidget(makeSettings());
+    drawer_ = makeSettings();
+    sides_->addWidget(makeViews());
+    sides_->addWidget(drawer_);
     sides_->setChildrenCollapsible(false);
     sides_->setStretchFactor(0, 3);
     sides_->setStretchFactor(1, 2);
-    auto* const halves = new QSplitter(Qt::Vertical);
-    halves->addWidget(sides_);
-    halves->addWidget(makeLog());
-    halves->setStretchFactor(0, 4);
-    halves->setStretchFactor(1, 1);
-    return halves;
+    halves_->addWidget(sides_);
+    halves_->addWidget(history_);
+    halves_->setStretchFactor(0, 4);
+    halves_->setStretchFactor(1, 1);
+    return halves_;
+}
+
+QWidget* WorkbenchWindow::makeViews() {
+    views_ = new QTabWidget;
+    views_->setObjectName("views");
+    views_->setAccessibleName("Views");
+    views_->setDocumentMode(true);
+    views_->addTab(new PanelView(routing_), "&Panel");
+    views_->addTab(new GridView(routing_), "&Grid");
+    views_->addTab(new SalvosView(routing_), "Sal&vos");
+    views_->addTab(makeAttributes(), "As the &host sees it");
+    return views_;
 }
 
 QWidget* WorkbenchWindow::makeAttributes() {
-    attributesTable_ = new AttributesTable(
-        session_.attributes(),
-        [this](const std::string& name, const std::string& value) { session_.setLater(name, value); });
+    attributesTable_ =
+        new AttributesTable(session_.attributes(),
+                            [this](const std::string& name, const std::string& value) { routing_.route(name, value); });
     attributesTable_->setObjectName("attributesTable");
-    return newPane("Attri&butes", attributesTable_);
+    auto* const page = new QWidget;
+    auto* const rows = new QVBoxLayout(page);
+    rows->setContentsMargins(0, 0, 0, 0);
+    rows->addWidget(attributesTable_, 1);
+    rows->addWidget(notice_);
+    page->setFocusProxy(attributesTable_);
+    return page;
 }
 
 QWidget* WorkbenchWindow::makeSettings() {
-    if (settingsView_ != nullptr) return newPane("Plugin settings", settingsView_, 0 /* it has margins of its own */);
+    auto* const pane = new QGroupBox("Plugin settings");
+    auto* const rows = new QVBoxLayout(pane);
+    if (settingsView_ != nullptr) {
+        rows->setContentsMargins(0, 0, 0, 0);  // it has margins of its own
+        rows->addWidget(settingsView_);
+        return pane;
+    }
     auto* const none = newLabel("noSettingsViewLabel");
     none->setText("The plugin has no settings view.");
-    return newPane("Plugin settings", none);
-}
-
-QWidget* WorkbenchWindow::makeLog() {
-    log_->setObjectName("logView");
-    log_->setAccessibleName("Log");
-    log_->setReadOnly(true);
-    log_->setTabChangesFocus(true);
-    log_->setLineWrapMode(QPlainTextEdit::NoWrap);
-    log_->setMaximumBlockCount(kLogLines);
-    return newPane("Lo&g", log_);
+    rows->addWidget(none);
+    return pane;
 }
 
 // Showing the session.
 
 void WorkbenchWindow::sessionHasChanged() {
     const bool isStarted = session_.isStarted();
-    for (QPushButton* const button : stoppedButtons_) {
-        button->setEnabled(!isStarted);
-    }
+    menu_->showState(isStarted);
     for (QPushButton* const button : startedButtons_) {
         button->setEnabled(isStarted);
     }
-    outcome_->setText(session_.outcome());
+    say(*outcome_, session_.timedOutcome());
+    say(*standstill_, session_.lastStandstill());
     const QString notice = session_.lastNotice();
     notice_->setText(notice.isEmpty() ? "No change notice yet" : notice);
+    age_->setText(session_.age());
     showSituation();
-    showDoubts();
+    showBanners();
+    say(*doubts_, document_.doubts());
     if (session_.canAsk()) return;
     attributesTable_->closeValues();
     // At once, because the plugin may wait for the server before the event loop paints.
-    situation_->repaint();
+    connection_->repaint();
 }
 
 void WorkbenchWindow::showSituation() {
-    situation_->setText(awaiting_ > 0 ? kWaiting : session_.situation());
+    if (awaiting_ > 0) return;
+    connection_->show(session_.situation());
+    if (!session_.hasServer()) {
+        say(*hint_,
+            "1. Pick a switch server in the settings (F4), also where one is shown there already.\n"
+            "2. Add the outputs that you want to route.");
+    } else {
+        say(*hint_, session_.hasOutputs() ? QString() : "Add the outputs that you want to route in the settings (F4).");
+    }
 }
 
-void WorkbenchWindow::serverWillBeAwaited() {
+void WorkbenchWindow::showBanners() {
+    armed_->say(session_.isArmed()
+                    ? QString("DEFAULTS ARMED: each connection, also after a mere restart of the server, routes all %1 "
+                              "destinations to their defaults.")
+                          .arg(session_.attributes().rowCount())
+                    : QString());
+    const Edits edits = session_.edits();
+    if (edits.count == 0) {
+        edited_->say({});
+        return;
+    }
+    const QString more = edits.count > 1 ? QString(" (%1 outputs in all)").arg(edits.count) : QString();
+    edited_->say("EDITED, NOT APPLIED: " + edits.example + more + '.');
+}
+
+void WorkbenchWindow::serverWillBeAwaited(const QString& what) {
     if (awaiting_++ > 0) return;
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-    showSituation();
-    situation_->repaint();  // at once, because the event loop does not run before the answer is there
+    connection_->showWaiting(what);
 }
 
 void WorkbenchWindow::serverWasAwaited() {
@@ -202,10 +275,11 @@ void WorkbenchWindow::serverWasAwaited() {
     showSituation();
 }
 
-void WorkbenchWindow::showLog(const LogFeed::Lines& lines) {
-    for (const std::string& line : lines) {
-        log_->appendPlainText(displayText(line));
-    }
+void WorkbenchWindow::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    QWidget* const first =
+        session_.hasServer() || settingsView_ == nullptr ? views_->currentWidget() : settingsView_.data();
+    if (focusWidget() == nullptr) first->setFocus();
 }
 
 void WorkbenchWindow::resizeEvent(QResizeEvent* event) {
@@ -216,7 +290,42 @@ void WorkbenchWindow::resizeEvent(QResizeEvent* event) {
 void WorkbenchWindow::arrangeForWidth(int width) {
     const bool isNarrow = width < kNarrow;
     sides_->setOrientation(isNarrow ? Qt::Vertical : Qt::Horizontal);
-    buttonRows_->setDirection(isNarrow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    topRow_->setDirection(isNarrow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+}
+
+DictionaryReference WorkbenchWindow::arrangement() const {
+    auto arrangement = makeDictionary();
+    arrangement->emplace(kGeometryKey, saveGeometry().toBase64().toStdString());
+    arrangement->emplace(kViewKey, views_->currentIndex());
+    return arrangement;
+}
+
+void WorkbenchWindow::arrange(const DictionaryReference& arrangement) {
+    restoreGeometry(
+        QByteArray::fromBase64(QByteArray::fromStdString(textForKey(arrangement, kGeometryKey).value_or(""))));
+    views_->setCurrentIndex(intForKey(arrangement, kViewKey));
+}
+
+// What connects anew.
+
+void WorkbenchWindow::reconnect() {
+    const QScopedValueRollback asking(isAsking_, true);
+    if (session_.isArmed() && !dialogs_.mayRouteDefaults("Reconnect", session_.attributes().rowCount())) return;
+    session_.reconnect();
+}
+
+void WorkbenchWindow::disarm() {
+    const QScopedValueRollback asking(isAsking_, true);
+    if (dialogs_.mayDisarm(session_.costOfConnecting())) session_.disarm();
+}
+
+void WorkbenchWindow::apply() {
+    endEditing();
+    if (session_.isArmed()) {
+        disarm();  // it builds the attributes, too
+    } else {
+        session_.reconnect();
+    }
 }
 
 // The settings as a document.
@@ -225,13 +334,12 @@ void WorkbenchWindow::showDocument() {
     const QString file = document_.path() ? displayText(document_.path()->filename().string()) : "Untitled settings";
     setWindowTitle(QString(file).replace("[*]", "[*][*]") + "[*] \u2013 Velmora Workbench");
     setWindowModified(document_.isUnsaved());
-    showDoubts();
-}
-
-void WorkbenchWindow::showDoubts() {
-    const QString doubts = document_.doubts();
-    doubts_->setVisible(!doubts.isEmpty());
-    doubts_->setText(doubts);
+    if (document_.isUnsaved() && !savedOutcome_.isEmpty() && session_.outcome() == savedOutcome_) {
+        savedOutcome_.clear();
+        session_.setOutcome({});
+    }
+    showBanners();
+    say(*doubts_, document_.doubts());
 }
 
 // Takes over what is being typed. The plugin's view may object to it, and must do so while there is a window.
@@ -247,6 +355,7 @@ void WorkbenchWindow::endEditing() {
 void WorkbenchWindow::load() {
     const QScopedValueRollback asking(isAsking_, true);
     endEditing();
+    if (session_.isArmed() && !dialogs_.mayRouteDefaults("Load settings", session_.attributes().rowCount())) return;
     document_.load();
     showDocument();
 }
@@ -254,10 +363,27 @@ void WorkbenchWindow::load() {
 void WorkbenchWindow::save() {
     const QScopedValueRollback asking(isAsking_, true);
     endEditing();
-    session_.setOutcome(document_.save()
-                            ? "The settings are saved in " + quotedName(document_.path()->filename().string()) + '.'
-                            : "The settings were not saved.");
+    told(document_.save());
+}
+
+void WorkbenchWindow::saveAs() {
+    const QScopedValueRollback asking(isAsking_, true);
+    endEditing();
+    told(document_.saveAs());
+}
+
+void WorkbenchWindow::told(bool isSaved) {
+    session_.setOutcome(isSaved ? "The settings are saved in " + quotedName(document_.path()->filename().string()) + '.'
+                                : "The settings were not saved.");
+    savedOutcome_ = session_.outcome();
     showDocument();
+}
+
+void WorkbenchWindow::saveHistory() {
+    const QScopedValueRollback asking(isAsking_, true);
+    const auto file = dialogs_.fileForHistory(document_.folder());
+    if (!file) return;
+    if (const Result<void> saved = history_->saveHistory(*file); !saved) dialogs_.hearOfFailure(saved.failure());
 }
 
 void WorkbenchWindow::closeEvent(QCloseEvent* event) {

@@ -1,4 +1,5 @@
-// The workbench's window: the attributes, the plugin's settings view, its log, and where its connection stands.
+// The workbench's window: where the connection stands, views of the attributes, the plugin's settings view in a drawer,
+// what has happened, and its log.
 #pragma once
 
 #include <QPointer>
@@ -6,20 +7,26 @@
 #include <QWidget>
 #include <vector>
 
+#include "host/workbench/ConnectionBar.h"
+#include "host/workbench/HistoryPane.h"
 #include "host/workbench/LogFeed.h"
 #include "host/workbench/SettingsDialogs.h"
 #include "host/workbench/SettingsDocument.h"
+#include "host/workbench/WindowMenu.h"
 #include "host/workbench/WorkbenchSession.h"
+#include "host/workbench/panel/RoutingState.h"
 
 class QBoxLayout;
+class QCheckBox;
 class QLabel;
-class QPlainTextEdit;
 class QPushButton;
 class QSplitter;
+class QTabWidget;
 
 namespace velmora {
 
 class AttributesTable;
+class Banner;
 
 // Main thread. Before it closes, it asks what to do with unsaved settings.
 class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer {
@@ -32,47 +39,69 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     WorkbenchSession& session() { return session_; }
     SettingsDocument& document() { return document_; }
 
+    // How the person has arranged the window, to be kept between runs.
+    DictionaryReference arrangement() const;
+    void arrange(const DictionaryReference& arrangement);
+
   protected:
     void closeEvent(QCloseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
   private:
     void sessionHasChanged() override;
-    void serverWillBeAwaited() override;
+    void serverWillBeAwaited(const QString& what) override;
     void serverWasAwaited() override;
 
-    QBoxLayout* makeButtons();
+    WindowMenu* makeMenu();
+    QBoxLayout* makeTopRow();
     QWidget* makePanes();
+    // The one place where views are added.
+    QWidget* makeViews();
     QWidget* makeAttributes();
     QWidget* makeSettings();
-    QWidget* makeLog();
+
     void load();
     void save();
+    void saveAs();
+    void saveHistory();
+    void told(bool isSaved);
+    void reconnect();
+    void disarm();
+    void apply();
     void endEditing();
     void arrangeForWidth(int width);
-    void showLog(const LogFeed::Lines& lines);
     void showSituation();
+    void showBanners();
     // The plugin does not tell about edits in its settings view, so the window looks now and then.
     void showDocument();
-    void showDoubts();
 
-    LogFeed logFeed_;
     WorkbenchSession session_;
+    RoutingState routing_;
     SettingsDialogs dialogs_;
     SettingsDocument document_;
     AttributesTable* attributesTable_ = nullptr;
     QPointer<QWidget> settingsView_;
-    QLabel* situation_ = nullptr;
+    WindowMenu* menu_ = nullptr;
+    ConnectionBar* connection_ = nullptr;
+    QLabel* age_ = nullptr;
+    Banner* armed_ = nullptr;
+    Banner* edited_ = nullptr;
+    QLabel* hint_ = nullptr;
     QLabel* outcome_ = nullptr;
+    QLabel* standstill_ = nullptr;
     QLabel* notice_ = nullptr;
     QLabel* doubts_ = nullptr;
-    QPlainTextEdit* log_ = nullptr;
-    QBoxLayout* buttonRows_ = nullptr;
+    QBoxLayout* topRow_ = nullptr;
+    QTabWidget* views_ = nullptr;
+    QWidget* drawer_ = nullptr;
+    HistoryPane* history_ = nullptr;
     QSplitter* sides_ = nullptr;
-    // Of use while the plugin is stopped, and while it is started.
-    std::vector<QPushButton*> stoppedButtons_;
-    std::vector<QPushButton*> startedButtons_;
+    QSplitter* halves_ = nullptr;
+    std::vector<QPushButton*> startedButtons_;  // of use while the plugin is started
+    LogFeed logFeed_;                           // writes to the history pane
     QTimer documentWatch_;
+    QString savedOutcome_;   // what is no longer true once the settings are edited
     int awaiting_ = 0;       // calls that wait for the server
     bool isAsking_ = false;  // the person, in a dialog
 };

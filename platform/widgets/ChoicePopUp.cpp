@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListView>
 #include <QScreen>
@@ -9,17 +10,20 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/widgets/Colours.h"
+
 namespace velmora {
 
 namespace {
 
 constexpr int kVisibleRows = 14;
 constexpr int kWidthInCharacters = 36;
+constexpr qsizetype kShownOfText = 40;
 
 }  // namespace
 
 ChoicePopUp::ChoicePopUp(QWidget* parent)
-    : QFrame(parent, Qt::Popup), find_(new QLineEdit(this)), list_(new QListView(this)) {
+    : QFrame(parent, Qt::Popup), find_(new QLineEdit(this)), list_(new QListView(this)), remark_(new QLabel(list_)) {
     setFrameStyle(QFrame::StyledPanel | QFrame::Plain);
     auto* const rows = new QVBoxLayout(this);
     rows->setContentsMargins(2, 2, 2, 2);
@@ -30,11 +34,16 @@ ChoicePopUp::ChoicePopUp(QWidget* parent)
     find_->setPlaceholderText("Type to find");
     find_->setAccessibleName("Find");
     find_->installEventFilter(this);
+    remark_->setObjectName("remark");
+    remark_->setTextFormat(Qt::PlainText);
+    remark_->setWordWrap(true);
+    remark_->setMargin(4);
+    paintWith(*remark_, kWaitingSignal);
+    remark_->hide();
     setFocusProxy(find_);
     connect(find_, &QLineEdit::textChanged, this, &ChoicePopUp::find);
 
     matches_.setSourceModel(&titles_);
-    matches_.setFilterCaseSensitivity(Qt::CaseInsensitive);
     list_->setModel(&matches_);
     list_->setAccessibleName("Choices");
     list_->setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -50,6 +59,9 @@ void ChoicePopUp::popUp(const QRect& cell, const QStringList& titles, std::int64
                         std::function<void(std::size_t index)> choose) {
     titles_.setStringList(titles);
     current_ = current;
+    QPalette colours = palette();
+    colours.setColor(QPalette::PlaceholderText, dimmedText(colours));
+    find_->setPalette(colours);
     choose_ = std::move(choose);
     find_->clear();
     find({});
@@ -74,11 +86,54 @@ void ChoicePopUp::placeAt(const QRect& cell) {
     setGeometry(QRect(QPoint(x, y), size));
 }
 
+void ChoicePopUp::Matches::setWords(const QString& text) {
+    words_ = text.split(' ', Qt::SkipEmptyParts);
+    invalidateFilter();
+}
+
+bool ChoicePopUp::Matches::filterAcceptsRow(int row, const QModelIndex& parent) const {
+    const QString title = sourceModel()->index(row, 0, parent).data().toString();
+    return std::all_of(words_.begin(), words_.end(),
+                       [&](const QString& word) { return title.contains(word, Qt::CaseInsensitive); });
+}
+
+// A title may be too long for the window.
+QVariant ChoicePopUp::Matches::data(const QModelIndex& index, int role) const {
+    if (role != Qt::ToolTipRole) return QSortFilterProxyModel::data(index, role);
+    return "<p>" + index.data().toString().toHtmlEscaped() + "</p>";
+}
+
 void ChoicePopUp::find(const QString& text) {
-    matches_.setFilterFixedString(text);
-    // A number means its title, whoever else has it within a label.
-    makeCurrent(text.isEmpty() ? current_ : std::int64_t{text.toInt()} - 1);
-    if (!text.isEmpty() && !list_->currentIndex().isValid()) list_->setCurrentIndex(matches_.index(0, 0));
+    matches_.setWords(text);
+    showRemark({});
+    if (text.isEmpty()) {
+        makeCurrent(current_);
+        return;
+    }
+    const QString shown = text.size() > kShownOfText ? text.left(kShownOfText) + u'\u2026' : text;
+    bool isNumber = false;
+    static_cast<void>(text.trimmed().toULongLong(&isNumber));
+    makeCurrent(titleMeantBy(text.trimmed()));
+    if (list_->currentIndex().isValid()) return;
+    if (isNumber) {
+        showRemark("There is no " + shown.trimmed() + ".");
+    } else if (matches_.rowCount() == 0) {
+        showRemark("Nothing here contains \"" + shown + "\".");
+    } else {
+        list_->setCurrentIndex(matches_.index(0, 0));
+    }
+}
+
+std::int64_t ChoicePopUp::titleMeantBy(const QString& text) const {
+    const qsizetype same = titles_.stringList().indexOf(text);
+    return same >= 0 ? same : std::int64_t{text.toInt()} - 1;
+}
+
+void ChoicePopUp::showRemark(const QString& remark) {
+    remark_->setText(remark);
+    remark_->setVisible(!remark.isEmpty());
+    const int height = remark_->heightForWidth(list_->width());
+    remark_->setGeometry(0, std::max(0, list_->height() - height), list_->width(), height);
 }
 
 void ChoicePopUp::makeCurrent(std::int64_t title) {
@@ -106,7 +161,7 @@ bool ChoicePopUp::eventFilter(QObject* watched, QEvent* event) {
             return true;
         case Qt::Key_Return:
         case Qt::Key_Enter:
-            // A text that matches nothing can be mended; nothing typed and nothing current closes like Escape.
+            // A text that means nothing can be mended; nothing typed and nothing current closes like Escape.
             if (list_->currentIndex().isValid() || find_->text().isEmpty()) choose(list_->currentIndex());
             return true;
         case Qt::Key_Escape:

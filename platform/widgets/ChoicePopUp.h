@@ -7,13 +7,16 @@
 #include <cstdint>
 #include <functional>
 
+class QLabel;
 class QLineEdit;
 class QListView;
 
 namespace velmora {
 
-// However many titles there are, it opens at once. Typing shows those that contain the text; a number goes to the title
-// in that place, counted from 1. Enter or a click chooses; Escape, or a click elsewhere, closes without a choice.
+// However many titles there are, it opens at once. Typing shows those that contain all the words, in any order. A
+// number goes to the title in that place, counted from 1; where there is none, Enter chooses nothing, because a title
+// that has the number within its label is another one. Enter or a click chooses; Escape, or a click elsewhere, closes
+// without a choice.
 class ChoicePopUp : public QFrame {
   public:
     explicit ChoicePopUp(QWidget* parent);
@@ -29,15 +32,31 @@ class ChoicePopUp : public QFrame {
     void hideEvent(QHideEvent* event) override;
 
   private:
+    class Matches final : public QSortFilterProxyModel {
+      public:
+        void setWords(const QString& text);
+        QVariant data(const QModelIndex& index, int role) const override;
+
+      protected:
+        bool filterAcceptsRow(int row, const QModelIndex& parent) const override;
+
+      private:
+        QStringList words_;
+    };
+
     void placeAt(const QRect& cell);
     void find(const QString& text);
+    // The index of the title that is meant by itself, whoever else contains the text; -1 for none.
+    std::int64_t titleMeantBy(const QString& text) const;
     void makeCurrent(std::int64_t title);
+    void showRemark(const QString& remark);
     void choose(const QModelIndex& match);
 
     QLineEdit* const find_;
     QListView* const list_;
+    QLabel* const remark_;  // why there is nothing to choose, over the list's last rows
     QStringListModel titles_;
-    QSortFilterProxyModel matches_;
+    Matches matches_;
     std::int64_t current_ = -1;
     std::function<void(std::size_t)> choose_;
 };

@@ -5,26 +5,16 @@
 #include <string>
 #include <string_view>
 
-#include "platform/foundation/Text.h"
-
 namespace velmora {
 
-// One line with its control characters made visible.
-inline QString displayText(std::string_view text) {
-    return QString::fromStdString(stringByEscapingControlCharacters(text));
-}
+// One line with its control characters made visible. Joiners that shape letters or emoji do so: they are between
+// characters beyond ASCII, or part of a flag.
+QString displayText(std::string_view text);
 
 // The same for a tool tip, where Qt would take what looks like markup for markup.
-inline QString toolTipText(std::string_view text) {
-    return text.empty() ? QString() : "<p>" + displayText(text).toHtmlEscaped() + "</p>";
-}
+QString toolTipText(std::string_view text);
 
 // A name within a sentence: in quotation marks, and not longer than a line has room for.
-inline QString quotedName(std::string_view name) {
-    constexpr std::size_t kLongest = 40;  // characters
-    std::u32string characters = displayText(name).toStdU32String();
-    if (characters.size() > kLongest) characters.replace(kLongest - 1, std::u32string::npos, U"\u2026");
-    return '"' + QString::fromStdU32String(characters) + '"';
-}
+QString quotedName(std::string_view name);
 
 }  // namespace velmora

@@ -11,6 +11,21 @@
 namespace velmora::test {
 namespace {
 
+// Calls back at each painting of a widget.
+class PaintWatch final : public QObject {
+  public:
+    PaintWatch(QWidget& widget, std::function<void()> painted) : painted_(std::move(painted)) {
+        widget.installEventFilter(this);
+    }
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == QEvent::Paint) painted_();
+        return false;
+    }
+
+  private:
+    const std::function<void()> painted_;
+};
+
 TEST_F(SettingsWindow, isReachedByNameAndByKeyAddsAndRemovesOutputs) {
     open({{"One", 0, 3}});
     for (const char* outlet : {"matrixSwitcherPopUpButton", "outputsTableView", "addRemoveButton",
@@ -40,12 +55,25 @@ TEST_F(SettingsWindow, isReachedByNameAndByKeyAddsAndRemovesOutputs) {
     clickCell(1, label);
     EXPECT_TRUE(remove->isEnabled());
     const int before = notices;
-    click(remove);
+    bool isPainted = false, wasPainted = false;
+    QCursor cursor;
+    const PaintWatch watch(*table->viewport(), [&] { isPainted = table->model()->rowCount() == 2; });
+    onNotice = [&] { cursor = *QGuiApplication::overrideCursor(), wasPainted = isPainted; };
+    QTest::mouseClick(remove, Qt::LeftButton);
+    QTest::mouseDClick(remove, Qt::LeftButton);
+    onNotice = nullptr;
+    EXPECT_TRUE(wasPainted && cursor.shape() == Qt::WaitCursor) << "before the plugin asks for labels";
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
     EXPECT_EQ(outputs(), (Outputs{{"One", 0, 3}, {"0003 ERROR", 2, 2}}));
     EXPECT_EQ(*plugin->attributeNames(), (Strings{kOne, "Velmora Switch Output 3"}));
-    EXPECT_EQ(notices, before + 1);
-    EXPECT_FALSE(remove->isEnabled());  // the next entry is not removed by a second click
-    EXPECT_TRUE(add->hasFocus());
+    EXPECT_EQ(notices, before + 1) << "a double click removes one";
+    // The entry that moved up is next; once none is left, the next key does not add one.
+    for (const Outputs& left : {Outputs{{"One", 0, 3}}, Outputs{}}) {
+        QTest::keyClick(remove, Qt::Key_Space);
+        EXPECT_EQ(outputs(), left);
+        EXPECT_EQ(remove->isEnabled(), !left.empty());
+    }
+    EXPECT_TRUE(table->hasFocus());
 }
 
 TEST_F(SettingsWindow, renamesButNotToALabelThatIsTaken) {
@@ -82,7 +110,7 @@ TEST_F(SettingsWindow, renamesButNotToALabelThatIsTaken) {
 
 TEST_F(SettingsWindow, renumbersAndRoutesFromMenusThatCanBeTypedInto) {
     VirtualSwitch large("Large", 1152, 1152);
-    ASSERT_TRUE(large.matrix.apply({{"Camera 7", "<i>Slow</i> & co"}, {}, {}}));
+    ASSERT_TRUE(large.matrix.apply({{"Camera 1153", "<i>Slow</i> & co"}, {}, {}}));
     open({{"One", 0, 1}, {"Two", 1, 4000}, {"Far", 4999, 0}}, "Large");
     EXPECT_EQ(cell(0, defaultInput), "0002 <i>Slow</i> & co");
     EXPECT_EQ(index(0, defaultInput).data(Qt::ToolTipRole).toString(), "<p>0002 &lt;i&gt;Slow&lt;/i&gt; &amp; co</p>");
@@ -93,7 +121,18 @@ TEST_F(SettingsWindow, renumbersAndRoutesFromMenusThatCanBeTypedInto) {
         EXPECT_EQ(outputs()[0], (Output{"One", number, input})) << text;
     };
     choose(defaultInput, "slow", Qt::Key_Return, 0, 1);
-    choose(output, "put 1000", Qt::Key_Return, 999, 1);
+    choose(output, "1000 put", Qt::Key_Return, 999, 1);
+    // What is no input is not the one that has it in its label.
+    pressOnCell(0, defaultInput, Qt::Key_Return);
+    const auto* const remark = QApplication::activePopupWidget()->findChild<QLabel*>("remark");
+    for (const auto& [typed, words] :
+         {std::pair{"1153", "There is no 1153."}, {" cam 9", "Nothing here contains \"1153 cam 9\"."}}) {
+        QTest::keyClicks(menuField(), typed);
+        QTest::keyClick(menuField(), Qt::Key_Return);
+        ASSERT_NE(menuField(), nullptr) << "chosen: " << outputs()[0].defaultInput;
+        EXPECT_EQ(remark->text(), words);
+    }
+    QTest::keyClick(menuField(), Qt::Key_Escape);
     choose(defaultInput, "7", Qt::Key_Return, 999, 6);  // the seventh, not the one with a 7 in its label
     choose(output, "1000", Qt::Key_Return, 999, 6, {kSameNumber});
     onAlert = [this] { EXPECT_EQ(cell(0, output), "0002 Output 2"); };
@@ -168,6 +207,7 @@ TEST_F(SettingsWindow, sortsTheSettingsThemselvesAndKeepsTheSelectedEntry) {
     EXPECT_EQ(notices, before);
     click(remove);
     EXPECT_EQ(outputs(), (Outputs{b, a}));
+    EXPECT_EQ(table->currentIndex().row(), 1);
 }
 
 TEST_F(SettingsWindow, showsWholeLabelsAndRefreshesThem) {

@@ -1,0 +1,181 @@
+#include "host/workbench/panel/FindPane.h"
+
+#include <QCoreApplication>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <utility>
+
+#include "host/workbench/AttributesModel.h"
+#include "host/workbench/NumberedText.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr int kTileWidthInCharacters = 27;
+constexpr int kRowWidthInCharacters = 60;
+
+}  // namespace
+
+FindPane::FindPane(const QString& name, QAbstractItemModel& model, int mostTiles, TileDelegate::TileOf tileOf,
+                   Choose choose)
+    : name_(name),
+      mostTiles_(mostTiles),
+      choose_(std::move(choose)),
+      matches_(model),
+      title_(new QLabel),
+      field_(new QLineEdit),
+      list_(new QListView),
+      hint_(new QLabel),
+      delegate_(new TileDelegate(
+          [this, tileOf = std::move(tileOf)](const QModelIndex& match, const Tints& tints) {
+              Tile tile = tileOf(matches_.mapToSource(match), tints);
+              tile.isFramed = field_->hasFocus() && match == list_->currentIndex();
+              return tile;
+          },
+          this)) {
+    auto* const rows = new QVBoxLayout(this);
+    rows->setContentsMargins(4, 4, 4, 4);
+    for (QWidget* const widget : {static_cast<QWidget*>(title_), static_cast<QWidget*>(field_),
+                                  static_cast<QWidget*>(list_), static_cast<QWidget*>(hint_)}) {
+        rows->addWidget(widget);
+    }
+    QFont bold = font();
+    bold.setBold(true);
+    title_->setFont(bold);
+    for (QLabel* const label : {title_, hint_}) {
+        label->setTextFormat(Qt::PlainText);
+        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    }
+    hint_->hide();
+    field_->setPlaceholderText("Type a number or a name");
+    field_->setAccessibleName("Find a " + name);
+    field_->setClearButtonEnabled(true);
+    field_->installEventFilter(this);
+    setFocusProxy(field_);
+    connect(field_, &QLineEdit::textChanged, this, &FindPane::find);
+
+    list_->setObjectName(name + "List");
+    list_->setAccessibleName(name + " tiles");
+    list_->setModel(&matches_);
+    list_->setItemDelegate(delegate_);
+    list_->setSelectionMode(QAbstractItemView::NoSelection);
+    list_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    list_->setFocusPolicy(Qt::NoFocus);
+    list_->setUniformItemSizes(true);
+    list_->setResizeMode(QListView::Adjust);
+    list_->setFlow(QListView::LeftToRight);
+    list_->setWrapping(true);
+    list_->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);  // a bar that comes and goes would move the tiles
+    list_->viewport()->installEventFilter(this);
+    connect(list_, &QListView::clicked, this, &FindPane::choose);
+    connect(&matches_, &QAbstractItemModel::modelReset, this, &FindPane::arrange);
+}
+
+void FindPane::sortByNumber() {
+    matches_.sort(AttributesModel::numberColumn);
+}
+
+void FindPane::setTitle(const QString& title) {
+    title_->setText(title);
+    title_->setToolTip(toolTipOf(title));
+}
+
+void FindPane::arrange() {
+    const bool areTiles = matches_.sourceModel()->rowCount() <= mostTiles_;
+    const int labelHeight = QFontMetrics(TileDelegate::labelFont(list_->font())).height();
+    const int height = labelHeight + 12 + (areTiles ? list_->fontMetrics().height() : 0);
+    const int least =
+        (areTiles ? kTileWidthInCharacters : kRowWidthInCharacters) * list_->fontMetrics().averageCharWidth();
+    const int room = list_->viewport()->width() - 1;
+    const QSize size(room / std::max(1, room / least), height);
+    if (size == list_->gridSize()) return;
+    delegate_->setSize(size);
+    list_->setGridSize(size);
+}
+
+void FindPane::find(const QString& text) {
+    matches_.find(text);
+    QString hint;
+    if (const auto number = matches_.number()) {
+        const QModelIndex match = matches_.rowWithNumber(*number);
+        if (match.isValid()) {
+            moveFrame(match);
+        } else {
+            hint = QString("There is no %1 %2.").arg(name_, text.trimmed());
+        }
+    } else if (!text.trimmed().isEmpty()) {
+        moveFrame(matches_.index(0, 0));
+        if (matches_.rowCount() == 0) hint = QString("No %1 contains \"%2\".").arg(name_, text.trimmed());
+    }
+    hint_->setText(hint);
+    hint_->setVisible(!hint.isEmpty());
+}
+
+void FindPane::moveFrame(const QModelIndex& match) {
+    list_->setCurrentIndex(match);
+    if (match.isValid()) list_->scrollTo(match);
+    list_->viewport()->update();
+}
+
+void FindPane::chooseByEnter() {
+    const auto number = matches_.number();
+    choose(number ? matches_.rowWithNumber(*number) : list_->currentIndex());
+}
+
+void FindPane::choose(const QModelIndex& match) {
+    if (!match.isValid()) return;
+    const QPersistentModelIndex chosen = matches_.mapToSource(match);
+    field_->clear();
+    moveFrame(matches_.mapFromSource(chosen));
+    choose_(chosen);
+}
+
+bool FindPane::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == field_) {
+        if (event->type() == QEvent::KeyPress) return handleKey(*static_cast<QKeyEvent*>(event));
+        const bool isFocus = event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut;
+        if (isFocus) list_->viewport()->update();
+    } else if (event->type() == QEvent::MouseButtonPress) {
+        field_->setFocus(Qt::MouseFocusReason);
+    } else if (event->type() == QEvent::Resize) {
+        arrange();
+    }
+    return false;
+}
+
+bool FindPane::handleKey(QKeyEvent& event) {
+    switch (event.key()) {
+        case Qt::Key_Up:
+        case Qt::Key_Down:
+        case Qt::Key_Left:
+        case Qt::Key_Right:
+        case Qt::Key_PageUp:
+        case Qt::Key_PageDown:
+            QCoreApplication::sendEvent(list_, &event);
+            list_->viewport()->update();
+            return true;
+        case Qt::Key_Space:
+            if (!field_->text().isEmpty()) return false;
+            [[fallthrough]];
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            // A key that is held down must not route again and again.
+            if (!event.isAutoRepeat()) chooseByEnter();
+            return true;
+        case Qt::Key_Escape:
+            if (field_->text().isEmpty()) return false;
+            field_->clear();
+            return true;
+        default:
+            return false;
+    }
+}
+
+}  // namespace velmora

@@ -1,0 +1,55 @@
+// A pane that stays open: tiles, and a field above them to find one in.
+#pragma once
+
+#include <QWidget>
+#include <functional>
+
+#include "host/workbench/panel/FindModel.h"
+#include "host/workbench/panel/Tile.h"
+
+class QLabel;
+class QLineEdit;
+class QListView;
+
+namespace velmora {
+
+// Main thread. The field has the keyboard: arrows move the frame, Enter chooses the framed tile. Digits and Enter
+// choose the tile with that number, and nothing where no tile has it. A click chooses, too. Beyond `mostTiles` tiles
+// they are low rows.
+class FindPane final : public QWidget {
+  public:
+    // With an index of the model that was handed over.
+    using Choose = std::function<void(const QModelIndex& index)>;
+
+    // The model is not owned and outlives the pane. The name is that of one tile, in lower case.
+    FindPane(const QString& name, QAbstractItemModel& model, int mostTiles, TileDelegate::TileOf tileOf, Choose choose);
+
+    // Sorted by number; otherwise they stand in the model's order.
+    void sortByNumber();
+    void setTitle(const QString& title);
+    QListView& list() const { return *list_; }
+    QLineEdit& field() const { return *field_; }
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    bool handleKey(QKeyEvent& event);
+    void chooseByEnter();
+    void choose(const QModelIndex& match);
+    void find(const QString& text);
+    void moveFrame(const QModelIndex& match);
+    void arrange();
+
+    const QString name_;
+    const int mostTiles_;
+    const Choose choose_;
+    FindModel matches_;
+    QLabel* const title_;
+    QLineEdit* const field_;
+    QListView* const list_;
+    QLabel* const hint_;
+    TileDelegate* const delegate_;
+};
+
+}  // namespace velmora

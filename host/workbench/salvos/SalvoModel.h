@@ -1,0 +1,48 @@
+// A salvo as a table: what it sets, what there is now, and what came of it when it was fired.
+#pragma once
+
+#include <QAbstractTableModel>
+
+#include "host/Salvo.h"
+#include "host/workbench/panel/RoutingState.h"
+#include "host/workbench/salvos/SalvoRun.h"
+
+namespace velmora {
+
+// Main thread.
+class SalvoModel final : public QAbstractTableModel {
+  public:
+    enum Column { destinationColumn, sourceColumn, nowColumn, stateColumn, columnTotal };
+
+    // Not owned; it outlives the model.
+    explicit SalvoModel(RoutingState& state);
+
+    const Salvo& salvo() const { return salvo_; }
+    // A value that a person has written ("3") becomes the one that is meant.
+    void setSalvo(const Salvo& salvo);
+    // The known routes of all destinations.
+    Salvo currentRoutes() const;
+    void removeRow(int row);
+    void fire();
+    bool isFiring() const { return run_.isFiring(); }
+    // How many steps would change something, or might.
+    int differences() const;
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+  private:
+    enum class Difference { none, some, unknown, impossible };
+    Difference differenceAt(int row) const;
+    QString stateText(int row) const;
+    QString nowText(int row) const;
+    void emitAllChanged();
+
+    RoutingState& state_;
+    Salvo salvo_;
+    SalvoRun run_;
+};
+
+}  // namespace velmora
