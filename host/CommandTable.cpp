@@ -12,6 +12,7 @@ namespace velmora {
 namespace {
 
 constexpr Seconds kLongestWait = std::chrono::hours(24);
+constexpr Seconds kShortestPoll = std::chrono::milliseconds(100);
 
 Result<void> takeFile(std::string_view option, const std::string& value, std::optional<std::filesystem::path>& file) {
     if (value.empty()) return Failure{"--" + std::string(option) + " is given no name"};
@@ -19,13 +20,33 @@ Result<void> takeFile(std::string_view option, const std::string& value, std::op
     return {};
 }
 
-Result<void> takeTime(std::string_view option, const std::string& value, std::chrono::milliseconds& time) {
+Result<std::chrono::milliseconds> timeOf(const std::string& value, Seconds least) {
     bool isNumber = false;
     const Seconds given(qString(value).toDouble(&isNumber));
-    if (!isNumber || !(given >= Seconds(0) && given <= kLongestWait))
-        return Failure{"--" + std::string(option) + " takes a number of seconds from 0 to 86400, not " +
+    if (!isNumber || !(given >= least && given <= kLongestWait))
+        return Failure{"a number of seconds from " + QString::number(least.count()).toStdString() + " to 86400, not " +
                        inQuotes(value)};
-    time = std::chrono::round<std::chrono::milliseconds>(given);
+    return std::chrono::round<std::chrono::milliseconds>(given);
+}
+
+Result<void> takeWait(Options& options, const std::string& value) {
+    const auto time = timeOf(value, Seconds(0));
+    if (!time) return Failure{"--wait takes " + time.failure().reason};
+    options.wait = *time;
+    return {};
+}
+
+Result<void> takePoll(Options& options, const std::string& value) {
+    const auto time = timeOf(value, kShortestPoll);
+    if (!time) return Failure{"--poll takes " + time.failure().reason};
+    options.poll = *time;
+    return {};
+}
+
+// For an option without a value.
+template <bool Options::*flag>
+Result<void> set(Options& options, const std::string&) {
+    options.*flag = true;
     return {};
 }
 
@@ -49,32 +70,31 @@ constexpr OptionRow kInterface = {
     }};
 
 constexpr OptionRow kWait = {
-    "wait", "SECONDS", "how long to wait for the server that the settings name and for its attributes (10)",
-    [](Options& options, const std::string& value) { return takeTime("wait", value, options.wait); }};
+    "wait", "SECONDS", "how long to wait for the server that the settings name and for its attributes (10)", takeWait};
 
-constexpr OptionRow kVerbose = {"verbose", "", "show the plugin's log lines", [](Options& options, const std::string&) {
-                                    options.verbose = true;
-                                    return Result<void>();
-                                }};
+constexpr OptionRow kPoll = {
+    "poll", "SECONDS", "also read all values, again this long after each reading, and tell which changed, by whomever",
+    takePoll};
+
+constexpr OptionRow kAll = {"all", "", "all attributes", set<&Options::all>};
+
+constexpr OptionRow kDryRun = {"dry-run", "", "set nothing; tell what would change", set<&Options::dryRun>};
+
+constexpr OptionRow kVerbose = {"verbose", "", "show the plugin's log lines", set<&Options::verbose>};
 
 constexpr OptionRow kDefaults = {
     "defaults", "",
     "start the plugin with default routes: each time the server connects, also when it merely restarts or is announced "
     "anew, by whomever, every configured output is routed to its default input and the operator's routes are lost",
-    [](Options& options, const std::string&) {
-        options.defaults = true;
-        return Result<void>();
-    }};
+    set<&Options::defaults>};
 
 constexpr OptionRow kJson = {
     "json", "",
     "print one JSON document (\"watch\": one a line) instead of text. \"answered\" tells whether the device has "
     "answered for the value, if the plugin knows; \"current\" is null when it has not. \"possible\" is null when the "
-    "values are not known",
-    [](Options& options, const std::string&) {
-        options.json = true;
-        return Result<void>();
-    }};
+    "values are not known. \"output\" and \"input\" are numbers, from 1. \"error\" holds the exit code and the reason "
+    "when not all was done",
+    set<&Options::json>};
 
 constexpr OptionRow kScreenshot = {
     "screenshot", "FILE",
@@ -86,6 +106,57 @@ constexpr OptionRow kScreenshot = {
 std::vector<const OptionRow*> pluginOptionsAnd(std::vector<const OptionRow*> own) {
     own.insert(own.end(), {&kSettings, &kBundle, &kInterface, &kWait, &kVerbose});
     return own;
+}
+
+constexpr std::string_view kNameHelp =
+    "NAME is an attribute's name. Its display name or, with a switch plugin, its output's number will do, too, where "
+    "it leaves no doubt. Only the outputs that are named are set up, so one of a thousand is read as fast as one of "
+    "one; the settings file is not written then.";
+
+constexpr std::string_view kSetHelp =
+    "Several values are set in one connection, in this order; each is read back, and a table tells what came of it. "
+    "VALUE is one of the possible values; its first four characters, the input's number, are enough, and so is the "
+    "number alone. Nothing is set unless each NAME is an attribute and no VALUE could be misread.\n\nNAME is an "
+    "attribute's name. Its display name or, with a switch plugin, its output's number will do, too, where it leaves no "
+    "doubt: set 2 5, or set Programme=5 Preview=3.";
+
+constexpr std::string_view kApplyHelp =
+    R"(FILE, or "-" for standard input, is a text in UTF-8 with one NAME=VALUE on each line; blank lines and lines that begin with "#" say nothing. "dump" writes such a file. NAME and VALUE are those of "set".
+
+Nothing is set unless each NAME is an attribute and no VALUE could be misread. Then the values are set in this order, in one connection; each is read back, and a table tells what came of it. When one does not hold, the others are set all the same and the exit code is 1.)";
+
+constexpr std::string_view kWatchHelp =
+    R"(A line begins with the time and the event:
+
+  found      the switch server is announced
+  connected  to the server, and how many inputs it has
+  lost       the connection, and why
+  gone       the server is no longer announced
+  changed    the plugin's attributes, their names or their possible values
+  value      of an attribute, from what to what (with --poll)
+
+Of switch servers only the one that the settings name is told of, or all when they name none. A plugin may list the server that it was connected to even when that is no longer announced; then the line is "lost" alone. Ends with Ctrl-C, or when nobody reads its output any more.)";
+
+constexpr std::string_view kStatusHelp =
+    R"(One line, or one JSON document on one line, as soon as it is known and within the wait. Of the server that the settings name:
+
+  connected  it has accepted a connection and told the size of its matrix; exit code 0
+  lost       it is announced, but there is no connection, with the reason; exit code 1
+  absent     it was not found; exit code 3)";
+
+Result<void> checkGet(const Options& options) {
+    if (options.all == options.arguments.empty()) return {};
+    return Failure{"\"get\" takes either names or --all"};
+}
+
+Result<void> checkSet(const Options& options) {
+    if (options.arguments.size() == 2) return {};
+    for (const std::string& word : options.arguments) {
+        if (word.find('=') == std::string::npos)
+            return Failure{"the command is \"set NAME VALUE\" or \"set NAME=VALUE...\", and there is no \"=\" in " +
+                           inQuotes(word)};
+    }
+    return {};
 }
 
 constexpr std::string_view kSettingsHelp =
@@ -117,19 +188,25 @@ const std::vector<CommandRow>& commandTable() {
          "the switch servers on the network",
          "One a line; \"* \" marks the one that the settings name. Without such a name the command waits until any "
          "server is found."},
+        {CommandName::status, "status", "", 0, 0, pluginOptionsAnd({&kJson}),
+         "whether the switch server answers, for monitoring systems", kStatusHelp},
         {CommandName::attributes, "attributes", "", 0, 0, pluginOptionsAnd({&kJson, &kDefaults}),
          "a table of the plugin's attributes, each with the value that the switcher has now", ""},
         {CommandName::possible, "possible", "NAME", 1, 1, pluginOptionsAnd({&kJson, &kDefaults}),
-         "the values that an attribute can be set to", "One a line."},
-        {CommandName::get, "get", "NAME", 1, 1, pluginOptionsAnd({&kJson, &kDefaults}),
-         "the value that an attribute has now", ""},
-        {CommandName::set, "set", "NAME VALUE", 2, 2, pluginOptionsAnd({&kJson, &kDefaults}),
-         "sets an attribute and prints the value that it has afterwards",
-         "VALUE is one of the possible values; its first four characters, the input's number, are enough."},
+         "the values that an attribute can be set to, one a line", kNameHelp},
+        {CommandName::get, "get", "NAME...", 0, kAnyNumber, pluginOptionsAnd({&kAll, &kJson, &kDefaults}),
+         "the values that attributes have now: of one alone, of several in a table", kNameHelp, checkGet},
+        {CommandName::set, "set", "NAME=VALUE...", 1, kAnyNumber, pluginOptionsAnd({&kJson, &kDefaults}),
+         "sets attributes and prints the values that they have afterwards; also: set NAME VALUE", kSetHelp, checkSet},
+        {CommandName::apply, "apply", "FILE", 1, 1, pluginOptionsAnd({&kDryRun, &kJson}), "sets the values of a salvo",
+         kApplyHelp},
+        {CommandName::dump, "dump", "", 0, 0, pluginOptionsAnd({}),
+         "the current values as a salvo, which \"apply\" takes",
+         "A value that is not known becomes a comment, and the exit code is 1."},
+        {CommandName::watch, "watch", "", 0, 0, pluginOptionsAnd({&kPoll, &kJson, &kDefaults}),
+         "a line each time something happens, until interrupted (Ctrl-C)", kWatchHelp},
         {CommandName::settings, "settings", "", 0, 0, pluginOptionsAnd({&kJson}),
          "the plugin's settings as a property list", kSettingsHelp},
-        {CommandName::watch, "watch", "", 0, 0, pluginOptionsAnd({&kJson, &kDefaults}),
-         "a line each time the plugin says that its attributes have changed, until interrupted (Ctrl-C)", ""},
         {CommandName::workbench, "workbench", "", 0, 0, pluginOptionsAnd({&kScreenshot, &kDefaults}),
          "a window with the attributes, the plugin's settings view and its log, until it is closed", ""},
         {CommandName::help, "help", "[COMMAND]", 0, 1, {}, "this overview, or all about one command", ""},
@@ -138,8 +215,8 @@ const std::vector<CommandRow>& commandTable() {
 }
 
 const std::vector<const OptionRow*>& optionTable() {
-    static const std::vector<const OptionRow*> table = {&kSettings, &kBundle, &kInterface, &kWait,
-                                                        &kVerbose,  &kJson,   &kDefaults,  &kScreenshot};
+    static const std::vector<const OptionRow*> table = {&kSettings, &kBundle, &kInterface, &kWait, &kVerbose,   &kJson,
+                                                        &kDefaults, &kAll,    &kDryRun,    &kPoll, &kScreenshot};
     return table;
 }
 

@@ -29,6 +29,8 @@ struct CommandRow {
     std::vector<const OptionRow*> options;  // the ones that it takes, in the order of its help
     std::string_view summary;               // a line of the overview
     std::string_view help;                  // paragraphs, separated by empty lines; "" when the summary says all
+    // Null, or what else must hold for the arguments and options; a failure as above.
+    Result<void> (*check)(const Options& options) = nullptr;
 };
 
 inline constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);

@@ -1,5 +1,6 @@
 #include "host/Console.h"
 
+#include <cerrno>
 #include <cstdio>
 
 #include "platform/foundation/Text.h"
@@ -9,6 +10,8 @@ namespace velmora {
 namespace {
 
 bool good = true;
+bool readerMayGo = false;
+bool readerIsGone = false;
 
 }  // namespace
 
@@ -17,12 +20,22 @@ void printLine(std::string_view line) {
 }
 
 void printText(const std::string& text) {
-    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-    good = std::fflush(stdout) == 0 && written && good;
+    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    if (written) return;
+    readerIsGone = readerIsGone || (readerMayGo && errno == EPIPE);
+    good = readerIsGone && good;
 }
 
 bool outputIsGood() {
     return good;
+}
+
+void letReaderGo() {
+    readerMayGo = true;
+}
+
+bool isReaderGone() {
+    return readerIsGone;
 }
 
 void complain(std::string_view message) {

@@ -14,6 +14,10 @@ void printText(const std::string& text);
 // Whether everything printed so far has left the program. Once false (a full disk, a closed pipe), it stays false.
 bool outputIsGood();
 
+// From here on a reader who closes the other end is no failure: the caller asks, and ends.
+void letReaderGo();
+bool isReaderGone();
+
 // One message to the user on one line, after the program's name; what a terminal would obey is made visible.
 void complain(std::string_view message);
 

@@ -139,6 +139,8 @@ Result<Options> understood(Words words) {
     const std::size_t count = options.arguments.size();
     if (count < command->least || count > command->most)
         return wrongUsage("the command is " + inQuotes(formOf(*command)), command);
+    const auto checked = command->check != nullptr ? command->check(options) : Result<void>();
+    if (!checked) return wrongUsage(checked.failure().reason, command);
     return options;
 }
 

@@ -7,11 +7,25 @@
 #include <string>
 #include <vector>
 
+#include "host/Salvo.h"
 #include "platform/foundation/Result.h"
 
 namespace velmora {
 
-enum class CommandName { servers, attributes, possible, get, set, settings, watch, workbench, help };
+enum class CommandName {
+    servers,
+    status,
+    attributes,
+    possible,
+    get,
+    set,
+    apply,
+    dump,
+    watch,
+    settings,
+    workbench,
+    help
+};
 
 inline constexpr std::chrono::milliseconds kUsualWait{10'000};
 
@@ -29,6 +43,12 @@ struct Options {
     // Empty: all of them.
     std::vector<std::string> interfaces;
     std::chrono::milliseconds wait = kUsualWait;
+    // None: "watch" does not read values.
+    std::optional<std::chrono::milliseconds> poll;
+    // The lines of "apply", or the words of "set", where each is NAME=VALUE.
+    std::vector<SalvoLine> steps;
+    bool all = false;
+    bool dryRun = false;
     // None: the workbench stays open until its window is closed.
     std::optional<std::filesystem::path> screenshot;
     bool defaults = false;

@@ -78,6 +78,11 @@ Result<void> SettingsFile::read() {
     return {};
 }
 
+void SettingsFile::giveOnly(const DictionaryReference& part) {
+    settings_ = part;
+    mayWrite_ = false;
+}
+
 void SettingsFile::setPluginSettings(const DictionaryReference& settings) {
     known_ = documentWithoutAvailableDevices(settings);
     foreign_ = *settings_;

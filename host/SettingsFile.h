@@ -24,6 +24,10 @@ class SettingsFile {
     // Whether there was no file to read.
     bool isMissing() const { return isMissing_; }
 
+    // Gives the plugin these settings in place of the file's. From here on nothing is written, because what a plugin
+    // makes of a part must not replace the whole.
+    void giveOnly(const DictionaryReference& part);
+
     // Takes what the plugin makes of the settings that it has just been given: from here on its changes count. Keys of
     // the file that it does not give back are not its own and stay in the file.
     void setPluginSettings(const DictionaryReference& settings);

@@ -22,6 +22,8 @@ class Values {
     explicit Values(StringList texts = nullptr);
 
     const std::vector<std::string>& texts() const { return *texts_; }
+    // Whether they are numbered from 1 on: a value's number is its place, plus one.
+    bool areNumbered() const { return areNumbered_; }
 
     // The place of the value that a text of the plugin's stands for: the one that is equal or has the same number. None
     // when there is no such value.

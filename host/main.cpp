@@ -3,18 +3,24 @@
 #include <unistd.h>
 
 #include <QApplication>
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 
 #include "host/Console.h"
 #include "host/ExitCode.h"
 #include "host/Options.h"
 #include "host/PluginHost.h"
+#include "host/PluginState.h"
 #include "host/Quotes.h"
 #include "host/SettingsCheck.h"
 #include "host/SettingsFile.h"
 #include "host/terminal/Commands.h"
+#include "host/terminal/Naming.h"
+#include "host/terminal/Report.h"
+#include "host/terminal/SalvoSource.h"
 #include "host/workbench/Workbench.h"
 #include "platform/foundation/Descriptor.h"
 #include "platform/foundation/NSLog.h"
@@ -42,22 +48,30 @@ Result<std::filesystem::path> bundleFolder(const Options& options) {
     return Failure{"the plugin's bundle is not at " + inQuotes(place.string()) + "; --bundle DIR says where it is"};
 }
 
-ExitCode unusable(const std::string& why) {
-    complain(why);
-    return ExitCode::unusable;
+ExitCode unusable(const std::string& why, bool asJson) {
+    Report report(asJson);
+    return report.finish(report.fail(ExitCode::unusable, why));
 }
 
-ExitCode runLoaded(PluginHost& host, SettingsFile& settingsFile, const Options& options) {
+// Before the command line is understood.
+bool asksForJson(int argc, const char* const* argv) {
+    return std::any_of(argv, argv + argc, [](std::string_view word) { return word == "--json"; });
+}
+
+ExitCode runLoaded(PluginHost& host, SettingsFile& settingsFile, const Options& options,
+                   const DictionaryReference& settings) {
     if (options.command == CommandName::workbench) return runWorkbench(host, settingsFile, options);
-    // For a person at the terminal; the workbench shows them in its window.
-    for (const std::string& doubt :
-         doubtsAboutSettings(host.plugin().defaultSettings(), settingsFile.foreignEntries())) {
+    // For a person at the terminal; the workbench shows them in its window. Of a part that the plugin was given, all.
+    const DictionaryReference given = host.plugin().defaultSettings();
+    const bool isPart = settings != settingsFile.settings() && hasConfiguredOutputs(host.plugin());
+    for (const std::string& doubt : doubtsAboutSettings(isPart ? settings : given, settingsFile.foreignEntries())) {
         complain(doubt);
     }
-    return runCommand(host, options);
+    return runCommand(host, options, settings);
 }
 
-ExitCode run(const Options& options) {
+ExitCode run(Options options) {
+    const auto unusable = [&](const std::string& why) { return velmora::unusable(why, options.json); };
     NSLogMirrorToStandardError(options.verbose);
     if (const auto checked = checkInterfaces(options.interfaces); !checked) return unusable(checked.failure().reason);
     limitNetServicesToInterfaces(options.interfaces);
@@ -65,6 +79,10 @@ ExitCode run(const Options& options) {
     SettingsFile settingsFile(options.settings);
     if (const auto read = settingsFile.read(); !read)
         return unusable(read.failure().reason + "; it is left as it is: mend it, or name another with --settings");
+    const DictionaryReference settings = settingsFile.settings();
+    if (const auto taken = takeSteps(options); !taken) return unusable(taken.failure().reason);
+    const auto names = namesAskedFor(options);
+    if (const auto part = names ? settingsForAttributes(settings, *names) : std::nullopt) settingsFile.giveOnly(*part);
     const auto bundle = bundleFolder(options);
     if (!bundle) return unusable(bundle.failure().reason);
     if (settingsFile.isMissing())
@@ -74,7 +92,7 @@ ExitCode run(const Options& options) {
     if (const auto loaded = host.load(*bundle); !loaded)
         return unusable("the bundle " + inQuotes(bundle->string()) + " cannot be loaded: " + loaded.failure().reason +
                         "; --bundle DIR names another");
-    ExitCode code = runLoaded(host, settingsFile, options);
+    ExitCode code = runLoaded(host, settingsFile, options, settings);
     const auto unloaded = host.unload();
     if (!unloaded) complain(unloaded.failure().reason);
     if (!outputIsGood()) complain("the results could not be written to standard output");
@@ -105,7 +123,7 @@ int start(int argc, char** argv) {
     std::signal(SIGXFSZ, SIG_IGN);  // a file that must not grow is an error for its writer, not the end of the process
     std::signal(SIGPIPE, SIG_IGN);  // a closed pipe fails the write, so the plugin can still be stopped in order
     const Result<Options> options = parseOptions(argc, argv);
-    if (!options) return static_cast<int>(unusable(options.failure().reason));
+    if (!options) return static_cast<int>(unusable(options.failure().reason, asksForJson(argc, argv)));
     if (!options->information.empty()) {
         printText(options->information);
         return static_cast<int>(outputIsGood() ? ExitCode::done : ExitCode::unusable);

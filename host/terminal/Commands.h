@@ -8,7 +8,8 @@
 namespace velmora {
 
 // Runs the command that the options name, which is not "workbench". The host has loaded the plugin, which may be left
-// started. Main thread; waits in the event loop.
-ExitCode runCommand(PluginHost& host, const Options& options);
+// started. `settings` are those of the file, of which the plugin may have been given a part. Main thread; waits in the
+// event loop.
+ExitCode runCommand(PluginHost& host, const Options& options, const DictionaryReference& settings);
 
 }  // namespace velmora

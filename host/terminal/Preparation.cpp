@@ -1,7 +1,6 @@
 #include "host/terminal/Preparation.h"
 
 #include <QString>
-#include <algorithm>
 
 #include "host/Console.h"
 #include "host/PluginState.h"
@@ -20,7 +19,7 @@ std::string secondsText(std::chrono::milliseconds time) {
 bool Preparation::start() {
     if (options_.defaults) complain(std::string("starting with defaults: ") + kWhatDefaultsDo);
     if (host_.start(options_.defaults)) return true;
-    complain("the plugin did not start; --verbose shows its log lines");
+    context_.report.complain("the plugin did not start; --verbose shows its log lines");
     return false;
 }
 
@@ -28,7 +27,7 @@ ExitCode Preparation::waitForAttributes() {
     if (!start()) return ExitCode::refused;
     VelmoraNodePluginProtocol& plugin = host_.plugin();
     if (selectedServer(plugin) == "") {
-        complain(
+        context_.report.complain(
             "the settings name no switch server, so the plugin has no attributes; \"velmora-host servers\" lists the "
             "servers: put the name of one under \"selectedDeviceName\" in a file, and give that with --settings");
         return ExitCode::done;
@@ -42,21 +41,12 @@ ExitCode Preparation::waitForAttributes() {
     }
     ranOutOfTime_ = connectionIsLost(host_) && Date::clock::now() >= end;
     if (selectedServer(plugin) && !hasConfiguredOutputs(plugin)) {
-        complain(
+        context_.report.complain(
             "the settings configure no outputs, so the plugin has no attributes; list some under \"configuredOutputs\" "
             "(\"velmora-host help settings\" shows the format)");
     }
     warnOfDefaultsBeyondMatrix();
     return ExitCode::done;
-}
-
-ExitCode Preparation::waitForAttribute(const std::string& name) {
-    if (const ExitCode code = waitForAttributes(); code != ExitCode::done) return code;
-    const StringList names = host_.plugin().attributeNames();
-    if (std::find(names->begin(), names->end(), name) != names->end()) return ExitCode::done;
-    complain("the plugin has no attribute " + inQuotes(name) +
-             (names->empty() ? "" : "; it has: " + joined(*names, inQuotes)));
-    return ExitCode::refused;
 }
 
 void Preparation::complainOfMissingAttributes() const {
@@ -65,28 +55,32 @@ void Preparation::complainOfMissingAttributes() const {
     const std::string reason = status && !status->reason.empty() ? " (" + status->reason + ')' : "";
     const auto server = selectedServer(host_.plugin());
     if (!server) {
-        complain("the plugin's attributes are not complete" + within + reason +
-                 "; wait longer (--wait); --verbose shows the plugin's log lines");
+        context_.report.complain("the plugin's attributes are not complete" + within + reason +
+                                 "; wait longer (--wait); --verbose shows the plugin's log lines");
         return;
     }
     if (isServerAvailable(host_.plugin(), *server)) {
-        complain("the switch server " + inQuotes(*server) +
-                 " was found, but did not connect and tell the size of its matrix" + within + reason +
-                 "; check that it answers, or wait longer (--wait); --verbose shows the plugin's log lines");
+        context_.report.complain(
+            "the switch server " + inQuotes(*server) +
+            " was found, but did not connect and tell the size of its matrix" + within + reason +
+            "; check that it answers, or wait longer (--wait); --verbose shows the plugin's log lines");
         return;
     }
     const auto others = availableServers(host_.plugin());
-    complain("the switch server " + inQuotes(*server) + " was not found" + within +
-             (others.empty() ? "; nor was any other" : "; found were: " + joined(others, inQuotes)) +
-             "; check the name in the settings (\"selectedDeviceName\"), and that the server runs and is announced on "
-             "a network interface that is searched (--interface), or wait longer (--wait)");
+    context_.report.complain(
+        "the switch server " + inQuotes(*server) + " was not found" + within +
+        (others.empty() ? "; nor was any other" : "; found were: " + joined(others, inQuotes)) +
+        "; check the name in the settings (\"selectedDeviceName\"), and that the server runs and is announced on "
+        "a network interface that is searched (--interface), or wait longer (--wait)");
 }
 
 void Preparation::warnOfDefaultsBeyondMatrix() {
     const auto inputs = numberOfInputs(host_.plugin());
     if (!inputs || inputs == inputs_) return;
     inputs_ = inputs;
-    for (const std::string& doubt : doubtsAboutDefaults(host_.plugin().defaultSettings(), *inputs)) {
+    // A plugin without such settings makes nothing of those in the file.
+    const DictionaryReference settings = hasConfiguredOutputs(host_.plugin()) ? context_.settings : makeDictionary();
+    for (const std::string& doubt : doubtsAboutDefaults(settings, *inputs)) {
         complain(doubt);
     }
 }

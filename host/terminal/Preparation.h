@@ -7,8 +7,7 @@
 #include <string>
 
 #include "host/ExitCode.h"
-#include "host/Options.h"
-#include "host/PluginHost.h"
+#include "host/terminal/Context.h"
 
 namespace velmora {
 
@@ -18,15 +17,12 @@ std::string secondsText(std::chrono::milliseconds time);
 // Main thread. Waits in the event loop.
 class Preparation {
   public:
-    // Neither is owned; both outlive it. The host has loaded the plugin.
-    Preparation(PluginHost& host, const Options& options) : host_(host), options_(options) {}
+    explicit Preparation(const Context& context) : host_(context.host), options_(context.options), context_(context) {}
 
     // False when the plugin does not want to start.
     bool start();
     // Starts the plugin and waits until its attributes are there or none will come.
     ExitCode waitForAttributes();
-    // The same, and looks for an attribute of that name.
-    ExitCode waitForAttribute(const std::string& name);
     // Whether the wait ended with the time and not with the attributes, though it was called done.
     bool ranOutOfTime() const { return ranOutOfTime_; }
     // Once for each size of the matrix.
@@ -37,6 +33,7 @@ class Preparation {
 
     PluginHost& host_;
     const Options& options_;
+    const Context context_;
     bool ranOutOfTime_ = false;
     std::optional<std::size_t> inputs_;  // of the matrix that was looked at last
 };

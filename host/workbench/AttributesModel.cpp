@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "host/PluginState.h"
+#include "host/workbench/NumberedText.h"
 #include "platform/foundation/QtText.h"
 #include "platform/widgets/Colours.h"
 #include "platform/widgets/DisplayText.h"
@@ -34,16 +35,6 @@ std::optional<int> numberAtEndOf(const std::string& name) {
 QString sortTextOf(std::optional<std::int64_t> number, const std::string& text) {
     constexpr int kDigits = 10;
     return (number ? QString("%1 ").arg(*number, kDigits, 10, QChar('0')) : QString()) + qString(text).toCaseFolded();
-}
-
-// A label from right to left must not pull the number before it to its other side.
-QString withNumberApart(const QString& text) {
-    constexpr QChar kLeftToRightMark(0x200E);
-    constexpr QChar kIsolate(0x2068);
-    constexpr QChar kIsolateEnd(0x2069);
-    const qsizetype blank = text.indexOf(' ');
-    if (!text.isRightToLeft() || blank < 0) return text;
-    return kLeftToRightMark + text.first(blank + 1) + kIsolate + text.sliced(blank + 1) + kIsolateEnd;
 }
 
 }  // namespace
@@ -229,12 +220,14 @@ QVariant AttributesModel::dataOfRow(const Row& row, int role) const {
 }
 
 QString AttributesModel::spokenText(const Row& row) const {
-    QString text = (dataOfRow(row, numberRole).toString() + ' ' + dataOfRow(row, labelRole).toString()).trimmed() +
-                   ": " + dataOfRow(row, sourceNumberRole).toString() + ' ' +
-                   dataOfRow(row, sourceLabelRole).toString();
+    const auto textOf = [&](Role number, Role label) {
+        return numberedText(dataOfRow(row, number).toString(), dataOfRow(row, label).toString());
+    };
+    QString text = textOf(numberRole, labelRole) + ": " + textOf(sourceNumberRole, sourceLabelRole);
     for (const auto& [mark, words] : {std::pair{differsFromDefault, ", not its default"},
                                       {locked, ", locked in this window"},
-                                      {failed, ", the last set failed"}}) {
+                                      {failed, ", the last set failed"},
+                                      {edited, ", edited in the settings"}}) {
         if (marksOf(row) & mark) text += words;
     }
     return text;
@@ -247,10 +240,14 @@ QVariant AttributesModel::data(const QModelIndex& index, int role) const {
             const bool isNumbered = rowAt(index.row()).possibleValues.numberAt(0).has_value();
             const bool isValue = index.column() == defaultColumn || index.column() == currentColumn;
             const QString text = displayText(shown(index));
-            return isNumbered && isValue ? withNumberApart(text) : text;
+            const bool isLabel = index.column() == displayNameColumn;
+            if (isLabel && (marksOf(rowAt(index.row())) & edited)) return text + "  \u270E";
+            const qsizetype blank = text.indexOf(' ');
+            return isNumbered && isValue && blank > 0 ? numberedText(text.first(blank), text.sliced(blank + 1)) : text;
         }
         case Qt::ToolTipRole:
-            return toolTipText(shown(index));
+            return index.column() == numberColumn ? toolTipOf(spokenText(rowAt(index.row())))
+                                                  : toolTipText(shown(index));
         case Qt::EditRole:
             return qString(text(index));
         case Qt::ForegroundRole:
@@ -260,7 +257,7 @@ QVariant AttributesModel::data(const QModelIndex& index, int role) const {
         case sortRole:
             return sortText(index);
         case Qt::AccessibleTextRole:
-            return index.column() == displayNameColumn ? QVariant(spokenText(rowAt(index.row()))) : QVariant();
+            return index.column() == numberColumn ? QVariant(spokenText(rowAt(index.row()))) : QVariant();
         default:
             return dataOfRow(rowAt(index.row()), role);
     }

@@ -1,85 +1,15 @@
 // The real host program with the real plugin and the virtual switch server, over discovery on `lo`.
-#include <gtest/gtest.h>
-
-#include <QCoreApplication>
-#include <QFile>
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QTemporaryDir>
 
 #include "host/CommandTable.h"
 #include "platform/foundation/PropertyListXML.h"
 #include "platform/foundation/QtText.h"
-#include "platform/foundation/Text.h"
-#include "tests/host/Program.h"
-#include "tests/plugin/Settings.h"
+#include "tests/host/HostFixture.h"
 #include "tests/support/MainLoop.h"
 #include "tests/support/PublishedService.h"
 #include "tests/support/Sockets.h"
 
 namespace velmora::test {
-
-namespace {
-
-struct Result {
-    int code;
-    QByteArray output, errors;
-};
-
-Result resultOf(ChildProcess&& program) {
-    const int code = program.exitCode();
-    return {code, QByteArray::fromStdString(program.output()), QByteArray::fromStdString(program.errors())};
-}
-
-Result runHost(const QStringList& arguments) {
-    return resultOf(Program(VELMORA_HOST, QStringList{"--interface", "lo"} + arguments));
-}
-
-// A JSON document is expected compact, however it is printed. Words of no errors: there are none.
-void expect(const Result& result, int code, const QByteArray& output, const QByteArray& errors) {
-    EXPECT_EQ(result.code, code);
-    const bool isJson = output.startsWith('{');
-    EXPECT_EQ(isJson ? QJsonDocument::fromJson(result.output).toJson(QJsonDocument::Compact) : result.output, output);
-    EXPECT_TRUE(errors.isEmpty() ? result.errors.isEmpty() : result.errors.contains(errors))
-        << result.errors.constData();
-}
-
-QByteArray contentsOf(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no such file)");
-}
-
-class HostProgram : public testing::Test {
-  protected:
-    QString path(const char* name) const { return folder_.filePath(name); }
-    QString write(const char* name, const QByteArray& contents) const {
-        QFile file(path(name));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size());
-        return file.fileName();
-    }
-    // Ends as no library writes it, so that a rewriting shows.
-    QString writeSettings(const QString& server, const Outputs& outputs) const {
-        const std::string text = *XMLWithPropertyList(settingsWith(server.toStdString(), outputs));
-        return write("settings.plist", QByteArray::fromStdString(text) + "<!-- by hand -->");
-    }
-
-  private:
-    QTemporaryDir folder_;
-};
-
-// With a switch server of 3 inputs and 2 outputs; output n carries input n at the start.
-class HostWithServer : public HostProgram {
-  protected:
-    void SetUp() override { ASSERT_NE(server_.outputLineWith("announced as"), ""); }
-
-    const QString name_ = QString("Host Test %1").arg(QCoreApplication::applicationPid());
-
-  private:
-    Program server_{VELMORA_SWITCH_SERVER, {"--name", name_, "--inputs", "3", "--outputs", "2", "--interface", "lo"}};
-};
-
-}  // namespace
 
 TEST_F(HostProgram, wrongUsageSaysWhatToDoAndEndsWithTwo) {
     const std::vector<std::pair<QStringList, const char*>> cases = {
@@ -93,8 +23,11 @@ TEST_F(HostProgram, wrongUsageSaysWhatToDoAndEndsWithTwo) {
         {{"servers", "--json=yes"}, "--json takes no value"},
         {{"servers", "--wait"}, "--wait needs a value: --wait SECONDS"},
         {{"settings", "--defaults"}, "\"settings\" does not take --defaults, which is an option of \"servers\", "},
-        {{"get"}, "get NAME"},
+        {{"get"}, "\"get\" takes either names or --all"},
         {{"set", "Velmora Switch Output 1"}, "set NAME VALUE"},
+        {{"set", "1=2", "3", "4=5"}, "no \"=\" in \"3\""},
+        {{"apply", path("no.salvo")}, "the salvo"},
+        {{"watch", "--poll", "0.01"}, "--poll takes a number of seconds from 0.1 to"},
         {{"watch", "closely"}, "watch"},
         {{"servers", "--wait", "soon"}, "--wait"},
         {{"servers", "--wait=-1"}, "--wait"},
@@ -187,7 +120,7 @@ TEST_F(HostProgram, changedSettingsAreWrittenBackOnceAndThePluginIsReleasedInOrd
     // Of a program that runs for long, the change is kept at once. What the plugin calls itself stays on one line.
     EXPECT_TRUE(QFile::remove(file));
     Program watch(VELMORA_HOST, {"--bundle", WILFUL_BUNDLE, "--settings", file, "watch"});
-    EXPECT_NE(watch.outputLineWith("Wilful\\nPlugin: 0 attributes"), "");
+    EXPECT_NE(watch.outputLineWith(" changed Wilful\\nPlugin: 0 attributes"), "");
     EXPECT_TRUE(runMainLoopUntil([&] { return contentsOf(file).contains("Picked"); }));
 }
 
@@ -200,10 +133,10 @@ TEST_F(HostWithServer, listsServersAndAttributes) {
 
     const char* const expected = R"({"plugin": "Velmora Switch", "version": "%1", "attributes": [
         {"name": "Velmora Switch Output 1", "displayName": "Monitor 0", "direction": "Output", "type": "MultipleValues",
-         "default": "0001 Input 1", "current": "0001 Input 1", "answered": true,
+         "default": "0001 Input 1", "current": "0001 Input 1", "answered": true, "input": 1, "output": 1,
          "possible": ["0001 Input 1", "0002 Input 2", "0003 Input 3"]},
         {"name": "Velmora Switch Output 2", "displayName": "Monitor 1", "direction": "Output", "type": "MultipleValues",
-         "default": "0003 Input 3", "current": "0002 Input 2", "answered": true,
+         "default": "0003 Input 3", "current": "0002 Input 2", "answered": true, "input": 2, "output": 2,
          "possible": ["0001 Input 1", "0002 Input 2", "0003 Input 3"]}]})";
     expect(runHost({"--settings", file, "--json", "attributes"}), 0,
            QJsonDocument::fromJson(QString(expected).arg(PROJECT_VERSION).toUtf8()).toJson(QJsonDocument::Compact), "");
@@ -232,14 +165,17 @@ TEST_F(HostWithServer, getsSetsAndShowsTheReasonOfARefusal) {
         {{"set", two, "0004"}, 1, "", "Input 4 is out of range;"},
         {{"get", nine}, 1, "", "Output 9 is out of range\n"},
         {{"set", two, "2"}, 0, "0002 Input 2\n", ""},
-        {{"get", nine, "--json"}, 1, R"({"answered":false,"current":null,"name":"Velmora Switch Output 9"})", "out of"},
+        {{"get", nine, "--json"},
+         1,
+         R"({"answered":false,"current":null,"displayName":"Beyond","name":"Velmora Switch Output 9","output":9})",
+         "out of"},
         {{"set", two, "00012", "--json"},
          1,
-         R"({"answered":false,"current":null,"name":"Velmora Switch Output 2","value":"00012"})",
+         R"({"answered":false,"current":null,"displayName":"Two","name":"Velmora Switch Output 2","output":2,"value":"00012"})",
          "did not set"},
         {{"possible", "Gain", "--json"}, 1, R"({"answered":false,"name":"Gain","possible":null})", "no attribute"},
         {{"possible", two, "--json"}, 0, json, ""},
-        {{"get", "Gain"}, 1, "", "no attribute \"Gain\"; it has: \"Velmora Switch Output 1\", "},
+        {{"get", "Gain"}, 1, "", "no attribute \"Gain\"; the settings configure the outputs: 1 (\"One\"), 2 ("},
     };
     for (const auto& [command, code, output, errors] : cases) {
         SCOPED_TRACE(command.join(' ').toStdString());
@@ -290,14 +226,18 @@ TEST_F(HostProgram, knowsNoPlugin) {
         {"late", {"attributes"}, 0, table, "released"},
         {"late", {"get", "Level"}, 0, "0.5\n", "released"},
         {"", {"set", "Relay 1", "On"}, 0, "On\n", "released"},
-        {"stuck", {"--json", "set", "Relay 1", "On"}, 1, R"({"current":"Off","name":"Relay 1","value":"On"})", "Off"},
+        {"stuck",
+         {"--json", "set", "Relay 1", "On"},
+         1,
+         R"({"current":"Off","displayName":null,"name":"Relay 1","result":"failed","value":"On"})",
+         "Off"},
         {"", {"servers"}, 1, "", "does not tell of switch servers"},
         {"numbered", {"possible", "Relay 1"}, 0, numbered.c_str(), "values left out: 1;"},
         {"numbered", {"set", "Relay 1", "10000"}, 1, "", "may read only the first four"},
         {"numbered", {"set", "Relay 1", "1"}, 0, "0001\n", "released"},
         {"unwilling", {"get", "Level"}, 1, "", "log lines\nstopped\nreleased\n"},
         {"endless", {"settings"}, 1, "", "contains itself"},
-        {"endless", {"--json", "settings"}, 1, "", "contains itself"},
+        {"endless", {"--json", "settings"}, 1, "{}", "contains itself"},
     };
     for (const auto& [relays, command, code, output, errors] : cases) {
         SCOPED_TRACE(command.join(' ').toStdString() + " with " + relays);
@@ -383,7 +323,8 @@ TEST_F(HostWithServer, watchesUntilInterrupted) {
     EXPECT_EQ(text.exitCodeAfterSignal(SIGINT), 0);
 
     Program json(VELMORA_HOST, arguments + QStringList{"--json"});
-    const QJsonObject notice = QJsonDocument::fromJson(QByteArray::fromStdString(json.outputLine())).object();
+    const QJsonObject notice =
+        QJsonDocument::fromJson(QByteArray::fromStdString(json.outputLineWith("\"changed\""))).object();
     EXPECT_EQ(notice.value("plugin"), "Velmora Switch");
     EXPECT_EQ(notice.value("attributes"), (QJsonArray{"Velmora Switch Output 1", "Velmora Switch Output 2"}));
     EXPECT_EQ(json.exitCodeAfterSignal(SIGTERM), 0);

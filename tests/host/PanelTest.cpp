@@ -54,7 +54,7 @@ TEST_F(Panel, routesByClicksDigitsAndTake) {
     EXPECT_EQ(marks("Preview"), AttributesModel::differsFromDefault);
 
     type("sourceList", "20");
-    EXPECT_TRUE(session().outcome().contains("Set ") && switcher.matrix.routedInput(2) == 6)
+    EXPECT_TRUE(outcome().starts_with("Set ") && switcher.matrix.routedInput(2) == 6)
         << "no input has this number, though a label has";
     type("sourceList", "\x1B");
     type("sourceList", "7");
@@ -120,10 +120,10 @@ TEST(PanelColours, canBeReadOnAnyPalette) {
     for (const QPalette& palette : {QPalette(Qt::lightGray), QPalette(Qt::white), dark}) {
         const Tints tints(palette);
         for (const QColor& colour : {tints.dimmed(), tints.warning(), tints.failure()}) {
-            EXPECT_GE(contrastOf(colour, palette.color(QPalette::Base)), Tints::kReadable)
+            EXPECT_GE(contrastBetween(colour, palette.color(QPalette::Base)), kReadableContrast)
                 << colour.name().toStdString();
         }
-        EXPECT_GE(contrastOf(palette.color(QPalette::Text), tints.flash()), Tints::kReadable);
+        EXPECT_GE(contrastBetween(palette.color(QPalette::Text), tints.flash()), kReadableContrast);
         EXPECT_NE(tints.dimmed(), palette.color(QPalette::Text));
     }
 }

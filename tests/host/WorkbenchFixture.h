@@ -34,6 +34,8 @@ class Workbench : public testing::Test, protected SettingsDocument::Person {
         EXPECT_TRUE(file.read() && host.load(VELMORA_BUNDLE));
         window = std::make_unique<WorkbenchWindow>(host, file);
         window->show();
+        auto* const views = window->findChild<QTabWidget*>("views");
+        views->setCurrentIndex(views->count() - 1);  // as the host sees it
         choose("settingsAction");
         EXPECT_TRUE(window->session().start(false) && comesTo(kConnected)) << text("situationLabel");
     }

@@ -4,6 +4,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "host/workbench/NumberedText.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -147,19 +148,19 @@ int CrosspointModel::columnCount(const QModelIndex& parent) const {
 QString CrosspointModel::sourceText(int column) const {
     const auto place = static_cast<std::size_t>(columns_[static_cast<std::size_t>(column)]);
     const auto number = sources_.numberAt(place);
-    return (number ? QString::number(*number) + "  " : QString()) + displayText(sources_.labelAt(place));
+    return numberedText(number ? QString::number(*number) : QString(), displayText(sources_.labelAt(place)));
 }
 
 QString CrosspointModel::destinationText(int row) const {
     const QModelIndex attribute = attributes_.index(destinations_[static_cast<std::size_t>(row)].attribute, 0);
-    return attribute.data(AttributesModel::numberRole).toString() + "  " +
-           attribute.data(AttributesModel::labelRole).toString();
+    return numberedText(attribute.data(AttributesModel::numberRole).toString(),
+                        attribute.data(AttributesModel::labelRole).toString());
 }
 
 QVariant CrosspointModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || index.row() >= rowCount() || index.column() >= columnCount()) return {};
     const QString text = destinationText(index.row()) + "  \u2190  " + sourceText(index.column());
-    if (role == Qt::ToolTipRole) return toolTipText(text.toStdString());
+    if (role == Qt::ToolTipRole) return toolTipOf(text);
     if (role != Qt::AccessibleTextRole) return {};
     const int cell = cellAt(index.row(), index.column());
     return text + (cell & routed ? ", routed" : cell & preset ? ", waits for TAKE" : "");
@@ -171,7 +172,7 @@ QVariant CrosspointModel::headerData(int section, Qt::Orientation orientation, i
     if (role == Qt::TextAlignmentRole) return QVariant(Qt::AlignLeft | Qt::AlignVCenter);
     if (role != Qt::DisplayRole && role != Qt::ToolTipRole) return {};
     QString text = isRow ? destinationText(section) : sourceText(section);
-    if (role == Qt::ToolTipRole) return toolTipText(text.toStdString());
+    if (role == Qt::ToolTipRole) return toolTipOf(text);
     if (!isRow) return text;
     // In front, because the end is the first to be elided.
     const int marks = marksAtRow(section);

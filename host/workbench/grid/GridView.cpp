@@ -2,6 +2,7 @@
 
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QLabel>
 #include <QLineEdit>
 
 #include "host/workbench/grid/CrosspointTable.h"
@@ -28,12 +29,24 @@ GridView::GridView(RoutingState& state) : model_(state.attributes()) {
     table->verticalHeader()->setSectionsClickable(true);
     connect(table->verticalHeader(), &QHeaderView::sectionClicked, this,
             [this, &state](int row) { state.select(model_.destinationAtRow(row)); });
-    state.observe([this, &state] { model_.setWaiting(state.waiting()); });
+    auto* const selected = new QLabel;
+    selected->setTextFormat(Qt::PlainText);
+    selected->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    const auto follow = [this, &state, selected] {
+        model_.setWaiting(state.waiting());
+        const QString title = state.titleOf(state.destination());
+        selected->setText(title.isEmpty()        ? QString("Click a crosspoint, or the name of a destination")
+                          : state.isExchanging() ? "Click the name of the destination to exchange with " + title
+                                                 : "Selected: " + title);
+    };
+    state.observe(follow);
+    follow();
 
     auto* const rows = new QVBoxLayout(this);
     rows->setContentsMargins(4, 4, 4, 0);
     rows->addLayout(fields);
     rows->addWidget(table, 1);
+    rows->addWidget(selected);
     rows->addWidget(new ControlBar(state));
     setFocusProxy(table);
 }

@@ -10,13 +10,13 @@
 #include <utility>
 
 #include "host/workbench/AttributesModel.h"
-#include "platform/widgets/DisplayText.h"
+#include "host/workbench/NumberedText.h"
 
 namespace velmora {
 
 namespace {
 
-constexpr int kTileWidthInCharacters = 22;
+constexpr int kTileWidthInCharacters = 27;
 constexpr int kRowWidthInCharacters = 60;
 
 }  // namespace
@@ -84,7 +84,7 @@ void FindPane::sortByNumber() {
 
 void FindPane::setTitle(const QString& title) {
     title_->setText(title);
-    title_->setToolTip(toolTipText(title.toStdString()));
+    title_->setToolTip(toolTipOf(title));
 }
 
 void FindPane::arrange() {

@@ -6,6 +6,7 @@
 #include <QVBoxLayout>
 #include <limits>
 
+#include "host/workbench/NumberedText.h"
 #include "host/workbench/panel/ControlBar.h"
 #include "host/workbench/panel/FindPane.h"
 #include "platform/widgets/DisplayText.h"
@@ -54,9 +55,8 @@ Tile PanelView::destinationTile(const QModelIndex& index, const Tints& tints) co
     Tile tile;
     tile.number = index.data(AttributesModel::numberRole).toString();
     tile.label = index.data(AttributesModel::labelRole).toString();
-    tile.below = (index.data(AttributesModel::sourceNumberRole).toString() + "  " +
-                  index.data(AttributesModel::sourceLabelRole).toString())
-                     .trimmed();
+    tile.below = numberedText(index.data(AttributesModel::sourceNumberRole).toString(),
+                              index.data(AttributesModel::sourceLabelRole).toString());
     tile.isBelowDimmed = marks & AttributesModel::notKnown;
     tile.isFlashing = marks & AttributesModel::changedElsewhere;
     tile.frame = isWaiting                         ? Tile::Frame::waiting
@@ -65,6 +65,7 @@ Tile PanelView::destinationTile(const QModelIndex& index, const Tints& tints) co
                                                    : Tile::Frame::thin;
     if (marks & AttributesModel::failed) tile.signs.push_back({"\u2717 failed", tints.failure()});
     if (marks & AttributesModel::locked) tile.signs.push_back({"locked", tints.warning()});
+    if (marks & AttributesModel::edited) tile.signs.push_back({"\u270E", tints.warning()});
     if (marks & AttributesModel::differsFromDefault) tile.signs.push_back({"\u2260", tints.warning()});
     if (marks & AttributesModel::notKnown) tile.signs.push_back({"?", tints.dimmed()});
     return tile;

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "host/workbench/NumberedText.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -24,6 +25,7 @@ void RoutingState::tell() const {
 
 void RoutingState::dropWhatIsGone() {
     if (!attributes().rowOfName(destination_)) destination_.clear();
+    if (destination_.empty()) isExchanging_ = false;
     if (waiting_ && !attributes().rowOfName(waiting_->name)) waiting_.reset();
     tell();
 }
@@ -159,9 +161,8 @@ QString RoutingState::titleOf(const std::string& destination) const {
     const auto row = attributes().rowOfName(destination);
     if (!row) return displayText(destination);
     const QModelIndex index = attributes().index(*row, 0);
-    return (index.data(AttributesModel::numberRole).toString() + ' ' +
-            index.data(AttributesModel::labelRole).toString())
-        .trimmed();
+    return numberedText(index.data(AttributesModel::numberRole).toString(),
+                        index.data(AttributesModel::labelRole).toString());
 }
 
 void RoutingState::routeChanged(const RouteChange& change) {

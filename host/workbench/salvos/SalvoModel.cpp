@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host/workbench/NumberedText.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -76,11 +77,15 @@ int SalvoModel::differences() const {
 QString SalvoModel::stateText(int row) const {
     const auto place = static_cast<std::size_t>(row);
     const auto& outcomes = run_.outcomes();
-    if (place < outcomes.size() && !outcomes[place].hasFollowed) return "\u2717 " + outcomes[place].reason;
-    if (place < outcomes.size() && differenceAt(row) == Difference::none) return "\u2713 followed";
+    const Difference difference = differenceAt(row);
+    if (place < outcomes.size()) {
+        // What came of it holds until the route is another one.
+        if (outcomes[place].hasFollowed && difference == Difference::none) return "\u2713 followed";
+        if (!outcomes[place].hasFollowed && difference != Difference::none) return "\u2717 " + outcomes[place].reason;
+    }
     if (run_.isFiring() && place >= outcomes.size()) return "\u2026 is next";
     if (state_.isLocked(salvo_[place].name)) return "locked in this window";
-    switch (differenceAt(row)) {
+    switch (difference) {
         case Difference::none:
             return "= is there";
         case Difference::some:
@@ -114,7 +119,7 @@ QVariant SalvoModel::data(const QModelIndex& index, int role) const {
                          : index.column() == sourceColumn    ? displayText(step.value)
                          : index.column() == nowColumn       ? nowText(index.row())
                                                              : stateText(index.row());
-    return role == Qt::DisplayRole ? text : toolTipText(text.toStdString());
+    return role == Qt::DisplayRole ? text : toolTipOf(text);
 }
 
 QVariant SalvoModel::headerData(int section, Qt::Orientation orientation, int role) const {

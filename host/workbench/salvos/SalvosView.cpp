@@ -65,9 +65,8 @@ QWidget* SalvosView::makeButtons() {
         row->addWidget(button);
         return button;
     };
-    add("takeRoutesButton", "Take Current Routes", "Make a salvo of all routes that are known now", &SalvosView::take);
-    remove_ =
-        add("removeStepButton", "Remove Step", "Take the selected step out of the salvo", &SalvosView::removeSelected);
+    add("takeRoutesButton", "Take Current", "Make a salvo of all routes that are known now", &SalvosView::take);
+    remove_ = add("removeStepButton", "Remove", "Take the selected step out of the salvo", &SalvosView::removeSelected);
     row->addStretch();
     add("loadSalvoButton", "Load\u2026", "Read a salvo from a file", &SalvosView::askWhereToLoad);
     save_ = add("saveSalvoButton", "Save\u2026", "Write the salvo to a file, which \"velmora-host apply\" takes, too",

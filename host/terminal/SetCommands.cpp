@@ -1,0 +1,126 @@
+#include "host/terminal/SetCommands.h"
+
+#include <QJsonArray>
+#include <algorithm>
+#include <utility>
+
+#include "host/Console.h"
+#include "host/PluginState.h"
+#include "host/terminal/Json.h"
+#include "host/terminal/Naming.h"
+#include "host/terminal/TextTable.h"
+
+namespace velmora {
+
+ExitCode SetCommands::set() {
+    const auto& words = context_.options.arguments;
+    ExitCode code = preparation_.waitForAttributes();
+    const bool isName = Naming(context_.plugin(), context_.settings).attributeMeantBy(words[0]) ||
+                        words[0].find('=') == std::string::npos;
+    const bool areNameAndValue = words.size() == 2 && isName;
+    std::optional<Salvo> salvo;
+    if (code == ExitCode::done) {
+        salvo = usableSteps(areNameAndValue);
+        if (!salvo) code = ExitCode::refused;
+    }
+    const bool isOne = areNameAndValue || words.size() == 1;
+    if (salvo && !isOne) return run(*salvo);
+    if (salvo) {
+        const Row row = perform(salvo->front());
+        return printOne(row, row.isGood ? ExitCode::done : failure());
+    }
+    if (!isOne) return code;
+    // The words as they are: they name nothing.
+    const SalvoStep written = areNameAndValue ? SalvoStep{words[0], words[1]} : splitsOf(words[0]).front();
+    return printOne({written, unread(context_.host), "", false}, code);
+}
+
+ExitCode SetCommands::apply() {
+    if (const ExitCode code = preparation_.waitForAttributes(); code != ExitCode::done) return code;
+    const auto salvo = usableSteps(false);
+    return salvo ? run(*salvo) : ExitCode::refused;
+}
+
+std::optional<Salvo> SetCommands::usableSteps(bool areNameAndValue) const {
+    const Naming naming(context_.plugin(), context_.settings);
+    const auto& words = context_.options.arguments;
+    Salvo salvo;
+    bool areUsable = true;
+    const auto take = [&](const Result<SalvoStep>& step, const std::string& place) {
+        const auto checked = step ? checkStep(context_.plugin(), *step) : Result<void>(step.failure());
+        if (!checked) context_.report.complain(place + checked.failure().reason);
+        areUsable = areUsable && checked;
+        if (checked) salvo.push_back(*step);
+    };
+    if (areNameAndValue) {
+        const auto name = naming.attributeMeantBy(words[0]);
+        take(name ? Result(SalvoStep{*name, words[1]}) : name.failure(), "");
+    }
+    for (const SalvoLine& line : areNameAndValue ? std::vector<SalvoLine>() : context_.options.steps) {
+        const bool isOfFile = context_.options.command == CommandName::apply;
+        take(naming.stepMeantBy(line.text), isOfFile ? "line " + std::to_string(line.number) + ": " : "");
+    }
+    return areUsable ? std::optional(std::move(salvo)) : std::nullopt;
+}
+
+ExitCode SetCommands::printOne(const Row& row, ExitCode code) const {
+    if (context_.report.isJson()) return context_.report.print(document(row), code);
+    if (row.reading.value) printLine(*row.reading.value);
+    return code;
+}
+
+ExitCode SetCommands::run(const Salvo& salvo) {
+    const bool isDryRun = context_.options.dryRun;
+    std::vector<std::vector<std::string>> table = {{"NAME", "DISPLAY NAME", "CURRENT", isDryRun ? "NEW" : "RESULT"}};
+    QJsonArray steps;
+    bool isGood = true;
+    for (const SalvoStep& step : salvo) {
+        const Row row = isDryRun ? foresee(step) : perform(step);
+        isGood = isGood && row.isGood;
+        steps.append(document(row));
+        table.push_back({step.name, context_.plugin().displayNameOfAttributeWithName(step.name).value_or(""),
+                         shownValue(row.reading), row.result});
+    }
+    const ExitCode code = isGood ? ExitCode::done : failure();
+    if (context_.report.isJson()) return context_.report.print({{"dryRun", isDryRun}, {"steps", steps}}, code);
+    printText(textTable(std::move(table)));
+    return code;
+}
+
+SetCommands::Row SetCommands::perform(const SalvoStep& step) {
+    // Where the connection is lost, each further step would only wait for it.
+    if (connectionIsLost(context_.host)) {
+        context_.report.complain("did not set " + stepText(step) + ": the connection is lost");
+        return {step, unread(context_.host), "not tried", false};
+    }
+    const StepOutcome outcome = performStep(context_.host, step, context_.report);
+    ranOutOfTime_ = ranOutOfTime_ || outcome.ranOutOfTime;
+    return {step, outcome.reading, outcome.holds ? "done" : "failed", outcome.holds};
+}
+
+SetCommands::Row SetCommands::foresee(const SalvoStep& step) {
+    const Values values = possibleValues(context_.plugin(), step.name);
+    const std::string meant = values.meantBy(step.value);
+    Row row{step, readValue(context_.host, step.name), meant, true};
+    if (!row.reading.value) {
+        context_.report.complain(absenceText(step.name, row.reading));
+        ranOutOfTime_ = ranOutOfTime_ || row.reading.ranOutOfTime;
+        row.isGood = false;
+    } else if (values.areSame(*row.reading.value, meant)) {
+        row.result = "unchanged";
+    }
+    return row;
+}
+
+QJsonObject SetCommands::document(const Row& row) const {
+    QJsonObject record = recordOf(context_, row.step.name, row.reading);
+    record.insert("value", jsonValue(row.step.value));
+    if (!row.result.empty()) record.insert("result", jsonValue(row.result));
+    return record;
+}
+
+ExitCode SetCommands::failure() const {
+    return ranOutOfTime_ || preparation_.ranOutOfTime() ? ExitCode::timedOut : ExitCode::refused;
+}
+
+}  // namespace velmora

@@ -1,0 +1,58 @@
+#include "host/terminal/Setting.h"
+
+#include "host/Attempt.h"
+#include "host/Console.h"
+#include "host/PluginState.h"
+#include "host/Quotes.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr const char* kPossibleHint = "; \"velmora-host possible\" lists the values that it takes";
+
+}  // namespace
+
+std::string stepText(const SalvoStep& step) {
+    return inQuotes(step.name) + " to " + inQuotes(step.value);
+}
+
+Result<void> checkStep(const VelmoraNodePluginProtocol& plugin, const SalvoStep& step) {
+    if (possibleValues(plugin, step.name).canBeSet(step.value)) return {};
+    return Failure{"did not set " + stepText(step) +
+                   ": the plugin may read only the first four characters of a value, and take another" + kPossibleHint};
+}
+
+StepOutcome performStep(PluginHost& host, const SalvoStep& step, Report& report) {
+    const Values values = possibleValues(host.plugin(), step.name);
+    const std::string meant = values.meantBy(step.value);
+    StepOutcome outcome;
+    std::string refusal;
+    {
+        const Attempt attempt(host);
+        if (host.plugin().setValueForAttributeWithName(meant, step.name) != 0) {
+            report.complain("the plugin refused to set " + stepText(step) + ": " + attempt.reason() + kPossibleHint);
+            outcome.reading.isAnswered = attempt.isAnswered();
+            return outcome;
+        }
+        if (attempt.isAnswered() == false) refusal = ": " + attempt.reason();
+        outcome.ranOutOfTime = attempt.ranOutOfTime();
+    }
+    outcome.reading = readValue(host, step.name);
+    const Reading& reading = outcome.reading;
+    outcome.ranOutOfTime = outcome.ranOutOfTime || reading.ranOutOfTime;
+    outcome.holds = reading.value && values.areSame(*reading.value, meant);
+    if (outcome.holds) {
+        if (!refusal.empty())
+            complain(stepText(step) + ": the device has the value, but gave no usable answer when it was set" +
+                     refusal);
+        return outcome;
+    }
+    if (!reading.value) report.complain(absenceText(step.name, reading));
+    report.complain(stepText(step) + ": the value was handed on" + refusal +
+                    (reading.value ? "; the device has another: " + inQuotes(*reading.value)
+                                   : "; it is not known whether the device has it"));
+    return outcome;
+}
+
+}  // namespace velmora

@@ -1,0 +1,86 @@
+// The host program as the one who notices at three in the morning.
+#include <QDateTime>
+#include <QJsonArray>
+#include <chrono>
+
+#include "platform/threads/Moment.h"
+#include "tests/host/HostFixture.h"
+#include "tests/support/PublishedService.h"
+#include "tests/support/Sockets.h"
+
+namespace velmora::test {
+
+namespace {
+
+class MonitoredServer : public HostWithServer {
+  protected:
+    // The next event of this kind, and that it comes within the time.
+    static QJsonObject next(Program& watch, const char* event, std::chrono::milliseconds limit) {
+        const Date start = Date::clock::now();
+        const std::string line = watch.outputLineWith('"' + std::string(event) + '"');
+        EXPECT_LT(Date::clock::now() - start, limit) << line;
+        return QJsonDocument::fromJson(QByteArray::fromStdString(line)).object();
+    }
+};
+
+constexpr std::chrono::seconds kAny{30};
+
+}  // namespace
+
+TEST_F(MonitoredServer, tellsWhatHappensToTheConnectionAndTheRoutes) {
+    const QString file = writeSettings(name_, {{"Programme", 0, 0}, {"Preview", 1, 1}});
+    const QStringList arguments = {"--interface", "lo", "--settings", file, "--json", "--poll", "1", "watch"};
+    Program watch(VELMORA_HOST, arguments);
+    EXPECT_EQ(next(watch, "found", kAny)["server"], name_);
+    EXPECT_EQ(next(watch, "connected", kAny)["inputs"], 3);
+    EXPECT_EQ(next(watch, "changed", kAny)["attributes"].toArray().size(), 2);
+    EXPECT_EQ(runHost({"--settings", file, "set", "Preview", "3"}).code, 0);
+    const QJsonObject value = next(watch, "value", std::chrono::seconds(2));
+    EXPECT_EQ(value["displayName"], "Preview");
+    EXPECT_EQ(value["from"].toString() + value["to"].toString(), "0002 Input 20003 Input 3");
+    EXPECT_TRUE(value["output"] == 2 && value["fromInput"] == 2 && value["toInput"] == 3);
+
+    server_.sendSignal(SIGKILL);
+    const QJsonObject lost = next(watch, "lost", std::chrono::seconds(1));
+    EXPECT_EQ(lost["reason"], "The server ended the connection");
+    EXPECT_TRUE(QDateTime::fromString(lost["time"].toString(), Qt::ISODateWithMs).isValid());
+
+    // Its routes are those of the beginning again.
+    Program again(VELMORA_SWITCH_SERVER, {"--name", name_, "--inputs", "3", "--outputs", "2", "--interface", "lo"});
+    next(watch, "connected", kAny);
+    EXPECT_EQ(next(watch, "value", kAny)["toInput"], 2);
+    // Without a name in the settings all servers count.
+    Program all(VELMORA_HOST, {"--interface", "lo", "--json", "watch"});
+    EXPECT_EQ(next(all, "found", kAny)["server"], name_);
+    EXPECT_EQ(again.exitCodeAfterSignal(), 0);
+    next(watch, "lost", kAny);
+    EXPECT_EQ(next(all, "gone", kAny)["server"], name_);
+    EXPECT_EQ(watch.exitCodeAfterSignal(SIGINT), 0);
+}
+
+TEST_F(MonitoredServer, endsWhenNobodyReads) {
+    Program both("/bin/sh", {"-c", R"("$0" "$@" | head -3)", VELMORA_HOST, "--interface", "lo", "--settings",
+                             writeSettings(name_, {{"", 0, 0}}), "watch"});
+    EXPECT_EQ(both.exitCode(), 0);
+    EXPECT_EQ(both.errors(), "");
+}
+
+TEST_F(MonitoredServer, toldByItsStatus) {
+    const QByteArray name = name_.toUtf8();
+    expect(runHost({"--settings", writeSettings(name_, {{"", 0, 0}}), "status"}), 0, "connected \"" + name + "\"\n",
+           "");
+    const Result absent =
+        runHost({"--settings", writeSettings("Elsewhere", {{"", 0, 0}}), "--wait", "1", "--json", "status"});
+    EXPECT_EQ(absent.code, 3);
+    EXPECT_EQ(absent.output, R"({"reason":"It was not found within 1 s","server":"Elsewhere","state":"absent"})"
+                             "\n");
+    const ListeningPort port;
+    const PublishedService silent("Silent " + name.toStdString(), port.port());
+    const Date start = Date::clock::now();
+    expect(runHost({"--settings", writeSettings("Silent " + name_, {{"", 0, 0}}), "--wait", "3", "status"}), 1,
+           "lost \"Silent " + name + "\": It was found, but did not answer within 3 s\n", "");
+    EXPECT_LT(Date::clock::now() - start, std::chrono::seconds(8));
+    expect(runHost({"status"}), 2, "", "name no switch server");
+}
+
+}  // namespace velmora::test
