@@ -226,7 +226,8 @@ QString AttributesModel::spokenText(const Row& row) const {
     QString text = textOf(numberRole, labelRole) + ": " + textOf(sourceNumberRole, sourceLabelRole);
     for (const auto& [mark, words] : {std::pair{differsFromDefault, ", not its default"},
                                       {locked, ", locked in this window"},
-                                      {failed, ", the last set failed"}}) {
+                                      {failed, ", the last set failed"},
+                                      {edited, ", edited in the settings"}}) {
         if (marksOf(row) & mark) text += words;
     }
     return text;
@@ -239,6 +240,8 @@ QVariant AttributesModel::data(const QModelIndex& index, int role) const {
             const bool isNumbered = rowAt(index.row()).possibleValues.numberAt(0).has_value();
             const bool isValue = index.column() == defaultColumn || index.column() == currentColumn;
             const QString text = displayText(shown(index));
+            const bool isLabel = index.column() == displayNameColumn;
+            if (isLabel && (marksOf(rowAt(index.row())) & edited)) return text + "  \u270E";
             const qsizetype blank = text.indexOf(' ');
             return isNumbered && isValue && blank > 0 ? numberedText(text.first(blank), text.sliced(blank + 1)) : text;
         }

@@ -21,8 +21,9 @@ class AttributesModel final : public QAbstractTableModel {
     // the column: its number and label, those of its current value (the number invalid where there is none), and its
     // marks.
     enum Role { sortRole = Qt::UserRole, numberRole, labelRole, sourceNumberRole, sourceLabelRole, marksRole };
-    // What a view shows with a sign and a colour. Not known: there is no current value.
-    enum Mark { notKnown = 1, differsFromDefault = 2, locked = 4, failed = 8, changedElsewhere = 16 };
+    // What a view shows with a sign and a colour. Not known: there is no current value. Edited: the settings say
+    // otherwise than when the attribute was built.
+    enum Mark { notKnown = 1, differsFromDefault = 2, locked = 4, failed = 8, changedElsewhere = 16, edited = 32 };
 
     // Takes over what the plugin's look-ups say now. Attributes that are still there keep their current values.
     void reload(const VelmoraNodePluginProtocol& plugin);

@@ -1,7 +1,6 @@
 #include "host/workbench/Edits.h"
 
 #include <algorithm>
-#include <set>
 
 #include "host/SettingsKeys.h"
 #include "platform/widgets/DisplayText.h"
@@ -64,12 +63,13 @@ Edits editsBetween(const ConfiguredOutputs& built, const ConfiguredOutputs& now)
             numbers.insert(number);
         }
     }
-    Edits edits{0, labelGone(built, now)};
+    Edits edits{0, labelGone(built, now), {}};
     for (const std::int64_t number : numbers) {
         const ConfiguredOutput* const before = find(built, number);
         const ConfiguredOutput* const after = find(now, number);
         if (before != nullptr && after != nullptr && *before == *after) continue;
         ++edits.count;
+        if (before != nullptr) edits.labels.insert(before->label);
         if (edits.example.isEmpty()) edits.example = difference(number, before, after);
     }
     return edits;

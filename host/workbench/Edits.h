@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 
 #include "platform/foundation/PropertyList.h"
@@ -27,6 +28,7 @@ ConfiguredOutputs configuredOutputsIn(const DictionaryReference& settings);
 struct Edits {
     std::size_t count = 0;
     QString example;
+    std::set<std::string> labels;  // that the attributes were built with, of those that differ
 };
 Edits editsBetween(const ConfiguredOutputs& built, const ConfiguredOutputs& now);
 

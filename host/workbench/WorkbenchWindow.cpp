@@ -255,6 +255,13 @@ void WorkbenchWindow::showBanners() {
                           .arg(session_.attributes().rowCount())
                     : QString());
     const Edits edits = session_.edits();
+    if (edits.labels != editedLabels_) {
+        editedLabels_ = edits.labels;
+        for (const std::string& name : session_.attributes().names()) {
+            session_.attributes().setMark(name, AttributesModel::edited,
+                                          editedLabels_.contains(session_.displayName(name)));
+        }
+    }
     if (edits.count == 0) {
         edited_->say({});
         return;

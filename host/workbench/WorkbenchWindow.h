@@ -5,6 +5,8 @@
 #include <QPointer>
 #include <QTimer>
 #include <QWidget>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "host/workbench/ConnectionBar.h"
@@ -101,9 +103,10 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     std::vector<QPushButton*> startedButtons_;  // of use while the plugin is started
     LogFeed logFeed_;                           // writes to the history pane
     QTimer documentWatch_;
-    QString savedOutcome_;   // what is no longer true once the settings are edited
-    int awaiting_ = 0;       // calls that wait for the server
-    bool isAsking_ = false;  // the person, in a dialog
+    std::set<std::string> editedLabels_;  // of attributes that are marked
+    QString savedOutcome_;                // what is no longer true once the settings are edited
+    int awaiting_ = 0;                    // calls that wait for the server
+    bool isAsking_ = false;               // the person, in a dialog
 };
 
 }  // namespace velmora

@@ -50,6 +50,7 @@ class RoutingFixture : public testing::Test {
 
     std::string path(const char* of) const { return folder.filePath(of).toStdString(); }
     WorkbenchSession& session() const { return window->session(); }
+    // Without its time.
     std::string outcome() const { return session().outcome().toStdString(); }
     template <typename Widget>
     Widget* visible(const char* of) const {

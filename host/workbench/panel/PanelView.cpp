@@ -65,6 +65,7 @@ Tile PanelView::destinationTile(const QModelIndex& index, const Tints& tints) co
                                                    : Tile::Frame::thin;
     if (marks & AttributesModel::failed) tile.signs.push_back({"\u2717 failed", tints.failure()});
     if (marks & AttributesModel::locked) tile.signs.push_back({"locked", tints.warning()});
+    if (marks & AttributesModel::edited) tile.signs.push_back({"\u270E", tints.warning()});
     if (marks & AttributesModel::differsFromDefault) tile.signs.push_back({"\u2260", tints.warning()});
     if (marks & AttributesModel::notKnown) tile.signs.push_back({"?", tints.dimmed()});
     return tile;
