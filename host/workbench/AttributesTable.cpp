@@ -3,6 +3,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QStyledItemDelegate>
+#include <algorithm>
 #include <utility>
 
 #include "host/workbench/AttributesModel.h"
@@ -70,6 +71,17 @@ AttributesTable::AttributesTable(AttributesModel& model, Set set)
 
 void AttributesTable::closeValues() {
     values_->hide();
+}
+
+std::deque<std::string> AttributesTable::seenNames() const {
+    std::deque<std::string> names;
+    const int last = rowAt(viewport()->height() - 1);  // -1 beneath the last row
+    const int end = last < 0 ? sorted_.rowCount() : last + 1;
+    for (int row = std::max(rowAt(0), 0); row < end; ++row) {
+        const QModelIndex shown = sorted_.mapToSource(sorted_.index(row, AttributesModel::nameColumn));
+        names.push_back(attributes_.nameAtRow(shown.row()));
+    }
+    return names;
 }
 
 void AttributesTable::closeOutdatedValues() {

@@ -3,6 +3,7 @@
 
 #include <QSortFilterProxyModel>
 #include <QTableView>
+#include <deque>
 #include <functional>
 #include <string>
 
@@ -23,6 +24,8 @@ class AttributesTable final : public QTableView {
     AttributesTable(AttributesModel& model, Set set);
 
     void closeValues();
+    // The names of the attributes whose rows can be seen.
+    std::deque<std::string> seenNames() const;
 
   protected:
     bool edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) override;

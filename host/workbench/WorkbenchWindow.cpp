@@ -1,12 +1,11 @@
 #include "host/workbench/WorkbenchWindow.h"
 
 #include <QCheckBox>
-#include <QCloseEvent>
-#include <QCoreApplication>
 #include <QGroupBox>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QPushButton>
+#include <QResizeEvent>
 #include <QScopedValueRollback>
 #include <QScreen>
 #include <QSplitter>
@@ -191,6 +190,9 @@ QWidget* WorkbenchWindow::makeAttributes() {
         new AttributesTable(session_.attributes(),
                             [this](const std::string& name, const std::string& value) { routing_.route(name, value); });
     attributesTable_->setObjectName("attributesTable");
+    session_.setSeen([this] {
+        return attributesTable_->isVisible() ? attributesTable_->seenNames() : session_.attributes().names();
+    });
     auto* const page = new QWidget;
     auto* const rows = new QVBoxLayout(page);
     rows->setContentsMargins(0, 0, 0, 0);
@@ -229,7 +231,7 @@ void WorkbenchWindow::sessionHasChanged() {
     age_->setText(session_.age());
     showSituation();
     showBanners();
-    say(*doubts_, document_.doubts());
+    showDoubts();
     if (session_.canAsk()) return;
     attributesTable_->closeValues();
     // At once, because the plugin may wait for the server before the event loop paints.
@@ -268,6 +270,10 @@ void WorkbenchWindow::showBanners() {
     }
     const QString more = edits.count > 1 ? QString(" (%1 outputs in all)").arg(edits.count) : QString();
     edited_->say("EDITED, NOT APPLIED: " + edits.example + more + '.');
+}
+
+void WorkbenchWindow::showDoubts() {
+    say(*doubts_, document_.doubts());
 }
 
 void WorkbenchWindow::serverWillBeAwaited(const QString& what) {
@@ -333,76 +339,6 @@ void WorkbenchWindow::apply() {
     } else {
         session_.reconnect();
     }
-}
-
-// The settings as a document.
-
-void WorkbenchWindow::showDocument() {
-    const QString file = document_.path() ? displayText(document_.path()->filename().string()) : "Untitled settings";
-    setWindowTitle(QString(file).replace("[*]", "[*][*]") + "[*] \u2013 Velmora Workbench");
-    setWindowModified(document_.isUnsaved());
-    if (document_.isUnsaved() && !savedOutcome_.isEmpty() && session_.outcome() == savedOutcome_) {
-        savedOutcome_.clear();
-        session_.setOutcome({});
-    }
-    showBanners();
-    say(*doubts_, document_.doubts());
-}
-
-// Takes over what is being typed. The plugin's view may object to it, and must do so while there is a window.
-void WorkbenchWindow::endEditing() {
-    if (const QPointer<QWidget> field = focusWidget()) {
-        field->clearFocus();
-        QWidget* const next = field == nullptr || field->isVisible() ? field.data() : field->parentWidget();
-        if (next != nullptr) next->setFocus();
-    }
-    if (settingsView_ != nullptr) QCoreApplication::sendPostedEvents(settingsView_, QEvent::MetaCall);
-}
-
-void WorkbenchWindow::load() {
-    const QScopedValueRollback asking(isAsking_, true);
-    endEditing();
-    if (session_.isArmed() && !dialogs_.mayRouteDefaults("Load settings", session_.attributes().rowCount())) return;
-    document_.load();
-    showDocument();
-}
-
-void WorkbenchWindow::save() {
-    const QScopedValueRollback asking(isAsking_, true);
-    endEditing();
-    told(document_.save());
-}
-
-void WorkbenchWindow::saveAs() {
-    const QScopedValueRollback asking(isAsking_, true);
-    endEditing();
-    told(document_.saveAs());
-}
-
-void WorkbenchWindow::told(bool isSaved) {
-    session_.setOutcome(isSaved ? "The settings are saved in " + quotedName(document_.path()->filename().string()) + '.'
-                                : "The settings were not saved.");
-    savedOutcome_ = session_.outcome();
-    showDocument();
-}
-
-void WorkbenchWindow::saveHistory() {
-    const QScopedValueRollback asking(isAsking_, true);
-    const auto file = dialogs_.fileForHistory(document_.folder());
-    if (!file) return;
-    if (const Result<void> saved = history_->saveHistory(*file); !saved) dialogs_.hearOfFailure(saved.failure());
-}
-
-void WorkbenchWindow::closeEvent(QCloseEvent* event) {
-    if (isAsking_) {
-        event->ignore();
-        return;
-    }
-    const QScopedValueRollback asking(isAsking_, true);
-    endEditing();
-    const bool mayClose = document_.mayLetGo();
-    if (mayClose) document_.discardChanges();
-    event->setAccepted(mayClose);
 }
 
 }  // namespace velmora

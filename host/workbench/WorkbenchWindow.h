@@ -75,6 +75,7 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     void arrangeForWidth(int width);
     void showSituation();
     void showBanners();
+    void showDoubts();
     // The plugin does not tell about edits in its settings view, so the window looks now and then.
     void showDocument();
 
