@@ -41,6 +41,7 @@ Result<void> takeSteps(Options& options) {
     if (!contents) return Failure{name + " cannot be read: " + contents.failure().reason};
     auto lines = salvoLines(*contents);
     if (!lines) return Failure{name + " cannot be used: " + lines.failure().reason};
+    if (lines->empty()) return Failure{name + " holds no values"};
     options.steps = *std::move(lines);
     return {};
 }

@@ -47,16 +47,22 @@ std::optional<Salvo> SetCommands::usableSteps(bool areNameAndValue) const {
     Salvo salvo;
     bool areUsable = true;
     const auto take = [&](const Result<SalvoStep>& step, const std::string& place) {
-        const auto checked = step ? checkStep(context_.plugin(), *step) : Result<void>(step.failure());
-        if (!checked) context_.report.complain(place + checked.failure().reason);
+        const auto checked = step ? checkStepOfSalvo(context_.plugin(), salvo, *step) : Result<void>(step.failure());
         areUsable = areUsable && checked;
-        if (checked) salvo.push_back(*step);
+        if (!checked) return context_.report.complain(place + checked.failure().reason);
+        const std::string doubt = doubtAboutLabel(context_.plugin(), *step);
+        if (!doubt.empty()) complain(place + doubt);
+        salvo.push_back(*step);
     };
     if (areNameAndValue) {
         const auto name = naming.attributeMeantBy(words[0]);
-        take(name ? Result(SalvoStep{*name, words[1]}) : name.failure(), "");
+        // Of a single value the plugin itself says why it cannot be set.
+        const auto checked = name ? checkStep(context_.plugin(), {*name, words[1]}) : Result<void>(name.failure());
+        if (checked) return Salvo{{*name, words[1]}};
+        context_.report.complain(checked.failure().reason);
+        return std::nullopt;
     }
-    for (const SalvoLine& line : areNameAndValue ? std::vector<SalvoLine>() : context_.options.steps) {
+    for (const SalvoLine& line : context_.options.steps) {
         const bool isOfFile = context_.options.command == CommandName::apply;
         take(naming.stepMeantBy(line.text), isOfFile ? "line " + std::to_string(line.number) + ": " : "");
     }

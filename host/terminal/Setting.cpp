@@ -23,6 +23,27 @@ Result<void> checkStep(const VelmoraNodePluginProtocol& plugin, const SalvoStep&
                    ": the plugin may read only the first four characters of a value, and take another" + kPossibleHint};
 }
 
+Result<void> checkStepOfSalvo(const VelmoraNodePluginProtocol& plugin, const Salvo& before, const SalvoStep& step) {
+    if (const auto checked = checkStep(plugin, step); !checked) return checked;
+    const Values values = possibleValues(plugin, step.name);
+    const std::string meant = values.meantBy(step.value);
+    if (!values.texts().empty() && !values.indexOf(meant))
+        return Failure{"cannot set " + stepText(step) + ": it has no such value" + kPossibleHint};
+    for (const SalvoStep& other : before) {
+        if (other.name == step.name && !values.areSame(values.meantBy(other.value), meant))
+            return Failure{"cannot set " + stepText(step) + ": it is to be set to " + inQuotes(other.value) + ", too"};
+    }
+    return {};
+}
+
+std::string doubtAboutLabel(const VelmoraNodePluginProtocol& plugin, const SalvoStep& step) {
+    const Values values = possibleValues(plugin, step.name);
+    const std::string meant = values.meantBy(step.value);
+    const bool isNumberAlone = step.value.find_first_not_of("0123456789 ") == std::string::npos;
+    if (isNumberAlone || meant == step.value) return "";
+    return stepText(step) + ": this value is called " + inQuotes(meant) + " now; the number counts";
+}
+
 StepOutcome performStep(PluginHost& host, const SalvoStep& step, Report& report) {
     const Values values = possibleValues(host.plugin(), step.name);
     const std::string meant = values.meantBy(step.value);

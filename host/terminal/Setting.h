@@ -14,6 +14,11 @@ namespace velmora {
 std::string stepText(const SalvoStep& step);
 // Whether the plugin would understand the value as it is meant. Asks no device.
 Result<void> checkStep(const VelmoraNodePluginProtocol& plugin, const SalvoStep& step);
+// The same for one of several, of which none is sent when one is in doubt: whether the value is offered, and agrees
+// with the values of those before.
+Result<void> checkStepOfSalvo(const VelmoraNodePluginProtocol& plugin, const Salvo& before, const SalvoStep& step);
+// In words, when the value goes by its number and has another label here than the step gives it; "" otherwise.
+std::string doubtAboutLabel(const VelmoraNodePluginProtocol& plugin, const SalvoStep& step);
 
 struct StepOutcome {
     Reading reading;  // afterwards

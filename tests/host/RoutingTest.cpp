@@ -38,12 +38,16 @@ TEST_F(HostWithServer, setsWhatItKnowsToBeMeant) {
          ""},
         {{"set", "9=1"}, 1, "", "may mean each"},
         {{"set", "1=1", "2"}, 1, "", "NAME=VALUE is wanted, not \"2\""},
-        {{"set", "1=9", "2=1"},
-         1,
+        {{"set", "A=B=2", "1=9"}, 1, "", "it has no such value"},
+        {{"set", "A=B=2", "2=1"}, 1, "", "it is to be set to \"2\", too"},
+        {{"get", "A=B"}, 0, "0003 Input 3\n", ""},
+        {{"set", "1", "9"}, 1, "", "Input 9 is out of range"},
+        {{"set", "2=3", "A=B=3 Camera"},
+         0,
          "NAME                     DISPLAY NAME  CURRENT       RESULT\n"
-         "Velmora Switch Output 1  Programme     not known     failed\n"
-         "Velmora Switch Output 2  A=B           0001 Input 1  done\n",
-         "Input 9 is out of range"},
+         "Velmora Switch Output 2  A=B           0003 Input 3  done\n"
+         "Velmora Switch Output 2  A=B           0003 Input 3  done\n",
+         "this value is called \"0003 Input 3\" now; the number counts"},
     };
     for (const auto& [command, code, output, errors] : cases) {
         SCOPED_TRACE(command.join(' ').toStdString());
@@ -80,6 +84,7 @@ TEST_F(HostWithServer, appliesWhatItDumps) {
     expect(run(R"("$0" "$@" dump | sed s/=0003.*/=1/ | "$0" "$@" apply -)"), 0, done, "");
     expect(runHost({"--settings", file, "apply", write("bad", "Preview=1\n\nPreview=\x01")}), 2, "", "line 3: ");
     expect(runHost({"--settings", file, "apply", write("bad", "#\nPreview=1\nGain=1")}), 1, "", "line 3: there is no");
+    expect(runHost({"--settings", file, "apply", write("bad", "# full disk\n")}), 2, "", "holds no values");
 
     server_.sendSignal();
     std::string sent = server_.output();
