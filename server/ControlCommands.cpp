@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/foundation/Joined.h"
+#include "platform/foundation/JsonText.h"
 #include "platform/foundation/NearestWord.h"
 #include "platform/foundation/QtText.h"
 #include "platform/foundation/Text.h"
@@ -143,7 +144,7 @@ QJsonArray listOf(const std::vector<std::string>& texts) {
 }
 
 QByteArray lineOf(const QJsonObject& object) {
-    return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
+    return jsonText(object, QJsonDocument::Compact);
 }
 
 }  // namespace

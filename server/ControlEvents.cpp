@@ -1,8 +1,8 @@
 #include "server/ControlEvents.h"
 
 #include <QDateTime>
-#include <QJsonDocument>
 
+#include "platform/foundation/JsonText.h"
 #include "platform/foundation/QtText.h"
 
 namespace velmora {
@@ -85,7 +85,7 @@ QByteArray ControlEvents::lineOf(Event event) {
     const auto time = std::chrono::duration_cast<std::chrono::milliseconds>(event.time.time_since_epoch());
     event.details["event"] = event.name;
     event.details["time"] = QDateTime::fromMSecsSinceEpoch(time.count(), Qt::UTC).toString(Qt::ISODateWithMs);
-    return QJsonDocument(event.details).toJson(QJsonDocument::Compact) + '\n';
+    return jsonText(event.details, QJsonDocument::Compact);
 }
 
 }  // namespace velmora

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "platform/foundation/Text.h"
 #include "tests/server/ServerProcess.h"
 #include "tests/support/ServiceWatch.h"
 
@@ -35,6 +36,7 @@ class Script : public Socket {
         }
         const std::string line = received_.substr(0, received_.find('\n'));
         received_.erase(0, line.size() + 1);
+        EXPECT_EQ(stringByEscapingControlCharacters(line), line) << "a terminal would obey it";
         return line;
     }
     std::string ask(const std::string& request) { return send(request + "\n") ? line() : "not sent"; }
@@ -90,12 +92,16 @@ TEST_F(ControlTest, changesTheMatrixAsAnotherPanelWouldAndKeepsIt) {
         EXPECT_EQ(watcher.event("route"), R"({"by":"control","input":4,"output":1})");
         EXPECT_EQ(watcher.event("route"), R"({"by":"control","input":1,"output":2})");
         EXPECT_EQ(watcher.event("command"), R"({"line":"GET 1","reply":"1 4"})");
+        EXPECT_EQ(client.exchange("GET \u009B31m\x7F\u202E"), "ERROR\r\n");
+        EXPECT_EQ(watcher.event("command"), R"({"line":"INPUTLABEL 2","reply":"Kamera \"ü\""})");
+        EXPECT_EQ(watcher.event("command"), "{\"line\":\"GET \u009B31m\x7F\u202E\",\"reply\":\"ERROR\"}");
+        EXPECT_EQ(script.ask(R"({"outputs":{"3":"\u202E"}})"), kDone);
     }
     Program program(command);
     program.port();
     EXPECT_EQ(Script(path_).ask(R"({"dump":true,"id":"x"})"),
               R"({"announced":false,"clients":[],"faults":[],"id":"x",)" + labels +
-                  R"("name":null,"ok":true,"outputs":["A","Output 2","Output 3"],"routes":[4,1,3],)"
+                  R"("name":null,"ok":true,"outputs":["A","Output 2","\u202E"],"routes":[4,1,3],)"
                   R"("size":{"inputs":4,"outputs":3}})");
 }
 
