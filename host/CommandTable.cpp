@@ -105,8 +105,11 @@ constexpr OptionRow kScreenshot = {
 constexpr OptionRow kServer = {
     "server", "NAME", "the switch server to connect to, as it is announced (\"velmora-host servers\" lists them)",
     [](Options& options, const std::string& value) {
-        options.edit.server = value;
-        return value.empty() ? Result<void>(Failure{"--server is given no name"}) : Result<void>();
+        if (value.empty()) return Result<void>(Failure{"--server is given no name"});
+        const auto name = textForSettings(value);
+        if (!name) return Result<void>(Failure{"--server: " + name.failure().reason});
+        options.edit.server = *name;
+        return Result<void>();
     }};
 
 constexpr OptionRow kOutput = {

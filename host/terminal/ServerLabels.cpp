@@ -13,6 +13,7 @@
 #include "host/SettingsEdit.h"
 #include "host/Waiting.h"
 #include "platform/foundation/Descriptor.h"
+#include "platform/foundation/PropertyListXML.h"
 #include "platform/foundation/Text.h"
 #include "platform/network/NSNetService.h"
 #include "platform/threads/Moment.h"
@@ -127,8 +128,10 @@ Result<ServerLabels> labelsOfServer(const std::string& server, const std::vector
         if (output >= static_cast<std::int64_t>(answers.size.outputs)) continue;
         const auto label = conversation.ask("OUTPUTLABEL " + std::to_string(output + 1));
         if (!label) return label.failure();
-        const bool isLabel = !label->empty() && *label != kRefusal && isValidUTF8(*label);
-        if (isLabel) answers.labels.emplace(output, *label);
+        if (!isValidUTF8(*label) || *label == kRefusal) continue;
+        // As the plugin reads a reply, and as a settings file keeps it.
+        const std::string kept = textInPropertyList(stringByTrimmingControlCharacters(*label));
+        if (!kept.empty()) answers.labels.emplace(output, kept);
     }
     return answers;
 }
