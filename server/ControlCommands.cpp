@@ -156,8 +156,7 @@ QByteArray ControlCommands::refusal(const std::string& reason) {
 ControlCommands::Reply ControlCommands::answer(std::string_view line) const {
     if (!isValidUTF8(line)) return {refusal("the line is not UTF-8"), {}};
     QJsonParseError failure;
-    const auto document =
-        QJsonDocument::fromJson(QByteArray::fromRawData(line.data(), static_cast<qsizetype>(line.size())), &failure);
+    const QJsonDocument document = jsonDocument(line, failure);
     if (failure.error != QJsonParseError::NoError) {
         return {refusal(stringWithFormat("the line is not JSON: %@ at byte %i", failure.errorString().toStdString(),
                                          failure.offset)),

@@ -53,14 +53,6 @@ Result<void> readItem(const QString& key, const QJsonValue& value, MatrixContent
         stringWithFormat("it holds \"%@\"; only \"inputs\", \"outputs\" and \"routes\" are known", key.toStdString())};
 }
 
-// Qt's reader drops U+FEFF at the beginning of a text, but not where it is escaped.
-QByteArray jsonOf(const std::string& file) {
-    auto json = QByteArray::fromRawData(file.data(), static_cast<qsizetype>(file.size()));
-    const QByteArray dropped("\"\xEF\xBB\xBF");
-    if (json.contains(dropped)) json.replace(dropped, "\"\\ufeff");
-    return json;
-}
-
 QJsonArray labelList(const std::vector<std::string>& labels) {
     QJsonArray list;
     for (const std::string& label : labels) {
@@ -76,7 +68,7 @@ Result<MatrixContents> readMatrixFile(const std::string& path) {
     if (!file) return file.failure();
 
     QJsonParseError failure;
-    const QJsonDocument document = QJsonDocument::fromJson(jsonOf(*file), &failure);
+    const QJsonDocument document = jsonDocument(*file, failure);
     if (failure.error != QJsonParseError::NoError) {
         return Failure{
             stringWithFormat("it is damaged at byte %i: %@", failure.offset, failure.errorString().toStdString())};

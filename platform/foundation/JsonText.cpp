@@ -21,6 +21,13 @@ std::string jsonNotation(char32_t character) {
 
 }  // namespace
 
+QJsonDocument jsonDocument(std::string_view text, QJsonParseError& failure) {
+    auto json = QByteArray::fromRawData(text.data(), static_cast<qsizetype>(text.size()));
+    const QByteArray dropped("\"\xEF\xBB\xBF");
+    if (json.contains(dropped)) json.replace(dropped, "\"\\ufeff");
+    return QJsonDocument::fromJson(json, &failure);
+}
+
 QByteArray jsonText(const QJsonObject& document, QJsonDocument::JsonFormat format) {
     const std::string text = QJsonDocument(document).toJson(format).toStdString();
     QByteArray safe = QByteArray::fromStdString(stringByReplacingControlCharacters(text, jsonNotation));
