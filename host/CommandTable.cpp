@@ -265,8 +265,8 @@ const std::vector<CommandRow>& commandTable() {
          "changes a settings file, or makes a new one, and prints what has changed",
          "FILE may be given as --settings FILE instead. Outputs and inputs count from 1. What the options do not name "
          "stays, keys that the plugin does not know included; comments in the file are lost. The switch server is "
-         "asked for labels only, and only when one is missing; the plugin is not loaded. A file that somebody edits "
-         "meanwhile is not written.\n\nFor example: velmora-host configure --server \"Studio 1\" --output "
+         "asked for labels only, and only when one is missing; the plugin is not loaded. What others change in the "
+         "file meanwhile stays, too.\n\nFor example: velmora-host configure --server \"Studio 1\" --output "
          "1=Programme,default=3 --outputs 2-8 studio.plist"},
         {CommandName::checkSettings, "check-settings", "[FILE]", 0, 1, pluginOptionsAnd({&kMatrix, &kJson}),
          "looks for mistakes in a settings file",

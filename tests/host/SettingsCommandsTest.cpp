@@ -74,6 +74,8 @@ TEST_F(SettingsCommands, everyMistakeIsNamedByEntryAndKey) {
         {"<string>Studio</string>", "<true/>", "\"selectedDeviceName\" is not a text"},
         {"configuredOutputs", "configuredOutput", "perhaps \"configuredOutputs\" is meant"},
         {"7", "0", "entry 2 of \"configuredOutputs\" (\"B\") has the same output as entry 1 (\"outputNumber\")"},
+        {"7", "65536", "(\"B\"): \"outputNumber\" is 65536, which is no number of an output"},
+        {"<string>Studio</string>", "<string>Studio\n</string>", "begins or ends with a blank or a line end"},
         {"7", "-1", "entry 2 of \"configuredOutputs\" (\"B\"): \"outputNumber\" is -1"},
         {"7", "8", "(\"B\"): \"outputNumber\" 8 is beyond the matrix, which has 8"},
         {"<integer>7</integer>", "<string>7</string>", "(\"B\"): \"outputNumber\" is no integer"},
@@ -169,6 +171,14 @@ TEST_F(SettingsCommands, takeLabelsFromTheServerWhereItAnswers) {
         run({"configure", "--server", "Nowhere", "--wait", "0.5", "--output", "5", file}).contains("not found"));
     EXPECT_EQ(code, 0);
     EXPECT_EQ(outputsIn(settings()).back(), (Output{"Output 5", 4, 4}));
+
+    // Which label is whose, nobody can tell.
+    Program doubling(VELMORA_SWITCH_SERVER, {"--name", name + " twice", "--interface", "lo", "--outputs", "9",
+                                             "--fault", "double@OUTPUTLABEL"});
+    ASSERT_NE(doubling.outputLineWith("announced as"), "");
+    const QStringList more = {"configure", "--server", name + " twice", "--outputs", "6-9", file};
+    EXPECT_TRUE(run(more).contains("says more than it was asked"));
+    EXPECT_EQ(outputsIn(settings()).back(), (Output{"Output 9", 8, 8}));
 }
 
 }  // namespace velmora::test
