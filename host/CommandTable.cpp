@@ -105,8 +105,11 @@ constexpr OptionRow kScreenshot = {
 constexpr OptionRow kServer = {
     "server", "NAME", "the switch server to connect to, as it is announced (\"velmora-host servers\" lists them)",
     [](Options& options, const std::string& value) {
-        options.edit.server = value;
-        return value.empty() ? Result<void>(Failure{"--server is given no name"}) : Result<void>();
+        if (value.empty()) return Result<void>(Failure{"--server is given no name"});
+        const auto name = textForSettings(value);
+        if (!name) return Result<void>(Failure{"--server: " + name.failure().reason});
+        options.edit.server = *name;
+        return Result<void>();
     }};
 
 constexpr OptionRow kOutput = {
@@ -262,8 +265,8 @@ const std::vector<CommandRow>& commandTable() {
          "changes a settings file, or makes a new one, and prints what has changed",
          "FILE may be given as --settings FILE instead. Outputs and inputs count from 1. What the options do not name "
          "stays, keys that the plugin does not know included; comments in the file are lost. The switch server is "
-         "asked for labels only, and only when one is missing; the plugin is not loaded. A file that somebody edits "
-         "meanwhile is not written.\n\nFor example: velmora-host configure --server \"Studio 1\" --output "
+         "asked for labels only, and only when one is missing; the plugin is not loaded. What others change in the "
+         "file meanwhile stays, too.\n\nFor example: velmora-host configure --server \"Studio 1\" --output "
          "1=Programme,default=3 --outputs 2-8 studio.plist"},
         {CommandName::checkSettings, "check-settings", "[FILE]", 0, 1, pluginOptionsAnd({&kMatrix, &kJson}),
          "looks for mistakes in a settings file",

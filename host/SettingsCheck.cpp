@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
-#include <limits>
 #include <map>
 #include <span>
 #include <utility>
@@ -16,6 +15,9 @@
 namespace velmora {
 
 namespace {
+
+// No matrix has more than 65,536 inputs or outputs; the settings count from 0.
+constexpr std::int64_t kLastNumber = 65'535;
 
 constexpr std::size_t kMostDoubts = 20;
 
@@ -57,6 +59,13 @@ std::string repeatedKey(const PropertyListDocument::RepeatedKey& repeated) {
            " once more; its last value counts";
 }
 
+bool isUnlikelyName(const std::string& name) {
+    constexpr std::size_t kMostBytes = 63;  // that can be announced
+    constexpr const char* kBlanks = " \t\r\n";
+    return name.size() > kMostBytes || name.find_first_not_of(kBlanks) != 0 ||
+           name.find_last_not_of(kBlanks) + 1 != name.size();
+}
+
 void checkNumber(Doubts& doubts, const std::string& name, const DictionaryReference& entry, const char* key) {
     const PropertyList* const value = valueForKey(entry, key);
     const std::int64_t number = integerForKey(entry, key);
@@ -65,7 +74,7 @@ void checkNumber(Doubts& doubts, const std::string& name, const DictionaryRefere
         doubts.push_back(name + " has no " + inQuotes(key) + taken);
     } else if (!value->isInteger()) {
         doubts.push_back(name + ": " + inQuotes(key) + " is no integer" + taken);
-    } else if (number < 0 || number > std::numeric_limits<std::int32_t>::max()) {
+    } else if (number < 0 || number > kLastNumber) {
         doubts.push_back(name + ": " + inQuotes(key) + " is " + std::to_string(number) +
                          ", which is no number of an output or input");
     }
@@ -179,6 +188,10 @@ std::vector<std::string> mistakesIn(const PropertyListDocument& document, const 
     const PropertyList* const name = valueForKey(settings, kSelectedDeviceName);
     if (name == nullptr || name->text() == "")
         mistakes.push_back("the settings name no switch server (\"selectedDeviceName\")");
+    else if (const auto text = name->text(); text && isUnlikelyName(*text))
+        mistakes.push_back(
+            "the switch server " + inQuotes(*text) +
+            " (\"selectedDeviceName\") begins or ends with a blank or a line end, or has more than 63 bytes");
     const ArrayReference outputs = listForKey(settings, kConfiguredOutputs);
     if (outputs != nullptr) checkEntries(mistakes, *outputs);
     if (valueForKey(settings, kConfiguredOutputs) == nullptr || (outputs != nullptr && outputs->empty()))

@@ -8,6 +8,7 @@
 
 #include "host/Quotes.h"
 #include "host/SettingsKeys.h"
+#include "platform/foundation/PropertyListXML.h"
 
 namespace velmora {
 
@@ -130,6 +131,11 @@ class Editor {
 
 }  // namespace
 
+Result<std::string> textForSettings(const std::string& text) {
+    if (textInPropertyList(text) == text) return text;
+    return Failure{inQuotes(text) + " holds a character that a settings file cannot hold"};
+}
+
 Result<OutputEdit> outputEditInText(const std::string& text) {
     OutputEdit edit;
     std::string_view rest = text;
@@ -140,8 +146,10 @@ Result<OutputEdit> outputEditInText(const std::string& text) {
         rest = rest.substr(0, at);
     }
     if (const std::size_t sign = rest.find('='); sign != std::string_view::npos) {
-        edit.label = rest.substr(sign + 1);
-        if (edit.label->empty()) return Failure{"the label in " + inQuotes(text) + " is empty"};
+        const auto label = textForSettings(std::string(rest.substr(sign + 1)));
+        if (!label) return label.failure();
+        if (label->empty()) return Failure{"the label in " + inQuotes(text) + " is empty"};
+        edit.label = *label;
         rest = rest.substr(0, sign);
     }
     const auto output = indexInText(rest);

@@ -31,6 +31,9 @@ struct SettingsEdit {
     bool isEmpty() const { return !server && removals.empty() && outputs.empty(); }
 };
 
+// A text that a settings file cannot hold is a failure; without these characters it would be another name.
+Result<std::string> textForSettings(const std::string& text);
+
 // "3", "3=Studio monitor", "3,default=5" or "3=Studio monitor,default=5".
 Result<OutputEdit> outputEditInText(const std::string& text);
 // "3", "1-8" or "1-4,7".

@@ -8,10 +8,14 @@
 #include "host/SettingsCheck.h"
 #include "host/SettingsKeys.h"
 #include "platform/foundation/FileContents.h"
+#include "platform/foundation/FileLock.h"
 
 namespace velmora {
 
 namespace {
+
+// Each writer has the file for itself while it compares and replaces.
+constexpr std::chrono::seconds kLockTime{5};
 
 // The plugin does not check the settings that it is given.
 Result<PropertyListDocument> settingsInDocument(const std::string& xml) {
@@ -44,6 +48,7 @@ Result<void> SettingsFile::read() {
     if (!path_) return {};
     std::error_code fault;
     if (std::filesystem::status(*path_, fault).type() == std::filesystem::file_type::not_found) {
+        if (std::filesystem::is_symlink(*path_, fault)) return failure("is a link that leads nowhere");
         isMissing_ = true;
         mayWrite_ = true;
         return {};
@@ -80,8 +85,10 @@ bool SettingsFile::isChanged(const DictionaryReference& settings) const {
 
 Result<void> SettingsFile::writeIfChanged(const DictionaryReference& settings) {
     if (!path_ || !mayWrite_ || !isChanged(settings)) return {};
+    const Result<FileLock> lock = FileLock::take(*path_, kLockTime);
+    if (!lock) return failure("cannot be written: " + lock.failure().reason);
     if (isChangedOnDisk())
-        return failure("was changed by somebody else meanwhile; it is left as it is, without the plugin's changes");
+        return failure("was changed by somebody else meanwhile; it is left as it is, without the changes made here");
     return write(settings);
 }
 

@@ -42,7 +42,8 @@ class SettingsFile {
     bool isChanged(const DictionaryReference& settings) const;
     // Writes the plugin's settings to the file when they are changed, so that a run in which nobody changes a setting
     // leaves the file as its owner wrote it. When that fails, the file stands unchanged. It fails, too, where somebody
-    // else has changed the file: there is nobody here to ask whose changes count.
+    // else has changed the file: there is nobody here to ask whose changes count. Other hosts cannot change it between
+    // this look and the writing.
     Result<void> writeIfChanged(const DictionaryReference& settings);
     // The same, whoever has changed what. There must be a path, and it must have been read.
     Result<void> write(const DictionaryReference& settings);

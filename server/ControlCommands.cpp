@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/foundation/Joined.h"
+#include "platform/foundation/JsonText.h"
 #include "platform/foundation/NearestWord.h"
 #include "platform/foundation/QtText.h"
 #include "platform/foundation/Text.h"
@@ -143,7 +144,7 @@ QJsonArray listOf(const std::vector<std::string>& texts) {
 }
 
 QByteArray lineOf(const QJsonObject& object) {
-    return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
+    return jsonText(object, QJsonDocument::Compact);
 }
 
 }  // namespace
@@ -155,8 +156,7 @@ QByteArray ControlCommands::refusal(const std::string& reason) {
 ControlCommands::Reply ControlCommands::answer(std::string_view line) const {
     if (!isValidUTF8(line)) return {refusal("the line is not UTF-8"), {}};
     QJsonParseError failure;
-    const auto document =
-        QJsonDocument::fromJson(QByteArray::fromRawData(line.data(), static_cast<qsizetype>(line.size())), &failure);
+    const QJsonDocument document = jsonDocument(line, failure);
     if (failure.error != QJsonParseError::NoError) {
         return {refusal(stringWithFormat("the line is not JSON: %@ at byte %i", failure.errorString().toStdString(),
                                          failure.offset)),

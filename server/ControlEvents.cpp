@@ -1,8 +1,8 @@
 #include "server/ControlEvents.h"
 
 #include <QDateTime>
-#include <QJsonDocument>
 
+#include "platform/foundation/JsonText.h"
 #include "platform/foundation/QtText.h"
 
 namespace velmora {
@@ -18,12 +18,12 @@ QString shown(std::string_view text) {
 }  // namespace
 
 void ControlEvents::client(bool came, std::string_view name) {
-    if (areWanted()) add({came ? "clientCame" : "clientGone", {{"client", shown(name)}}});
+    if (hasRoom()) add({came ? "clientCame" : "clientGone", {{"client", shown(name)}}});
 }
 
 void ControlEvents::command(std::string_view client, std::string_view line,
                             const std::optional<std::string_view>& reply, bool isFaulty) {
-    if (!areWanted()) return;
+    if (!hasRoom()) return;
     QJsonObject details{{"client", shown(client)}, {"line", shown(line)}};
     details["reply"] = reply ? shown(*reply) : QJsonValue();
     if (isFaulty) details["fault"] = true;
@@ -31,7 +31,7 @@ void ControlEvents::command(std::string_view client, std::string_view line,
 }
 
 void ControlEvents::matrix(const MatrixNews& news) {
-    if (!areWanted()) return;
+    if (!hasRoom()) return;
     QJsonObject details{{"by", shown(news.by)}};
     if (news.what == MatrixNews::What::route) {
         details["output"] = news.number;
@@ -44,12 +44,20 @@ void ControlEvents::matrix(const MatrixNews& news) {
 }
 
 void ControlEvents::announcement(const char* event, std::string_view text) {
-    if (!areWanted()) return;
+    if (!hasRoom()) return;
     add({event, {{event == std::string_view("notAnnounced") ? "reason" : "name", shown(text)}}});
 }
 
 QByteArray ControlEvents::leftOut(std::size_t count) {
     return lineOf({"leftOut", {{"count", static_cast<qint64>(count)}}});
+}
+
+bool ControlEvents::hasRoom() {
+    if (!wanted_.load(std::memory_order_relaxed)) return false;
+    MutexLock lock(mutex_);
+    if (queued_.size() < kMaximumQueued) return true;
+    ++leftOut_;
+    return false;
 }
 
 void ControlEvents::add(Event event) {
@@ -85,7 +93,7 @@ QByteArray ControlEvents::lineOf(Event event) {
     const auto time = std::chrono::duration_cast<std::chrono::milliseconds>(event.time.time_since_epoch());
     event.details["event"] = event.name;
     event.details["time"] = QDateTime::fromMSecsSinceEpoch(time.count(), Qt::UTC).toString(Qt::ISODateWithMs);
-    return QJsonDocument(event.details).toJson(QJsonDocument::Compact) + '\n';
+    return jsonText(event.details, QJsonDocument::Compact);
 }
 
 }  // namespace velmora

@@ -54,7 +54,9 @@ class ControlEvents {
         std::chrono::system_clock::time_point time = std::chrono::system_clock::now();
     };
 
-    bool areWanted() const { return wanted_.load(std::memory_order_relaxed); }
+    // Whether an event is worth making, which may happen while others wait. One that is not is counted as left out,
+    // if anybody wants them.
+    bool hasRoom() EXCLUDES(mutex_);
     void add(Event event) EXCLUDES(mutex_);
     static QByteArray lineOf(Event event);
 

@@ -38,6 +38,8 @@ void ControlSession::read() {
     if (count < 0) return end();
     inputEnded_ = count == 0;
     incoming_.append(chunk.data(), static_cast<std::size_t>(count));
+    // The last line needs no end of its own.
+    if (inputEnded_ && !incoming_.empty() && incoming_.back() != '\n') incoming_ += '\n';
     advance();
 }
 

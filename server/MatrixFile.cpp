@@ -6,6 +6,7 @@
 #include <QJsonObject>
 
 #include "platform/foundation/FileContents.h"
+#include "platform/foundation/JsonText.h"
 #include "platform/foundation/QtText.h"
 #include "platform/foundation/Text.h"
 
@@ -13,10 +14,10 @@ namespace velmora {
 
 namespace {
 
-// No file of a matrix is longer than this, whatever its labels: two lists of labels, each byte of them escaped, and one
-// of routes, each item on a line of its own.
+// No file of a matrix is longer than this, whatever its labels: two lists of labels, each character of them written as
+// \uNNNN, which takes three times its bytes at most, and one of routes, each item on a line of its own.
 constexpr std::size_t kLongestLine = 16;  // without a label
-constexpr std::size_t kLongestLabelLine = 2 * VirtualMatrix::kMaximumLabelBytes + kLongestLine;
+constexpr std::size_t kLongestLabelLine = 3 * VirtualMatrix::kMaximumLabelBytes + kLongestLine;
 constexpr std::size_t kLongestFile = VirtualMatrix::kMaximumSize * (2 * kLongestLabelLine + kLongestLine);
 
 Result<void> readLabels(const QString& key, const QJsonValue& value, std::vector<std::string>& labels) {
@@ -52,14 +53,6 @@ Result<void> readItem(const QString& key, const QJsonValue& value, MatrixContent
         stringWithFormat("it holds \"%@\"; only \"inputs\", \"outputs\" and \"routes\" are known", key.toStdString())};
 }
 
-// Qt's reader drops U+FEFF at the beginning of a text, but not where it is escaped.
-QByteArray jsonOf(const std::string& file) {
-    auto json = QByteArray::fromRawData(file.data(), static_cast<qsizetype>(file.size()));
-    const QByteArray dropped("\"\xEF\xBB\xBF");
-    if (json.contains(dropped)) json.replace(dropped, "\"\\ufeff");
-    return json;
-}
-
 QJsonArray labelList(const std::vector<std::string>& labels) {
     QJsonArray list;
     for (const std::string& label : labels) {
@@ -75,7 +68,7 @@ Result<MatrixContents> readMatrixFile(const std::string& path) {
     if (!file) return file.failure();
 
     QJsonParseError failure;
-    const QJsonDocument document = QJsonDocument::fromJson(jsonOf(*file), &failure);
+    const QJsonDocument document = jsonDocument(*file, failure);
     if (failure.error != QJsonParseError::NoError) {
         return Failure{
             stringWithFormat("it is damaged at byte %i: %@", failure.offset, failure.errorString().toStdString())};
@@ -95,10 +88,10 @@ Result<void> writeMatrixFile(const std::string& path, const MatrixContents& cont
     for (const int input : contents.routes) {
         routes.append(input);
     }
-    const QByteArray bytes = QJsonDocument(QJsonObject{{"inputs", labelList(contents.inputLabels)},
-                                                       {"outputs", labelList(contents.outputLabels)},
-                                                       {"routes", routes}})
-                                 .toJson();
+    const QByteArray bytes = jsonText({{"inputs", labelList(contents.inputLabels)},
+                                       {"outputs", labelList(contents.outputLabels)},
+                                       {"routes", routes}},
+                                      QJsonDocument::Indented);
     return replaceFile(path, {bytes.constData(), static_cast<std::size_t>(bytes.size())});
 }
 

@@ -224,7 +224,10 @@ std::string complaintOf(const QCommandLineParser& parser) {
 
 ServerOptions withInformation(const QString& text) {
     ServerOptions options;
-    options.information = text.toStdString();
+    // It names the program as whoever started it did.
+    options.information = stringByReplacingControlCharacters(text.toStdString(), [](char32_t character) {
+        return character == '\n' ? "\n" : "\\u{" + hexadecimalDigits(character, 4) + "}";
+    });
     return options;
 }
 

@@ -1,29 +1,14 @@
 #include "host/terminal/Json.h"
 
-#include <QChar>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <cmath>
 
 #include "host/Console.h"
+#include "platform/foundation/JsonText.h"
 #include "platform/foundation/QtText.h"
-#include "platform/foundation/Text.h"
 
 namespace velmora {
-
-namespace {
-
-// In the notation of JSON, which counts in units of UTF-16. A line end here always stands between values.
-std::string jsonNotation(char32_t character) {
-    if (character == '\n') return "\n";
-    std::string escaped;
-    for (const QChar unit : QChar::fromUcs4(character)) {
-        escaped += "\\u" + hexadecimalDigits(unit.unicode(), 4);
-    }
-    return escaped;
-}
-
-}  // namespace
 
 QJsonValue jsonValue(const std::optional<std::string>& text) {
     return text ? QJsonValue(qString(*text)) : QJsonValue();
@@ -62,10 +47,7 @@ QJsonValue jsonOfPropertyList(const PropertyList& value) {
 }
 
 void printJson(const QJsonObject& document, QJsonDocument::JsonFormat format) {
-    std::string text =
-        stringByReplacingControlCharacters(QJsonDocument(document).toJson(format).toStdString(), jsonNotation);
-    if (!text.ends_with('\n')) text += '\n';
-    printText(text);
+    printText(jsonText(document, format).toStdString());
 }
 
 }  // namespace velmora

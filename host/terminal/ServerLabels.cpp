@@ -13,6 +13,7 @@
 #include "host/SettingsEdit.h"
 #include "host/Waiting.h"
 #include "platform/foundation/Descriptor.h"
+#include "platform/foundation/PropertyListXML.h"
 #include "platform/foundation/Text.h"
 #include "platform/network/NSNetService.h"
 #include "platform/threads/Moment.h"
@@ -25,6 +26,7 @@ constexpr const char* kServiceType = "_matrixswitcher._tcp.";
 constexpr std::string_view kRefusal = "ERROR";
 // For the outcome of a resolution to reach the main thread.
 constexpr std::chrono::milliseconds kNewsTime{1000};
+constexpr std::string_view kTooMuch = "it says more than it was asked, so that nobody can tell which label is whose";
 constexpr std::size_t kMaximumReply = 2048;
 
 // Until the descriptor is ready for that; a failure when it is not by then.
@@ -72,10 +74,8 @@ class Conversation {
 
     // The line that answers, without its end.
     Result<std::string> ask(const std::string& question) {
+        if (const auto asked = send(question); !asked) return asked.failure();
         const Date end = fromNow(wait_);
-        const std::string line = question + "\n\r";  // servers expect the two in this order
-        if (send(descriptor_.number(), line.data(), line.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(line.size()))
-            return Failure{"it does not take the question " + question};
         std::size_t size = unread_.find('\n');
         while (size == std::string::npos) {
             if (unread_.size() > kMaximumReply) return Failure{"its answer to " + question + " does not end"};
@@ -85,11 +85,25 @@ class Conversation {
         }
         std::string answer = unread_.substr(0, size);
         unread_.erase(0, size + 1);
-        std::erase(answer, '\r');  // before or after the line feed
+        // Which of two lines is the answer, nobody can tell; a carriage return may follow the line feed.
+        if (unread_.find_first_not_of('\r') != std::string::npos) return Failure{std::string(kTooMuch)};
+        std::erase(answer, '\r');
         return answer;
     }
 
   private:
+    Result<void> send(const std::string& question) {
+        // What has come before the question is no answer to it.
+        std::array<char, kMaximumReply> bytes;
+        const ssize_t early = recv(descriptor_.number(), bytes.data(), bytes.size(), MSG_DONTWAIT);
+        const std::string_view unasked(bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(early, 0)));
+        if (unasked.find_first_not_of('\r') != std::string_view::npos) return Failure{std::string(kTooMuch)};
+        const std::string line = question + "\n\r";  // servers expect the two in this order
+        const ssize_t sent = ::send(descriptor_.number(), line.data(), line.size(), MSG_NOSIGNAL);
+        if (sent != static_cast<ssize_t>(line.size())) return Failure{"it does not take the question " + question};
+        return {};
+    }
+
     Result<void> readMore(Date end) {
         std::array<char, kMaximumReply> bytes;
         for (;;) {
@@ -127,9 +141,15 @@ Result<ServerLabels> labelsOfServer(const std::string& server, const std::vector
         if (output >= static_cast<std::int64_t>(answers.size.outputs)) continue;
         const auto label = conversation.ask("OUTPUTLABEL " + std::to_string(output + 1));
         if (!label) return label.failure();
-        const bool isLabel = !label->empty() && *label != kRefusal && isValidUTF8(*label);
-        if (isLabel) answers.labels.emplace(output, *label);
+        if (!isValidUTF8(*label) || *label == kRefusal) continue;
+        // As the plugin reads a reply, and as a settings file keeps it.
+        const std::string kept = textInPropertyList(stringByTrimmingControlCharacters(*label));
+        if (!kept.empty()) answers.labels.emplace(output, kept);
     }
+    // Shows a line too many that came late.
+    const auto again = conversation.ask("MATRIXSIZE");
+    if (!again) return again.failure();
+    if (*again != *size) return Failure{std::string(kTooMuch)};
     return answers;
 }
 

@@ -1,6 +1,8 @@
 #include "host/terminal/SettingsCommands.h"
 
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include "host/Console.h"
 #include "host/Quotes.h"
@@ -15,6 +17,9 @@
 namespace velmora {
 
 namespace {
+
+// Of one edit of a file that other programs keep changing.
+constexpr int kAttempts = 100;
 
 ExitCode unusable(const Options& options, const std::string& why) {
     Report report(options.json);
@@ -54,6 +59,24 @@ std::string summaryOf(const DictionaryReference& settings) {
            numberOf(outputs != nullptr ? outputs->size() : 0, "output");
 }
 
+struct Edited {
+    bool isNew;
+    std::vector<std::string> changes;
+    std::vector<std::string> mistakes;
+};
+
+Result<Edited> editFile(SettingsFile& file, const SettingsEdit& edit, const ServerLabels& server) {
+    const bool isNew = file.isMissing();
+    const DictionaryReference settings = file.settings();
+    file.setPluginSettings(settings);
+    auto changes = changeSettings(settings, edit, server.labels);
+    if (!changes) return Failure{changes.failure().reason + "; nothing is changed"};
+    // Before it is written: of a key that stands twice, one value is lost.
+    auto mistakes = mistakesIn({settings, file.repeatedKeys()}, server.size);
+    if (const auto written = file.writeIfChanged(settings); !written) return written.failure();
+    return Edited{isNew, *std::move(changes), std::move(mistakes)};
+}
+
 Result<PropertyListDocument> documentIn(const std::filesystem::path& file) {
     const Result<std::string> contents = readFile(file, kPropertyListByteLimit);
     if (!contents) return Failure{"the file cannot be read: " + contents.failure().reason};
@@ -71,30 +94,29 @@ ExitCode configure(const Options& options) {
         return unusable(options,
                         "nothing to change: give --server, --output, --outputs or --remove; \"velmora-host help "
                         "configure\" explains them");
-    SettingsFile file(*path);
-    if (const auto read = file.read(); !read) return unusable(options, read.failure().reason);
-    const bool isNew = file.isMissing();
-    const DictionaryReference settings = file.settings();
-    file.setPluginSettings(settings);
-    const ServerLabels server = askedLabels(settings, options);
-    const auto changes = changeSettings(settings, options.edit, server.labels);
-    if (!changes) return unusable(options, changes.failure().reason + "; nothing is changed");
-    // Before it is written: of a key that stands twice, one value is lost.
-    const std::vector<std::string> mistakes = mistakesIn({settings, file.repeatedKeys()}, server.size);
-    for (const std::string& mistake : mistakes) {
+    std::optional<ServerLabels> server;
+    Result<Edited> edited = Failure{};
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        SettingsFile file(*path);
+        if (const auto read = file.read(); !read) return unusable(options, read.failure().reason);
+        if (!server) server = askedLabels(file.settings(), options);
+        edited = editFile(file, options.edit, *server);
+        // What another program has changed since it was read is no reason to fail: the edit goes on top of it.
+        if (edited || !file.isChangedOnDisk()) break;
+    }
+    if (!edited) return unusable(options, edited.failure().reason);
+    for (const std::string& mistake : edited->mistakes) {
         complain(mistake);
     }
-    if (const auto written = file.writeIfChanged(settings); !written)
-        return unusable(options, written.failure().reason);
     if (options.json) {
-        printJson({{"changes", jsonValue(*changes)}, {"mistakes", jsonValue(mistakes)}});
+        printJson({{"changes", jsonValue(edited->changes)}, {"mistakes", jsonValue(edited->mistakes)}});
         return ExitCode::done;
     }
-    if (isNew) printLine("new settings file " + inQuotes(path->string()));
-    for (const std::string& change : *changes) {
+    if (edited->isNew) printLine("new settings file " + inQuotes(path->string()));
+    for (const std::string& change : edited->changes) {
         printLine(change);
     }
-    if (changes->empty()) printLine("nothing to change");
+    if (edited->changes.empty()) printLine("nothing to change");
     return ExitCode::done;
 }
 

@@ -7,13 +7,18 @@
 
 #include <cerrno>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "platform/foundation/FileContents.h"
+#include "platform/threads/Moment.h"
 
 namespace velmora {
 
 namespace {
+
+// Between two attempts to lock a file that another process has.
+constexpr std::chrono::milliseconds kLook{10};
 
 // One that another user left may only be read, which is enough to lock it on most file systems.
 Descriptor openLockFile(const std::string& name) {
@@ -29,12 +34,13 @@ bool isSameFile(const struct stat& left, const struct stat& right) {
 
 }  // namespace
 
-Result<FileLock> FileLock::take(const std::filesystem::path& file) {
+Result<FileLock> FileLock::take(const std::filesystem::path& file, std::chrono::milliseconds wait) {
     constexpr int kAttempts = 100;
+    const Date end = fromNow(wait);
     std::error_code unresolved;
     const std::filesystem::path resolved = std::filesystem::weakly_canonical(file, unresolved);
     const std::string name = companionOf(unresolved ? file : resolved, ".lock").string();
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    for (int attempt = 0; attempt < kAttempts;) {
         Descriptor descriptor = openLockFile(name);
         struct stat ours {
         }, named{};
@@ -45,10 +51,14 @@ Result<FileLock> FileLock::take(const std::filesystem::path& file) {
         }
         if (!descriptor) return Failure{name + ": " + failureOfSystem(fault).reason};
         if (flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0) {
-            return errno == EWOULDBLOCK ? Failure{"another program has it in use"} : failureOfSystem(errno);
+            if (errno != EWOULDBLOCK) return failureOfSystem(errno);
+            if (Date::clock::now() >= end) break;
+            std::this_thread::sleep_for(kLook);
+            continue;
         }
         if (lstat(name.c_str(), &named) == 0 && isSameFile(ours, named)) return FileLock(std::move(descriptor), name);
         // Its previous owner has removed it since it was opened here.
+        ++attempt;
     }
     return Failure{"another program has it in use"};
 }

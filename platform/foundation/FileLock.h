@@ -1,6 +1,7 @@
 // A file that one process at a time has for itself.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 
@@ -15,9 +16,9 @@ namespace velmora {
 // thread; within one process, too, only one owner can have it.
 class FileLock {
   public:
-    // Does not wait: a failure when somebody else has it, or when nothing can be locked there, also because something
-    // else than a file has the lock's name. The file itself need not exist.
-    static Result<FileLock> take(const std::filesystem::path& file);
+    // A failure when somebody else still has it after this time, or at once when nothing can be locked there, also
+    // because something else than a file has the lock's name. The file itself need not exist.
+    static Result<FileLock> take(const std::filesystem::path& file, std::chrono::milliseconds wait = {});
     FileLock(FileLock&&) = default;
     FileLock& operator=(FileLock&&) = delete;
     ~FileLock();

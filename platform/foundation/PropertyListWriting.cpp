@@ -118,6 +118,10 @@ class Writer {
 
 }  // namespace
 
+std::string textInPropertyList(std::string_view text) {
+    return withCharactersOfXML(text).toStdString();
+}
+
 Result<std::string> XMLWithPropertyList(const PropertyList& value) {
     return Writer().document(value);
 }

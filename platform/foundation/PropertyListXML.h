@@ -44,6 +44,9 @@ Result<PropertyListDocument> propertyListDocumentWithXML(std::string_view xml);
 // reference.
 Result<std::string> XMLWithPropertyList(const PropertyList& value);
 
+// The text as it will be read from such a document.
+std::string textInPropertyList(std::string_view text);
+
 // The reasons of both name the file. It is written atomically; on failure the old file stands unchanged.
 Result<PropertyList> propertyListWithContentsOfFile(const std::filesystem::path& file);
 Result<void> writePropertyListToFile(const PropertyList& value, const std::filesystem::path& file);

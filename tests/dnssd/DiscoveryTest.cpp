@@ -4,39 +4,21 @@
 #include <sys/wait.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <csignal>
 #include <filesystem>
 #include <mutex>
 #include <thread>
-#include <tuple>
 
-#include "platform/mdns/PacketFilter.h"
 #include "platform/network/dnssd/DiscoveryThread.h"
+#include "tests/dnssd/DiscoveryFixture.h"
 #include "tests/dnssd/RawAnnouncer.h"
-#include "tests/support/ChildProcess.h"
 #include "tests/support/Holdings.h"
 #include "tests/support/LogLines.h"
-#include "tests/support/ServiceWatch.h"
 #include "transport/SwitchTelnetController.h"
 
 namespace velmora::test {
 namespace {
-
-const char* const kType = "_matrixswitcher._tcp.";
-
-// A switch server in a process of its own, from when it is announced on.
-class ServerProcess : public ChildProcess {
-  public:
-    explicit ServerProcess(const std::string& name, const std::string& inputs = "16")
-        : ChildProcess({VELMORA_SWITCH_SERVER, "--name", name, "--inputs", inputs}) {
-        const std::string first = outputLineWith("listening on ");
-        port = first.substr(first.rfind(':') + 1);
-        EXPECT_NE(outputLineWith("announced as "), "");
-    }
-    std::string port;
-};
 
 // What a server says on a connection to the service. Blocks the main thread.
 std::string matrixSizeOf(const std::shared_ptr<NSNetService>& service) {
@@ -52,13 +34,6 @@ std::string matrixSizeOf(const std::shared_ptr<NSNetService>& service) {
 
 const RawAnnouncer::Labels kHostA{"host-a", "local"}, kHostB{"host-b", "local"};
 const Strings kFoundRouter{"found Router", "resolved Router"};
-
-// Whether these events come, and no others before them. They are forgotten then.
-bool isTold(ServiceWatch& watcher, const Strings& expected) {
-    watcher.waitForEvents(expected.size());
-    EXPECT_EQ(watcher.events, expected);
-    return std::exchange(watcher.events, {}) == expected;
-}
 
 // Hears at once what the main thread is told in its turn.
 class Listener : public BrowseListener {
@@ -90,15 +65,6 @@ class Listener : public BrowseListener {
     std::mutex mutex_;
     Strings events_;
     std::ptrdiff_t waitedFor_ = 0;
-};
-
-class Discovery : public testing::Test {
-  protected:
-    // Nothing needs the discovery thread any more, so it goes by itself.
-    void TearDown() override {
-        EXPECT_TRUE(runMainLoopUntil(
-            [] { return NSThread::runningThreads() == 0 && NSThread::finishCancelledThreads(Seconds(0)); }));
-    }
 };
 
 TEST_F(Discovery, findsResolvesAndRemovesEachServiceOnce) {
@@ -289,45 +255,6 @@ TEST_F(Discovery, aGoodbyeThatIsTakenBackIsNewsWhenTheAnnouncerSaidIt) {
     ASSERT_TRUE(isTold(watcher, {"removed Router"}));
 }
 
-TEST_F(Discovery, packetsWithAnAliasOrCutOffAreFilteredOut) {
-    static AvahiWatchCallback event;
-    static void* watch;
-    AvahiPoll inner{};
-    inner.watch_new = [](const AvahiPoll*, int, AvahiWatchEvent, AvahiWatchCallback callback, void* userdata) {
-        event = callback;
-        return static_cast<AvahiWatch*>(watch = userdata);
-    };
-    inner.watch_free = [](AvahiWatch*) {};
-    PacketFilter filter(&inner, [](const PacketFilter::Packet&) {});
-    std::array<int, 2> ends{};
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, ends.data()), 0);
-    const Socket reader(ends[0]), sender(ends[1]);
-    int reads = 0;
-    const auto library = [](AvahiWatch*, int descriptor, AvahiWatchEvent, void* count) {
-        std::array<char, 100> packet;
-        *static_cast<int*>(count) += recv(descriptor, packet.data(), packet.size(), MSG_DONTWAIT) < 0 ? 100 : 1;
-    };
-    AvahiWatch* const filtered = filter.poll()->watch_new(filter.poll(), ends[0], AVAHI_WATCH_IN, library, &reads);
-    const auto passes = [&](const std::string& packet) {
-        reads = 0;
-        // A look that finds nothing, as after a wrong checksum, lets nothing be read: a packet may come right then.
-        event(nullptr, ends[0], AVAHI_WATCH_IN, watch);
-        EXPECT_EQ(send(ends[1], packet.data(), packet.size(), 0), std::ssize(packet));
-        event(nullptr, ends[0], AVAHI_WATCH_IN, watch);
-        EXPECT_LE(reads, 1);
-        return reads == 1;
-    };
-    RawAnnouncer announcer;
-    const std::string good = announcer.pointer("a").location("a", kHostA, 1).take();
-    for (std::size_t size = 0; size <= good.size(); ++size) {
-        EXPECT_EQ(passes(good.substr(0, size)), size == good.size()) << size;
-    }
-    EXPECT_FALSE(passes(announcer.pointer("a").alias({"a"}, {"b"}).take()));
-    EXPECT_FALSE(passes(announcer.location(std::string(64, 'x'), kHostA, 1).take()));
-    EXPECT_FALSE(passes(std::string(9001, 'x')));
-    filter.poll()->watch_free(filtered);
-}
-
 // Whatever becomes of the program that listens to the network, in the host nothing is to be seen of it but a log line.
 TEST_F(Discovery, programThatDiesOrHangsIsReplacedAndIsNoChildOfTheHost) {
     static std::atomic<int> childSignals;
@@ -357,42 +284,6 @@ TEST_F(Discovery, programThatDiesOrHangsIsReplacedAndIsNoChildOfTheHost) {
     ASSERT_TRUE(announces("Third"));
     std::signal(SIGCHLD, before);
     EXPECT_EQ(childSignals, 0);
-}
-
-TEST_F(Discovery, publishesUnderAFreeNameAndSaysWhyNot) {
-    const ServerProcess server("Router");
-    ServiceWatch watcher;
-    ASSERT_TRUE(watcher.waitForEvents(2));
-    // Discovery starts anew to be able to publish, of which nothing is to be seen.
-    const auto twin = std::make_shared<NSNetService>("", kType, "Router", 4712);
-    twin->setDelegate(&watcher);
-    twin->publish();
-    const auto contains = [&](const std::string& event) {
-        return std::count(watcher.events.begin(), watcher.events.end(), event) > 0;
-    };
-    ASSERT_TRUE(runMainLoopUntil([&] {
-        return contains("published Router #2") && contains("resolved Router") && contains("resolved Router #2");
-    }));
-    EXPECT_EQ(twin->name(), "Router #2");
-    twin->stop();
-    ASSERT_TRUE(runMainLoopUntil([&] { return contains("removed Router #2"); }));
-    // On a busy machine the two may dispute the name for a while, in which it leads here and there.
-    EXPECT_FALSE(contains("removed Router"));
-    EXPECT_EQ(watcher.events.back(), "removed Router #2");
-
-    const std::tuple<const char*, std::string, std::uint16_t, std::string> cases[] = {
-        {"_router._tcp", std::string(64, 'x'), 1, "the name is 64 bytes long, at most 63 are possible"},
-        {"_router._tcp", "", 1, "the service has no name"},
-        {"_router._tcp", "\xC0\x80", 1, "the name is no text"},
-        {"nonsense", "Router", 1, "nonsense. is no type of services"},
-        {"_router._tcp", "Router", 0, "the service has no port"}};
-    for (const auto& [wrongType, name, port, reason] : cases) {
-        watcher.events.clear();
-        NSNetService service("", wrongType, name, port);
-        service.setDelegate(&watcher);
-        service.publish();
-        ASSERT_TRUE(isTold(watcher, {"not published: " + reason}));
-    }
 }
 
 TEST_F(Discovery, nothingIsToldAfterTheEndAndNothingIsLeftBehind) {

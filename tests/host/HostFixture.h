@@ -54,16 +54,16 @@ inline QByteArray contentsOf(const QString& path) {
 
 class HostProgram : public testing::Test {
   protected:
-    QString path(const char* name) const { return folder_.filePath(name); }
-    QString write(const char* name, const QByteArray& contents) const {
+    QString path(const QString& name) const { return folder_.filePath(name); }
+    QString write(const QString& name, const QByteArray& contents) const {
         QFile file(path(name));
         EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size());
         return file.fileName();
     }
     // Ends as no library writes it, so that a rewriting shows.
-    QString writeSettings(const QString& server, const Outputs& outputs) const {
+    QString writeSettings(const QString& server, const Outputs& outputs, const QString& name = "settings.plist") const {
         const std::string text = *XMLWithPropertyList(settingsWith(server.toStdString(), outputs));
-        return write("settings.plist", QByteArray::fromStdString(text) + "<!-- by hand -->");
+        return write(name, QByteArray::fromStdString(text) + "<!-- by hand -->");
     }
 
   private:

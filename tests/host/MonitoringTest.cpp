@@ -83,4 +83,32 @@ TEST_F(MonitoredServer, toldByItsStatus) {
     expect(runHost({"status"}), 2, "", "name no switch server");
 }
 
+TEST_F(HostWithServer, watchesUntilInterrupted) {
+    const QStringList arguments = {"--interface", "lo", "--settings", writeSettings(name_, {{"", 0, 0}, {"1", 1, 7}}),
+                                   "watch"};
+    Program text(VELMORA_HOST, arguments);
+    EXPECT_NE(text.outputLineWith("Velmora Switch: 2 attributes"), "");
+    EXPECT_NE(text.errorLine().find("\"defaultInputNumber\" 7 is beyond the matrix, which has 3"), std::string::npos);
+    EXPECT_EQ(text.exitCodeAfterSignal(SIGINT), 0);
+
+    Program json(VELMORA_HOST, arguments + QStringList{"--json"});
+    const QJsonObject notice =
+        QJsonDocument::fromJson(QByteArray::fromStdString(json.outputLineWith("\"changed\""))).object();
+    EXPECT_EQ(notice.value("plugin"), "Velmora Switch");
+    EXPECT_EQ(notice.value("attributes"), (QJsonArray{"Velmora Switch Output 1", "Velmora Switch Output 2"}));
+    EXPECT_EQ(json.exitCodeAfterSignal(SIGTERM), 0);
+
+    // Blocked by a server that is slow, it tells how to end at once.
+    const QString slow = name_ + " slow";
+    Program server(VELMORA_SWITCH_SERVER, {"--name", slow, "--verbose", "--fault", "delay=5000@INPUTLABEL"});
+    ASSERT_NE(server.outputLineWith("announced as"), "");
+    Program blocked(VELMORA_HOST,
+                    {"--interface", "lo", "--settings", writeSettings(slow, {{"", 0, 0}}), "--defaults", "watch"});
+    EXPECT_NE(blocked.errorLine().find("over the operator's routes"), std::string::npos);
+    ASSERT_NE(server.outputLineWith("INPUTLABEL"), "");
+    blocked.sendSignal(SIGINT);
+    EXPECT_NE(blocked.errorLine().find("once more (Ctrl-C) ends it now"), std::string::npos);
+    EXPECT_EQ(blocked.exitCodeAfterSignal(SIGTERM), -1);
+}
+
 }  // namespace velmora::test

@@ -5,6 +5,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QTemporaryDir>
+#include <deque>
+#include <filesystem>
 #include <fstream>
 
 #include "host/SettingsEdit.h"
@@ -72,6 +74,8 @@ TEST_F(SettingsCommands, everyMistakeIsNamedByEntryAndKey) {
         {"<string>Studio</string>", "<true/>", "\"selectedDeviceName\" is not a text"},
         {"configuredOutputs", "configuredOutput", "perhaps \"configuredOutputs\" is meant"},
         {"7", "0", "entry 2 of \"configuredOutputs\" (\"B\") has the same output as entry 1 (\"outputNumber\")"},
+        {"7", "65536", "(\"B\"): \"outputNumber\" is 65536, which is no number of an output"},
+        {"<string>Studio</string>", "<string>Studio\n</string>", "begins or ends with a blank or a line end"},
         {"7", "-1", "entry 2 of \"configuredOutputs\" (\"B\"): \"outputNumber\" is -1"},
         {"7", "8", "(\"B\"): \"outputNumber\" 8 is beyond the matrix, which has 8"},
         {"<integer>7</integer>", "<string>7</string>", "(\"B\"): \"outputNumber\" is no integer"},
@@ -124,6 +128,8 @@ TEST_F(SettingsCommands, changeWhatIsAskedForAndKeepEverythingElse) {
                                        {"--output", "0=E"},
                                        {"--outputs", "2-1"},
                                        {"--server", ""},
+                                       {"--server", "\x1B[31m"},
+                                       {"--output", "2=\uFFFE"},
                                        {},
                                        {"--settings", file, "--output", "2=E"}}) {
         run(QStringList{"configure", file} + refused);
@@ -131,17 +137,33 @@ TEST_F(SettingsCommands, changeWhatIsAskedForAndKeepEverythingElse) {
     }
     EXPECT_EQ(run({"configure", "--output", "1=D", file}).section('\n', 0, 0), "nothing to change");
     EXPECT_EQ(*readFile(file.toStdString(), 10'000), before);
+    std::filesystem::create_symlink("none", folder.filePath("link").toStdString());
+    EXPECT_TRUE(run({"configure", "--server", "A", folder.filePath("link")}).contains("is a link that leads nowhere"));
+}
+
+TEST_F(SettingsCommands, ofManyAtOnceLoseNoChange) {
+    constexpr int kPrograms = 8;
+    std::deque<Program> programs;
+    for (int number = 1; number <= kPrograms; ++number) {
+        programs.emplace_back(VELMORA_HOST,
+                              QStringList{"configure", "--output", QString("%1=Label %1").arg(number), file});
+    }
+    for (Program& program : programs) {
+        EXPECT_EQ(program.exitCode(), 0);
+    }
+    EXPECT_EQ(outputsIn(settings()).size(), kPrograms);
 }
 
 TEST_F(SettingsCommands, takeLabelsFromTheServerWhereItAnswers) {
     const QString name = QString("Configure %1").arg(QCoreApplication::applicationPid());
-    std::ofstream(folder.filePath("labels.json").toStdString()) << R"({"outputs": ["Wall", "", "Wall"]})";
+    std::ofstream(folder.filePath("labels.json").toStdString()) << R"({"outputs": ["Wall\uFFFD", "", "Wall\uFFFE"]})";
     Program server(VELMORA_SWITCH_SERVER, {"--name", name, "--inputs", "4", "--outputs", "3", "--interface", "lo",
                                            "--labels", folder.filePath("labels.json")});
     ASSERT_NE(server.outputLineWith("announced as"), "");
     const QString told = run({"configure", "--server", name, "--output", "4=Desk", "--outputs", "1-4", file});
     EXPECT_EQ(code, 0);
-    EXPECT_EQ(outputsIn(settings()), (Outputs{{"Desk", 3, 3}, {"Wall", 0, 0}, {"Output 2", 1, 1}, {"Wall 2", 2, 2}}));
+    EXPECT_EQ(outputsIn(settings()),
+              (Outputs{{"Desk", 3, 3}, {"Wall\uFFFD", 0, 0}, {"Output 2", 1, 1}, {"Wall\uFFFD 2", 2, 2}}));
     EXPECT_TRUE(told.startsWith("new settings file") && told.contains("\"outputNumber\" 3 is beyond the matrix"))
         << told.toStdString();
 
@@ -149,6 +171,14 @@ TEST_F(SettingsCommands, takeLabelsFromTheServerWhereItAnswers) {
         run({"configure", "--server", "Nowhere", "--wait", "0.5", "--output", "5", file}).contains("not found"));
     EXPECT_EQ(code, 0);
     EXPECT_EQ(outputsIn(settings()).back(), (Output{"Output 5", 4, 4}));
+
+    // Which label is whose, nobody can tell.
+    Program doubling(VELMORA_SWITCH_SERVER, {"--name", name + " twice", "--interface", "lo", "--outputs", "9",
+                                             "--fault", "double@OUTPUTLABEL"});
+    ASSERT_NE(doubling.outputLineWith("announced as"), "");
+    const QStringList more = {"configure", "--server", name + " twice", "--outputs", "6-9", file};
+    EXPECT_TRUE(run(more).contains("says more than it was asked"));
+    EXPECT_EQ(outputsIn(settings()).back(), (Output{"Output 9", 8, 8}));
 }
 
 }  // namespace velmora::test

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "platform/foundation/Text.h"
 #include "tests/server/ServerProcess.h"
 #include "tests/support/ServiceWatch.h"
 
@@ -35,6 +36,7 @@ class Script : public Socket {
         }
         const std::string line = received_.substr(0, received_.find('\n'));
         received_.erase(0, line.size() + 1);
+        EXPECT_EQ(stringByEscapingControlCharacters(line), line) << "a terminal would obey it";
         return line;
     }
     std::string ask(const std::string& request) { return send(request + "\n") ? line() : "not sent"; }
@@ -71,7 +73,7 @@ class ControlTest : public testing::Test {
 TEST_F(ControlTest, changesTheMatrixAsAnotherPanelWouldAndKeepsIt) {
     const std::vector<std::string> command =
         arguments({"--no-announce", "--state", folder_.filePath("state").toStdString()});
-    const std::string labels = R"("inputs":["Input 1","Kamera \"ü\"","Input 3","Input 4"],)";
+    const std::string labels = R"("inputs":["Input 1","Kamera \"ü\"","Input 3","\uFEFFx"],)";
     {
         Program program(command);
         TestClient client(program.port());
@@ -81,6 +83,8 @@ TEST_F(ControlTest, changesTheMatrixAsAnotherPanelWouldAndKeepsIt) {
         EXPECT_EQ(client.exchange("SET 1 3"), "OK\r\n");
         EXPECT_EQ(script.ask(R"({"id":7,"routes":{"1":4,"2":1},"inputs":{"2":"Kamera \"ü\""},"outputs":["A"]})"),
                   R"({"id":7,"ok":true})");
+        EXPECT_EQ(script.ask("{\"inputs\":{\"4\":\"\uFEFFx\"}}"), kDone);
+        EXPECT_EQ(client.exchange("INPUTLABEL 4"), "\uFEFFx\r\n");
         EXPECT_EQ(client.exchange("GET 1"), "1 4\r\n");
         EXPECT_EQ(client.exchange("INPUTLABEL 2"), "Kamera \"ü\"\r\n");
         EXPECT_NE(watcher.event("route").find(R"({"by":"127.0.0.1:)"), std::string::npos);
@@ -89,13 +93,18 @@ TEST_F(ControlTest, changesTheMatrixAsAnotherPanelWouldAndKeepsIt) {
         EXPECT_EQ(watcher.event("label"), R"({"by":"control","label":"A","output":1})");
         EXPECT_EQ(watcher.event("route"), R"({"by":"control","input":4,"output":1})");
         EXPECT_EQ(watcher.event("route"), R"({"by":"control","input":1,"output":2})");
+        EXPECT_EQ(watcher.event("command"), "{\"line\":\"INPUTLABEL 4\",\"reply\":\"\uFEFFx\"}");
         EXPECT_EQ(watcher.event("command"), R"({"line":"GET 1","reply":"1 4"})");
+        EXPECT_EQ(client.exchange("GET \u009B31m\x7F\u202E"), "ERROR\r\n");
+        EXPECT_EQ(watcher.event("command"), R"({"line":"INPUTLABEL 2","reply":"Kamera \"ü\""})");
+        EXPECT_EQ(watcher.event("command"), "{\"line\":\"GET \u009B31m\x7F\u202E\",\"reply\":\"ERROR\"}");
+        EXPECT_EQ(script.ask(R"({"outputs":{"3":"\u202E"}})"), kDone);
     }
     Program program(command);
     program.port();
     EXPECT_EQ(Script(path_).ask(R"({"dump":true,"id":"x"})"),
               R"({"announced":false,"clients":[],"faults":[],"id":"x",)" + labels +
-                  R"("name":null,"ok":true,"outputs":["A","Output 2","Output 3"],"routes":[4,1,3],)"
+                  R"("name":null,"ok":true,"outputs":["A","Output 2","\u202E"],"routes":[4,1,3],)"
                   R"("size":{"inputs":4,"outputs":3}})");
 }
 
@@ -141,6 +150,7 @@ TEST_F(ControlTest, refusesWhatIsWrongAndThenDoesNothing) {
     for (int id = 0; id < 20'000; ++id) {
         burst += R"({"dump":true,"id":)" + std::to_string(id) + "}\n";
     }
+    burst.pop_back();  // the end of the last line, which may be missing
     std::thread sending([&] {
         EXPECT_TRUE(script.send(burst));
         ::shutdown(script.descriptor(), SHUT_WR);
