@@ -72,12 +72,13 @@ Result<SalvoStep> stepInLine(std::string_view line, const std::function<bool(con
     return Failure{"it may mean each of the attributes " + joined(known, quotedName)};
 }
 
-Result<Salvo> salvoInDocument(std::string_view document, const std::function<bool(const std::string&)>& isName) {
+Result<Salvo> salvoInDocument(std::string_view document,
+                              const std::function<Result<SalvoStep>(const std::string&)>& stepIn) {
     const auto lines = salvoLines(document);
     if (!lines) return lines.failure();
     Salvo salvo;
     for (const SalvoLine& line : *lines) {
-        auto step = stepInLine(line.text, isName);
+        auto step = stepIn(line.text);
         if (!step) return failureInLine(line.number, step.failure().reason);
         salvo.push_back(*std::move(step));
     }

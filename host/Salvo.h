@@ -38,8 +38,9 @@ Result<std::vector<SalvoLine>> salvoLines(std::string_view document);
 std::vector<SalvoStep> splitsOf(std::string_view line);
 // The way that gives a name for which `isName` holds; a failure when there is none or more than one.
 Result<SalvoStep> stepInLine(std::string_view line, const std::function<bool(const std::string& name)>& isName);
-// All of this for a document. The first line that is wrong fails it.
-Result<Salvo> salvoInDocument(std::string_view document, const std::function<bool(const std::string& name)>& isName);
+// All steps of a document, each line by `stepIn`. The first line that is wrong fails it.
+Result<Salvo> salvoInDocument(std::string_view document,
+                              const std::function<Result<SalvoStep>(const std::string& line)>& stepIn);
 
 // The document with these steps. A failure when one of them cannot stand on a line of its own.
 Result<std::string> documentWithSalvo(const Salvo& salvo);

@@ -11,6 +11,7 @@
 
 #include "host/Console.h"
 #include "host/ExitCode.h"
+#include "host/Naming.h"
 #include "host/Options.h"
 #include "host/PluginHost.h"
 #include "host/PluginState.h"
@@ -18,7 +19,6 @@
 #include "host/SettingsCheck.h"
 #include "host/SettingsFile.h"
 #include "host/terminal/Commands.h"
-#include "host/terminal/Naming.h"
 #include "host/terminal/Report.h"
 #include "host/terminal/SalvoSource.h"
 #include "host/terminal/SettingsCommands.h"

@@ -5,11 +5,11 @@
 #include <utility>
 
 #include "host/Console.h"
+#include "host/Naming.h"
 #include "host/PluginState.h"
 #include "host/Quotes.h"
 #include "host/Salvo.h"
 #include "host/terminal/Json.h"
-#include "host/terminal/Naming.h"
 #include "host/terminal/TextTable.h"
 #include "platform/foundation/QtText.h"
 

@@ -3,10 +3,10 @@
 #include <QCoreApplication>
 
 #include "host/Attempt.h"
+#include "host/Naming.h"
 #include "host/PluginState.h"
 #include "host/Quotes.h"
 #include "host/terminal/Json.h"
-#include "host/terminal/Naming.h"
 
 namespace velmora {
 

@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "host/Console.h"
+#include "host/Naming.h"
 #include "host/PluginState.h"
 #include "host/terminal/Json.h"
-#include "host/terminal/Naming.h"
 #include "host/terminal/TextTable.h"
 
 namespace velmora {

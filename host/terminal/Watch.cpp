@@ -10,11 +10,11 @@
 #include <utility>
 
 #include "host/Console.h"
+#include "host/Naming.h"
 #include "host/Patience.h"
 #include "host/PluginState.h"
 #include "host/Quotes.h"
 #include "host/terminal/Json.h"
-#include "host/terminal/Naming.h"
 #include "platform/threads/Interruption.h"
 
 namespace velmora {

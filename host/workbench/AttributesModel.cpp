@@ -49,7 +49,8 @@ void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin) {
         rowNumbers.emplace(name, rows.size());
         rows.push_back({name, plugin.displayNameOfAttributeWithName(name).value_or(""),
                         plugin.defaultValueOfAttributeWithName(name).value_or(""), values, Values(values.settable()),
-                        same != nullptr ? same->currentValue : std::nullopt, same == nullptr || same->isUnread,
+                        same != nullptr ? same->currentValue : std::nullopt,
+                        same != nullptr ? same->last : std::nullopt, same == nullptr || same->isUnread,
                         numberAtEndOf(name)});
     }
     const bool isSameTable = std::equal(rows.begin(), rows.end(), rows_.begin(), rows_.end(),
@@ -73,10 +74,25 @@ void AttributesModel::setCurrentValue(const std::string& name, const std::option
     const auto number = rowNumbers_.find(name);
     if (number == rowNumbers_.end()) return;
     Row& row = rows_[number->second];
+    if (value) row.last = LastValue{*value, QTime::currentTime()};
     if (row.currentValue == value && row.isUnread == isUnread) return;
     row.currentValue = value;
     row.isUnread = isUnread;
     emitRowChanged(static_cast<int>(number->second));
+}
+
+void AttributesModel::forgetValues() {
+    for (const std::string& name : names()) {
+        forgetValue(name);
+    }
+}
+
+void AttributesModel::forgetValue(const std::string& name) {
+    const auto row = rowOfName(name);
+    if (!row) return;
+    rows_[static_cast<std::size_t>(*row)].last = std::nullopt;
+    setCurrentValue(name, std::nullopt);
+    emitRowChanged(*row);
 }
 
 void AttributesModel::emitRowChanged(int row) {
@@ -167,18 +183,27 @@ std::string AttributesModel::text(const QModelIndex& index) const {
         case defaultColumn:
             return row.defaultValue;
         default:
-            return row.currentValue.value_or(row.isUnread ? kUnread : kUnknown);
+            return seenValue(row);
     }
 }
 
-std::optional<std::size_t> AttributesModel::placeOfCurrentValue(const Row& row) const {
-    return row.currentValue ? row.possibleValues.indexOf(*row.currentValue) : std::nullopt;
+std::string AttributesModel::seenValue(const Row& row) {
+    return row.last ? row.last->value : row.isUnread ? kUnread : kUnknown;
+}
+
+std::string AttributesModel::ageOfSeenValue(const Row& row) {
+    return !row.currentValue && row.last ? row.last->time.toString(" (HH:mm:ss)").toStdString() : "";
+}
+
+std::optional<std::size_t> AttributesModel::placeOfSeenValue(const Row& row) {
+    return row.last ? row.possibleValues.indexOf(row.last->value) : std::nullopt;
 }
 
 std::string AttributesModel::shown(const QModelIndex& index) const {
     const Row& row = rowAt(index.row());
-    const auto place = index.column() == currentColumn ? placeOfCurrentValue(row) : std::nullopt;
-    return place ? row.possibleValues.texts()[*place] : text(index);
+    if (index.column() != currentColumn) return text(index);
+    const auto place = placeOfSeenValue(row);
+    return (place ? row.possibleValues.texts()[*place] : seenValue(row)) + ageOfSeenValue(row);
 }
 
 QString AttributesModel::sortText(const QModelIndex& index) const {
@@ -199,7 +224,7 @@ QString AttributesModel::sortText(const QModelIndex& index) const {
 }
 
 QVariant AttributesModel::dataOfRow(const Row& row, int role) const {
-    const auto place = placeOfCurrentValue(row);
+    const auto place = placeOfSeenValue(row);
     switch (role) {
         case numberRole:
             return row.number ? QVariant(*row.number) : QVariant();
@@ -210,8 +235,7 @@ QVariant AttributesModel::dataOfRow(const Row& row, int role) const {
             return number ? QVariant(static_cast<qlonglong>(*number)) : QVariant();
         }
         case sourceLabelRole:
-            if (place) return displayText(row.possibleValues.labelAt(*place));
-            return displayText(row.currentValue.value_or(row.isUnread ? kUnread : kUnknown));
+            return displayText((place ? row.possibleValues.labelAt(*place) : seenValue(row)) + ageOfSeenValue(row));
         case marksRole:
             return marksOf(row);
         default:
@@ -224,7 +248,8 @@ QString AttributesModel::spokenText(const Row& row) const {
         return numberedText(dataOfRow(row, number).toString(), dataOfRow(row, label).toString());
     };
     QString text = textOf(numberRole, labelRole) + ": " + textOf(sourceNumberRole, sourceLabelRole);
-    for (const auto& [mark, words] : {std::pair{differsFromDefault, ", not its default"},
+    for (const auto& [mark, words] : {std::pair{notKnown, ", not known now"},
+                                      {differsFromDefault, ", not its default"},
                                       {locked, ", locked in this window"},
                                       {failed, ", the last set failed"},
                                       {edited, ", edited in the settings"}}) {

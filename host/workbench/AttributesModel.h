@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <QTime>
 #include <deque>
 #include <optional>
 #include <string>
@@ -28,7 +29,12 @@ class AttributesModel final : public QAbstractTableModel {
     // Takes over what the plugin's look-ups say now. Attributes that are still there keep their current values.
     void reload(const VelmoraNodePluginProtocol& plugin);
     // None: it was asked for without a proper answer, or the answer no longer holds; unread: nobody has asked for it.
+    // In its place the last known value stays to be seen, with its time.
     void setCurrentValue(const std::string& name, const std::optional<std::string>& value, bool isUnread = false);
+
+    // For all: they were another device's; for one: it was no answer.
+    void forgetValues();
+    void forgetValue(const std::string& name);
 
     // Locks hold in this window only; whoever sets values asks for them. A mark outlives its attribute, which may come
     // back.
@@ -61,6 +67,10 @@ class AttributesModel final : public QAbstractTableModel {
     Qt::ItemFlags flags(const QModelIndex& index) const override;
 
   private:
+    struct LastValue {
+        std::string value;
+        QTime time;
+    };
     struct Row {
         std::string name;
         std::string displayName;
@@ -68,7 +78,8 @@ class AttributesModel final : public QAbstractTableModel {
         Values possibleValues;
         Values settableValues;
         std::optional<std::string> currentValue;
-        bool isUnread = true;  // why there is no current value: nobody has asked for it
+        std::optional<LastValue> last = {};  // the current value, or else the one before it was lost
+        bool isUnread = true;                // why there is no current value: nobody has asked for it
         std::optional<int> number = {};
     };
     using RowNumbers = std::unordered_map<std::string, std::size_t>;
@@ -79,8 +90,11 @@ class AttributesModel final : public QAbstractTableModel {
     // As the plugin gave it, and as it is shown.
     std::string text(const QModelIndex& index) const;
     std::string shown(const QModelIndex& index) const;
-    // The current value's place among the possible ones.
-    std::optional<std::size_t> placeOfCurrentValue(const Row& row) const;
+    // Of the current value or, where there is none, of the last known one: the place among the possible ones, the text,
+    // and the words after it.
+    static std::optional<std::size_t> placeOfSeenValue(const Row& row);
+    static std::string seenValue(const Row& row);
+    static std::string ageOfSeenValue(const Row& row);
     QString sortText(const QModelIndex& index) const;
     QVariant dataOfRow(const Row& row, int role) const;
     QString spokenText(const Row& row) const;

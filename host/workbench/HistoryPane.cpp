@@ -15,6 +15,7 @@ namespace velmora {
 namespace {
 
 constexpr int kLogLines = 2000;
+constexpr int kCellMargins = 16;
 
 }  // namespace
 
@@ -23,7 +24,7 @@ HistoryPane::HistoryPane(WorkbenchSession& session, std::function<void()> save)
     setObjectName("historyPane");
     setDocumentMode(true);
     addTab(makeHistory(std::move(save)), "Histor&y");
-    addTab(makeLog(), "Lo&g");
+    addTab(makeLog(), "&Log");
     session_.addListener(history_);
 }
 
@@ -43,8 +44,11 @@ QWidget* HistoryPane::makeHistory(std::function<void()> save) {
     table->verticalHeader()->hide();
     table->verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
     table->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
-    for (const int narrow : {RouteHistory::timeColumn, RouteHistory::byColumn}) {
-        table->horizontalHeader()->setSectionResizeMode(narrow, QHeaderView::ResizeToContents);
+    // As wide as they will be: an empty table must not look otherwise than a full one.
+    for (const auto& [column, widest] :
+         {std::pair{RouteHistory::timeColumn, "00:00:00"}, {RouteHistory::byColumn, "by others"}}) {
+        table->horizontalHeader()->setSectionResizeMode(column, QHeaderView::Fixed);
+        table->setColumnWidth(column, table->fontMetrics().horizontalAdvance(widest) + kCellMargins);
     }
     auto* const button = new QPushButton("Save as CSV\u2026");
     button->setObjectName("saveHistoryButton");

@@ -3,11 +3,14 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QScopeGuard>
+#include <QScopedValueRollback>
 #include <algorithm>
 #include <utility>
 
 #include "host/Attempt.h"
+#include "host/Naming.h"
 #include "host/PluginState.h"
+#include "host/workbench/salvos/SalvoFile.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -75,7 +78,7 @@ bool WorkbenchSession::start(bool setCurrentValuesToDefaults) {
     const bool good = host_.start(setCurrentValuesToDefaults);
     setOutcome(!good                        ? QString("The plugin did not start; its log says why.")
                : setCurrentValuesToDefaults ? QString("Started with defaults: ") + kWhatDefaultsDo + '.'
-                                            : QString("Started without defaults."));
+                                            : QString());
     attributes_.reload(host_.plugin());  // some plugins have them at once
     beginReading(kUnaskedReading, kNoticesTogether);
     return good;
@@ -160,7 +163,7 @@ Edits WorkbenchSession::edits() const {
 }
 
 QString WorkbenchSession::age() const {
-    return readAt_ ? "values read " + readAt_->toString("HH:mm:ss") : QString();
+    return readAt_ ? (canAsk() ? "values read " : "values last read ") + readAt_->toString("HH:mm:ss") : QString();
 }
 
 void WorkbenchSession::standstillHasEnded(std::chrono::milliseconds time) {
@@ -184,6 +187,8 @@ void WorkbenchSession::setOutcome(const QString& outcome) {
 
 // Inside the plugin's operation, so only look-ups are made here.
 void WorkbenchSession::attributesHaveChanged() {
+    forgetOtherServer();
+    built_ = configuredOutputsIn(settings());  // at once: an edit may follow
     attributes_.reload(host_.plugin());
     const auto count = attributes_.rowCount();
     lastNotice_ = QString("Change notice %1 at %2: %3 attribute%4")
@@ -192,11 +197,6 @@ void WorkbenchSession::attributesHaveChanged() {
                       .arg(count)
                       .arg(count == 1 ? "" : "s");
     sinceNotice_.start();
-    // Not from within the plugin's operation.
-    QTimer::singleShot(0, &reading_, [this] {
-        built_ = configuredOutputsIn(settings());
-        observer_.sessionHasChanged();
-    });
     beginReading(kUnaskedReading, kNoticesTogether);
     observer_.sessionHasChanged();
 }
@@ -204,11 +204,26 @@ void WorkbenchSession::attributesHaveChanged() {
 void WorkbenchSession::statusHasChanged() {
     const auto outcome = host_.lastOutcome();
     // The connection ended with what looked like an answer, so it was none.
-    if (outcome && outcome->answer == NodePluginAnswer::connectionEnded)
-        attributes_.setCurrentValue(outcome->attributeName, std::nullopt);
+    if (outcome && outcome->answer == NodePluginAnswer::connectionEnded && !isAsking_ &&
+        !attributes_.hasMark(outcome->attributeName, AttributesModel::notKnown))
+        attributes_.forgetValue(outcome->attributeName);
+    forgetOtherServer();
     if (!canAsk()) endReading();
     if (canAsk() != couldAsk_) outcome_.clear();
     observer_.sessionHasChanged();
+}
+
+Result<Salvo> WorkbenchSession::salvoIn(const std::filesystem::path& file) const {
+    const DictionaryReference known = settings();
+    return readSalvo(file, Naming(host_.plugin(), known));
+}
+
+// The values of another server say nothing about this one.
+void WorkbenchSession::forgetOtherServer() {
+    const auto server = selectedServer(host_.plugin());
+    if (std::exchange(server_, server) == server) return;
+    attributes_.forgetValues();
+    readAt_ = std::nullopt;
 }
 
 void WorkbenchSession::setLater(const std::string& name, const std::string& value) {
@@ -297,23 +312,25 @@ void WorkbenchSession::readMore() {
 }
 
 std::optional<std::string> WorkbenchSession::read(const std::string& name) {
+    const QScopedValueRollback asking(isAsking_, true);
     const Attempt attempt(host_);
     const std::string value = host_.plugin().currentValueOfAttributeWithName(name);
     const bool isProper = !value.empty() && attempt.isAnswered().value_or(true);
     const auto answer = isProper ? std::optional(value) : std::nullopt;
     attributes_.setCurrentValue(name, answer);
     if (!answer) return answer;
-    if (const auto change = routes_.read(name, value, possibleValues(host_.plugin(), name))) {
+    const Values possible = possibleValues(host_.plugin(), name);
+    const auto place = possible.indexOf(value);  // it may be called otherwise there
+    if (const auto change = routes_.read(name, place ? possible.texts()[*place] : value, possible)) {
         tellListeners([&](SessionListener& listener) { listener.routeChanged(*change); });
     }
     return answer;
 }
 
-// Without a connection no value is known any longer.
+// Without a connection no value is known any longer, only what it was.
 void WorkbenchSession::endReading() {
     reading_.stop();
     const bool areUnread = canAsk();
-    if (!areUnread) readAt_ = std::nullopt;
     if (areUnread && isPoll_) notReached_ = std::exchange(unread_, {});
     for (const std::string& name : areUnread ? unread_ : attributes_.names()) {
         attributes_.setCurrentValue(name, std::nullopt, areUnread);

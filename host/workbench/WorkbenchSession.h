@@ -7,6 +7,7 @@
 #include <QTimer>
 #include <chrono>
 #include <deque>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -14,6 +15,7 @@
 #include <vector>
 
 #include "host/PluginHost.h"
+#include "host/Salvo.h"
 #include "host/workbench/AttributesModel.h"
 #include "host/workbench/Edits.h"
 #include "host/workbench/Routes.h"
@@ -67,6 +69,9 @@ class WorkbenchSession {
     void addListener(SessionListener& listener) { listeners_.push_back(&listener); }
     void removeListener(SessionListener& listener) { std::erase(listeners_, &listener); }
 
+    // Of a file that may name attributes in all the ways that "velmora-host apply" takes.
+    Result<Salvo> salvoIn(const std::filesystem::path& file) const;
+
     DictionaryReference settings() const { return host_.plugin().defaultSettings(); }
     // Of the matrix; none without a connection.
     std::optional<std::size_t> numberOfInputs() const;
@@ -90,7 +95,7 @@ class WorkbenchSession {
     Situation situation() const;
     // What was edited in the settings since the attributes were built.
     Edits edits() const;
-    // When all values were read last, in words; "" when they are not known.
+    // When all values were read last, in words; "" when they never were.
     QString age() const;
     AttributesModel& attributes() { return attributes_; }
     // In words; "" before the first one.
@@ -108,6 +113,7 @@ class WorkbenchSession {
   private:
     void attributesHaveChanged();
     void statusHasChanged();
+    void forgetOtherServer();
     void set(const std::string& name, const std::string& value);
     void beginReading(std::chrono::milliseconds limit, std::chrono::milliseconds delay);
     void poll();
@@ -130,11 +136,13 @@ class WorkbenchSession {
     std::deque<std::string> unread_;
     std::chrono::milliseconds readingLimit_{0};
     std::chrono::milliseconds readingTime_{0};
-    bool isPoll_ = false;  // nobody waits for it, and what it does not reach stays as it is
+    bool isAsking_ = false;  // the device, for a value
+    bool isPoll_ = false;    // nobody waits for it, and what it does not reach stays as it is
     QTimer polling_;
     std::function<std::deque<std::string>()> seen_;
     std::deque<std::string> notReached_;  // by the last poll; the next begins with them
     std::optional<QTime> readAt_;
+    std::optional<std::string> server_;  // that the values are of
     QString lastNotice_;
     QElapsedTimer sinceNotice_;  // invalid before the first
     int notices_ = 0;

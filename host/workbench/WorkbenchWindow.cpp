@@ -180,7 +180,7 @@ QWidget* WorkbenchWindow::makeViews() {
     views_->setDocumentMode(true);
     views_->addTab(new PanelView(routing_), "&Panel");
     views_->addTab(new GridView(routing_), "&Grid");
-    views_->addTab(new SalvosView(routing_), "Sal&vos");
+    views_->addTab(new SalvosView(routing_), "&Salvos");
     views_->addTab(makeAttributes(), "As the &host sees it");
     return views_;
 }

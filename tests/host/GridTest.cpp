@@ -82,7 +82,7 @@ TEST_F(Salvos, areTakenFiredAndKeptAsFiles) {
     EXPECT_TRUE(saysInTheEnd("Salvo: 3 of 3 followed.")) << outcome();
     EXPECT_TRUE(switcher.matrix.routedInput(1) == 1 && switcher.matrix.routedInput(3) == 3);
 
-    ASSERT_TRUE(replaceFile(path("loud.salvo"), "# by hand\nVelmora Switch Output 10=4\nVelmora Switch Output 1=5\n"));
+    ASSERT_TRUE(replaceFile(path("loud.salvo"), "# by hand\nStray=4\n1=5\n"));
     view().load(path("loud.salvo"));
     press("fireButton");
     EXPECT_TRUE(saysInTheEnd("Salvo: 1 of 2 followed, not 10 Stray.")) << outcome();

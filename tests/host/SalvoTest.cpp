@@ -8,17 +8,18 @@ TEST(Salvo, isReadWithTheNamesOfTheAttributes) {
     const auto isName = [](const std::string& name) {
         return name == "A" || name == "B=C" || name == "B=C=D" || name.empty();
     };
+    const auto stepIn = [&](const std::string& line) { return stepInLine(line, isName); };
     const std::vector<std::pair<std::string, Salvo>> documents = {
         {"", {}},
         {"\xEF\xBB\xBF# none\n \t\r\nA=0001 x\r\nA= =y= ", {{"A", "0001 x"}, {"A", " =y= "}}},
         {"B=C=E=F\n=\nA=\u202Ex\u200D", {{"B=C", "E=F"}, {"", ""}, {"A", "\u202Ex\u200D"}}},
     };
     for (const auto& [document, salvo] : documents) {
-        const auto read = salvoInDocument(document, isName);
+        const auto read = salvoInDocument(document, stepIn);
         ASSERT_TRUE(read) << read.failure().reason;
         EXPECT_EQ(*read, salvo);
         const auto written = documentWithSalvo(salvo);
-        EXPECT_EQ(*salvoInDocument(*written, isName), salvo);
+        EXPECT_EQ(*salvoInDocument(*written, stepIn), salvo);
     }
     const std::vector<std::pair<std::string, const char*>> mistakes = {
         {"A=1\n\nX=Y=2", "line 3: there is no attribute \"X\", \"X=Y\""},
@@ -30,7 +31,7 @@ TEST(Salvo, isReadWithTheNamesOfTheAttributes) {
         {std::string(kSalvoByteLimit + 1, '\n'), "it is longer than 4194304 bytes"},
     };
     for (const auto& [document, reason] : mistakes) {
-        const auto read = salvoInDocument(document, isName);
+        const auto read = salvoInDocument(document, stepIn);
         ASSERT_FALSE(read);
         EXPECT_EQ(read.failure().reason, reason);
     }

@@ -77,6 +77,11 @@ class Workbench : public testing::Test, protected SettingsDocument::Person {
     bool currentComesTo(int row, const std::string& value) const {
         return runMainLoopUntil([&] { return cell(row, AttributesModel::currentColumn) == value; });
     }
+    bool losesValue(int row) const {
+        const QModelIndex index = window->session().attributes().index(row, 0);
+        return runMainLoopUntil(
+            [&] { return index.data(AttributesModel::marksRole).toInt() & AttributesModel::notKnown; });
+    }
     // Opens the possible values of the second output, by key or by a click on the arrow, and types into them.
     QWidget* typeValue(const char* typed, Qt::Key last) const {
         EXPECT_TRUE(canAct());

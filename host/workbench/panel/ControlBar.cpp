@@ -45,9 +45,9 @@ ControlBar::ControlBar(RoutingState& state)
     half_ = new QHBoxLayout;
     halves_->addLayout(half_);
     default_ = add("DEFAULT", "Route the default of the selected destination", [this] { state_.takeDefault(); });
-    add("ALL TO DEFAULT\u2026", "Route the defaults of all destinations, after a question", [this] {
-        askForDefaults();
-    })->setObjectName("allDefaultsButton");
+    allDefaults_ = add("ALL TO DEFAULT\u2026", "Route the defaults of all destinations, after a question",
+                       [this] { askForDefaults(); });
+    allDefaults_->setObjectName("allDefaultsButton");
     lock_ = add("LOCK", "Keep the selected destination from being routed in this window; other panels can still route",
                 [this] { state_.setLocked(state_.destination(), lock_->isChecked()); });
     lock_->setCheckable(true);
@@ -57,6 +57,13 @@ ControlBar::ControlBar(RoutingState& state)
     exchange_->setCheckable(true);
     exchange_->setObjectName("exchangeButton");
     half_->addStretch();
+    auto* const cancel = new QShortcut(Qt::Key_Escape, this, [this] { state_.setExchanging(false); });
+    connect(exchange_, &QPushButton::toggled, cancel, &QShortcut::setEnabled);
+    cancel->setEnabled(false);
+    // All values that are read at once lead to one look.
+    news_.setSingleShot(true);
+    connect(&news_, &QTimer::timeout, this, &ControlBar::followState);
+    connect(&state.attributes(), &QAbstractItemModel::dataChanged, &news_, [this] { news_.start(0); });
     state.observe([this] { followState(); });
     followState();
 }
@@ -75,8 +82,10 @@ QPushButton* ControlBar::add(const char* name, const QString& toolTip, const std
 void ControlBar::followState() {
     const bool hasDestination = !state_.destination().empty();
     (state_.isPreset() ? preset_ : direct_)->setChecked(true);
-    take_->setEnabled(state_.waiting().has_value());
-    default_->setEnabled(state_.defaultOf(state_.destination()).has_value());
+    const bool canAsk = state_.session().canAsk();
+    take_->setEnabled(canAsk && state_.waiting());
+    default_->setEnabled(canAsk && state_.defaultOf(state_.destination()));
+    allDefaults_->setEnabled(canAsk && !state_.routesToDefaults().empty());
     lock_->setEnabled(hasDestination);
     lock_->setChecked(state_.isLocked(state_.destination()));
     exchange_->setEnabled(hasDestination);
@@ -90,16 +99,12 @@ void ControlBar::showPrevious() {
     const int width = kTitleWidth * fontMetrics().averageCharWidth();
     const QString elided = fontMetrics().elidedText(title, Qt::ElideRight, width).replace('&', "&&");
     previous_->setText(value ? "PREVIOUS: " + elided : QString("PREVIOUS"));
-    previous_->setEnabled(value.has_value());
+    previous_->setEnabled(value && state_.session().canAsk());
     previous_->setToolTip(value ? toolTipText("Route what the destination had before: " + *value) : QString());
 }
 
 void ControlBar::askForDefaults() {
     const auto routes = state_.routesToDefaults();
-    if (routes.empty()) {
-        state_.session().setOutcome("There is nothing to route: all destinations have their defaults or are locked.");
-        return;
-    }
     const QString question = QString("Route %1 destination%2 to %3 default%2? Those that are locked stay as they are.")
                                  .arg(routes.size())
                                  .arg(routes.size() == 1 ? "" : "s", routes.size() == 1 ? "its" : "their");

@@ -1,6 +1,7 @@
 // What is done with the selected destination, and how a chosen source is taken.
 #pragma once
 
+#include <QTimer>
 #include <QWidget>
 #include <functional>
 #include <vector>
@@ -29,6 +30,7 @@ class ControlBar final : public QWidget {
     void askForDefaults();
 
     RoutingState& state_;
+    QTimer news_;
     QBoxLayout* const halves_;
     QBoxLayout* half_ = nullptr;  // where controls are added
     QRadioButton* const direct_;
@@ -36,6 +38,7 @@ class ControlBar final : public QWidget {
     QPushButton* take_ = nullptr;
     QPushButton* previous_ = nullptr;
     QPushButton* default_ = nullptr;
+    QPushButton* allDefaults_ = nullptr;
     QPushButton* lock_ = nullptr;
     QPushButton* exchange_ = nullptr;
 };

@@ -17,6 +17,8 @@ namespace velmora {
 namespace {
 
 constexpr int kTileWidthInCharacters = 27;
+constexpr int kWideTileInCharacters = 40;
+constexpr int kNumberAndMarginsInCharacters = 10;
 constexpr int kRowWidthInCharacters = 60;
 
 }  // namespace
@@ -76,6 +78,10 @@ FindPane::FindPane(const QString& name, QAbstractItemModel& model, int mostTiles
     list_->viewport()->installEventFilter(this);
     connect(list_, &QListView::clicked, this, &FindPane::choose);
     connect(&matches_, &QAbstractItemModel::modelReset, this, &FindPane::arrange);
+    connect(&matches_, &QAbstractItemModel::dataChanged, this,
+            [this](const QModelIndex& first, const QModelIndex& last) {
+                if (last.row() - first.row() + 1 == matches_.rowCount()) arrange();  // labels may have changed
+            });
 }
 
 void FindPane::sortByNumber() {
@@ -91,13 +97,25 @@ void FindPane::arrange() {
     const bool areTiles = matches_.sourceModel()->rowCount() <= mostTiles_;
     const int labelHeight = QFontMetrics(TileDelegate::labelFont(list_->font())).height();
     const int height = labelHeight + 12 + (areTiles ? list_->fontMetrics().height() : 0);
-    const int least =
-        (areTiles ? kTileWidthInCharacters : kRowWidthInCharacters) * list_->fontMetrics().averageCharWidth();
+    const int least = areTiles ? widthOfTiles() : kRowWidthInCharacters * list_->fontMetrics().averageCharWidth();
     const int room = list_->viewport()->width() - 1;
     const QSize size(room / std::max(1, room / least), height);
     if (size == list_->gridSize()) return;
     delegate_->setSize(size);
     list_->setGridSize(size);
+}
+
+// So that the labels have room, within reason.
+int FindPane::widthOfTiles() const {
+    const int character = list_->fontMetrics().averageCharWidth();
+    const QFontMetrics font(TileDelegate::labelFont(list_->font()));
+    int width = kTileWidthInCharacters * character;
+    for (int row = 0; row < matches_.rowCount() && width < kWideTileInCharacters * character; ++row) {
+        const QModelIndex tile = matches_.index(row, 0);
+        width = std::max(width, font.horizontalAdvance(tile.data(AttributesModel::labelRole).toString()) +
+                                    kNumberAndMarginsInCharacters * character);
+    }
+    return std::min(width, kWideTileInCharacters * character);
 }
 
 void FindPane::find(const QString& text) {

@@ -40,6 +40,7 @@ class FindPane final : public QWidget {
     void find(const QString& text);
     void moveFrame(const QModelIndex& match);
     void arrange();
+    int widthOfTiles() const;
 
     const QString name_;
     const int mostTiles_;

@@ -4,10 +4,10 @@
 
 namespace velmora {
 
-Result<Salvo> readSalvo(const std::filesystem::path& path, const AttributesModel& attributes) {
+Result<Salvo> readSalvo(const std::filesystem::path& path, const Naming& naming) {
     const auto document = readFile(path, kSalvoByteLimit);
     if (!document) return document.failure();
-    return salvoInDocument(*document, [&](const std::string& name) { return attributes.rowOfName(name).has_value(); });
+    return salvoInDocument(*document, [&](const std::string& line) { return naming.stepMeantBy(line); });
 }
 
 Result<void> writeSalvo(const std::filesystem::path& path, const Salvo& salvo) {

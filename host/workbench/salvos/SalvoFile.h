@@ -3,14 +3,14 @@
 
 #include <filesystem>
 
+#include "host/Naming.h"
 #include "host/Salvo.h"
-#include "host/workbench/AttributesModel.h"
 #include "platform/foundation/Result.h"
 
 namespace velmora {
 
-// Main thread. The names in the file have to be those of attributes that are there.
-Result<Salvo> readSalvo(const std::filesystem::path& path, const AttributesModel& attributes);
+// Main thread. The file may name attributes in all the ways that the command takes.
+Result<Salvo> readSalvo(const std::filesystem::path& path, const Naming& naming);
 Result<void> writeSalvo(const std::filesystem::path& path, const Salvo& salvo);
 
 }  // namespace velmora

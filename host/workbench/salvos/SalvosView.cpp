@@ -91,7 +91,7 @@ void SalvosView::removeSelected() {
 }
 
 void SalvosView::load(const std::filesystem::path& path) {
-    const auto salvo = readSalvo(path, state_.attributes());
+    const auto salvo = state_.session().salvoIn(path);
     if (salvo) model_.setSalvo(*salvo);
     const QString name = quotedName(path.filename().string());
     state_.session().setOutcome(salvo ? "The salvo " + name + " is loaded."

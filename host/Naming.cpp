@@ -1,4 +1,4 @@
-#include "host/terminal/Naming.h"
+#include "host/Naming.h"
 
 #include <algorithm>
 #include <memory>
