@@ -97,7 +97,8 @@ void ControlBar::showPrevious() {
 void ControlBar::askForDefaults() {
     const auto routes = state_.routesToDefaults();
     if (routes.empty()) {
-        state_.session().setOutcome("There is nothing to route: all destinations have their defaults or are locked.");
+        state_.session().setOutcome(
+            "There is nothing to route: all destinations are locked, or cannot have their defaults.");
         return;
     }
     const QString question = QString("Route %1 destination%2 to %3 default%2? Those that are locked stay as they are.")
