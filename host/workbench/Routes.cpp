@@ -8,7 +8,10 @@ void Routes::willSet(const std::string& name, const std::string& value) {
     routes_[name].ours = value;
 }
 
-std::optional<RouteChange> Routes::read(const std::string& name, const std::string& value, const Values& possible) {
+std::optional<RouteChange> Routes::read(const std::string& name, const std::string& given, const Values& possible) {
+    // A person knows an input by the name that the list of values gives it.
+    const auto place = possible.indexOf(given);
+    const std::string& value = place ? possible.texts()[*place] : given;
     Route& route = routes_[name];
     const auto ours = std::exchange(route.ours, std::nullopt);
     const bool isByUs = ours && possible.areSame(*ours, value);

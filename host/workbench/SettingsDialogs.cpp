@@ -5,6 +5,7 @@
 #include <QMessageBox>
 #include <system_error>
 
+#include "host/PluginHost.h"
 #include "host/Quotes.h"
 #include "platform/foundation/QtText.h"
 #include "platform/widgets/DisplayText.h"
@@ -75,6 +76,12 @@ bool SettingsDialogs::mayRouteDefaults(const QString& what, int destinations) {
                                 .arg(destinations);
     return ask(window_, question, details, QMessageBox::Yes | QMessageBox::Cancel, QMessageBox::Cancel) ==
            QMessageBox::Yes;
+}
+
+bool SettingsDialogs::mayStartWithDefaults() {
+    const QString details = QString("The plugin connects anew, and then ") + kWhatDefaultsDo + '.';
+    return ask(window_, "Start the plugin with defaults?", details, QMessageBox::Yes | QMessageBox::Cancel,
+               QMessageBox::Cancel) == QMessageBox::Yes;
 }
 
 bool SettingsDialogs::mayDisarm(const QString& cost) {

@@ -22,6 +22,8 @@ class SettingsDialogs final : public SettingsDocument::Person {
 
     // Whether something may be done that connects anew, although that routes this many destinations to their defaults.
     bool mayRouteDefaults(const QString& what, int destinations);
+    // Whether the plugin may be started with defaults.
+    bool mayStartWithDefaults();
     // Whether the plugin may be restarted without defaults. `cost` is a sentence or "".
     bool mayDisarm(const QString& cost);
 

@@ -197,6 +197,10 @@ void WorkbenchSession::attributesHaveChanged() {
                       .arg(count)
                       .arg(count == 1 ? "" : "s");
     sinceNotice_.start();
+    // The plugin routes them when it connects, so it is nobody else's doing.
+    for (const std::string& name : isArmed() ? attributes_.names() : std::deque<std::string>()) {
+        routes_.willSet(name, host_.plugin().defaultValueOfAttributeWithName(name).value_or(""));
+    }
     beginReading(kUnaskedReading, kNoticesTogether);
     observer_.sessionHasChanged();
 }
@@ -227,15 +231,20 @@ void WorkbenchSession::forgetOtherServer() {
 }
 
 void WorkbenchSession::setLater(const std::string& name, const std::string& value) {
-    QTimer::singleShot(kPopUpGone, &reading_, [this, name, value] { set(name, value); });
+    QTimer::singleShot(kPopUpGone, &reading_, [this, name, value] { setNow(name, value); });
 }
 
-void WorkbenchSession::set(const std::string& name, const std::string& value) {
+bool WorkbenchSession::readNow(const std::vector<std::string>& names) {
+    const auto waiting = awaitServer(observer_);
+    return std::all_of(names.begin(), names.end(),
+                       [this](const std::string& name) { return canAsk() && read(name).has_value(); });
+}
+
+bool WorkbenchSession::setNow(const std::string& name, const std::string& value) {
     const QString what = quotedName(name) + " to " + quotedName(value);
     if (!canAsk() || !attributes_.isPossible(name, value)) {
         const QString why = !canAsk() ? "there is no connection." : "that is no longer one of the possible values.";
-        setHasFailed(name, "Did not set " + what + ": " + why);
-        return;
+        return setHasFailed(name, "Did not set " + what + ": " + why);
     }
     const Values values = possibleValues(host_.plugin(), name);
     std::optional<std::string> now;
@@ -244,27 +253,25 @@ void WorkbenchSession::set(const std::string& name, const std::string& value) {
         const auto waiting = awaitServer(observer_);
         const Attempt attempt(host_);
         if (host_.plugin().setValueForAttributeWithName(value, name) != 0) {
-            setHasFailed(name, "The plugin refused to set " + what + ": " + displayText(attempt.reason()));
-            return;
+            return setHasFailed(name, "The plugin refused to set " + what + ": " + displayText(attempt.reason()));
         }
         routes_.willSet(name, value);
         if (attempt.isAnswered() == false) refusal = " (" + displayText(attempt.reason()) + ")";
         now = read(name);
     }
     // The plugin has handed the value on, which does not mean that the switcher has it.
-    if (!now) {
-        setHasFailed(name, "Setting " + what + " was handed on, but cannot be read back" + refusal + ".");
-    } else if (!values.areSame(*now, value)) {
-        setHasFailed(name,
-                     "Setting " + what + " was handed on, but the device has " + quotedName(*now) + refusal + ".");
-    } else {
-        setOutcome("Set " + what + ".");
-    }
+    if (!now) return setHasFailed(name, "Setting " + what + " was handed on, but cannot be read back" + refusal + ".");
+    if (!values.areSame(*now, value))
+        return setHasFailed(
+            name, "Setting " + what + " was handed on, but the device has " + quotedName(*now) + refusal + ".");
+    setOutcome("Set " + what + ".");
+    return true;
 }
 
-void WorkbenchSession::setHasFailed(const std::string& name, const QString& why) {
+bool WorkbenchSession::setHasFailed(const std::string& name, const QString& why) {
     tellListeners([&](SessionListener& listener) { listener.setFailed(name, why.toStdString()); });
     setOutcome(why);
+    return false;
 }
 
 void WorkbenchSession::beginReading(std::chrono::milliseconds limit, std::chrono::milliseconds delay) {

@@ -64,6 +64,10 @@ class WorkbenchSession {
     // Sets the value in a moment, so that the pop-up that it was chosen in is gone from the screen before the server is
     // waited for. A value that is no longer possible by then is not set.
     void setLater(const std::string& name, const std::string& value);
+    // Both block until the server answers. Whether all of these values are known now; whether the device has the value
+    // now.
+    bool readNow(const std::vector<std::string>& names);
+    bool setNow(const std::string& name, const std::string& value);
 
     // Not owned; each is removed before it goes.
     void addListener(SessionListener& listener) { listeners_.push_back(&listener); }
@@ -114,7 +118,6 @@ class WorkbenchSession {
     void attributesHaveChanged();
     void statusHasChanged();
     void forgetOtherServer();
-    void set(const std::string& name, const std::string& value);
     void beginReading(std::chrono::milliseconds limit, std::chrono::milliseconds delay);
     void poll();
     void standstillHasEnded(std::chrono::milliseconds time);
@@ -122,7 +125,8 @@ class WorkbenchSession {
     // None when there was no proper answer.
     std::optional<std::string> read(const std::string& name);
     void endReading();
-    void setHasFailed(const std::string& name, const QString& why);
+    // False.
+    bool setHasFailed(const std::string& name, const QString& why);
     template <typename Call>
     void tellListeners(const Call& call);
 

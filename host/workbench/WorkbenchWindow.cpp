@@ -79,11 +79,13 @@ WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
     setMinimumSize(kLeastSize);
     rows->setMenuBar(menu_);
     rows->addLayout(makeTopRow());
-    for (QWidget* const line :
-         std::initializer_list<QWidget*>{armed_, edited_, hint_, outcome_, standstill_, doubts_}) {
+    for (QWidget* const line : std::initializer_list<QWidget*>{armed_, edited_, hint_, doubts_}) {
         rows->addWidget(line);
     }
     rows->addWidget(makePanes(), 1);
+    // Below, because they come and go with each click: nothing may move under the pointer.
+    rows->addWidget(outcome_);
+    rows->addWidget(standstill_);
     menu_->addViews(*views_);
 
     connect(&documentWatch_, &QTimer::timeout, this, &WorkbenchWindow::showDocument);
@@ -114,7 +116,7 @@ WindowMenu* WorkbenchWindow::makeMenu() {
     actions.saveAs = [this] { saveAs(); };
     actions.quit = [this] { close(); };
     actions.start = [this] { session_.start(false); };
-    actions.startWithDefaults = [this] { session_.start(true); };
+    actions.startWithDefaults = [this] { startWithDefaults(); };
     actions.stop = [this] { session_.stop(); };
     actions.reconnect = [this] { reconnect(); };
     actions.refresh = [this] { session_.refresh(); };
@@ -253,9 +255,11 @@ void WorkbenchWindow::showSituation() {
 void WorkbenchWindow::showBanners() {
     armed_->say(session_.isArmed()
                     ? QString("DEFAULTS ARMED: each connection, also after a mere restart of the server, routes all %1 "
-                              "destinations to their defaults.")
+                              "destinations to their defaults. The settings are locked meanwhile.")
                           .arg(session_.attributes().rowCount())
                     : QString());
+    // To pick a server there connects, too.
+    if (settingsView_ != nullptr) settingsView_->setEnabled(!session_.isArmed());
     const Edits edits = session_.edits();
     if (edits.labels != editedLabels_) {
         editedLabels_ = edits.labels;
@@ -325,6 +329,11 @@ void WorkbenchWindow::reconnect() {
     const QScopedValueRollback asking(isAsking_, true);
     if (session_.isArmed() && !dialogs_.mayRouteDefaults("Reconnect", session_.attributes().rowCount())) return;
     session_.reconnect();
+}
+
+void WorkbenchWindow::startWithDefaults() {
+    const QScopedValueRollback asking(isAsking_, true);
+    if (dialogs_.mayStartWithDefaults()) session_.start(true);
 }
 
 void WorkbenchWindow::disarm() {

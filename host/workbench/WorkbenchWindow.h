@@ -69,6 +69,7 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     void saveHistory();
     void told(bool isSaved);
     void reconnect();
+    void startWithDefaults();
     void disarm();
     void apply();
     void endEditing();

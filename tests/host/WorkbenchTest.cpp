@@ -66,6 +66,7 @@ TEST_F(Workbench, saysWhereTheConnectionStandsAndWhatItWaitsFor) {
     choose("stopAction");
     EXPECT_EQ(text("situationLabel"), "The plugin is stopped.");
     EXPECT_EQ(window->session().attributes().rowCount(), 0);
+    answer(QMessageBox::Yes);
     choose("startWithDefaultsAction");
     EXPECT_TRUE(comesTo(kConnected)) << text("situationLabel");
     EXPECT_EQ(switcher.matrix.routedInput(2), 3);

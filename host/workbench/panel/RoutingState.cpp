@@ -1,5 +1,6 @@
 #include "host/workbench/panel/RoutingState.h"
 
+#include <QTimer>
 #include <utility>
 
 #include "host/workbench/NumberedText.h"
@@ -120,10 +121,8 @@ void RoutingState::takeDefault() {
 Salvo RoutingState::routesToDefaults() const {
     Salvo routes;
     for (const std::string& name : attributes().names()) {
-        const bool mayHaveIt = !attributes().hasMark(name, AttributesModel::differsFromDefault) &&
-                               !attributes().hasMark(name, AttributesModel::notKnown);
         const auto value = defaultOf(name);
-        if (value && !mayHaveIt && !isLocked(name)) routes.push_back({name, *value});
+        if (value && !isLocked(name)) routes.push_back({name, *value});
     }
     return routes;
 }
@@ -143,17 +142,28 @@ std::optional<std::string> RoutingState::sourceOf(const std::string& other, cons
     return place ? std::optional(values.texts()[*place]) : std::nullopt;
 }
 
-// Both or none: half an exchange would put one source on both.
 void RoutingState::exchange(const std::string& with) {
-    const auto ours = sourceOf(with, destination_);
-    const auto theirs = sourceOf(destination_, with);
-    const QString what = "Did not exchange " + titleOf(destination_) + " and " + titleOf(with) + ": ";
     if (isLocked(destination_) || isLocked(with)) {
-        session_.setOutcome(what + titleOf(isLocked(with) ? with : destination_) + " is locked in this window.");
-    } else if (!ours || !theirs) {
-        session_.setOutcome(what + "it is not known what they have, or the other cannot have it.");
-    } else {
-        route(Salvo{{destination_, *ours}, {with, *theirs}});
+        session_.setOutcome("Did not exchange " + titleOf(destination_) + " and " + titleOf(with) + ": " +
+                            titleOf(isLocked(with) ? with : destination_) + " is locked in this window.");
+        return;
+    }
+    // After the click has been drawn.
+    QTimer::singleShot(0, &timers_, [this, destination = destination_, with] { exchangeNow(destination, with); });
+}
+
+// What both have is asked for first: somebody else may have routed them since. The second is left as it is when the
+// first did not follow.
+void RoutingState::exchangeNow(const std::string& destination, const std::string& with) {
+    const bool areKnown = session_.readNow({destination, with});
+    const auto ours = sourceOf(with, destination);
+    const auto theirs = sourceOf(destination, with);
+    if (!areKnown || !ours || !theirs) {
+        session_.setOutcome("Did not exchange " + titleOf(destination) + " and " + titleOf(with) +
+                            ": it is not known what they have, or the other cannot have it.");
+    } else if (session_.setNow(destination, *ours) && !session_.setNow(with, *theirs)) {
+        session_.setOutcome("Half an exchange: " + titleOf(destination) + " has the source of " + titleOf(with) +
+                            ", which did not follow. " + session_.outcome());
     }
 }
 

@@ -2,6 +2,7 @@
 // waits for TAKE, the locks of this window. Sets values through the session.
 #pragma once
 
+#include <QObject>
 #include <QString>
 #include <functional>
 #include <optional>
@@ -54,7 +55,8 @@ class RoutingState final : private SessionListener {
     void takePrevious();
     std::optional<std::string> defaultOf(const std::string& destination) const;
     void takeDefault();
-    // The destinations that are not known to have their defaults and can have them; none that is locked.
+    // All destinations that can have their defaults, whatever they are thought to have now, for that may be long ago;
+    // none that is locked.
     Salvo routesToDefaults() const;
     void route(const Salvo& salvo);
 
@@ -68,12 +70,14 @@ class RoutingState final : private SessionListener {
     void routeChanged(const RouteChange& change) override;
     void setFailed(const std::string& name, const std::string& why) override;
     void exchange(const std::string& with);
+    void exchangeNow(const std::string& destination, const std::string& with);
     void dropWhatIsGone();
     // The value to be set so that the destination gets the current source of the other; none where that is not known.
     std::optional<std::string> sourceOf(const std::string& other, const std::string& destination) const;
     void tell() const;
 
     WorkbenchSession& session_;
+    QObject timers_;  // none rings after the state has gone
     std::vector<std::function<void()>> observers_;
     std::string destination_;
     std::optional<SalvoStep> waiting_;
