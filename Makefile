@@ -14,7 +14,7 @@ help:
 	@echo 'make test         build everything and run the tests'
 	@echo 'make bench        measure it and write build/bench.json and docs/performance.md (some minutes on a quiet machine)'
 	@echo 'make build        velmora-host, velmora-switch-server and VelmoraSwitch.bundle, in build/'
-	@echo 'make screenshots  retake the pictures in docs/images/ (needs the package xvfb)'
+	@echo 'make screenshots  retake the pictures in docs/images/ (needs the packages xvfb, xdotool and imagemagick)'
 	@echo 'make clean        remove build/'
 
 demo: build

@@ -74,7 +74,11 @@ void AttributesModel::setCurrentValue(const std::string& name, const std::option
     const auto number = rowNumbers_.find(name);
     if (number == rowNumbers_.end()) return;
     Row& row = rows_[number->second];
-    if (value) row.last = LastValue{*value, QTime::currentTime()};
+    if (value) {
+        // As it is called now: without a connection the plugin's list has no labels.
+        const auto place = row.possibleValues.indexOf(*value);
+        row.last = LastValue{place ? row.possibleValues.texts()[*place] : *value, QTime::currentTime()};
+    }
     if (row.currentValue == value && row.isUnread == isUnread) return;
     row.currentValue = value;
     row.isUnread = isUnread;
@@ -183,11 +187,13 @@ std::string AttributesModel::text(const QModelIndex& index) const {
         case defaultColumn:
             return row.defaultValue;
         default:
-            return seenValue(row);
+            return row.currentValue.value_or(seenValue(row));
     }
 }
 
 std::string AttributesModel::seenValue(const Row& row) {
+    if (const auto place = placeOfSeenValue(row)) return row.possibleValues.texts()[*place];
+    if (row.currentValue) return *row.currentValue;
     return row.last ? row.last->value : row.isUnread ? kUnread : kUnknown;
 }
 
@@ -196,14 +202,13 @@ std::string AttributesModel::ageOfSeenValue(const Row& row) {
 }
 
 std::optional<std::size_t> AttributesModel::placeOfSeenValue(const Row& row) {
-    return row.last ? row.possibleValues.indexOf(row.last->value) : std::nullopt;
+    return row.currentValue ? row.possibleValues.indexOf(*row.currentValue) : std::nullopt;
 }
 
 std::string AttributesModel::shown(const QModelIndex& index) const {
     const Row& row = rowAt(index.row());
     if (index.column() != currentColumn) return text(index);
-    const auto place = placeOfSeenValue(row);
-    return (place ? row.possibleValues.texts()[*place] : seenValue(row)) + ageOfSeenValue(row);
+    return seenValue(row) + ageOfSeenValue(row);
 }
 
 QString AttributesModel::sortText(const QModelIndex& index) const {
@@ -225,17 +230,22 @@ QString AttributesModel::sortText(const QModelIndex& index) const {
 
 QVariant AttributesModel::dataOfRow(const Row& row, int role) const {
     const auto place = placeOfSeenValue(row);
+    const QString last = !row.currentValue && row.last ? qString(row.last->value) : QString();
+    const qsizetype digits = row.possibleValues.numberAt(0) ? last.indexOf(' ') : -1;
     switch (role) {
         case numberRole:
             return row.number ? QVariant(*row.number) : QVariant();
         case labelRole:
             return displayText(row.displayName.empty() ? row.name : row.displayName);
         case sourceNumberRole: {
+            if (digits > 0) return last.first(digits).toLongLong();
             const auto number = place ? row.possibleValues.numberAt(*place) : std::nullopt;
             return number ? QVariant(static_cast<qlonglong>(*number)) : QVariant();
         }
         case sourceLabelRole:
-            return displayText((place ? row.possibleValues.labelAt(*place) : seenValue(row)) + ageOfSeenValue(row));
+            if (place) return displayText(row.possibleValues.labelAt(*place));
+            if (digits > 0) return displayText(last.sliced(digits + 1).toStdString() + ageOfSeenValue(row));
+            return displayText(seenValue(row) + ageOfSeenValue(row));
         case marksRole:
             return marksOf(row);
         default:

@@ -90,8 +90,8 @@ class AttributesModel final : public QAbstractTableModel {
     // As the plugin gave it, and as it is shown.
     std::string text(const QModelIndex& index) const;
     std::string shown(const QModelIndex& index) const;
-    // Of the current value or, where there is none, of the last known one: the place among the possible ones, the text,
-    // and the words after it.
+    // The current value's place among the possible ones; what is seen of it or, where there is none, of the last known
+    // one; and the words after that.
     static std::optional<std::size_t> placeOfSeenValue(const Row& row);
     static std::string seenValue(const Row& row);
     static std::string ageOfSeenValue(const Row& row);

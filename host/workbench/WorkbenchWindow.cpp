@@ -17,7 +17,6 @@
 #include "host/workbench/grid/GridView.h"
 #include "host/workbench/panel/PanelView.h"
 #include "host/workbench/salvos/SalvosView.h"
-#include "platform/foundation/QtText.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -29,8 +28,8 @@ constexpr QSize kLeastSize(360, 320);
 constexpr QSize kFrame(16, 48);  // what the window system adds around the window, about
 // In a narrower window, what is otherwise side by side goes one below the other.
 constexpr int kNarrow = 900;
+constexpr int kNarrowTopRow = 700;
 constexpr std::chrono::milliseconds kDocumentWatch{500};
-
 constexpr const char* kGeometryKey = "geometry";
 constexpr const char* kViewKey = "view";
 
@@ -94,6 +93,7 @@ WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
     arrangeForWidth(size.width());
     resize(size);
     drawer_->hide();
+    menu_->action("historyAction")->setChecked(size.height() >= kUsualSize.height() * 3 / 4);  // room for the views
     menu_->action("settingsAction")->setChecked(!session_.hasServer() || !session_.hasOutputs());
     showDocument();
     sessionHasChanged();
@@ -307,7 +307,7 @@ void WorkbenchWindow::resizeEvent(QResizeEvent* event) {
 void WorkbenchWindow::arrangeForWidth(int width) {
     const bool isNarrow = width < kNarrow;
     sides_->setOrientation(isNarrow ? Qt::Vertical : Qt::Horizontal);
-    topRow_->setDirection(isNarrow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    topRow_->setDirection(width < kNarrowTopRow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
 }
 
 DictionaryReference WorkbenchWindow::arrangement() const {

@@ -5,6 +5,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
+#include <QResizeEvent>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <utility>
@@ -18,7 +20,7 @@ namespace {
 
 constexpr int kTileWidthInCharacters = 27;
 constexpr int kWideTileInCharacters = 40;
-constexpr int kNumberAndMarginsInCharacters = 10;
+constexpr int kMarginsInCharacters = 5;
 constexpr int kRowWidthInCharacters = 60;
 
 }  // namespace
@@ -112,8 +114,9 @@ int FindPane::widthOfTiles() const {
     int width = kTileWidthInCharacters * character;
     for (int row = 0; row < matches_.rowCount() && width < kWideTileInCharacters * character; ++row) {
         const QModelIndex tile = matches_.index(row, 0);
-        width = std::max(width, font.horizontalAdvance(tile.data(AttributesModel::labelRole).toString()) +
-                                    kNumberAndMarginsInCharacters * character);
+        const int number = list_->fontMetrics().horizontalAdvance(tile.data(AttributesModel::numberRole).toString());
+        const int label = font.horizontalAdvance(tile.data(AttributesModel::labelRole).toString());
+        width = std::max(width, number + label + kMarginsInCharacters * character);
     }
     return std::min(width, kWideTileInCharacters * character);
 }
@@ -163,9 +166,17 @@ bool FindPane::eventFilter(QObject* watched, QEvent* event) {
     } else if (event->type() == QEvent::MouseButtonPress) {
         field_->setFocus(Qt::MouseFocusReason);
     } else if (event->type() == QEvent::Resize) {
-        arrange();
+        followResize(static_cast<QResizeEvent*>(event)->oldSize());
     }
     return false;
+}
+
+// A framed tile that was to be seen stays so, also when a line above the panes takes room.
+void FindPane::followResize(const QSize& old) {
+    const QRect tile = list_->visualRect(list_->currentIndex());
+    const bool wasSeen = tile.isValid() && tile.top() >= 0 && tile.bottom() <= old.height();
+    arrange();
+    if (wasSeen) QTimer::singleShot(0, list_, [this] { list_->scrollTo(list_->currentIndex()); });
 }
 
 bool FindPane::handleKey(QKeyEvent& event) {

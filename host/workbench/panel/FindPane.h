@@ -40,6 +40,7 @@ class FindPane final : public QWidget {
     void find(const QString& text);
     void moveFrame(const QModelIndex& match);
     void arrange();
+    void followResize(const QSize& old);
     int widthOfTiles() const;
 
     const QString name_;
