@@ -78,15 +78,15 @@ class Listener : public BrowseListener {
         const std::lock_guard lock(mutex_);
         return std::count(events_.begin(), events_.end(), event) != 0;
     }
+    void note(const std::string& event) {
+        const std::lock_guard lock(mutex_);
+        events_.push_back(event);
+    }
 
   private:
     void serviceFound(const ServiceKey& key) override { note("found " + key.name); }
     void serviceRemoved(const ServiceKey& key) override { note("removed " + key.name); }
     bool prefers(const ServiceKey& key) const override { return key.name == "Preferred"; }
-    void note(const std::string& event) {
-        const std::lock_guard lock(mutex_);
-        events_.push_back(event);
-    }
     std::mutex mutex_;
     Strings events_;
     std::ptrdiff_t waitedFor_ = 0;
@@ -212,19 +212,52 @@ TEST_F(Discovery, onlyChangesThatConcernAConnectionAreTold) {
     ASSERT_TRUE(isTold(watcher, {"removed Router"}));
 }
 
-TEST_F(Discovery, fullListKeepsWhatIsPreferredTakesWhatIsNewAndHealsWhenThereIsRoom) {
-    DiscoveryLoop loop(-1);
-    DiscoveryEngine engine(loop, {"lo"}, 5);
-    const auto listener = std::make_shared<Listener>();
-    engine.browse(kType, "local.", listener);
-    const auto hears = [&](const std::string& event) {
-        return listener->hears(event, [&] {
+// Discovery on the test's own thread, which stands still in between.
+struct SteppedDiscovery {
+    explicit SteppedDiscovery(std::size_t maximumServices = kMaximumServices) : engine(loop, {"lo"}, maximumServices) {
+        engine.browse(kType, "local.", listener);
+    }
+    bool hears(const std::string& event) {
+        return listener->hears(event, [this] {
             loop.performAfter(Seconds(0.05), [] {});  // ends the wait
             loop.runDueTimers();
             engine.settle();
             loop.wait();
         });
+    }
+    DiscoveryLoop loop{-1};
+    DiscoveryEngine engine;
+    const std::shared_ptr<Listener> listener = std::make_shared<Listener>();
+};
+
+TEST_F(Discovery, aServiceThatHasGoneAndComeBackBeforeTheThreadLooksIsFoundAgain) {
+    const auto witness = std::make_shared<Listener>();
+    DiscoveryThread::perform([witness](DiscoveryEngine& engine) { engine.browse(kType, "local.", witness); });
+    SteppedDiscovery discovery;
+    const ServerProcess marker("Marker");
+    EXPECT_TRUE(witness->hears("found Marker") && discovery.hears("found Marker"));
+    RawAnnouncer announcer;
+    announcer.pointer("Router").location("Router", kHostA, 1000).address(kHostA, {10, 0, 0, 9}).send();
+    EXPECT_TRUE(witness->hears("found Router") && discovery.hears("found Router"));
+    const auto resolved = [&](auto* found) {
+        discovery.listener->note(found != nullptr ? "resolved" : "not resolved");
     };
+    discovery.engine.resolve({kType, "local.", "Router"}, {.deadline = fromNow(Seconds(5)), .done = resolved});
+    EXPECT_TRUE(discovery.hears("resolved"));
+    announcer.pointer("Router", 0).send();
+    EXPECT_TRUE(witness->hears("removed Router"));
+    announcer.pointer("Router").send();
+    EXPECT_TRUE(witness->hears("found Router"));
+    announcer.pointer("Last").send();
+    EXPECT_TRUE(witness->hears("found Last"));
+    DiscoveryThread::perform([witness](DiscoveryEngine& engine) { engine.endBrowse(witness); });
+    EXPECT_TRUE(discovery.hears("found Router"));
+}
+
+TEST_F(Discovery, fullListKeepsWhatIsPreferredTakesWhatIsNewAndHealsWhenThereIsRoom) {
+    SteppedDiscovery discovery(5);
+    const auto& listener = discovery.listener;
+    const auto hears = [&](const std::string& event) { return discovery.hears(event); };
     const ServerProcess preferred("Preferred"), oldest("Oldest");
     EXPECT_TRUE(hears("found Oldest"));
     RawAnnouncer announcer;

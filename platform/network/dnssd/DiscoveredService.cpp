@@ -36,7 +36,11 @@ DiscoveredService::~DiscoveredService() {
 }
 
 void DiscoveredService::appeared(const NetworkRecord& pointer, std::uint64_t arrival) {
-    if (!isPresent()) arrival_ = arrival;
+    if (!isPresent()) {
+        arrival_ = arrival;
+        // It has gone and come back before update() could tell of the first.
+        if (announced_) renewed_ = true;
+    }
     if (!pointers_.insert(pointer).second) renewed_ = true;
 }
 
