@@ -23,7 +23,7 @@ namespace velmora {
 // are closed.
 class TCPConnection final : public RunLoopSource, public std::enable_shared_from_this<TCPConnection> {
   public:
-    explicit TCPConnection(EndpointProvider provider);
+    TCPConnection(EndpointProvider provider, EndObserver observer);
     ~TCPConnection() override;
 
     using Half = NSStream::Half;
@@ -70,6 +70,7 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
 
     Mutex mutex_;
     const EndpointProvider provider_;
+    const EndObserver observer_;
     std::array<HalfState, 2> halves_ GUARDED_BY(mutex_);
     AtomicReference<NSRunLoop> runLoop_;  // none before it is scheduled, and after its end
     int descriptor_ GUARDED_BY(mutex_) = -1;

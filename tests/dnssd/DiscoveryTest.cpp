@@ -361,6 +361,15 @@ TEST_F(Discovery, packetsWithAnAliasOrCutOffAreFilteredOut) {
     filter.poll()->watch_free(filtered);
 }
 
+// Those that listen to the network for this process.
+void signalPrograms(int signal) {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (read_symlink(entry, gone).native().find("pidfd") == std::string::npos) continue;
+        syscall(SYS_pidfd_send_signal, std::stoi(entry.path().filename()), signal, nullptr, 0);
+    }
+}
+
 // Whatever becomes of the program that listens to the network, in the host nothing is to be seen of it but a log line.
 TEST_F(Discovery, programThatDiesOrHangsIsReplacedAndIsNoChildOfTheHost) {
     static std::atomic<int> childSignals;
@@ -376,11 +385,7 @@ TEST_F(Discovery, programThatDiesOrHangsIsReplacedAndIsNoChildOfTheHost) {
     const auto isReplacedAfter = [&](int signal, const char* line) {
         EXPECT_EQ(waitpid(-1, nullptr, 0), -1);  // would block for a child
         EXPECT_EQ(errno, ECHILD);
-        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-            std::error_code gone;
-            if (read_symlink(entry, gone).native().find("pidfd") == std::string::npos) continue;
-            syscall(SYS_pidfd_send_signal, std::stoi(entry.path().filename()), signal, nullptr, 0);
-        }
+        signalPrograms(signal);
         return runMainLoopUntil([&] { return log.count(line) == 1; });
     };
     ASSERT_TRUE(announces("First"));
@@ -390,6 +395,57 @@ TEST_F(Discovery, programThatDiesOrHangsIsReplacedAndIsNoChildOfTheHost) {
     ASSERT_TRUE(announces("Third"));
     std::signal(SIGCHLD, before);
     EXPECT_EQ(childSignals, 0);
+}
+
+// Nobody hears the goodbye of a server that restarts while the program is away.
+TEST_F(Discovery, afterADoubtAServiceIsFoundAgainIfTheConnectionToItHasEnded) {
+    const ListeningPort server;
+    RawAnnouncer announcer;
+    ServiceWatch watcher;
+    LogLines log;
+    int markers = 0;
+    // News arrives in order, so what was told of the router is there before the marker.
+    const auto isAnnouncedAnew = [&](Strings expected) {
+        const std::string name = "Marker " + std::to_string(++markers);
+        EXPECT_TRUE(runMainLoopUntil([&] {
+            announcer.pointer("Router").location("Router", kHostA, server.port()).pointer(name);
+            announcer.location(name, kHostA, 1).address(kHostA, {127, 0, 0, 1}).send();
+            return std::ranges::count(watcher.events, "resolved " + name) == 1;
+        }));
+        std::erase(watcher.events, "found " + name);
+        std::erase(watcher.events, "resolved " + name);
+        return isTold(watcher, expected);
+    };
+    std::shared_ptr<SwitchTelnetController> controller;
+    const auto connect = [&] {
+        if (controller != nullptr) controller->closeStreams();
+        controller = std::make_shared<SwitchTelnetController>();
+        controller->startConnectionWithNetService(watcher.services.at("Router"));
+        return std::make_unique<Socket>(server.accept());
+    };
+    const auto isAway = [&] {
+        signalPrograms(SIGKILL);
+        const auto before = log.count("velmora-mdns has ended unexpectedly, it is started again");
+        return runMainLoopUntil(
+            [&] { return log.count("velmora-mdns has ended unexpectedly, it is started again") > before; });
+    };
+    ASSERT_TRUE(isAnnouncedAnew(kFoundRouter));
+    // Without a doubt the end of a connection is no news.
+    connect();
+    EXPECT_TRUE(isAnnouncedAnew({}));
+    // It ends after the announcement is confirmed, or before.
+    auto connection = connect();
+    ASSERT_TRUE(isAway() && isAnnouncedAnew({}));
+    connection = nullptr;
+    ASSERT_TRUE(isTold(watcher, kFoundRouter));
+    connect();
+    ASSERT_TRUE(isAway() && isAnnouncedAnew(kFoundRouter));
+    // Our own end is no news either.
+    connection = connect();
+    ASSERT_TRUE(isAway());
+    controller->closeStreams();
+    EXPECT_TRUE(isAnnouncedAnew({}));
+    EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(5)));
 }
 
 TEST_F(Discovery, publishesUnderAFreeNameAndSaysWhyNot) {
