@@ -28,6 +28,10 @@ void NSStream::open() {
     connection_->open();
 }
 
+void NSStream::noteFailure() {
+    connection_->noteFailure();
+}
+
 void NSStream::close() {
     connection_->close(half_);
 }

@@ -56,6 +56,8 @@ class NSStream : public NSObject {
 
     // Starts to connect (the first half that is opened does); the outcome is an event.
     void open();
+    // The peer has failed, as its owner has found out: when this connection is closed, it counts as having ended.
+    void noteFailure();
     // No event follows. The peer sees the end of the stream.
     void close();
 

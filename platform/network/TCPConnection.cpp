@@ -107,7 +107,7 @@ void TCPConnection::close(Half which) {
     }
     const auto runLoop = runLoop_.exchange(nullptr);
     if (runLoop != nullptr) runLoop->forgetDescriptor(shared_from_this());
-    if (before != Phase::idle && before != Phase::over && observer_ != nullptr) observer_(false);
+    if (before != Phase::idle && before != Phase::over && observer_ != nullptr) observer_(ownerNotedFailure_);
 }
 
 void TCPConnection::connectToNextAddress() {

@@ -33,6 +33,7 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
     void schedule(const std::shared_ptr<NSRunLoop>& runLoop, const char* mode);
     void unschedule(const std::shared_ptr<NSRunLoop>& runLoop, const char* mode);
     void open();
+    void noteFailure() { ownerNotedFailure_ = true; }
     void close(Half half);
 
     std::int64_t read(std::span<std::uint8_t> buffer);
@@ -80,6 +81,7 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
     std::atomic<bool> wasFull_ = false;
 
     std::atomic<bool> failed_ = false;
+    std::atomic<bool> ownerNotedFailure_ = false;
     // The bytes that were offered last were not read, read with more that may be there, or read to the last one.
     enum class LastRead { none, full, partial };
     std::atomic<LastRead> lastRead_ = LastRead::none;

@@ -419,7 +419,7 @@ TEST_F(Discovery, afterADoubtAServiceIsFoundAgainIfTheConnectionToItHasEnded) {
     std::shared_ptr<SwitchTelnetController> controller;
     const auto connect = [&] {
         if (controller != nullptr) controller->closeStreams();
-        controller = std::make_shared<SwitchTelnetController>();
+        controller = std::make_shared<SwitchTelnetController>(TelnetTimeLimits{.reply = Seconds(0.5)});
         controller->startConnectionWithNetService(watcher.services.at("Router"));
         return std::make_unique<Socket>(server.accept());
     };
@@ -439,6 +439,11 @@ TEST_F(Discovery, afterADoubtAServiceIsFoundAgainIfTheConnectionToItHasEnded) {
     connection = nullptr;
     ASSERT_TRUE(isTold(watcher, kFoundRouter));
     connect();
+    ASSERT_TRUE(isAway() && isAnnouncedAnew(kFoundRouter));
+    // A server that does not answer is given up.
+    connection = connect();
+    controller->processCommandSynchronously(std::make_shared<SwitchTelnetCommand>());
+    EXPECT_FALSE(controller->isConnected());
     ASSERT_TRUE(isAway() && isAnnouncedAnew(kFoundRouter));
     // Our own end is no news either.
     connection = connect();
