@@ -424,10 +424,10 @@ TEST_F(Discovery, afterADoubtAServiceIsFoundAgainIfTheConnectionToItHasEnded) {
         return std::make_unique<Socket>(server.accept());
     };
     const auto isAway = [&] {
+        const char* const line = "velmora-mdns has ended unexpectedly, it is started again";
+        const auto before = log.count(line);
         signalPrograms(SIGKILL);
-        const auto before = log.count("velmora-mdns has ended unexpectedly, it is started again");
-        return runMainLoopUntil(
-            [&] { return log.count("velmora-mdns has ended unexpectedly, it is started again") > before; });
+        return runMainLoopUntil([&] { return log.count(line) > before; });
     };
     ASSERT_TRUE(isAnnouncedAnew(kFoundRouter));
     // Without a doubt the end of a connection is no news.
