@@ -208,6 +208,7 @@ void SwitchTelnetController::closeStreams(TelnetConnectionEnd::Cause cause, std:
     }
     streams.input->setDelegate(nullptr);
     streams.output->setDelegate(nullptr);
+    if (cause != TelnetConnectionEnd::Cause::owner) streams.output->noteFailure();
     streams.input->close();
     streams.output->close();
     {

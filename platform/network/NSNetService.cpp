@@ -105,13 +105,18 @@ void NSNetService::resolved(const ServiceEndpoint* endpoint) {
 }
 
 std::optional<NSStreamPair> NSNetService::getInputStreamOutputStream() {
-    ServiceKey service = key();
+    const ServiceKey service = key();
     if (service.name.empty()) return std::nullopt;
-    return streamPairWithEndpointProvider([service = std::move(service)](std::function<void(Addresses)> receiver) {
+    const auto fate = std::make_shared<std::atomic<ConnectionFate>>(ConnectionFate::open);
+    const auto findAddresses = [service, fate](std::function<void(Addresses)> receiver) {
         const auto answer = std::make_shared<OneAnswer<Addresses>>(std::move(receiver));
-        DiscoveryThread::perform([service, answer](DiscoveryEngine& engine) {
-            engine.findAddresses(service, [answer](Addresses addresses) { answer->give(std::move(addresses)); });
+        DiscoveryThread::perform([service, fate, answer](DiscoveryEngine& engine) {
+            engine.findAddresses(service, fate, [answer](Addresses addresses) { answer->give(std::move(addresses)); });
         });
+    };
+    return streamPairWithEndpointProvider(findAddresses, [service, fate](bool endedByItself) {
+        *fate = endedByItself ? ConnectionFate::ended : ConnectionFate::closed;
+        DiscoveryThread::performIfRunning([service](DiscoveryEngine& engine) { engine.connectionIsOver(service); });
     });
 }
 

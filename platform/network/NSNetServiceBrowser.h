@@ -21,7 +21,9 @@ class NSNetServiceBrowserDelegate {
     // addresses remains (one more or less is no news); when a resolution had failed and it can be resolved now; and
     // when it was withdrawn and announced anew, within a second (except through an Avahi daemon, which hides that) or
     // before the main thread came to it. One that came and went in that time is not told at all. An appearance that is
-    // lost with its interface has kGraceTime to come back, of which nothing is told.
+    // lost with its interface has kGraceTime to come back, of which nothing is told, unless this process had a
+    // connection to the service: if that has ended, and there is no other, it is found again, too. The same goes for
+    // what velmora-mdns or the daemon has to confirm after a restart.
     virtual void netServiceBrowserDidFindServiceMoreComing(NSNetServiceBrowser& browser,
                                                            const std::shared_ptr<NSNetService>& service,
                                                            bool moreComing) = 0;

@@ -28,6 +28,10 @@ void NSStream::open() {
     connection_->open();
 }
 
+void NSStream::noteFailure() {
+    connection_->noteFailure();
+}
+
 void NSStream::close() {
     connection_->close(half_);
 }
@@ -48,8 +52,8 @@ std::int64_t NSOutputStream::write(std::span<const std::uint8_t> bytes) {
     return connection_->write(bytes);
 }
 
-NSStreamPair streamPairWithEndpointProvider(EndpointProvider provider) {
-    const auto connection = std::make_shared<TCPConnection>(std::move(provider));
+NSStreamPair streamPairWithEndpointProvider(EndpointProvider provider, EndObserver observer) {
+    const auto connection = std::make_shared<TCPConnection>(std::move(provider), std::move(observer));
     NSStreamPair pair{std::make_shared<NSInputStream>(connection), std::make_shared<NSOutputStream>(connection)};
     connection->setStreams(pair);
     return pair;

@@ -38,6 +38,8 @@ class NSStreamDelegate {
 // later, with the addresses in the order in which to try them; no addresses means that there is nowhere to connect to.
 // It must not need the main loop.
 using EndpointProvider = std::function<void(std::function<void(std::vector<SocketAddress>)> answer)>;
+// Called once when a connection that was opened is over: ended by the peer or a failure, or else closed. Any thread.
+using EndObserver = std::function<void(bool endedByItself)>;
 
 // Scheduling, opening, closing and the delegate: any thread. Reading and writing: the thread whose run loop it is
 // scheduled in, or, for a single user at a time, any other. The connection is closed when both halves are; its
@@ -54,6 +56,8 @@ class NSStream : public NSObject {
 
     // Starts to connect (the first half that is opened does); the outcome is an event.
     void open();
+    // The peer has failed, as its owner has found out: when this connection is closed, it counts as having ended.
+    void noteFailure();
     // No event follows. The peer sees the end of the stream.
     void close();
 
@@ -110,7 +114,7 @@ inline constexpr Seconds kFirstTurnsTimeout{8};
 inline constexpr std::chrono::seconds kVanishedPeerTimeout{60};
 
 // A pair over one connection to be made to the first of the provider's addresses that accepts it.
-NSStreamPair streamPairWithEndpointProvider(EndpointProvider provider);
+NSStreamPair streamPairWithEndpointProvider(EndpointProvider provider, EndObserver observer = nullptr);
 
 class NSHost;
 // A pair to a port (1 to 65,535, host byte order) of a host; none when the host is null or has no address or the port

@@ -50,7 +50,8 @@ int makeSocket(int family) {
 
 }  // namespace
 
-TCPConnection::TCPConnection(EndpointProvider provider) : provider_(std::move(provider)) {}
+TCPConnection::TCPConnection(EndpointProvider provider, EndObserver observer)
+    : provider_(std::move(provider)), observer_(std::move(observer)) {}
 
 TCPConnection::~TCPConnection() {
     MutexLock lock(mutex_);
@@ -96,15 +97,17 @@ void TCPConnection::open() {
 }
 
 void TCPConnection::close(Half which) {
+    Phase before = Phase::idle;
     {
         MutexLock lock(mutex_);
         half(which).closed = true;
         if (!half(Half::input).closed || !half(Half::output).closed) return;
-        phase_ = Phase::over;
+        before = phase_.exchange(Phase::over);
         if (descriptor_ >= 0) shutdown(descriptor_, SHUT_RDWR);
     }
     const auto runLoop = runLoop_.exchange(nullptr);
     if (runLoop != nullptr) runLoop->forgetDescriptor(shared_from_this());
+    if (before != Phase::idle && before != Phase::over && observer_ != nullptr) observer_(ownerNotedFailure_);
 }
 
 void TCPConnection::connectToNextAddress() {
@@ -271,6 +274,7 @@ void TCPConnection::finish(NSStreamEvent event) {
     attemptDeadline_.reset();
     mayHaveBytes_ = false;
     if (const auto runLoop = runLoop_.load()) runLoop->forgetDescriptor(shared_from_this());
+    if (observer_ != nullptr) observer_(true);
     deliver(Half::input, event);
     deliver(Half::output, event);
 }

@@ -23,7 +23,7 @@ namespace velmora {
 // are closed.
 class TCPConnection final : public RunLoopSource, public std::enable_shared_from_this<TCPConnection> {
   public:
-    explicit TCPConnection(EndpointProvider provider);
+    TCPConnection(EndpointProvider provider, EndObserver observer);
     ~TCPConnection() override;
 
     using Half = NSStream::Half;
@@ -33,6 +33,7 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
     void schedule(const std::shared_ptr<NSRunLoop>& runLoop, const char* mode);
     void unschedule(const std::shared_ptr<NSRunLoop>& runLoop, const char* mode);
     void open();
+    void noteFailure() { ownerNotedFailure_ = true; }
     void close(Half half);
 
     std::int64_t read(std::span<std::uint8_t> buffer);
@@ -70,6 +71,7 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
 
     Mutex mutex_;
     const EndpointProvider provider_;
+    const EndObserver observer_;
     std::array<HalfState, 2> halves_ GUARDED_BY(mutex_);
     AtomicReference<NSRunLoop> runLoop_;  // none before it is scheduled, and after its end
     int descriptor_ GUARDED_BY(mutex_) = -1;
@@ -79,6 +81,7 @@ class TCPConnection final : public RunLoopSource, public std::enable_shared_from
     std::atomic<bool> wasFull_ = false;
 
     std::atomic<bool> failed_ = false;
+    std::atomic<bool> ownerNotedFailure_ = false;
     // The bytes that were offered last were not read, read with more that may be there, or read to the last one.
     enum class LastRead { none, full, partial };
     std::atomic<LastRead> lastRead_ = LastRead::none;

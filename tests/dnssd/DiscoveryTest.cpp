@@ -53,15 +53,15 @@ class Listener : public BrowseListener {
         const std::lock_guard lock(mutex_);
         return std::count(events_.begin(), events_.end(), event) != 0;
     }
+    void note(const std::string& event) {
+        const std::lock_guard lock(mutex_);
+        events_.push_back(event);
+    }
 
   private:
     void serviceFound(const ServiceKey& key) override { note("found " + key.name); }
     void serviceRemoved(const ServiceKey& key) override { note("removed " + key.name); }
     bool prefers(const ServiceKey& key) const override { return key.name == "Preferred"; }
-    void note(const std::string& event) {
-        const std::lock_guard lock(mutex_);
-        events_.push_back(event);
-    }
     std::mutex mutex_;
     Strings events_;
     std::ptrdiff_t waitedFor_ = 0;
@@ -178,19 +178,52 @@ TEST_F(Discovery, onlyChangesThatConcernAConnectionAreTold) {
     ASSERT_TRUE(isTold(watcher, {"removed Router"}));
 }
 
-TEST_F(Discovery, fullListKeepsWhatIsPreferredTakesWhatIsNewAndHealsWhenThereIsRoom) {
-    DiscoveryLoop loop(-1);
-    DiscoveryEngine engine(loop, {"lo"}, 5);
-    const auto listener = std::make_shared<Listener>();
-    engine.browse(kType, "local.", listener);
-    const auto hears = [&](const std::string& event) {
-        return listener->hears(event, [&] {
+// Discovery on the test's own thread, which stands still in between.
+struct SteppedDiscovery {
+    explicit SteppedDiscovery(std::size_t maximumServices = kMaximumServices) : engine(loop, {"lo"}, maximumServices) {
+        engine.browse(kType, "local.", listener);
+    }
+    bool hears(const std::string& event) {
+        return listener->hears(event, [this] {
             loop.performAfter(Seconds(0.05), [] {});  // ends the wait
             loop.runDueTimers();
             engine.settle();
             loop.wait();
         });
+    }
+    DiscoveryLoop loop{-1};
+    DiscoveryEngine engine;
+    const std::shared_ptr<Listener> listener = std::make_shared<Listener>();
+};
+
+TEST_F(Discovery, aServiceThatHasGoneAndComeBackBeforeTheThreadLooksIsFoundAgain) {
+    const auto witness = std::make_shared<Listener>();
+    DiscoveryThread::perform([witness](DiscoveryEngine& engine) { engine.browse(kType, "local.", witness); });
+    SteppedDiscovery discovery;
+    const ServerProcess marker("Marker");
+    EXPECT_TRUE(witness->hears("found Marker") && discovery.hears("found Marker"));
+    RawAnnouncer announcer;
+    announcer.pointer("Router").location("Router", kHostA, 1000).address(kHostA, {10, 0, 0, 9}).send();
+    EXPECT_TRUE(witness->hears("found Router") && discovery.hears("found Router"));
+    const auto resolved = [&](auto* found) {
+        discovery.listener->note(found != nullptr ? "resolved" : "not resolved");
     };
+    discovery.engine.resolve({kType, "local.", "Router"}, {.deadline = fromNow(Seconds(5)), .done = resolved});
+    EXPECT_TRUE(discovery.hears("resolved"));
+    announcer.pointer("Router", 0).send();
+    EXPECT_TRUE(witness->hears("removed Router"));
+    announcer.pointer("Router").send();
+    EXPECT_TRUE(witness->hears("found Router"));
+    announcer.pointer("Last").send();
+    EXPECT_TRUE(witness->hears("found Last"));
+    DiscoveryThread::perform([witness](DiscoveryEngine& engine) { engine.endBrowse(witness); });
+    EXPECT_TRUE(discovery.hears("found Router"));
+}
+
+TEST_F(Discovery, fullListKeepsWhatIsPreferredTakesWhatIsNewAndHealsWhenThereIsRoom) {
+    SteppedDiscovery discovery(5);
+    const auto& listener = discovery.listener;
+    const auto hears = [&](const std::string& event) { return discovery.hears(event); };
     const ServerProcess preferred("Preferred"), oldest("Oldest");
     EXPECT_TRUE(hears("found Oldest"));
     RawAnnouncer announcer;
@@ -255,6 +288,15 @@ TEST_F(Discovery, aGoodbyeThatIsTakenBackIsNewsWhenTheAnnouncerSaidIt) {
     ASSERT_TRUE(isTold(watcher, {"removed Router"}));
 }
 
+// Those that listen to the network for this process.
+void signalPrograms(int signal) {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (read_symlink(entry, gone).native().find("pidfd") == std::string::npos) continue;
+        syscall(SYS_pidfd_send_signal, std::stoi(entry.path().filename()), signal, nullptr, 0);
+    }
+}
+
 // Whatever becomes of the program that listens to the network, in the host nothing is to be seen of it but a log line.
 TEST_F(Discovery, programThatDiesOrHangsIsReplacedAndIsNoChildOfTheHost) {
     static std::atomic<int> childSignals;
@@ -270,11 +312,7 @@ TEST_F(Discovery, programThatDiesOrHangsIsReplacedAndIsNoChildOfTheHost) {
     const auto isReplacedAfter = [&](int signal, const char* line) {
         EXPECT_EQ(waitpid(-1, nullptr, 0), -1);  // would block for a child
         EXPECT_EQ(errno, ECHILD);
-        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-            std::error_code gone;
-            if (read_symlink(entry, gone).native().find("pidfd") == std::string::npos) continue;
-            syscall(SYS_pidfd_send_signal, std::stoi(entry.path().filename()), signal, nullptr, 0);
-        }
+        signalPrograms(signal);
         return runMainLoopUntil([&] { return log.count(line) == 1; });
     };
     ASSERT_TRUE(announces("First"));
@@ -284,6 +322,62 @@ TEST_F(Discovery, programThatDiesOrHangsIsReplacedAndIsNoChildOfTheHost) {
     ASSERT_TRUE(announces("Third"));
     std::signal(SIGCHLD, before);
     EXPECT_EQ(childSignals, 0);
+}
+
+// Nobody hears the goodbye of a server that restarts while the program is away.
+TEST_F(Discovery, afterADoubtAServiceIsFoundAgainIfTheConnectionToItHasEnded) {
+    const ListeningPort server;
+    RawAnnouncer announcer;
+    ServiceWatch watcher;
+    LogLines log;
+    int markers = 0;
+    // News arrives in order, so what was told of the router is there before the marker.
+    const auto isAnnouncedAnew = [&](Strings expected) {
+        const std::string name = "Marker " + std::to_string(++markers);
+        EXPECT_TRUE(runMainLoopUntil([&] {
+            announcer.pointer("Router").location("Router", kHostA, server.port()).pointer(name);
+            announcer.location(name, kHostA, 1).address(kHostA, {127, 0, 0, 1}).send();
+            return std::ranges::count(watcher.events, "resolved " + name) == 1;
+        }));
+        std::erase(watcher.events, "found " + name);
+        std::erase(watcher.events, "resolved " + name);
+        return isTold(watcher, expected);
+    };
+    std::shared_ptr<SwitchTelnetController> controller;
+    const auto connect = [&] {
+        if (controller != nullptr) controller->closeStreams();
+        controller = std::make_shared<SwitchTelnetController>(TelnetTimeLimits{.reply = Seconds(0.5)});
+        controller->startConnectionWithNetService(watcher.services.at("Router"));
+        return std::make_unique<Socket>(server.accept());
+    };
+    const auto isAway = [&] {
+        const char* const line = "velmora-mdns has ended unexpectedly, it is started again";
+        const auto before = log.count(line);
+        signalPrograms(SIGKILL);
+        return runMainLoopUntil([&] { return log.count(line) > before; });
+    };
+    ASSERT_TRUE(isAnnouncedAnew(kFoundRouter));
+    // Without a doubt the end of a connection is no news.
+    connect();
+    EXPECT_TRUE(isAnnouncedAnew({}));
+    // It ends after the announcement is confirmed, or before.
+    auto connection = connect();
+    ASSERT_TRUE(isAway() && isAnnouncedAnew({}));
+    connection = nullptr;
+    ASSERT_TRUE(isTold(watcher, kFoundRouter));
+    connect();
+    ASSERT_TRUE(isAway() && isAnnouncedAnew(kFoundRouter));
+    // A server that does not answer is given up.
+    connection = connect();
+    controller->processCommandSynchronously(std::make_shared<SwitchTelnetCommand>());
+    EXPECT_FALSE(controller->isConnected());
+    ASSERT_TRUE(isAway() && isAnnouncedAnew(kFoundRouter));
+    // Our own end is no news either.
+    connection = connect();
+    ASSERT_TRUE(isAway());
+    controller->closeStreams();
+    EXPECT_TRUE(isAnnouncedAnew({}));
+    EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(5)));
 }
 
 TEST_F(Discovery, nothingIsToldAfterTheEndAndNothingIsLeftBehind) {

@@ -38,8 +38,8 @@ TEST(MonitoredRecords, setAsideTheOldestAndTakeItBackAsOldAsItWas) {
     BackendSupply supply(loop, {});
     SilentBackend backend;
     Strings told;
-    MonitoredRecords records(supply, "name", 33, 2, [&](const NetworkRecord& record, bool present) {
-        told.push_back((present ? "+" : "-") + record.target);
+    MonitoredRecords records(supply, "name", 33, 2, [&](const NetworkRecord& record, RecordEvent event) {
+        told.push_back((event == RecordEvent::came ? "+" : "-") + record.target);
     });
     records.backendCame(backend);
     const auto hear = [&](const std::string& target, bool present) {
@@ -77,9 +77,9 @@ TEST(MonitoredRecords, setAsideTheOldestAndTakeItBackAsOldAsItWas) {
          {std::pair{"f", RecordEvent::lost}, {"g", RecordEvent::lost}, {"f", RecordEvent::came}}) {
         backend.say({1, 0, target, 4711, {}}, event);
     }
-    EXPECT_EQ(told, Strings());
+    EXPECT_EQ(told, (Strings{"+f"}));
     records.graceTimeEnded();
-    EXPECT_EQ(told, (Strings{"-g"}));
+    EXPECT_EQ(told, (Strings{"+f", "-g"}));
 }
 
 TEST(MonitoredRecords, rememberSoManyOfAllQuestionsTogetherAndForgetTheOldest) {
@@ -87,7 +87,7 @@ TEST(MonitoredRecords, rememberSoManyOfAllQuestionsTogetherAndForgetTheOldest) {
     DiscoveryLoop loop(-1);
     BackendSupply supply(loop, {});
     int told = 0;
-    const auto count = [&](const NetworkRecord&, bool) { ++told; };
+    const auto count = [&](const NetworkRecord&, RecordEvent) { ++told; };
     MonitoredRecords first(supply, "first", 33, kEach, count), second(supply, "second", 33, kEach, count);
     for (MonitoredRecords* records : {&first, &second}) {
         SilentBackend backend;
@@ -270,7 +270,8 @@ TEST(NSNetService, keepsItsPlaceWhenTheWeightChangesAndFallsBackOnThePlaceItHad)
     // A command does not wait for longer than ten seconds, and it must connect within them.
     static std::atomic<bool> known;
     DiscoveryThread::perform([](DiscoveryEngine& engine) {
-        engine.findAddresses({"_matrixswitcher._tcp.", "local.", "Router"}, [](const auto& addresses) {
+        const auto fate = std::make_shared<const std::atomic<ConnectionFate>>(ConnectionFate::open);
+        engine.findAddresses({"_matrixswitcher._tcp.", "local.", "Router"}, fate, [](const auto& addresses) {
             known = addresses.size() == 1 && addresses.front().text() == "10.0.0.9:1000";
         });
     });

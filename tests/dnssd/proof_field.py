@@ -160,7 +160,8 @@ class Field:
     def link_up(self, host, number, wire):
         link = f"link{wire}"
         if self.families != "IPv6":
-            ip("-n", f"{self.id}-{host}", "addr", "replace", f"10.0.{wire}.{number}/24", "dev", link)
+            ip("-n", f"{self.id}-{host}", "addr", "replace", f"10.0.{wire}.{number}/24", "dev", link,
+               "label", f"{link}:1")  # which the system reports in place of the interface's name
         if self.families != "IPv4":  # the kernel takes it away with the link
             ip("-n", f"{self.id}-{host}", "addr", "replace", f"fe80::{wire + 1}:{number}/64", "dev", link, "nodad")
         ip("-n", f"{self.id}-{host}", "link", "set", link, "up")

@@ -9,7 +9,7 @@
 #include <sys/socket.h>
 
 #include <array>
-#include <cstring>
+#include <string_view>
 
 namespace velmora {
 
@@ -34,7 +34,8 @@ bool isLost(AvahiIfIndex interface, AvahiProtocol protocol) {
     constexpr unsigned needed = IFF_UP | IFF_RUNNING;
     for (const ifaddrs* one = addresses; one != nullptr; one = one->ifa_next) {
         if (one->ifa_addr == nullptr || one->ifa_addr->sa_family != avahi_proto_to_af(protocol)) continue;
-        if ((one->ifa_flags & needed) == needed && std::strcmp(one->ifa_name, name.data()) == 0) return false;
+        const std::string_view label = one->ifa_name;  // as in "eth0:1", or the interface's name
+        if ((one->ifa_flags & needed) == needed && label.substr(0, label.find(':')) == name.data()) return false;
     }
     return true;
 }

@@ -35,9 +35,13 @@ DiscoveredService::~DiscoveredService() {
     if (withdrawn_ != nullptr) *withdrawn_ = true;
 }
 
-void DiscoveredService::appeared(const NetworkRecord& pointer, std::uint64_t arrival) {
-    if (!isPresent()) arrival_ = arrival;
-    if (!pointers_.insert(pointer).second) renewed_ = true;
+void DiscoveredService::appeared(const NetworkRecord& pointer, std::uint64_t arrival, bool othersConfirmed) {
+    if (!isPresent()) {
+        arrival_ = arrival;
+        // It has gone and come back before update() could tell of the first.
+        if (announced_) renewed_ = true;
+    }
+    if (!pointers_.insert(pointer).second || !othersConfirmed || pointerWent_) confirmedAnew_ = true;
 }
 
 void DiscoveredService::forgetAppearances() {
@@ -48,8 +52,26 @@ void DiscoveredService::forgetAppearances() {
 
 void DiscoveredService::request(ResolutionRequest request) {
     watched_ = true;
-    if (request.toConnect) noteConnection();
     requests_.push_back(std::move(request));
+}
+
+void DiscoveredService::noteConnection(SharedFate connection) {
+    connectedTo_ = true;
+    connections_.push_back(std::move(connection));
+    connectionLost_ = pointerWent_ = confirmedAnew_ = false;
+}
+
+// While a pointer is not confirmed, its interface away, say, nobody hears the goodbye of a server that restarts, and
+// afterwards its announcement looks as it did before. The same goes for pointers that go and come one after another. A
+// connection tells the two apart: it lives on, or it has ended.
+void DiscoveredService::lookAtConnections(bool isConfirmed) {
+    std::erase_if(connections_, [this](const SharedFate& connection) {
+        const ConnectionFate fate = *connection;
+        if (fate == ConnectionFate::ended) connectionLost_ = true;
+        return fate != ConnectionFate::open;
+    });
+    if (!connectionLost_ || !connections_.empty() || !confirmedAnew_ || !isConfirmed) return;
+    renewed_ = true;
 }
 
 void DiscoveredService::planNextLook(Date now) {
@@ -68,7 +90,7 @@ bool DiscoveredService::endRequests(std::uint64_t owner) {
     return std::erase_if(requests_, [owner](const ResolutionRequest& request) { return request.owner == owner; }) != 0;
 }
 
-DiscoveredService::News DiscoveredService::update(bool mayLeadNowhere) {
+DiscoveredService::News DiscoveredService::update(bool mayLeadNowhere, bool isConfirmed) {
     if (!isPresent()) {
         reported_.reset();
         timedOut_ = askedAhead_ = false;
@@ -76,6 +98,7 @@ DiscoveredService::News DiscoveredService::update(bool mayLeadNowhere) {
     } else if (withdrawn_ == nullptr) {
         withdrawn_ = std::make_shared<std::atomic<bool>>(false);
     }
+    lookAtConnections(isConfirmed);
     updateQuestions();
     endpoint_ = currentEndpoint();
     if (endpoint_.addresses.empty()) {
@@ -94,14 +117,14 @@ DiscoveredService::News DiscoveredService::update(bool mayLeadNowhere) {
     // One that comes back elsewhere says goodbye, too, and is told once.
     if (moved_ + kRenewalTime > now) renewed_ = false;
     if (isPresent() != announced_) {
-        renewed_ = false;
+        renewed_ = connectionLost_ = pointerWent_ = confirmedAnew_ = false;
         if (isPresent() && !hasAddresses() && !mayLeadNowhere) return News::none;
         announced_ = isPresent();
         if (hasAddresses()) timedOut_ = false;  // this tells it
         return announced_ ? News::found : News::removed;
     }
     if (!announced_ || endpoint_.addresses.empty() || !(moved || timedOut_ || renewed_)) return News::none;
-    timedOut_ = renewed_ = false;
+    timedOut_ = renewed_ = connectionLost_ = pointerWent_ = confirmedAnew_ = false;
     noteReport();
     return News::found;
 }
@@ -116,7 +139,7 @@ void DiscoveredService::updateQuestions() {
     }
     if (locations_ == nullptr) {
         locations_ = std::make_unique<MonitoredRecords>(supply_, name, AVAHI_DNS_TYPE_SRV, kMaximumLocations,
-                                                        [this](const NetworkRecord&, bool) { touched_(); });
+                                                        [this](const NetworkRecord&, RecordEvent) { touched_(); });
     }
     std::map<std::string, std::shared_ptr<HostAddresses>> hosts;
     for (const auto& [record, standing] : locations_->records()) {

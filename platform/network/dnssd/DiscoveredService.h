@@ -31,11 +31,13 @@ class DiscoveredService {
     ~DiscoveredService();
 
     // A browse has heard a record that points to the service, on one interface over one protocol. `arrival` is higher
-    // for a later record; the service takes that of the record that ends its absence. One that is heard again was
-    // withdrawn in between.
-    void appeared(const NetworkRecord& pointer, std::uint64_t arrival);
+    // for a later record; the service takes that of the record that ends its absence. `othersConfirmed`: so is another
+    // pointer. One that is heard again had been in doubt.
+    void appeared(const NetworkRecord& pointer, std::uint64_t arrival, bool othersConfirmed);
+    // It was withdrawn in between.
+    void renewed() { renewed_ = true; }
     // That record has gone.
-    void disappeared(const NetworkRecord& pointer) { pointers_.erase(pointer); }
+    void disappeared(const NetworkRecord& pointer) { pointerWent_ = pointers_.erase(pointer) != 0 || pointerWent_; }
     // No browse is looking for it any more.
     void forgetAppearances();
     const std::set<NetworkRecord>& pointers() const { return pointers_; }
@@ -53,7 +55,8 @@ class DiscoveredService {
     void askAhead(bool on) { askedAhead_ = on; }
     // Whether its addresses have ever been asked for to connect to it.
     bool isConnectedTo() const { return connectedTo_; }
-    void noteConnection() { connectedTo_ = true; }
+    // Somebody connects to it. An update() must follow when the connection is over.
+    void noteConnection(SharedFate connection);
 
     bool usesHost(const std::string& name) const { return hosts_.contains(name); }
     // Whether it is present and was resolved. `endpoint` is where it leads then; it has no addresses while none is
@@ -64,14 +67,16 @@ class DiscoveredService {
     const std::vector<SocketAddress>& lastKnownAddresses() const { return lastKnown_; }
 
     // Answers requests that are due, begins and ends questions to the network, and returns what the browsers are to be
-    // told. They are not told of a service that leads nowhere yet unless `mayLeadNowhere`.
+    // told. They are not told of a service that leads nowhere yet unless `mayLeadNowhere`. `isConfirmed`: one of its
+    // pointers is.
     enum class News { none, found, removed };
-    News update(bool mayLeadNowhere);
+    News update(bool mayLeadNowhere, bool isConfirmed);
 
   private:
     using Appearance = std::pair<int, int>;  // interface, protocol
     enum class Answer { none, some, full };
 
+    void lookAtConnections(bool isConfirmed);
     void planNextLook(Date now);
     void updateQuestions();
     using Location = MonitoredRecords::Records::value_type;
@@ -95,6 +100,11 @@ class DiscoveredService {
     std::shared_ptr<std::atomic<bool>> withdrawn_;  // of this presence
     bool announced_ = false;
     bool connectedTo_ = false;
+    std::vector<SharedFate> connections_;
+    bool connectionLost_ = false;  // the last one has ended, and this has not been told yet
+    // Since the last connection was opened: a pointer has gone, and one has come after that or after a doubt.
+    bool pointerWent_ = false;
+    bool confirmedAnew_ = false;
     bool watched_ = false;
     bool askedAhead_ = false;
     bool timedOut_ = false;  // a resolution has, and none has succeeded since

@@ -64,7 +64,7 @@ void DiscoveryEngine::updateService(const ServiceKey& key) {
     const auto found = services_.find(key);
     if (found == services_.end()) return;
     DiscoveredService& service = *found->second;
-    const auto news = service.update(mayLeadNowhere(key, service));
+    const auto news = service.update(mayLeadNowhere(key, service), isConfirmed(key, service));
     if (service.isPresent() && !service.isAnnounced()) {
         unannounced_.add(key);
     } else {
@@ -124,6 +124,17 @@ DiscoveredService& DiscoveryEngine::service(const ServiceKey& key) {
     if (known == nullptr)
         known = std::make_unique<DiscoveredService>(key, loop_, *supply_, *hosts_, [this, key] { touch(key); });
     return *known;
+}
+
+// Whether the network stands by one of its pointers at the moment.
+bool DiscoveryEngine::isConfirmed(const ServiceKey& key, const DiscoveredService& service) const {
+    const auto browse = browses_.find({key.type, key.domain});
+    if (browse == browses_.end()) return false;
+    const auto& records = browse->second.pointers->records();
+    return std::ranges::any_of(service.pointers(), [&records](const NetworkRecord& pointer) {
+        const auto known = records.find(pointer);
+        return known != records.end() && known->second.confirmed;
+    });
 }
 
 // What somebody has asked for by name, and what has been connected to, stays. The network has no say in either.
@@ -215,7 +226,7 @@ void DiscoveryEngine::browse(const std::string& type, const std::string& domain,
     if (browse.pointers != nullptr) return;
     browse.pointers = std::make_unique<MonitoredRecords>(
         *supply_, type + domain, AVAHI_DNS_TYPE_PTR, kMaximumPointers,
-        [this, kind](const NetworkRecord& record, bool present) { heardPointer(kind, record, present); });
+        [this, kind](const NetworkRecord& record, RecordEvent event) { heardPointer(kind, record, event); });
 }
 
 void DiscoveryEngine::endBrowse(const std::shared_ptr<BrowseListener>& listener) {
@@ -235,7 +246,7 @@ void DiscoveryEngine::endBrowse(const std::shared_ptr<BrowseListener>& listener)
 }
 
 // Called from within Avahi.
-void DiscoveryEngine::heardPointer(const Kind& kind, const NetworkRecord& record, bool present) {
+void DiscoveryEngine::heardPointer(const Kind& kind, const NetworkRecord& record, RecordEvent event) {
     char name[AVAHI_LABEL_MAX];
     char type[AVAHI_DOMAIN_NAME_MAX];
     char domain[AVAHI_DOMAIN_NAME_MAX];
@@ -245,8 +256,11 @@ void DiscoveryEngine::heardPointer(const Kind& kind, const NetworkRecord& record
     if (!avahi_domain_equal(type, kind.first.c_str()) || !avahi_domain_equal(domain, kind.second.c_str())) return;
     const ServiceKey key{kind.first, kind.second, name};
     if (key.name.empty() || !isValidUTF8(key.name)) return;
-    if (present) {
-        service(key).appeared(record, browses_.at(kind).pointers->records().at(record).arrival);
+    if (event != RecordEvent::went) {
+        DiscoveredService& pointedTo = service(key);
+        if (event == RecordEvent::renewed) pointedTo.renewed();
+        const auto arrival = browses_.at(kind).pointers->records().at(record).arrival;
+        pointedTo.appeared(record, arrival, isConfirmed(key, pointedTo));
     } else if (const auto known = services_.find(key); known != services_.end()) {
         known->second->disappeared(record);
     }
@@ -264,16 +278,15 @@ void DiscoveryEngine::endRequests(std::uint64_t owner) {
     }
 }
 
-void DiscoveryEngine::findAddresses(const ServiceKey& key, std::function<void(std::vector<SocketAddress>)> answer) {
-    const auto known = services_.find(key);
-    if (known != services_.end()) {
-        DiscoveredService& service = *known->second;
-        service.noteConnection();
-        if (service.isResolved() && !service.endpoint().addresses.empty()) return answer(service.endpoint().addresses);
-        // One without requests was seen by a browse, and has gone.
-        if (!service.isPresent() && !service.hasRequests()) return answer(service.lastKnownAddresses());
-    }
-    const bool hasFallback = known != services_.end() && !known->second->lastKnownAddresses().empty();
+void DiscoveryEngine::findAddresses(const ServiceKey& key, SharedFate connection,
+                                    std::function<void(std::vector<SocketAddress>)> answer) {
+    const bool isKnown = services_.contains(key);
+    DiscoveredService& target = service(key);
+    target.noteConnection(std::move(connection));
+    if (target.isResolved() && target.hasAddresses()) return answer(target.endpoint().addresses);
+    // One without requests was seen by a browse, and has gone.
+    if (isKnown && !target.isPresent() && !target.hasRequests()) return answer(target.lastKnownAddresses());
+    const bool hasFallback = !target.lastKnownAddresses().empty();
     ResolutionRequest request;
     request.deadline = fromNow(hasFallback ? kReconnectResolutionTimeout : kConnectResolutionTimeout);
     request.toConnect = true;

@@ -13,6 +13,7 @@
 
 #include "platform/foundation/Result.h"
 #include "platform/network/dnssd/DiscoveryLoop.h"
+#include "platform/network/dnssd/RecordEvent.h"
 #include "platform/network/dnssd/Resolution.h"
 #include "platform/network/dnssd/ServiceKey.h"
 #include "platform/network/dnssd/UnannouncedServices.h"
@@ -73,8 +74,11 @@ class DiscoveryEngine {
     // All of one owner's.
     void endRequests(std::uint64_t owner);
     // Answers at once for a service that is resolved or absent, for others when they have been resolved. Where that
-    // takes too long, the answer is the last known addresses.
-    void findAddresses(const ServiceKey& key, std::function<void(std::vector<SocketAddress>)> answer);
+    // takes too long, the answer is the last known addresses. They are for this connection.
+    void findAddresses(const ServiceKey& key, SharedFate connection,
+                       std::function<void(std::vector<SocketAddress>)> answer);
+    // One to this service.
+    void connectionIsOver(const ServiceKey& key) { touch(key); }
 
     // An owner publishes one service; a second one takes the place of the first. The report is that of
     // ServicePublication.
@@ -91,9 +95,10 @@ class DiscoveryEngine {
     };
     using Services = std::map<ServiceKey, std::unique_ptr<DiscoveredService>>;
 
-    void heardPointer(const Kind& kind, const NetworkRecord& record, bool present);
+    void heardPointer(const Kind& kind, const NetworkRecord& record, RecordEvent event);
     DiscoveredService& service(const ServiceKey& key);
     void updateService(const ServiceKey& key);
+    bool isConfirmed(const ServiceKey& key, const DiscoveredService& service) const;
     bool isWanted(const ServiceKey& key, const DiscoveredService& service) const;
     void makeRoom();
     void giveUp(Services::iterator entry);

@@ -5,8 +5,8 @@
 namespace velmora {
 
 HostAddresses::HostAddresses(BackendSupply& supply, const std::string& name, const std::function<void()>& changed)
-    : v6_(supply, name, AVAHI_DNS_TYPE_AAAA, kMaximumAddresses, [changed](const NetworkRecord&, bool) { changed(); }),
-      v4_(supply, name, AVAHI_DNS_TYPE_A, kMaximumAddresses, [changed](const NetworkRecord&, bool) { changed(); }) {}
+    : v6_(supply, name, AVAHI_DNS_TYPE_AAAA, kMaximumAddresses, [changed](auto&, RecordEvent) { changed(); }),
+      v4_(supply, name, AVAHI_DNS_TYPE_A, kMaximumAddresses, [changed](auto&, RecordEvent) { changed(); }) {}
 
 std::vector<std::string> HostAddresses::onInterface(int interface) const {
     std::vector<std::string> addresses;

@@ -75,7 +75,7 @@ void MonitoredRecords::drop(Predicate isGone) {
     }
     for (const NetworkRecord& record : gone) {
         records_.erase(record);
-        handler_(record, false);
+        handler_(record, RecordEvent::went);
     }
     takeBack(gone.size());
 }
@@ -87,7 +87,7 @@ void MonitoredRecords::heard(const NetworkRecord& record, RecordEvent event) {
         case RecordEvent::went:
             return went(record);
         case RecordEvent::renewed:
-            if (records_.contains(record)) handler_(record, true);
+            if (records_.contains(record)) handler_(record, event);
             return;
         case RecordEvent::lost:
             // An interface is often back in a moment, with everything on it. Until then nobody knows better.
@@ -100,20 +100,22 @@ void MonitoredRecords::heard(const NetworkRecord& record, RecordEvent event) {
 }
 
 void MonitoredRecords::came(const NetworkRecord& record) {
-    for (Records* records : {&records_, &setAside_}) {
-        const auto known = records->find(record);
-        if (known == records->end()) continue;
+    if (const auto known = setAside_.find(record); known != setAside_.end()) {
         known->second.confirmed = true;
+        return;
+    }
+    if (const auto known = records_.find(record); known != records_.end()) {
+        if (!std::exchange(known->second.confirmed, true)) handler_(record, RecordEvent::came);
         return;
     }
     if (records_.size() >= limit_) makeRoom();
     records_.emplace(record, Standing{order_.nextArrival(), true});
-    handler_(record, true);
+    handler_(record, RecordEvent::came);
 }
 
 void MonitoredRecords::went(const NetworkRecord& record) {
     if (forget(record) || records_.erase(record) == 0) return;
-    handler_(record, false);
+    handler_(record, RecordEvent::went);
     takeBack(1);
 }
 
@@ -126,7 +128,7 @@ void MonitoredRecords::noteUse() {
 void MonitoredRecords::makeRoom() {
     const NetworkRecord least = std::min_element(records_.begin(), records_.end(), givesWayBefore)->first;
     setAside(least);
-    handler_(least, false);
+    handler_(least, RecordEvent::went);
 }
 
 void MonitoredRecords::setAside(const NetworkRecord& record) {
@@ -165,7 +167,7 @@ void MonitoredRecords::takeBack(std::size_t count) {
     for (const auto entry : latest) {
         order_.remove(entry->second.arrival);
         const auto place = records_.insert(setAside_.extract(entry)).position;
-        handler_(place->first, true);
+        handler_(place->first, RecordEvent::came);
     }
 }
 

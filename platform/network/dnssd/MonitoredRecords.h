@@ -17,7 +17,7 @@ class BackendSupply;
 // Discovery thread only.
 class MonitoredRecords final : public BackendUser {
   public:
-    using Handler = std::function<void(const NetworkRecord& record, bool present)>;
+    using Handler = std::function<void(const NetworkRecord& record, RecordEvent event)>;
 
     struct Standing {
         std::uint64_t arrival;  // of SetAsideOrder
@@ -28,9 +28,9 @@ class MonitoredRecords final : public BackendUser {
 
     // Keeps at most `limit` records. A new one takes the place of the oldest, because a server that has moved says so
     // last; the oldest is set aside. But a record that is in use gives way only when all are, and then the latest of
-    // them: a burst of forged ones must not cut off what works. The handler is told of each record that comes or goes,
-    // and told again that a record is present when it was withdrawn and announced anew within a moment. It may be
-    // called from within Avahi, and must not destroy or change this object.
+    // them: a burst of forged ones must not cut off what works. The handler is told of each record that came or went,
+    // that a record came when it is confirmed after it was not, and that it was renewed. It may be called from within
+    // Avahi, and must not destroy or change this object.
     MonitoredRecords(BackendSupply& supply, std::string name, std::uint16_t type, std::size_t limit, Handler handler);
     ~MonitoredRecords();
 

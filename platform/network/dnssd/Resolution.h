@@ -22,6 +22,14 @@ struct ServiceEndpoint {
     std::vector<SocketAddress> addresses;  // IPv4 before IPv6, within each by interface, then numerically
 };
 
+// What has become of a connection to a service. Any thread.
+enum class ConnectionFate {
+    open,
+    ended,   // by the peer or a failure
+    closed,  // by its owner
+};
+using SharedFate = std::shared_ptr<const std::atomic<ConnectionFate>>;
+
 struct ResolutionRequest {
     std::uint64_t owner = 0;
     Date deadline;
