@@ -4,6 +4,7 @@
 #include <avahi-common/domain.h>
 
 #include <algorithm>
+#include <set>
 #include <tuple>
 
 #include "platform/foundation/Text.h"
@@ -284,9 +285,15 @@ void DiscoveredService::answerRequests(Date now) {
 
 void DiscoveredService::noteReport() {
     reported_ = endpoint_;
-    locations_->noteUse();
+    std::set<const NetworkRecord*> used;
+    std::set<std::string> usedHosts;
+    for (const auto& [appearance, location] : currentLocations()) {
+        used.insert(&location->first);
+        usedHosts.insert(location->first.target);
+    }
+    locations_->noteUse([&](const NetworkRecord& record) { return used.contains(&record); });
     for (const auto& [name, host] : hosts_) {
-        host->noteUse();
+        host->noteUse(usedHosts.contains(name));
     }
 }
 

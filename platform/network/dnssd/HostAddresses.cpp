@@ -21,9 +21,10 @@ std::vector<std::string> HostAddresses::onInterface(int interface) const {
     return addresses;
 }
 
-void HostAddresses::noteUse() {
-    v6_.noteUse();
-    v4_.noteUse();
+void HostAddresses::noteUse(bool isUsed) {
+    const auto answer = [isUsed](const NetworkRecord&) { return isUsed; };
+    v6_.noteUse(answer);
+    v4_.noteUse(answer);
 }
 
 std::shared_ptr<HostAddresses> HostDirectory::host(const std::string& name) {

@@ -22,8 +22,8 @@ class HostAddresses {
     // Those that were heard on this interface: IPv4 before IPv6, each in numerical order. An address that was heard
     // over both protocols is listed once.
     std::vector<std::string> onInterface(int interface) const;
-    // As of MonitoredRecords.
-    void noteUse();
+    // As of MonitoredRecords, for all of them or for none.
+    void noteUse(bool isUsed);
 
   private:
     // Asked for first, so that a host that has both has named both when its IPv4 address completes a resolution.

@@ -119,9 +119,9 @@ void MonitoredRecords::went(const NetworkRecord& record) {
     takeBack(1);
 }
 
-void MonitoredRecords::noteUse() {
+void MonitoredRecords::noteUse(const std::function<bool(const NetworkRecord& record)>& isUsed) {
     for (auto& [record, standing] : records_) {
-        standing.inUse = true;
+        standing.inUse = isUsed(record);
     }
 }
 

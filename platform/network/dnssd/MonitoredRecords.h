@@ -35,8 +35,8 @@ class MonitoredRecords final : public BackendUser {
     ~MonitoredRecords();
 
     const Records& records() const { return records_; }
-    // Somebody has been told of what the present records lead to.
-    void noteUse();
+    // Somebody has been told of what these records lead to; of the others, nobody is any longer.
+    void noteUse(const std::function<bool(const NetworkRecord& record)>& isUsed);
 
     // A record that was set aside is no longer among the records, but it is remembered until the network withdraws it
     // or there are too many. It comes back, as old as it was, when another record goes or when the user of this object
