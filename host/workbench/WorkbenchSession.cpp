@@ -236,8 +236,8 @@ void WorkbenchSession::setLater(const std::string& name, const std::string& valu
 
 bool WorkbenchSession::readNow(const std::vector<std::string>& names) {
     const auto waiting = awaitServer(observer_);
-    return std::all_of(names.begin(), names.end(),
-                       [this](const std::string& name) { return canAsk() && read(name).has_value(); });
+    const auto isRead = [this](const std::string& name) { return canAsk() && read(name).has_value(); };
+    return std::count_if(names.begin(), names.end(), isRead) == std::ssize(names);
 }
 
 bool WorkbenchSession::setNow(const std::string& name, const std::string& value) {

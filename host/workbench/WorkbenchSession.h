@@ -64,8 +64,8 @@ class WorkbenchSession {
     // Sets the value in a moment, so that the pop-up that it was chosen in is gone from the screen before the server is
     // waited for. A value that is no longer possible by then is not set.
     void setLater(const std::string& name, const std::string& value);
-    // Both block until the server answers. Whether all of these values are known now; whether the device has the value
-    // now.
+    // Both block until the server has answered all of it. Whether all of these values are known now; whether the device
+    // has the value now.
     bool readNow(const std::vector<std::string>& names);
     bool setNow(const std::string& name, const std::string& value);
 

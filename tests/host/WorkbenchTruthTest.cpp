@@ -17,7 +17,8 @@ TEST_F(Workbench, asksBeforeItRoutesDefaultsAndDisarms) {
     answer(QMessageBox::Yes);
     choose("startWithDefaultsAction");
     ASSERT_TRUE(currentComesTo(1, "0003 Input 3") && isShown("armedBanner"));
-    EXPECT_FALSE(window->findChild<QWidget*>("settingsPane")->isEnabled()) << "to pick a server connects, too";
+    EXPECT_FALSE(window->findChild<QWidget*>("matrixSwitcherPopUpButton")->isEnabled())
+        << "to pick a server connects, too";
     EXPECT_NE(text("armedLabel").find("routes all 2 destinations to their defaults"), std::string::npos);
     ASSERT_TRUE(switcher.matrix.route(2, 9));
     for (const char* const action : {"reconnectAction", "loadAction"}) {

@@ -132,11 +132,25 @@ void FindPane::find(const QString& text) {
             hint = QString("There is no %1 %2.").arg(name_, text.trimmed());
         }
     } else if (!text.trimmed().isEmpty()) {
-        moveFrame(matches_.index(0, 0));
+        const QModelIndex only = matches_.rowCount() == 1 ? matches_.index(0, 0) : rowWithLabel(text.trimmed());
+        moveFrame(only);
         if (matches_.rowCount() == 0) hint = QString("No %1 contains \"%2\".").arg(name_, text.trimmed());
+        if (matches_.rowCount() > 1 && !only.isValid())
+            hint = QString("%1 match: type more, or choose by the arrow keys.").arg(matches_.rowCount());
     }
     hint_->setText(hint);
     hint_->setVisible(!hint.isEmpty());
+}
+
+QModelIndex FindPane::rowWithLabel(const QString& label) const {
+    QModelIndex found;
+    for (int row = 0; row < matches_.rowCount(); ++row) {
+        const QModelIndex match = matches_.index(row, 0);
+        if (match.data(AttributesModel::labelRole).toString().compare(label, Qt::CaseInsensitive) != 0) continue;
+        if (found.isValid()) return {};
+        found = match;
+    }
+    return found;
 }
 
 void FindPane::moveFrame(const QModelIndex& match) {

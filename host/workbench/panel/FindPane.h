@@ -38,6 +38,8 @@ class FindPane final : public QWidget {
     void chooseByEnter();
     void choose(const QModelIndex& match);
     void find(const QString& text);
+    // The only one; invalid where there is none, or more.
+    QModelIndex rowWithLabel(const QString& label) const;
     void moveFrame(const QModelIndex& match);
     void arrange();
     void followResize(const QSize& old);

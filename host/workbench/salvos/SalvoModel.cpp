@@ -51,6 +51,18 @@ void SalvoModel::removeRow(int row) {
     setSalvo(salvo);
 }
 
+QString SalvoModel::objection() const {
+    for (int row = 0; row < rowCount(); ++row) {
+        const SalvoStep& step = salvo_[static_cast<std::size_t>(row)];
+        if (differenceAt(row) == Difference::impossible)
+            return state_.titleOf(step.name) + " cannot have " + quotedName(step.value);
+        const auto sameName = [&](const SalvoStep& other) { return other.name == step.name; };
+        if (std::any_of(salvo_.begin(), salvo_.begin() + row, sameName))
+            return state_.titleOf(step.name) + " is to be set twice";
+    }
+    return {};
+}
+
 void SalvoModel::fire() {
     if (!isFiring()) run_.fire(salvo_);
 }

@@ -23,6 +23,8 @@ class SalvoModel final : public QAbstractTableModel {
     // The known routes of all destinations.
     Salvo currentRoutes() const;
     void removeRow(int row);
+    // Why it must not be fired as it is, for half a salvo may be worse than none; "" when it may.
+    QString objection() const;
     void fire();
     bool isFiring() const { return run_.isFiring(); }
     // How many steps would change something, or might.

@@ -76,10 +76,22 @@ QWidget* SalvosView::makeButtons() {
 }
 
 void SalvosView::take() {
+    // What is on air, not what the window saw last.
+    const auto names = state_.attributes().names();
+    const bool areKnown = state_.session().readNow({names.begin(), names.end()});
+    file_.clear();
     model_.setSalvo(model_.currentRoutes());
+    state_.session().setOutcome(areKnown ? QString("The current routes are taken.")
+                                         : QString("The current routes are taken, but for %1 that could not be read.")
+                                               .arg(names.size() - model_.salvo().size()));
 }
 
 void SalvosView::fire() {
+    const QString objection = model_.objection();
+    if (!objection.isEmpty()) {
+        state_.session().setOutcome("The salvo was not fired: " + objection + ". Remove takes a step out.");
+        return;
+    }
     model_.fire();
 }
 
@@ -92,8 +104,10 @@ void SalvosView::removeSelected() {
 
 void SalvosView::load(const std::filesystem::path& path) {
     const auto salvo = state_.session().salvoIn(path);
-    if (salvo) model_.setSalvo(*salvo);
     const QString name = quotedName(path.filename().string());
+    // Where it fails, the salvo of before must not wait to be fired in its place.
+    file_ = salvo ? name : QString();
+    model_.setSalvo(salvo ? *salvo : Salvo());
     state_.session().setOutcome(salvo ? "The salvo " + name + " is loaded."
                                       : "The salvo " + name +
                                             " was not loaded: " + displayText(salvo.failure().reason) + '.');
@@ -102,6 +116,8 @@ void SalvosView::load(const std::filesystem::path& path) {
 void SalvosView::save(const std::filesystem::path& path) {
     const auto written = writeSalvo(path, model_.salvo());
     const QString name = quotedName(path.filename().string());
+    if (written) file_ = name;
+    showState();
     state_.session().setOutcome(written ? "The salvo is saved in " + name + '.'
                                         : "The salvo was not saved in " + name + ": " +
                                               displayText(written.failure().reason) + '.');
@@ -120,10 +136,12 @@ void SalvosView::askWhereToSave() {
 void SalvosView::showState() {
     const int steps = model_.rowCount();
     const int differences = model_.differences();
-    summary_->setText(steps == 0 ? "No salvo. Take the current routes, or load a salvo from a file."
-                      : model_.isFiring()
-                          ? QString("Firing\u2026")
-                          : QString("%1 of %2 steps differ from what there is now.").arg(differences).arg(steps));
+    summary_->setText(
+        steps == 0 ? "No salvo. Take the current routes, or load a salvo from a file."
+        : model_.isFiring()
+            ? QString("Firing\u2026")
+            : (file_.isEmpty() ? QString() : file_ + ": ") +
+                  QString("%1 of %2 steps differ from the values that were read last.").arg(differences).arg(steps));
     fire_->setEnabled(steps > 0 && !model_.isFiring());
     save_->setEnabled(steps > 0);
     remove_->setEnabled(table_->currentIndex().isValid() && !model_.isFiring());

@@ -35,6 +35,7 @@ class SalvosView final : public QWidget {
     SalvoModel model_;
     QTableView* const table_;
     QLabel* const summary_;
+    QString file_;  // that the salvo was loaded from or saved in, quoted; "" for none
     QPushButton* fire_ = nullptr;
     QPushButton* save_ = nullptr;
     QPushButton* remove_ = nullptr;
