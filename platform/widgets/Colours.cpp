@@ -24,10 +24,10 @@ QColor mixed(const QColor& one, const QColor& other, double share) {
 }
 
 QColor dimmed(const QColor& text, const QColor& ground) {
-    constexpr double kUsualShare = 0.6;
-    constexpr double kStep = 0.05;
-    for (double share = kUsualShare; share < 1; share += kStep) {
-        const QColor colour = mixed(text, ground, share);
+    constexpr int kUsualPercent = 60;
+    constexpr int kStep = 5;
+    for (int percent = kUsualPercent; percent < 100; percent += kStep) {
+        const QColor colour = mixed(text, ground, percent / 100.0);
         if (contrastBetween(colour, ground) >= kReadableContrast) return colour;
     }
     return text;
