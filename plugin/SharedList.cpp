@@ -37,7 +37,9 @@ void SharedList::leaveModel() {
 
 StringList SharedList::list() {
     if (model_ != nullptr && model_->size() != size_) leaveModel();
-    return model_ != nullptr ? model_ : makeStringList(std::move(own_));
+    if (model_ != nullptr) return model_;
+    own_.shrink_to_fit();  // it may live for weeks
+    return makeStringList(std::move(own_));
 }
 
 }  // namespace velmora

@@ -201,7 +201,9 @@ TEST_F(Plugin, selectsByItsSettingsWheneverTheyCome) {
     EXPECT_EQ(plugin->selectedDevice(), nullptr);
     plugin->setDefaultSettings(settingsWith("Server B", {{"One", 0, 0}}));
     ASSERT_TRUE(completes(1));
-    EXPECT_EQ(plugin->possibleValuesOfAttributeWithName(kOne)->size(), 3U);
+    const auto values = plugin->possibleValuesOfAttributeWithName(kOne);
+    EXPECT_EQ(values->size(), 3U);
+    EXPECT_EQ(values->capacity(), values->size()) << "a list of many inputs holds room that it does not need";
     EXPECT_EQ(b.server->clients(), 1U);
     plugin->setDefaultSettings(settingsWith("Server A", {{"One", 0, 0}, {"Two", 1, 1}}));
     ASSERT_TRUE(completes(2));
