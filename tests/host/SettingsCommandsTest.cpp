@@ -187,6 +187,14 @@ TEST_F(SettingsCommands, takeLabelsFromTheServerWhereItAnswers) {
     EXPECT_EQ(code, 0);
     EXPECT_EQ(outputsIn(settings()).back(), (Output{"Output 5", 4, 4}));
 
+    // All of its answers together have the time.
+    Program slow(VELMORA_SWITCH_SERVER, {"--name", name + " slow", "--interface", "lo", "--outputs", "30", "--fault",
+                                         "delay=500@OUTPUTLABEL"});
+    ASSERT_NE(slow.outputLineWith("announced as"), "");
+    const QString other = folder.filePath("other.plist");
+    EXPECT_TRUE(run({"configure", "--server", name + " slow", "--wait", "5", "--outputs", "1-30", other})
+                    .contains("the time was over (--wait)"));
+
     // Which label is whose, nobody can tell.
     Program doubling(VELMORA_SWITCH_SERVER, {"--name", name + " twice", "--interface", "lo", "--outputs", "9",
                                              "--fault", "double@OUTPUTLABEL"});
