@@ -70,7 +70,11 @@ constexpr OptionRow kInterface = {
     }};
 
 constexpr OptionRow kWait = {
-    "wait", "SECONDS", "how long to wait for the server that the settings name and for its attributes (10)", takeWait};
+    "wait", "SECONDS",
+    "how long to wait for the server that the settings name and for its attributes (10). A server that was found and "
+    "leaves a question unanswered holds the plugin for 10 s all the same; nothing more is asked then. \"status\" and "
+    "\"configure\" end within the wait",
+    takeWait};
 
 constexpr OptionRow kPoll = {
     "poll", "SECONDS", "also read all values, again this long after each reading, and tell which changed, by whomever",
@@ -174,7 +178,7 @@ constexpr std::string_view kSetHelp =
     "doubt: set 2 5, or set Programme=5 Preview=3.";
 
 constexpr std::string_view kApplyHelp =
-    R"(FILE, or "-" for standard input, is a text in UTF-8 with one NAME=VALUE on each line; blank lines and lines that begin with "#" say nothing. "dump" writes such a file. NAME and VALUE are those of "set".
+    R"(FILE, or "-" for standard input, is a text in UTF-8 with one NAME=VALUE on each line, with or without blanks around the "="; blank lines and lines that begin with "#" say nothing. "dump" writes such a file. NAME and VALUE are those of "set".
 
 Nothing is set unless each NAME is an attribute and no VALUE could be misread. Then the values are set in this order, in one connection; each is read back, and a table tells what came of it. When one does not hold, the others are set all the same and the exit code is 1.)";
 
@@ -202,14 +206,9 @@ Result<void> checkGet(const Options& options) {
     return Failure{"\"get\" takes either names or --all"};
 }
 
+// Of two words the attributes decide: a name may hold "=".
 Result<void> checkSet(const Options& options) {
-    if (options.arguments.size() == 2) return {};
-    for (const std::string& word : options.arguments) {
-        if (word.find('=') == std::string::npos)
-            return Failure{"the command is \"set NAME VALUE\" or \"set NAME=VALUE...\", and there is no \"=\" in " +
-                           inQuotes(word)};
-    }
-    return {};
+    return options.arguments.size() == 2 ? Result<void>() : checkSteps(options.arguments);
 }
 
 constexpr std::string_view kSettingsHelp =
@@ -253,9 +252,11 @@ const std::vector<CommandRow>& commandTable() {
          "sets attributes and prints their values afterwards; also: set NAME VALUE", kSetHelp, checkSet},
         {CommandName::apply, "apply", "FILE", 1, 1, pluginOptionsAnd({&kDryRun, &kJson}), "sets the values of a salvo",
          kApplyHelp},
-        {CommandName::dump, "dump", "", 0, 0, pluginOptionsAnd({}),
+        {CommandName::dump, "dump", "", 0, 0, pluginOptionsAnd({&kJson}),
          "the current values as a salvo, which \"apply\" takes",
-         "A value that is not known becomes a comment, and the exit code is 1."},
+         "A value that is not known becomes a comment, and the exit code is 1. With --json: \"server\", \"time\" and "
+         "\"steps\", each with the \"value\" that brings it back, or null; a program makes of them the lines "
+         "NAME=VALUE that \"apply\" takes."},
         {CommandName::watch, "watch", "", 0, 0, pluginOptionsAnd({&kPoll, &kJson, &kDefaults}),
          "a line each time something happens, until interrupted (Ctrl-C)", kWatchHelp},
         {CommandName::settings, "settings", "", 0, 0, pluginOptionsAnd({&kJson}),
@@ -302,6 +303,15 @@ const OptionRow* optionWithName(std::string_view name) {
 const CommandRow& rowOf(CommandName name) {
     const auto& table = commandTable();
     return *std::find_if(table.begin(), table.end(), [&](const auto& row) { return row.name == name; });
+}
+
+Result<void> checkSteps(const std::vector<std::string>& words) {
+    for (const std::string& word : words) {
+        if (word.find('=') == std::string::npos)
+            return Failure{"the command is \"set NAME VALUE\" or \"set NAME=VALUE...\", and there is no \"=\" in " +
+                           inQuotes(word)};
+    }
+    return {};
 }
 
 bool takes(const CommandRow& command, const OptionRow& option) {

@@ -45,6 +45,8 @@ const CommandRow* commandWithWord(std::string_view word);
 const OptionRow* optionWithName(std::string_view name);
 const CommandRow& rowOf(CommandName name);
 bool takes(const CommandRow& command, const OptionRow& option);
+// Of words that are neither NAME and VALUE nor all NAME=VALUE: the command is wrong, whatever the attributes are.
+Result<void> checkSteps(const std::vector<std::string>& words);
 // "set NAME VALUE"
 std::string formOf(const CommandRow& command);
 

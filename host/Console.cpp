@@ -30,6 +30,12 @@ bool outputIsGood() {
     return good;
 }
 
+ExitCode withOutput(ExitCode code) {
+    if (outputIsGood()) return code;
+    complain("the results could not be written to standard output");
+    return code == ExitCode::done ? ExitCode::unusable : code;
+}
+
 void letReaderGo() {
     readerMayGo = true;
 }

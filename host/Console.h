@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "host/ExitCode.h"
+
 namespace velmora {
 
 // One line of a result for a person, handed on at once; what a terminal would obey is made visible.
@@ -13,6 +15,10 @@ void printLine(std::string_view line);
 void printText(const std::string& text);
 // Whether everything printed so far has left the program. Once false (a full disk, a closed pipe), it stays false.
 bool outputIsGood();
+
+// The exit code of a program that ends with this one as far as its results have left it; says so when they have not.
+// What went wrong first counts.
+ExitCode withOutput(ExitCode code);
 
 // From here on a reader who closes the other end is no failure: the caller asks, and ends.
 void letReaderGo();

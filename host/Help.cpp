@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host/ExitCode.h"
+
 namespace velmora {
 
 namespace {
@@ -57,10 +59,13 @@ std::string paragraphs(std::string_view text) {
     return lines;
 }
 
-const std::string kExitCodes = paragraphs(
-    "Results go to standard output, everything else to standard error.\n\nExit codes: 0 done; 1 refused by the "
-    "plugin, no such attribute, or no proper answer from the device; 2 wrong usage, a file that cannot be read or "
-    "written, or a bundle that cannot be loaded; 3 timed out.");
+std::string ending() {
+    std::string text = "\nResults go to standard output, everything else to standard error.\n\nExit codes:\n";
+    for (const ExitCodeRow& row : kExitCodes) {
+        text += explained(std::to_string(static_cast<int>(row.code)), row.meaning);
+    }
+    return text;
+}
 
 }  // namespace
 
@@ -79,7 +84,7 @@ std::string helpOverview() {
     text += explained("--help", "this text; after a COMMAND all about that one");
     text += explained("--version", "the program's version");
     text += explained("--", "ends the options, for an argument that begins with \"-\"");
-    return text + '\n' + kExitCodes;
+    return text + ending();
 }
 
 std::string helpOf(const CommandRow& command) {
@@ -91,7 +96,7 @@ std::string helpOf(const CommandRow& command) {
     for (const OptionRow* const option : command.options) {
         text += explained(*option);
     }
-    return text + '\n' + kExitCodes;
+    return text + ending();
 }
 
 }  // namespace velmora

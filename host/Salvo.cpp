@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host/Blanks.h"
 #include "host/Quotes.h"
 #include "platform/foundation/Joined.h"
 #include "platform/foundation/Text.h"
@@ -11,20 +12,9 @@ namespace velmora {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kBlanks = " \t";
-
-// Those that move a terminal's cursor or end a line. Marks of direction and joiners belong to names.
-bool hasControlCharacter(std::string_view text) {
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        const bool isSecondSet = byte == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
-        if (byte < 0x20 || byte == 0x7F || isSecondSet) return true;
-    }
-    return false;
-}
 
 bool saysNothing(std::string_view line) {
-    return line.starts_with('#') || line.find_first_not_of(kBlanks) == std::string_view::npos;
+    return line.starts_with('#') || withoutOuterBlanks(line).empty();
 }
 
 Failure failureInLine(std::size_t number, const std::string& what) {
@@ -64,8 +54,18 @@ std::vector<SalvoStep> splitsOf(std::string_view line) {
 
 Result<SalvoStep> stepInLine(std::string_view line, const std::function<bool(const std::string&)>& isName) {
     const auto splits = splitsOf(line);
-    auto known = splits;
-    std::erase_if(known, [&](const SalvoStep& split) { return !isName(split.name); });
+    const auto knownOf = [&](std::vector<SalvoStep> steps) {
+        std::erase_if(steps, [&](const SalvoStep& step) { return !isName(step.name); });
+        return steps;
+    };
+    auto known = knownOf(splits);
+    if (known.empty()) {
+        auto bare = splits;
+        for (SalvoStep& step : bare) {
+            step.name = withoutOuterBlanks(step.name);
+        }
+        known = knownOf(std::move(bare));
+    }
     if (known.size() == 1) return known.front();
     const auto quotedName = [](const SalvoStep& split) { return inQuotes(split.name); };
     if (known.empty()) return Failure{"there is no attribute " + joined(splits, quotedName)};

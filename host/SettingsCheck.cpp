@@ -7,6 +7,7 @@
 #include <span>
 #include <utility>
 
+#include "host/Blanks.h"
 #include "host/Nearest.h"
 #include "host/Quotes.h"
 #include "host/SettingsFile.h"
@@ -66,17 +67,32 @@ bool isUnlikelyName(const std::string& name) {
            name.find_last_not_of(kBlanks) + 1 != name.size();
 }
 
+// As a person counts, and as it is written in the file: output 1 ("outputNumber" 0).
+std::string place(const char* key, std::int64_t number) {
+    return (key == std::string_view(kOutputNumber) ? "output " : "input ") + std::to_string(number + 1) + " (" +
+           inQuotes(key) + ' ' + std::to_string(number) + ')';
+}
+
+void checkLabel(Doubts& doubts, const std::string& name, const DictionaryReference& entry) {
+    const auto label = textForKey(entry, kLabel);
+    if (!label) return;
+    if (isBlank(*label)) doubts.push_back(name + " has a \"label\" without a visible character");
+    if (hasControlCharacter(*label))
+        doubts.push_back(name + " has a control character, such as a line end, in its \"label\"");
+}
+
 void checkNumber(Doubts& doubts, const std::string& name, const DictionaryReference& entry, const char* key) {
     const PropertyList* const value = valueForKey(entry, key);
     const std::int64_t number = integerForKey(entry, key);
-    const std::string taken = "; the plugin takes it for " + std::to_string(number);
+    const std::string taken = "; the plugin takes it for " + place(key, number);
     if (value == nullptr) {
         doubts.push_back(name + " has no " + inQuotes(key) + taken);
     } else if (!value->isInteger()) {
         doubts.push_back(name + ": " + inQuotes(key) + " is no integer" + taken);
     } else if (number < 0 || number > kLastNumber) {
         doubts.push_back(name + ": " + inQuotes(key) + " is " + std::to_string(number) +
-                         ", which is no number of an output or input");
+                         ", which is no number of an output or input; they go from 0 to " +
+                         std::to_string(kLastNumber));
     }
 }
 
@@ -87,6 +103,7 @@ void checkEntry(Doubts& doubts, const std::string& name, const DictionaryReferen
     const PropertyList* const type = valueForKey(entry, kOutputType);
     if (type != nullptr && *type != PropertyList(kOutput))
         doubts.push_back(name + ": \"outputType\" is not the text \"output\"");
+    checkLabel(doubts, name, entry);
     checkNumber(doubts, name, entry, kOutputNumber);
     checkNumber(doubts, name, entry, kDefaultInputNumber);
 }
@@ -100,9 +117,10 @@ void checkEntries(Doubts& doubts, const PropertyListArray& outputs) {
         if (entry == nullptr) continue;  // the plugin skips it, too
         const std::string name = entryName(i, entry);
         checkEntry(doubts, name, entry);
-        if (const auto [at, isNew] = numbers.emplace(integerForKey(entry, kOutputNumber), i + 1); !isNew)
-            doubts.push_back(name + " has the same output as entry " + std::to_string(at->second) +
-                             " (\"outputNumber\"); only the last one becomes an attribute");
+        const std::int64_t output = integerForKey(entry, kOutputNumber);
+        if (const auto [at, isNew] = numbers.emplace(output, i + 1); !isNew)
+            doubts.push_back(name + " is for " + place(kOutputNumber, output) + ", and so is entry " +
+                             std::to_string(at->second) + "; only the last one becomes an attribute");
         const auto label = textForKey(entry, kLabel);
         if (!label) continue;
         if (const auto [at, isNew] = labels.emplace(*label, i + 1); !isNew)
@@ -118,8 +136,8 @@ Doubts doubtsAboutNumbers(const DictionaryReference& settings, const char* key, 
         const DictionaryReference entry = (*outputs)[i].dictionary();
         const std::int64_t number = integerForKey(entry, key);
         if (number < static_cast<std::int64_t>(count)) continue;
-        doubts.push_back(entryName(i, entry) + ": " + inQuotes(key) + ' ' + std::to_string(number) +
-                         " is beyond the matrix, which has " + std::to_string(count) + ' ' + what + ", counted from 0");
+        doubts.push_back(entryName(i, entry) + ": " + place(key, number) + " is beyond the matrix, which has " +
+                         std::to_string(count) + ' ' + what);
     }
     return firstOf(std::move(doubts));
 }

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "host/Blanks.h"
 #include "host/Quotes.h"
 #include "host/SettingsKeys.h"
 #include "platform/foundation/PropertyListXML.h"
@@ -148,7 +149,9 @@ Result<OutputEdit> outputEditInText(const std::string& text) {
     if (const std::size_t sign = rest.find('='); sign != std::string_view::npos) {
         const auto label = textForSettings(std::string(rest.substr(sign + 1)));
         if (!label) return label.failure();
-        if (label->empty()) return Failure{"the label in " + inQuotes(text) + " is empty"};
+        if (isBlank(*label)) return Failure{"the label in " + inQuotes(text) + " is blank"};
+        if (hasControlCharacter(*label))
+            return Failure{"there is a control character in the label of " + inQuotes(text)};
         edit.label = *label;
         rest = rest.substr(0, sign);
     }
@@ -188,11 +191,11 @@ Result<MatrixSize> matrixSizeInText(std::string_view text) {
 
 std::vector<std::int64_t> outputsWithoutLabel(const DictionaryReference& settings, const SettingsEdit& edit) {
     const Editor editor(settings);
+    const std::set<std::int64_t> removed(edit.removals.begin(), edit.removals.end());
     std::vector<std::int64_t> outputs;
     for (const OutputEdit& each : edit.outputs) {
-        const bool isRemoved =
-            std::find(edit.removals.begin(), edit.removals.end(), each.output) != edit.removals.end();
-        if (!each.label && (isRemoved || editor.entryOf(each.output) == nullptr)) outputs.push_back(each.output);
+        const bool isNew = removed.contains(each.output) || editor.entryOf(each.output) == nullptr;
+        if (!each.label && isNew) outputs.push_back(each.output);
     }
     return outputs;
 }
@@ -206,11 +209,13 @@ Result<std::vector<std::string>> changeSettings(const DictionaryReference& setti
     for (const OutputEdit& each : edit.outputs) {
         if (each.label) given.insert(*each.label);
     }
-    // With a number where it is taken.
+    // With a number where it is taken. Those of earlier outputs stay taken, so the search goes on where it ended.
+    std::map<std::string, int> lastNumbers;
     const auto freeLabel = [&](const std::string& label) {
         std::string free = label;
-        for (int number = 2; editor.countOf(free) > 0 || given.contains(free); ++number) {
-            free = label + ' ' + std::to_string(number);
+        for (int& number = lastNumbers.emplace(label, 1).first->second;
+             editor.countOf(free) > 0 || given.contains(free);) {
+            free = label + ' ' + std::to_string(++number);
         }
         return free;
     };

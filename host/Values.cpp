@@ -5,6 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "host/Blanks.h"
+
 namespace velmora {
 
 namespace {
@@ -83,12 +85,15 @@ bool Values::areSame(const std::string& left, const std::string& right) const {
 }
 
 bool Values::canBeSet(const std::string& text) const {
-    return !areNumbered_ || (beginsWithNumber(text) && integerValue(numberField(text)) == integerValue(text));
+    const std::string_view typed = withoutOuterBlanks(text);
+    return !areNumbered_ || (beginsWithNumber(typed) && integerValue(numberField(typed)) == integerValue(typed));
 }
 
 std::string Values::meantBy(const std::string& text) const {
-    const auto index = areNumbered_ ? indexOfNumber(integerValue(text)) : std::nullopt;
-    return index ? (*texts_)[*index] : text;
+    const std::string typed(withoutOuterBlanks(text));
+    if (!areNumbered_) return !indexOf(text) && indexOf(typed) ? typed : text;
+    const auto index = indexOfNumber(integerValue(typed));
+    return index ? (*texts_)[*index] : typed;
 }
 
 StringList Values::settable() const {

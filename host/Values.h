@@ -35,10 +35,10 @@ class Values {
     bool areSame(const std::string& left, const std::string& right) const;
 
     // Whether the plugin would understand the text, which a person may have typed, as it is meant: of 10001 it may
-    // read 1000, and of 00021 it may read 2.
+    // read 1000, and of 00021 it may read 2. Blanks around it mean nothing.
     bool canBeSet(const std::string& text) const;
-    // The offered value that a person means by a text that can be set: "3" is enough where values have numbers. The
-    // text itself where none is meant.
+    // The offered value that a person means by a text that can be set: "3" is enough where values have numbers, and
+    // blanks around it mean nothing. The text itself where none is meant.
     std::string meantBy(const std::string& text) const;
     // Those that can be set.
     StringList settable() const;

@@ -54,13 +54,6 @@ ExitCode unusable(const std::string& why, bool asJson) {
     return report.finish(report.fail(ExitCode::unusable, why));
 }
 
-// What went wrong first counts.
-ExitCode withOutput(ExitCode code) {
-    if (outputIsGood()) return code;
-    complain("the results could not be written to standard output");
-    return code == ExitCode::done ? ExitCode::unusable : code;
-}
-
 // Before the command line is understood.
 bool asksForJson(int argc, const char* const* argv) {
     return std::any_of(argv, argv + argc, [](std::string_view word) { return word == "--json"; });
@@ -135,7 +128,7 @@ int start(int argc, char** argv) {
     if (!options) return static_cast<int>(unusable(options.failure().reason, asksForJson(argc, argv)));
     if (!options->information.empty()) {
         printText(options->information);
-        return static_cast<int>(outputIsGood() ? ExitCode::done : ExitCode::unusable);
+        return static_cast<int>(withOutput(ExitCode::done));
     }
     const auto application = makeApplication(options->command, argc, argv);
     return static_cast<int>(run(*options));

@@ -10,6 +10,9 @@
 
 namespace velmora {
 
+// After a wait, for a main thread that is not blocked to find that it is over.
+inline constexpr std::chrono::milliseconds kGrace{500};
+
 // Calls the handler when the time is over, on a thread of its own, unless it goes away before.
 class Deadline {
   public:

@@ -1,15 +1,41 @@
 #include "host/terminal/Preparation.h"
 
 #include <QString>
+#include <algorithm>
 
 #include "host/Console.h"
 #include "host/PluginState.h"
 #include "host/Quotes.h"
 #include "host/SettingsCheck.h"
 #include "host/Waiting.h"
+#include "host/terminal/Deadline.h"
 #include "platform/threads/Moment.h"
 
 namespace velmora {
+
+namespace {
+
+// What is asked by a line of the wire protocol.
+std::string questionOf(const std::string& line) {
+    const std::string number = line.substr(std::min(line.find(' '), line.size()));
+    if (line.starts_with("GET ")) return "which input is on output" + number;
+    if (line.starts_with("INPUTLABEL ")) return "for the label of input" + number;
+    if (line == "MATRIXSIZE") return "for the size of its matrix";
+    return line == "REFRESH" ? "whether it is there" : "";
+}
+
+// A plugin's reason in a technician's words when it is that of a server that does not answer; "" otherwise.
+std::string silenceIn(const std::string& reason) {
+    constexpr std::string_view kBeginning = "The server did not answer \"";
+    const std::size_t end = reason.find('"', kBeginning.size());
+    if (!reason.starts_with(kBeginning) || end == std::string::npos) return "";
+    const std::string line = reason.substr(kBeginning.size(), end - kBeginning.size());
+    const std::string question = questionOf(line);
+    if (question.empty()) return "";
+    return "when it was asked " + question + " (" + inQuotes(line) + "), it did not answer" + reason.substr(end + 1);
+}
+
+}  // namespace
 
 std::string secondsText(std::chrono::milliseconds time) {
     return QString::number(Seconds(time).count()).toStdString() + " s";
@@ -26,12 +52,14 @@ ExitCode Preparation::waitForAttributes() {
     if (!start()) return ExitCode::refused;
     VelmoraNodePluginProtocol& plugin = host_.plugin();
     if (selectedServer(plugin) == "") {
-        context_.report.complain(
+        return context_.report.fail(
+            ExitCode::unusable,
             "the settings name no switch server, so the plugin has no attributes; \"velmora-host servers\" lists the "
-            "servers: put the name of one under \"selectedDeviceName\" in a file, and give that with --settings");
-        return ExitCode::done;
+            "servers, \"velmora-host configure --server NAME FILE\" puts one into a settings file, and --settings FILE "
+            "gives it");
     }
     const Date end = fromNow(options_.wait);
+    const Deadline delay(options_.wait + kGrace, [text = delayText()] { complain(text); });
     if (!waitUntil([&] { return attributesAreThere(host_) || connectionIsLost(host_); }, options_.wait)) {
         complainOfMissingAttributes();
         // Of a plugin that tells nothing of its device, nothing more can be expected.
@@ -40,12 +68,21 @@ ExitCode Preparation::waitForAttributes() {
     }
     ranOutOfTime_ = connectionIsLost(host_) && Date::clock::now() >= end;
     if (selectedServer(plugin) && !hasConfiguredOutputs(plugin)) {
-        context_.report.complain(
-            "the settings configure no outputs, so the plugin has no attributes; list some under \"configuredOutputs\" "
-            "(\"velmora-host help settings\" shows the format)");
+        return context_.report.fail(
+            ExitCode::unusable,
+            "the settings configure no outputs, so the plugin has no attributes; \"velmora-host configure --outputs "
+            "1-8 FILE\" adds some to a settings file");
     }
     warnOfDefaultsBeyondMatrix();
     return ExitCode::done;
+}
+
+std::string Preparation::delayText() const {
+    const std::string after = " after " + secondsText(options_.wait) + " (--wait)";
+    if (!selectedServer(host_.plugin())) return "the plugin is still at work" + after + "; Ctrl-C ends the program";
+    return "the plugin is still busy with the switch server" + after +
+           ": it waits ten seconds for each answer, and asks for every input's label once for each output; Ctrl-C ends "
+           "the program";
 }
 
 void Preparation::complainOfMissingAttributes() const {
@@ -56,6 +93,11 @@ void Preparation::complainOfMissingAttributes() const {
     if (!server) {
         context_.report.complain("the plugin's attributes are not complete" + within + reason +
                                  "; wait longer (--wait); --verbose shows the plugin's log lines");
+        return;
+    }
+    if (const std::string silence = status ? silenceIn(status->reason) : ""; !silence.empty()) {
+        context_.report.complain("the switch server " + inQuotes(*server) + " was found, but " + silence +
+                                 ", and the connection was given up; look at the server itself");
         return;
     }
     if (isServerAvailable(host_.plugin(), *server)) {

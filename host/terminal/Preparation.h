@@ -29,6 +29,8 @@ class Preparation {
     void warnOfDefaultsBeyondMatrix();
 
   private:
+    // For a person who waits for a blocked plugin.
+    std::string delayText() const;
     void complainOfMissingAttributes() const;
 
     PluginHost& host_;

@@ -24,11 +24,14 @@ QJsonObject summary(const VelmoraNodePluginProtocol& plugin, const QJsonValue& r
 }
 
 // A step that brings the value back. Of a value with a number the label may be written in another way.
-Result<std::string> lineOfStep(const VelmoraNodePluginProtocol& plugin, const std::string& name, std::string value) {
+Result<SalvoStep> stepTo(const VelmoraNodePluginProtocol& plugin, const std::string& name, const Reading& reading) {
+    if (!reading.value) return Failure{"not known"};
+    const std::string& value = *reading.value;
     const Values values = possibleValues(plugin, name);
     if (!values.canBeSet(value)) return Failure{"its value " + inQuotes(value) + " cannot be set"};
-    if (values.areNumbered()) value = stringByEscapingControlCharacters(value);
-    return documentWithSalvo({{name, value}});
+    SalvoStep step{name, values.areNumbered() ? stringByEscapingControlCharacters(value) : value};
+    if (const auto line = documentWithSalvo({step}); !line) return line.failure();
+    return step;
 }
 
 }  // namespace
@@ -140,27 +143,32 @@ ExitCode ReadCommands::getSeveral() {
 
 ExitCode ReadCommands::dump() {
     if (const ExitCode code = preparation_.waitForAttributes(); code != ExitCode::done) return code;
+    const bool isJson = context_.report.isJson();
     const std::string time = QDateTime::currentDateTime().toString(Qt::ISODate).toStdString();
-    const auto server = selectedServer(context_.plugin()).value_or("");
-    printLine("# " + (server.empty() ? context_.plugin().pluginName() : server) + ", " + time);
+    const auto server = selectedServer(context_.plugin());
+    if (!isJson) printLine("# " + server.value_or(context_.plugin().pluginName()) + ", " + time);
     const StringList names = context_.plugin().attributeNames();
-    if (names->empty()) return ExitCode::refused;
+    QJsonArray steps;
     for (const std::string& name : *names) {
         const Reading reading = read(name);
-        if (!reading.value) {
-            printLine("# " + name + ": not known");
-            continue;
+        const auto step = stepTo(context_.plugin(), name, reading);
+        if (reading.value && !step) {
+            context_.report.complain(inQuotes(name) + ": " + step.failure().reason);
+            isWhole_ = false;
         }
-        const auto line = lineOfStep(context_.plugin(), name, *reading.value);
-        if (line) {
-            printText(*line);
-            continue;
+        if (isJson) {
+            QJsonObject record = recordOf(context_, name, reading);
+            record.insert("value", step ? jsonValue(step->value) : QJsonValue());
+            steps.append(record);
+        } else if (step) {
+            printText(*documentWithSalvo({*step}));
+        } else {
+            printLine("# " + name + ": " + step.failure().reason);
         }
-        printLine("# " + name + ": " + line.failure().reason);
-        context_.report.complain(inQuotes(name) + ": " + line.failure().reason);
-        isWhole_ = false;
     }
-    return isWhole_ ? ExitCode::done : withoutAnswer();
+    const ExitCode code = isWhole_ ? ExitCode::done : withoutAnswer();
+    if (!isJson) return code;
+    return context_.report.print({{"server", jsonValue(server)}, {"time", jsonValue(time)}, {"steps", steps}}, code);
 }
 
 std::optional<std::vector<std::string>> ReadCommands::attributesAskedFor() const {
@@ -180,9 +188,11 @@ std::optional<std::vector<std::string>> ReadCommands::attributesAskedFor() const
 }
 
 Reading ReadCommands::read(const std::string& name) {
+    // One time-out is enough to wait for.
+    if (ranOutOfTime_) return unread(context_.host);
     Reading reading = readValue(context_.host, name);
     if (reading.value) return reading;
-    context_.report.complain(absenceText(name, reading));
+    context_.report.complain(absenceText(name, reading) + (reading.ranOutOfTime ? "; nothing more was asked" : ""));
     isWhole_ = false;
     ranOutOfTime_ = ranOutOfTime_ || reading.ranOutOfTime;
     return reading;

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 
 #include "host/Attempt.h"
+#include "host/Console.h"
 #include "host/Naming.h"
 #include "host/PluginState.h"
 #include "host/Quotes.h"
@@ -10,14 +11,28 @@
 
 namespace velmora {
 
+namespace {
+
+constexpr std::chrono::milliseconds kNoticeTime{2000};
+
+}  // namespace
+
 Reading readValue(PluginHost& host, const std::string& name) {
     const Attempt attempt(host);
+    const Deadline delay = noticeOfDelay(name);
     const std::string value = host.plugin().currentValueOfAttributeWithName(name);
     QCoreApplication::processEvents();  // the connection's end may follow at once on what looked like a reply
     const auto isAnswered = attempt.isAnswered();
     if (value.empty() || !isAnswered.value_or(true))
         return {std::nullopt, isAnswered, attempt.ranOutOfTime(), attempt.reason()};
     return {labelled(possibleValues(host.plugin(), name), value), isAnswered, false, ""};
+}
+
+Deadline noticeOfDelay(const std::string& name) {
+    return Deadline(kNoticeTime, [name] {
+        complain("waiting for the device's answer for " + inQuotes(name) +
+                 "; the plugin gives each command ten seconds at most");
+    });
 }
 
 Reading unread(const PluginHost& host) {

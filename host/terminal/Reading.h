@@ -8,6 +8,7 @@
 #include "host/PluginHost.h"
 #include "host/Values.h"
 #include "host/terminal/Context.h"
+#include "host/terminal/Deadline.h"
 
 namespace velmora {
 
@@ -21,6 +22,8 @@ struct Reading {
 
 // Main thread; serves the event loop once after the device has answered.
 Reading readValue(PluginHost& host, const std::string& name);
+// While it lives, a person at the terminal is told when the plugin keeps the main thread waiting for this attribute.
+Deadline noticeOfDelay(const std::string& name);
 // Of a device that was not asked.
 Reading unread(const PluginHost& host);
 // "there is no current value of ..."

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "host/Blanks.h"
 #include "host/Quotes.h"
 #include "platform/foundation/FileContents.h"
 
@@ -65,8 +66,9 @@ std::optional<std::vector<std::string>> namesAskedFor(const Options& options) {
     }
     if (options.command == CommandName::set) names.push_back(options.arguments.front());
     for (const SalvoLine& line : options.steps) {
-        for (SalvoStep& split : splitsOf(line.text)) {
-            names.push_back(std::move(split.name));
+        for (const SalvoStep& split : splitsOf(line.text)) {
+            names.push_back(split.name);
+            names.emplace_back(withoutOuterBlanks(split.name));
         }
     }
     return names;

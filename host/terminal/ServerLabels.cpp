@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "host/Blanks.h"
 #include "host/SettingsEdit.h"
 #include "host/Waiting.h"
 #include "platform/foundation/Descriptor.h"
@@ -24,8 +25,6 @@ namespace {
 
 constexpr const char* kServiceType = "_matrixswitcher._tcp.";
 constexpr std::string_view kRefusal = "ERROR";
-// For the outcome of a resolution to reach the main thread.
-constexpr std::chrono::milliseconds kNewsTime{1000};
 constexpr std::string_view kTooMuch = "it says more than it was asked, so that nobody can tell which label is whose";
 constexpr std::size_t kMaximumReply = 2048;
 
@@ -33,7 +32,7 @@ constexpr std::size_t kMaximumReply = 2048;
 Result<void> waitFor(const Descriptor& descriptor, short events, Date end) {
     for (;;) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Date::clock::now());
-        if (left.count() <= 0) return failureOfSystem(ETIMEDOUT);
+        if (left.count() <= 0) return Failure{"the time was over (--wait)"};
         pollfd ready{descriptor.number(), events, 0};
         const int count = poll(&ready, 1, static_cast<int>(left.count()));
         if (count > 0) return {};
@@ -55,8 +54,7 @@ Result<Descriptor> connection(const SocketAddress& address, Date end) {
 }
 
 // The first address that takes the connection.
-Result<Descriptor> connection(const std::vector<SocketAddress>& addresses, std::chrono::milliseconds wait) {
-    const Date end = fromNow(wait);
+Result<Descriptor> connection(const std::vector<SocketAddress>& addresses, Date end) {
     Result<Descriptor> outcome = Failure{"it was not found within the time (--wait)"};
     for (std::size_t i = 0; i < addresses.size(); ++i) {
         // What is left is shared, so that one that is silent leaves time for the others.
@@ -69,17 +67,16 @@ Result<Descriptor> connection(const std::vector<SocketAddress>& addresses, std::
 
 class Conversation {
   public:
-    Conversation(Descriptor descriptor, std::chrono::milliseconds wait)
-        : descriptor_(std::move(descriptor)), wait_(wait) {}
+    // The end of all its answers together.
+    Conversation(Descriptor descriptor, Date end) : descriptor_(std::move(descriptor)), end_(end) {}
 
     // The line that answers, without its end.
     Result<std::string> ask(const std::string& question) {
         if (const auto asked = send(question); !asked) return asked.failure();
-        const Date end = fromNow(wait_);
         std::size_t size = unread_.find('\n');
         while (size == std::string::npos) {
             if (unread_.size() > kMaximumReply) return Failure{"its answer to " + question + " does not end"};
-            if (auto read = readMore(end); !read)
+            if (auto read = readMore(); !read)
                 return Failure{"it did not answer " + question + ": " + read.failure().reason};
             size = unread_.find('\n');
         }
@@ -104,10 +101,10 @@ class Conversation {
         return {};
     }
 
-    Result<void> readMore(Date end) {
+    Result<void> readMore() {
         std::array<char, kMaximumReply> bytes;
         for (;;) {
-            if (auto waited = waitFor(descriptor_, POLLIN, end); !waited) return waited;
+            if (auto waited = waitFor(descriptor_, POLLIN, end_); !waited) return waited;
             const ssize_t count = recv(descriptor_.number(), bytes.data(), bytes.size(), 0);
             if (count < 0 && (errno == EAGAIN || errno == EINTR)) continue;
             if (count < 0) return failureOfSystem(errno);
@@ -118,7 +115,7 @@ class Conversation {
     }
 
     const Descriptor descriptor_;
-    const std::chrono::milliseconds wait_;
+    const Date end_;
     std::string unread_;
 };
 
@@ -126,12 +123,13 @@ class Conversation {
 
 Result<ServerLabels> labelsOfServer(const std::string& server, const std::vector<std::int64_t>& outputs,
                                     std::chrono::milliseconds wait) {
+    const Date end = fromNow(wait);
     NSNetService service("local.", kServiceType, server);
     service.resolveWithTimeout(Seconds(wait).count());
-    waitUntil([&] { return !service.isBeingResolved(); }, wait + kNewsTime);
-    Result<Descriptor> descriptor = connection(service.addresses(), wait);
+    waitUntil([&] { return !service.isBeingResolved(); }, wait);
+    Result<Descriptor> descriptor = connection(service.addresses(), end);
     if (!descriptor) return descriptor.failure();
-    Conversation conversation(*std::move(descriptor), wait);
+    Conversation conversation(*std::move(descriptor), end);
     const auto size = conversation.ask("MATRIXSIZE");
     if (!size) return size.failure();
     const auto matrix = matrixSizeInText(*size);
@@ -144,7 +142,7 @@ Result<ServerLabels> labelsOfServer(const std::string& server, const std::vector
         if (!isValidUTF8(*label) || *label == kRefusal) continue;
         // As the plugin reads a reply, and as a settings file keeps it.
         const std::string kept = textInPropertyList(stringByTrimmingControlCharacters(*label));
-        if (!kept.empty()) answers.labels.emplace(output, kept);
+        if (!isBlank(kept)) answers.labels.emplace(output, kept);
     }
     // Shows a line too many that came late.
     const auto again = conversation.ask("MATRIXSIZE");

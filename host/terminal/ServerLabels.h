@@ -18,7 +18,7 @@ struct ServerLabels {
     std::map<std::int64_t, std::string> labels;  // by output, from 0; without those that have none
 };
 
-// Waits this long for the server to be found, and again for each of its answers. The failure is a sentence that does
+// Waits this long for the server to be found and for all of its answers together. The failure is a sentence that does
 // not name the server. Main thread; waits in the event loop, then without it.
 Result<ServerLabels> labelsOfServer(const std::string& server, const std::vector<std::int64_t>& outputs,
                                     std::chrono::milliseconds wait);

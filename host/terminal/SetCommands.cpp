@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/CommandTable.h"
 #include "host/Console.h"
 #include "host/Naming.h"
 #include "host/PluginState.h"
@@ -19,6 +20,8 @@ ExitCode SetCommands::set() {
                         words[0].find('=') == std::string::npos;
     const bool areNameAndValue = words.size() == 2 && isName;
     std::optional<Salvo> salvo;
+    const auto checked = areNameAndValue ? Result<void>() : checkSteps(words);
+    if (code == ExitCode::done && !checked) return context_.report.fail(ExitCode::unusable, checked.failure().reason);
     if (code == ExitCode::done) {
         salvo = usableSteps(areNameAndValue);
         if (!salvo) code = ExitCode::refused;
@@ -107,9 +110,10 @@ SetCommands::Row SetCommands::perform(const SalvoStep& step) {
 SetCommands::Row SetCommands::foresee(const SalvoStep& step) {
     const Values values = possibleValues(context_.plugin(), step.name);
     const std::string meant = values.meantBy(step.value);
-    Row row{step, readValue(context_.host, step.name), meant, true};
+    // One time-out is enough to wait for.
+    Row row{step, ranOutOfTime_ ? unread(context_.host) : readValue(context_.host, step.name), meant, true};
     if (!row.reading.value) {
-        context_.report.complain(absenceText(step.name, row.reading));
+        if (!ranOutOfTime_) context_.report.complain(absenceText(step.name, row.reading));
         ranOutOfTime_ = ranOutOfTime_ || row.reading.ranOutOfTime;
         row.isGood = false;
     } else if (values.areSame(*row.reading.value, meant)) {

@@ -1,6 +1,7 @@
 #include "host/terminal/Setting.h"
 
 #include "host/Attempt.h"
+#include "host/Blanks.h"
 #include "host/Console.h"
 #include "host/PluginState.h"
 #include "host/Quotes.h"
@@ -39,8 +40,9 @@ Result<void> checkStepOfSalvo(const VelmoraNodePluginProtocol& plugin, const Sal
 std::string doubtAboutLabel(const VelmoraNodePluginProtocol& plugin, const SalvoStep& step) {
     const Values values = possibleValues(plugin, step.name);
     const std::string meant = values.meantBy(step.value);
-    const bool isNumberAlone = step.value.find_first_not_of("0123456789 ") == std::string::npos;
-    if (isNumberAlone || meant == step.value) return "";
+    const std::string_view typed = withoutOuterBlanks(step.value);
+    const bool isNumberAlone = typed.find_first_not_of("0123456789") == std::string_view::npos;
+    if (isNumberAlone || meant == typed || meant == step.value) return "";
     return stepText(step) + ": this value is called " + inQuotes(meant) + " now; the number counts";
 }
 
@@ -51,6 +53,7 @@ StepOutcome performStep(PluginHost& host, const SalvoStep& step, Report& report)
     std::string refusal;
     {
         const Attempt attempt(host);
+        const Deadline delay = noticeOfDelay(step.name);
         if (host.plugin().setValueForAttributeWithName(meant, step.name) != 0) {
             report.complain("the plugin refused to set " + stepText(step) + ": " + attempt.reason() + kPossibleHint);
             outcome.reading.isAnswered = attempt.isAnswered();
@@ -59,7 +62,8 @@ StepOutcome performStep(PluginHost& host, const SalvoStep& step, Report& report)
         if (attempt.isAnswered() == false) refusal = ": " + attempt.reason();
         outcome.ranOutOfTime = attempt.ranOutOfTime();
     }
-    outcome.reading = readValue(host, step.name);
+    // One time-out is enough to wait for.
+    outcome.reading = outcome.ranOutOfTime ? unread(host) : readValue(host, step.name);
     const Reading& reading = outcome.reading;
     outcome.ranOutOfTime = outcome.ranOutOfTime || reading.ranOutOfTime;
     outcome.holds = reading.value && values.areSame(*reading.value, meant);
@@ -69,7 +73,7 @@ StepOutcome performStep(PluginHost& host, const SalvoStep& step, Report& report)
                      refusal);
         return outcome;
     }
-    if (!reading.value) report.complain(absenceText(step.name, reading));
+    if (!reading.value && !reading.reason.empty()) report.complain(absenceText(step.name, reading));
     report.complain(stepText(step) + ": the value was handed on" + refusal +
                     (reading.value ? "; the device has another: " + inQuotes(*reading.value)
                                    : "; it is not known whether the device has it"));

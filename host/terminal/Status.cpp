@@ -18,8 +18,6 @@ namespace {
 
 using State = NodePluginConnectionState;
 
-// After the wait, for a main thread that is not blocked to find that it is over.
-constexpr std::chrono::milliseconds kGrace{500};
 constexpr const char* kSilent = "It was found, but did not answer within ";
 
 struct Standing {
@@ -67,7 +65,7 @@ ExitCode printStatus(const Context& context) {
         // The main thread may be blocked in the plugin by a device that does not answer.
         const Deadline deadline(wait + kGrace, [&] {
             print(context, named.value_or(""), {"lost", ExitCode::refused, kSilent + secondsText(wait)});
-            _exit(static_cast<int>(ExitCode::refused));
+            _exit(static_cast<int>(withOutput(ExitCode::refused)));
         });
         waitUntil([&] { return isDecided(context.host); }, wait);
     }

@@ -76,7 +76,10 @@ TEST_F(HostWithServer, takesForAnAnswerOnlyWhatIsOne) {
         {"wrong@GET", get, 1, "names no output and input"},
         {"wrong@GET", {"attributes"}, 1, "names no output and input"},
         {"empty@GET", set, 1, "is empty"},
-        {"silence@GET#3", get, 3, "within 10 s"},
+        {"silence@GET#3", get, 3, "waiting for the device's answer for \"Velmora Switch Output 2\""},
+        {"silence@SET", set, 3, "it is not known whether the device has it"},
+        {"silence@GET", {"--wait", "4", "get", "2"}, 3, "asked which input is on output 2 (\"GET 2\"), it did not"},
+        {"mute", {"--wait", "4", "get", "2"}, 3, "still busy with the switch server after 4 s (--wait)"},
         {"close-before@INPUTLABEL#5", {"possible", "Velmora Switch Output 2"}, 1, "before all values were named"},
     };
     // All at once: each waits for a time of its own.
@@ -104,22 +107,22 @@ TEST_F(HostWithServer, takesForAnAnswerOnlyWhatIsOne) {
 }
 
 TEST_F(HostWithServer, timesOutWithWhatWasMissing) {
-    const QStringList arguments = {"--interface", "lo", "--settings", writeSettings("Elsewhere", {{"", 0, 0}}),
+    const QStringList arguments = {"--interface", "lo", "--settings", writeSettings("Elsewhere", {{"One", 0, 0}}),
                                    "--wait",      "8"};
     Program attributes(VELMORA_HOST, arguments + QStringList{"attributes"});
     Program servers(VELMORA_HOST, arguments + QStringList{"servers"});
     const ListeningPort port;
     const PublishedService published("Silent " + name_.toStdString(), port.port());
     Program silent(VELMORA_HOST,
-                   {"--interface", "lo", "--settings", writeSettings("Silent " + name_, {{"", 0, 0}}, "silent.plist"),
-                    "--wait", "6", "attributes"});
+                   {"--interface", "lo", "--settings",
+                    writeSettings("Silent " + name_, {{"One", 0, 0}}, "silent.plist"), "--wait", "6", "attributes"});
     const QByteArray name = name_.toUtf8();
     expect(resultOf(std::move(attributes)), 3, "", "\"Elsewhere\" was not found within 8 s; found were: \"");
     // What there is, is shown all the same.
     const Result listed = resultOf(std::move(servers));
     expect(listed, 3, listed.output, "was not found");
     EXPECT_TRUE(listed.output.contains("  " + name + '\n'));
-    expect(resultOf(std::move(silent)), 3, "", "was found, but did not connect");
+    expect(resultOf(std::move(silent)), 3, "", "was found, but when it was asked whether it is there");
 }
 
 }  // namespace velmora::test

@@ -87,9 +87,9 @@ TEST_F(HostProgram, withoutSavedSettings) {
     expect(runHost({"--settings", path("none.plist"), "--json", "settings"}), 0,
            R"({"availableDevices":[],"configuredOutputs":[],"selectedDeviceName":""})", "there is no settings file");
     EXPECT_FALSE(QFile::exists(path("none.plist"))) << "nothing has changed that would have to be kept";
-    const Result attributes = runHost({"attributes"});
-    expect(attributes, 0, attributes.output, "selectedDeviceName");
-    EXPECT_EQ(runHost({"get", "Velmora Switch Output 1"}).code, 1);
+    for (const QStringList& command : {QStringList{"attributes"}, {"get", "1"}, {"get", "--all"}, {"dump"}}) {
+        expect(runHost(command), 2, "", "the settings name no switch server");
+    }
 }
 
 TEST_F(HostProgram, changedSettingsAreWrittenBackOnceAndThePluginIsReleasedInOrder) {
@@ -193,7 +193,9 @@ TEST_F(HostProgram, saysWhatItCannotWrite) {
     expect(limited, 3, limited.output, "\nreleased\n");
     EXPECT_TRUE(limited.errors.endsWith("File too large\n"));
     EXPECT_EQ(contentsOf(file), "<plist version='1.0'><dict/></plist>");
-    expect(run("exec \"$@\" >/dev/full", "settings"), 2, "", "could not be written to standard output");
+    for (const char* const command : {"settings", "--help"}) {
+        expect(run("exec \"$@\" >/dev/full", command), 2, "", "could not be written to standard output");
+    }
 }
 
 TEST_F(HostProgram, doubtsSettingsThatAreProbablyNotMeant) {
@@ -206,12 +208,14 @@ TEST_F(HostProgram, doubtsSettingsThatAreProbablyNotMeant) {
         {"<key>output_number</key><integer>4</integer><key>output_number</key><integer>4</integer>",
          {"key \"selectedDevicename\"", "entry 1 of \"configuredOutputs\" (\"A\") has the key \"output_number\"",
           "perhaps \"outputNumber\" is meant", "line 1 of the settings file has the key \"output_number\" once more",
-          "has no \"outputNumber\"; the plugin takes it for 0", "has no \"defaultInputNumber\"",
+          "has no \"outputNumber\"; the plugin takes it for output 1 (\"outputNumber\" 0)",
+          "has no \"defaultInputNumber\"",
           "entry 2 of \"configuredOutputs\" (\"A\") has the same \"label\" as entry 1"}},
         {"<key>outputNumber</key><integer>-1</integer><key>defaultInputNumber</key><integer>-2</integer>",
          {"\"outputNumber\" is -1", "\"defaultInputNumber\" is -2"}},
         {"<key>outputNumber</key><string>1</string><key>outputType</key><true/>",
-         {"is no integer", "has the same output as entry 1", "\"outputType\" is not the text \"output\""}},
+         {"is no integer", "is for output 2 (\"outputNumber\" 1), and so is entry 1",
+          "\"outputType\" is not the text \"output\""}},
     };
     for (const auto& [keys, doubts] : cases) {
         const QString file = write("doubtful.plist", QString(form).arg(keys).toUtf8());

@@ -60,35 +60,36 @@ TEST_F(MonitoredServer, tellsWhatHappensToTheConnectionAndTheRoutes) {
 
 TEST_F(MonitoredServer, endsWhenNobodyReads) {
     Program both("/bin/sh", {"-c", R"("$0" "$@" | head -3)", VELMORA_HOST, "--interface", "lo", "--settings",
-                             writeSettings(name_, {{"", 0, 0}}), "watch"});
+                             writeSettings(name_, {{"One", 0, 0}}), "watch"});
     EXPECT_EQ(both.exitCode(), 0);
     EXPECT_EQ(both.errors(), "");
 }
 
 TEST_F(MonitoredServer, toldByItsStatus) {
     const QByteArray name = name_.toUtf8();
-    expect(runHost({"--settings", writeSettings(name_, {{"", 0, 0}}), "status"}), 0, "connected \"" + name + "\"\n",
+    expect(runHost({"--settings", writeSettings(name_, {{"One", 0, 0}}), "status"}), 0, "connected \"" + name + "\"\n",
            "");
     const Result absent =
-        runHost({"--settings", writeSettings("Elsewhere", {{"", 0, 0}}), "--wait", "1", "--json", "status"});
+        runHost({"--settings", writeSettings("Elsewhere", {{"One", 0, 0}}), "--wait", "1", "--json", "status"});
     EXPECT_EQ(absent.code, 3);
     EXPECT_EQ(absent.output, R"({"reason":"It was not found within 1 s","server":"Elsewhere","state":"absent"})"
                              "\n");
     const ListeningPort port;
     const PublishedService silent("Silent " + name.toStdString(), port.port());
     const Date start = Date::clock::now();
-    expect(runHost({"--settings", writeSettings("Silent " + name_, {{"", 0, 0}}), "--wait", "3", "status"}), 1,
+    expect(runHost({"--settings", writeSettings("Silent " + name_, {{"One", 0, 0}}), "--wait", "3", "status"}), 1,
            "lost \"Silent " + name + "\": It was found, but did not answer within 3 s\n", "");
     EXPECT_LT(Date::clock::now() - start, std::chrono::seconds(8));
     expect(runHost({"status"}), 2, "", "name no switch server");
 }
 
 TEST_F(HostWithServer, watchesUntilInterrupted) {
-    const QStringList arguments = {"--interface", "lo", "--settings", writeSettings(name_, {{"", 0, 0}, {"1", 1, 7}}),
-                                   "watch"};
+    const QStringList arguments = {"--interface", "lo", "--settings",
+                                   writeSettings(name_, {{"One", 0, 0}, {"1", 1, 7}}), "watch"};
     Program text(VELMORA_HOST, arguments);
     EXPECT_NE(text.outputLineWith("Velmora Switch: 2 attributes"), "");
-    EXPECT_NE(text.errorLine().find("\"defaultInputNumber\" 7 is beyond the matrix, which has 3"), std::string::npos);
+    EXPECT_NE(text.errorLine().find("input 8 (\"defaultInputNumber\" 7) is beyond the matrix, which has 3"),
+              std::string::npos);
     EXPECT_EQ(text.exitCodeAfterSignal(SIGINT), 0);
 
     Program json(VELMORA_HOST, arguments + QStringList{"--json"});
@@ -103,7 +104,7 @@ TEST_F(HostWithServer, watchesUntilInterrupted) {
     Program server(VELMORA_SWITCH_SERVER, {"--name", slow, "--verbose", "--fault", "delay=5000@INPUTLABEL"});
     ASSERT_NE(server.outputLineWith("announced as"), "");
     Program blocked(VELMORA_HOST,
-                    {"--interface", "lo", "--settings", writeSettings(slow, {{"", 0, 0}}), "--defaults", "watch"});
+                    {"--interface", "lo", "--settings", writeSettings(slow, {{"One", 0, 0}}), "--defaults", "watch"});
     EXPECT_NE(blocked.errorLine().find("over the operator's routes"), std::string::npos);
     ASSERT_NE(server.outputLineWith("INPUTLABEL"), "");
     blocked.sendSignal(SIGINT);

@@ -1,4 +1,6 @@
 // Several values in one run of the host program.
+#include <QJsonArray>
+
 #include "platform/threads/Moment.h"
 #include "tests/host/HostFixture.h"
 
@@ -12,7 +14,7 @@ TEST_F(HostWithServer, setsWhatItKnowsToBeMeant) {
         "Velmora Switch Output 2  A=B           0003 Input 3  done\n"
         "Velmora Switch Output 1  Programme     0002 Input 2  done\n";
     const std::vector<std::tuple<QStringList, int, const char*, const char*>> cases = {
-        {{"set", "A=B=3", "1=0002 Two"}, 0, both, ""},
+        {{"set", "A=B = 3", " 1 = 0002 Two"}, 0, both, ""},
         {{"get", "A=B", "Programme"},
          0,
          "NAME                     DISPLAY NAME  CURRENT\n"
@@ -37,7 +39,7 @@ TEST_F(HostWithServer, setsWhatItKnowsToBeMeant) {
          R"("displayName":"A=B","input":3,"name":"Velmora Switch Output 2","output":2}]})",
          ""},
         {{"set", "9=1"}, 1, "", "may mean each"},
-        {{"set", "1=1", "2"}, 1, "", "NAME=VALUE is wanted, not \"2\""},
+        {{"set", "1=1", "2"}, 2, "", "there is no \"=\" in \"2\""},
         {{"set", "A=B=2", "1=9"}, 1, "", "it has no such value"},
         {{"set", "A=B=2", "2=1"}, 1, "", "it is to be set to \"2\", too"},
         {{"get", "A=B"}, 0, "0003 Input 3\n", ""},
@@ -69,6 +71,12 @@ TEST_F(HostWithServer, appliesWhatItDumps) {
     EXPECT_TRUE(dumped.output.startsWith("# " + name_.toUtf8() + ", ") && dumped.output.endsWith('\n' + steps))
         << dumped.output.constData();
     write("evening.salvo", dumped.output);
+    QByteArray again;
+    const QJsonObject json = QJsonDocument::fromJson(runHost({"--settings", file, "dump", "--json"}).output).object();
+    for (const QJsonValue& step : json["steps"].toArray()) {
+        again += (step["name"].toString() + '=' + step["value"].toString() + '\n').toUtf8();
+    }
+    EXPECT_EQ(json["server"].toString().toUtf8() + again, name_.toUtf8() + steps);
 
     EXPECT_EQ(runHost({"--settings", file, "set", "1", "3"}).code, 0);
     expect(runHost({"--settings", file, "apply", "--dry-run", salvo}), 0,

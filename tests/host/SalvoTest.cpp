@@ -12,6 +12,7 @@ TEST(Salvo, isReadWithTheNamesOfTheAttributes) {
     const std::vector<std::pair<std::string, Salvo>> documents = {
         {"", {}},
         {"\xEF\xBB\xBF# none\n \t\r\nA=0001 x\r\nA= =y= ", {{"A", "0001 x"}, {"A", " =y= "}}},
+        {" A = 1\n \n", {{"A", " 1"}}},
         {"B=C=E=F\n=\nA=\u202Ex\u200D", {{"B=C", "E=F"}, {"", ""}, {"A", "\u202Ex\u200D"}}},
     };
     for (const auto& [document, salvo] : documents) {

@@ -58,9 +58,22 @@ TEST(SettingsEdit, readsWhatAPersonTypes) {
         EXPECT_EQ(std::tuple(edit->output, edit->label.value_or("(as it is)"), edit->defaultInput.value_or(-1)),
                   std::tuple(output, std::string(label), input));
     }
-    for (const char* const text : {"", "0", "65537", "-1", "1 ", "1=", "A=1", "1=A,default=", "1,default=0"}) {
+    for (const char* const text : {"", "0", "65537", "-1", "1 ", "1=", "1= ", "A=1", "1=A,default=", "1,default=0"}) {
         EXPECT_FALSE(outputEditInText(text)) << text;
     }
+    // As many outputs as a settings file may name, all with one label.
+    const DictionaryReference settings = makeDictionary();
+    SettingsEdit many;
+    std::map<std::int64_t, std::string> labels;
+    for (std::int64_t output = 0; output < 60'000; ++output) {
+        many.outputs.push_back({output, std::nullopt, std::nullopt});
+        many.removals.push_back(output);
+        labels.emplace(output, "Wall");
+    }
+    EXPECT_EQ(outputsWithoutLabel(settings, many).size(), 60'000U);
+    many.removals.clear();
+    ASSERT_TRUE(changeSettings(settings, many, labels));
+    EXPECT_EQ(outputsIn(settings).back().label, "Wall 60000");
     EXPECT_EQ(*outputsInText("1-3,8"), (std::vector<std::int64_t>{0, 1, 2, 7}));
     for (const char* const text : {"", "1-", "-1", "3-1", "1,,2", "1-2-3"}) {
         EXPECT_FALSE(outputsInText(text)) << text;
@@ -73,16 +86,18 @@ TEST_F(SettingsCommands, everyMistakeIsNamedByEntryAndKey) {
         {"<string>Studio</string>", "<string></string>", "no switch server (\"selectedDeviceName\")"},
         {"<string>Studio</string>", "<true/>", "\"selectedDeviceName\" is not a text"},
         {"configuredOutputs", "configuredOutput", "perhaps \"configuredOutputs\" is meant"},
-        {"7", "0", "entry 2 of \"configuredOutputs\" (\"B\") has the same output as entry 1 (\"outputNumber\")"},
+        {"7", "0", "(\"B\") is for output 1 (\"outputNumber\" 0), and so is entry 1;"},
         {"7", "65536", "(\"B\"): \"outputNumber\" is 65536, which is no number of an output"},
         {"<string>Studio</string>", "<string>Studio\n</string>", "begins or ends with a blank or a line end"},
         {"7", "-1", "entry 2 of \"configuredOutputs\" (\"B\"): \"outputNumber\" is -1"},
-        {"7", "8", "(\"B\"): \"outputNumber\" 8 is beyond the matrix, which has 8"},
+        {"7", "8", "(\"B\"): output 9 (\"outputNumber\" 8) is beyond the matrix, which has 8"},
         {"<integer>7</integer>", "<string>7</string>", "(\"B\"): \"outputNumber\" is no integer"},
         {"<key>outputNumber</key><integer>7</integer>", "", "(\"B\") has no \"outputNumber\""},
-        {"<integer>3</integer>", "<integer>16</integer>", "\"defaultInputNumber\" 16 is beyond the matrix"},
+        {"<integer>3</integer>", "<integer>16</integer>", "input 17 (\"defaultInputNumber\" 16) is beyond the matrix"},
         {"<string>B</string>", "<string>A</string>", "entry 2 of \"configuredOutputs\" (\"A\") has the same \"label\""},
         {"<string>B</string>", "<integer>2</integer>", "entry 2 of \"configuredOutputs\" has a \"label\" that is not"},
+        {"<string>B</string>", "<string>\t</string>", "has a \"label\" without a visible character"},
+        {"<string>B</string>", "<string>B\n</string>", "has a control character, such as a line end, in its \"label\""},
         {"<key>label</key><string>B</string>", "", "entry 2 of \"configuredOutputs\" has no \"label\""},
         {"<string>output</string>", "<string>input</string>", "(\"A\"): \"outputType\" is not the text \"output\""},
         {"<key>label</key><string>B", "<key>label</key><string>C</string><key>label</key><string>B",
@@ -164,13 +179,21 @@ TEST_F(SettingsCommands, takeLabelsFromTheServerWhereItAnswers) {
     EXPECT_EQ(code, 0);
     EXPECT_EQ(outputsIn(settings()),
               (Outputs{{"Desk", 3, 3}, {"Wall\uFFFD", 0, 0}, {"Output 2", 1, 1}, {"Wall\uFFFD 2", 2, 2}}));
-    EXPECT_TRUE(told.startsWith("new settings file") && told.contains("\"outputNumber\" 3 is beyond the matrix"))
+    EXPECT_TRUE(told.startsWith("new settings file") && told.contains("output 4 (\"outputNumber\" 3) is beyond"))
         << told.toStdString();
 
     EXPECT_TRUE(
         run({"configure", "--server", "Nowhere", "--wait", "0.5", "--output", "5", file}).contains("not found"));
     EXPECT_EQ(code, 0);
     EXPECT_EQ(outputsIn(settings()).back(), (Output{"Output 5", 4, 4}));
+
+    // All of its answers together have the time.
+    Program slow(VELMORA_SWITCH_SERVER, {"--name", name + " slow", "--interface", "lo", "--outputs", "30", "--fault",
+                                         "delay=500@OUTPUTLABEL"});
+    ASSERT_NE(slow.outputLineWith("announced as"), "");
+    const QString other = folder.filePath("other.plist");
+    EXPECT_TRUE(run({"configure", "--server", name + " slow", "--wait", "5", "--outputs", "1-30", other})
+                    .contains("the time was over (--wait)"));
 
     // Which label is whose, nobody can tell.
     Program doubling(VELMORA_SWITCH_SERVER, {"--name", name + " twice", "--interface", "lo", "--outputs", "9",
