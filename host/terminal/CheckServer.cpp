@@ -129,8 +129,8 @@ class CheckReport {
             line += boundText(bar.below);
             line.resize(3 * kNameColumns + 4, ' ');
             const std::string count = std::to_string(bar.count);
-            line += std::string(count.size() < 7 ? 7 - count.size() : 0, ' ') + count + "  ";
-            printLine(line + std::string(length, '#'));
+            line += std::string(count.size() < 7 ? 7 - count.size() : 0, ' ') + count;
+            printLine(line + (length > 0 ? "  " + std::string(length, '#') : ""));
         }
     }
 

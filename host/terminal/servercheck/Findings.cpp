@@ -17,7 +17,7 @@ constexpr FindingRow kRows[] = {
     {Finding::oneClient, Check::address, true, "one-client",
      "the plugin connects anew while the old connection may still be there, and several hosts may be connected"},
     {Finding::noAnswer, Check::answers, true, "no-answer",
-     "the plugin blocks its host for ten seconds and then closes the connection"},
+     "the plugin waits for ten seconds, its host with it, and closes the connection"},
     {Finding::closedInstead, Check::answers, true, "closed-instead",
      "the plugin has no answer, and no connection until the server is announced anew"},
     {Finding::brokenInstead, Check::answers, true, "reset",

@@ -146,7 +146,8 @@ void Interrogation::noteMissing(Word word, const std::string& command, const Exc
     // That little time says nothing of the server.
     if (isSilent && isOver() && exchange.time < limits_.slow) return;
     givenUp_.insert(word);
-    const std::string what = isSilent ? command + " was not answered within " + timeText(exchange.time)
+    const std::string what = isSilent ? command + " was not answered within " + timeText(exchange.time) +
+                                            (isOver() ? ", when the time (--wait) was over" : "")
                                       : std::string("it ") + wordsOf(exchange.end) + " instead of answering " + command;
     if (word == Word::stranger) return findings_.note(Finding::strangerUnanswered, what);
     findings_.note(isSilent                          ? Finding::noAnswer
@@ -197,6 +198,12 @@ std::optional<std::string> Interrogation::judgeText(const std::string& reply) {
     std::string text = withoutControlCharacters(trimmed);
     if (text != trimmed) findings_.note(Finding::controlInside, what + ", with control characters in it");
     return text;
+}
+
+void Interrogation::beginAnew() {
+    givenUp_.clear();
+    isSpent_ = false;
+    connections_ = std::min(connections_, 1);  // some address has taken one
 }
 
 std::string Interrogation::reason() const {

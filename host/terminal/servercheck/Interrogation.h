@@ -47,10 +47,8 @@ class Interrogation {
     // Why it is over.
     std::string reason() const;
     bool hasGivenUp(Word word) const { return givenUp_.contains(word); }
-    void forgetGivenUp() {
-        givenUp_.clear();
-        isSpent_ = false;
-    }
+    // Every word may be sent again, and as many connections be made.
+    void beginAnew();
     const SocketAddress& address() const { return addresses_[used_]; }
     std::size_t answered() const { return answered_; }
     int connections() const { return connections_; }

@@ -48,7 +48,9 @@ void ServerCheck::once() {
     askRoute(1, true);
     if (wire_.answered() == 0 && findings_.has(Finding::noAnswer))
         return leaveOut("everything else: nothing was ever answered");
-    if (!askSize()) return leaveOut("everything else: without a size the plugin has no values to offer");
+    const bool hasSize = askSize();
+    if (wire_.isOver()) return leaveOut("the rest of a round: " + wire_.reason());
+    if (!hasSize) return leaveOut("everything else: without a size the plugin has no values to offer");
     askLabel(Word::inputLabel, 1, true);
     askLabel(Word::outputLabel, 1, true);
     askBesides();
@@ -125,6 +127,7 @@ void ServerCheck::askBesides() {
     if (wire_.hasGivenUp(Word::matrixSize) || wire_.isOver()) return;
     Interrogation other({wire_.address()}, end_, limits_, findings_, times_);
     const auto connected = other.connect();
+    other.listen();
     const auto text = connected ? other.ask(Word::matrixSize, "MATRIXSIZE", true) : std::nullopt;
     if (other.answered() == 0 && !wire_.isOver()) {
         const std::string reason = connected ? "it was not answered" : connected.failure().reason;
@@ -216,7 +219,7 @@ std::string ServerCheck::good(Check check) const {
         case Check::size:
             return size_ ? sizeTextOf(*size_) + (isBesidesTried_ ? ", on each connection" : "") : "";
         case Check::routes:
-            return routes_ > 0 ? std::to_string(routes_) + " routes, each of an input that there is" : "";
+            return routes_ > 0 ? std::to_string(routes_) + " times GET, each answered with an input that there is" : "";
         case Check::labels:
             return inputLabels_.count + outputLabels_.count == 0
                        ? ""

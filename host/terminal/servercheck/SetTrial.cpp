@@ -1,4 +1,6 @@
 // The part of a check that changes a route, and puts it back.
+#include <algorithm>
+
 #include "host/terminal/SwitchSocket.h"
 #include "host/terminal/servercheck/ServerCheck.h"
 #include "platform/foundation/Text.h"
@@ -7,7 +9,7 @@ namespace velmora {
 
 namespace {
 
-// To put a route back, whatever time the check had. It is on air.
+// To change a route, and again to put it back, whatever time the check had. It is on air.
 constexpr Seconds kRestoreTime{10};
 constexpr int kAttempts = 3;
 
@@ -38,7 +40,7 @@ std::int64_t ServerCheck::set(std::int64_t output, std::int64_t input) {
 void ServerCheck::putBack(std::int64_t output, std::int64_t input) {
     wire_.setEnd(std::max(end_, fromNow(kRestoreTime)));
     for (int attempt = 0; attempt < kAttempts && !wire_.isOver(); ++attempt) {
-        wire_.forgetGivenUp();
+        wire_.beginAnew();
         if (set(output, input) == input) return;
         (void)wire_.connect();  // the next attempt tells what is wrong
     }
@@ -48,18 +50,19 @@ void ServerCheck::putBack(std::int64_t output, std::int64_t input) {
 
 void ServerCheck::trySet(std::int64_t output) {
     if (wire_.isOver()) return leaveOut("SET: " + wire_.reason());
-    if (!size_ || output > static_cast<std::int64_t>(size_->outputs)) {
-        return findings_.note(Finding::setWithoutRoute, "the server has told of no output " + numberText(output));
+    if (!size_) return leaveOut("SET: the plugin does not accept the size");
+    if (output > static_cast<std::int64_t>(size_->outputs)) {
+        return findings_.note(Finding::setWithoutRoute, "there is no output " + numberText(output));
     }
     const std::int64_t input = inputFor(output);
-    if (input == 0)
-        return findings_.note(Finding::setWithoutRoute, "the input of output " + numberText(output) + " is not known");
+    if (input == 0) return leaveOut("SET: the input of output " + numberText(output) + " is not known");
     const std::int64_t same = set(output, input);
     if (same == 0) return leaveOut("setting another input: it is not known what became of the first SET");
     if (same != input) return putBack(output, input);
     setText_ = "output " + numberText(output) + " was set to input " + numberText(input) + ", which it had";
     if (size_->inputs < 2) return;
     const std::int64_t other = input < static_cast<std::int64_t>(size_->inputs) ? input + 1 : input - 1;
+    wire_.setEnd(std::max(end_, fromNow(kRestoreTime)));
     (void)set(output, other);  // whatever came of it
     putBack(output, input);
     setText_ += ", to input " + numberText(other) + ", and back";
