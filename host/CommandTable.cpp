@@ -168,7 +168,7 @@ constexpr OptionRow kSetOutput = {
     }};
 
 constexpr OptionRow kRepeat = {
-    "repeat", "N", "ask everything so often, each time on a fresh connection (1)",
+    "repeat", "N", "ask everything this many times, each time on a fresh connection (1)",
     [](Options& options, const std::string& value) {
         bool isNumber = false;
         options.repeat = qString(value).toInt(&isNumber);

@@ -29,6 +29,7 @@ Seconds ReplyTimes::quantile(double part) const {
 
 std::vector<ReplyTimes::Bar> ReplyTimes::histogram() const {
     std::vector<Bar> bars;
+    bars.reserve(kBounds.size());
     for (const double bound : kBounds) {
         bars.push_back({Seconds(bound), 0});
     }
