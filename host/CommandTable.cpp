@@ -12,6 +12,7 @@ namespace velmora {
 namespace {
 
 constexpr Seconds kLongestWait = std::chrono::hours(24);
+constexpr int kMaximumRepeats = 10'000;
 constexpr Seconds kShortestPoll = std::chrono::milliseconds(100);
 
 Result<void> takeFile(std::string_view option, const std::string& value, std::optional<std::filesystem::path>& file) {
@@ -159,6 +160,27 @@ constexpr OptionRow kMatrix = {"matrix", "INPUTSxOUTPUTS",
                                    return Result<void>();
                                }};
 
+constexpr OptionRow kSetOutput = {
+    "set", "OUTPUT",
+    "also set this output to the input that it has, to another, and back. Without it no route is changed",
+    [](Options& options, const std::string& value) {
+        std::vector<std::int64_t> outputs;
+        const auto taken = takeOutputs(value, "set", outputs);
+        if (taken && outputs.size() != 1) return Result<void>(Failure{"--set takes the number of one output"});
+        if (taken) options.trialOutput = outputs.front() + 1;
+        return taken;
+    }};
+
+constexpr OptionRow kRepeat = {
+    "repeat", "N", "ask everything this many times, each time on a fresh connection (1)",
+    [](Options& options, const std::string& value) {
+        bool isNumber = false;
+        options.repeat = qString(value).toInt(&isNumber);
+        if (isNumber && options.repeat >= 1 && options.repeat <= kMaximumRepeats) return Result<void>();
+        return Result<void>(Failure{"--repeat takes a number from 1 to " + std::to_string(kMaximumRepeats) + ", not " +
+                                    inQuotes(value)});
+    }};
+
 // Those of every command that loads the plugin, so that they may stand in an alias, and the command's own before them.
 std::vector<const OptionRow*> pluginOptionsAnd(std::vector<const OptionRow*> own) {
     own.insert(own.end(), {&kSettings, &kBundle, &kInterface, &kWait, &kVerbose});
@@ -210,6 +232,17 @@ Result<void> checkGet(const Options& options) {
 Result<void> checkSet(const Options& options) {
     return options.arguments.size() == 2 ? Result<void>() : checkSteps(options.arguments);
 }
+
+constexpr std::string_view kCheckServerHelp =
+    R"(Talks to the server as the plugin does, one command at a time on a connection of its own, and prints a line for each thing that it looks at: ok, a note (the plugin can do with it) or a problem, with what came and what the plugin makes of it. The times of the replies follow as bars, then what was left out, and last whether the plugin can work with this server. The plugin is not loaded, and no route is changed without --set.
+
+NAME is found by discovery; without one it is the server that the settings name (--settings). HOST:PORT needs no discovery. Exit code 0 without problems, 1 with some, 2 for wrong usage, 3 when the server was not found or takes no connection.
+
+--wait bounds the search, and again all of the questions; changing a route and putting it back may take ten seconds each more. What there was no time for is left out and said.
+
+With --json: "checks" (each with "check", "result", "text", and of a note or problem "finding" and "times"), "replyTimes" (in seconds, with "histogram"), "leftOut", "usable", "conclusion", "server" and "address".
+
+docs/wire-protocol.md tells what a server should do.)";
 
 constexpr std::string_view kSettingsHelp =
     R"(The plugin's settings as a property list, as they would be kept. Does not look at the network.
@@ -274,6 +307,9 @@ const std::vector<CommandRow>& commandTable() {
          "One a line, with entry and key; exit code 2 when there are any. FILE may be given as --settings FILE "
          "instead. "
          "Looks at nothing but the file."},
+        {CommandName::checkServer, "check-server", "[NAME | HOST:PORT]", 0, 1,
+         pluginOptionsAnd({&kSetOutput, &kRepeat, &kJson}), "what the plugin would stumble over at a switch server",
+         kCheckServerHelp},
         {CommandName::workbench, "workbench", "", 0, 0, pluginOptionsAnd({&kScreenshot, &kDefaults}),
          "a window with the attributes, the plugin's settings view and its log, until it is closed", ""},
         {CommandName::help, "help", "[COMMAND]", 0, 1, {}, "this overview, or all about one command", ""},
@@ -283,8 +319,8 @@ const std::vector<CommandRow>& commandTable() {
 
 const std::vector<const OptionRow*>& optionTable() {
     static const std::vector<const OptionRow*> table = {
-        &kSettings, &kBundle, &kInterface,  &kWait,   &kVerbose, &kJson,    &kDefaults, &kAll,
-        &kDryRun,   &kPoll,   &kScreenshot, &kServer, &kOutput,  &kOutputs, &kRemove,   &kMatrix};
+        &kSettings, &kBundle,     &kInterface, &kWait,   &kVerbose, &kJson,   &kDefaults, &kAll,       &kDryRun,
+        &kPoll,     &kScreenshot, &kServer,    &kOutput, &kOutputs, &kRemove, &kMatrix,   &kSetOutput, &kRepeat};
     return table;
 }
 

@@ -18,7 +18,7 @@ inline constexpr std::array kExitCodes = {
     ExitCodeRow{ExitCode::done, "done; of \"status\": connected"},
     ExitCodeRow{ExitCode::refused,
                 "the plugin refused, there is no such attribute or value, or its device gave no proper answer or has "
-                "another value than was set; of \"status\": lost"},
+                "another value than was set; of \"status\": lost; of \"check-server\": with problems"},
     ExitCodeRow{ExitCode::unusable,
                 "wrong usage; a file or settings that cannot be used (of \"check-settings\": with mistakes); a bundle "
                 "that cannot be loaded; results that could not be written"},

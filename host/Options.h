@@ -26,6 +26,7 @@ enum class CommandName {
     settings,
     configure,
     checkSettings,
+    checkServer,
     workbench,
     help
 };
@@ -57,6 +58,9 @@ struct Options {
     // Of "configure" and of "check-settings".
     SettingsEdit edit;
     MatrixSize matrix;
+    // Of "check-server": how often it asks all, and the output (from 1) that it may set; none: it sets nothing.
+    int repeat = 1;
+    std::optional<std::int64_t> trialOutput;
     bool defaults = false;
     bool json = false;
     bool verbose = false;

@@ -18,6 +18,7 @@
 #include "host/Quotes.h"
 #include "host/SettingsCheck.h"
 #include "host/SettingsFile.h"
+#include "host/terminal/CheckServer.h"
 #include "host/terminal/Commands.h"
 #include "host/terminal/Report.h"
 #include "host/terminal/SalvoSource.h"
@@ -79,6 +80,7 @@ ExitCode run(Options options) {
 
     if (options.command == CommandName::configure) return withOutput(configure(options));
     if (options.command == CommandName::checkSettings) return withOutput(checkSettings(options));
+    if (options.command == CommandName::checkServer) return withOutput(checkServer(options));
 
     SettingsFile settingsFile(options.settings);
     if (const auto read = settingsFile.read(); !read)

@@ -1,6 +1,5 @@
 #include "host/terminal/ServerLabels.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -13,7 +12,7 @@
 #include "host/Blanks.h"
 #include "host/SettingsEdit.h"
 #include "host/Waiting.h"
-#include "platform/foundation/Descriptor.h"
+#include "host/terminal/SwitchSocket.h"
 #include "platform/foundation/PropertyListXML.h"
 #include "platform/foundation/Text.h"
 #include "platform/network/NSNetService.h"
@@ -23,47 +22,7 @@ namespace velmora {
 
 namespace {
 
-constexpr const char* kServiceType = "_matrixswitcher._tcp.";
-constexpr std::string_view kRefusal = "ERROR";
 constexpr std::string_view kTooMuch = "it says more than it was asked, so that nobody can tell which label is whose";
-constexpr std::size_t kMaximumReply = 2048;
-
-// Until the descriptor is ready for that; a failure when it is not by then.
-Result<void> waitFor(const Descriptor& descriptor, short events, Date end) {
-    for (;;) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Date::clock::now());
-        if (left.count() <= 0) return Failure{"the time was over (--wait)"};
-        pollfd ready{descriptor.number(), events, 0};
-        const int count = poll(&ready, 1, static_cast<int>(left.count()));
-        if (count > 0) return {};
-        if (count < 0 && errno != EINTR) return failureOfSystem(errno);
-    }
-}
-
-Result<Descriptor> connection(const SocketAddress& address, Date end) {
-    Descriptor descriptor(socket(address.get()->sa_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    if (!descriptor) return failureOfSystem(errno);
-    if (connect(descriptor.number(), address.get(), address.length()) == 0) return descriptor;
-    if (errno != EINPROGRESS) return failureOfSystem(errno);
-    if (const auto waited = waitFor(descriptor, POLLOUT, end); !waited) return waited.failure();
-    int error = 0;
-    socklen_t size = sizeof error;
-    getsockopt(descriptor.number(), SOL_SOCKET, SO_ERROR, &error, &size);
-    if (error != 0) return failureOfSystem(error);
-    return descriptor;
-}
-
-// The first address that takes the connection.
-Result<Descriptor> connection(const std::vector<SocketAddress>& addresses, Date end) {
-    Result<Descriptor> outcome = Failure{"it was not found within the time (--wait)"};
-    for (std::size_t i = 0; i < addresses.size(); ++i) {
-        // What is left is shared, so that one that is silent leaves time for the others.
-        const auto now = Date::clock::now();
-        outcome = connection(addresses[i], now + (end - now) / static_cast<int>(addresses.size() - i));
-        if (outcome) return outcome;
-    }
-    return outcome;
-}
 
 class Conversation {
   public:
@@ -95,7 +54,7 @@ class Conversation {
         const ssize_t early = recv(descriptor_.number(), bytes.data(), bytes.size(), MSG_DONTWAIT);
         const std::string_view unasked(bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(early, 0)));
         if (unasked.find_first_not_of('\r') != std::string_view::npos) return Failure{std::string(kTooMuch)};
-        const std::string line = question + "\n\r";  // servers expect the two in this order
+        const std::string line = commandLine(question);
         const ssize_t sent = ::send(descriptor_.number(), line.data(), line.size(), MSG_NOSIGNAL);
         if (sent != static_cast<ssize_t>(line.size())) return Failure{"it does not take the question " + question};
         return {};
@@ -104,7 +63,7 @@ class Conversation {
     Result<void> readMore() {
         std::array<char, kMaximumReply> bytes;
         for (;;) {
-            if (auto waited = waitFor(descriptor_, POLLIN, end_); !waited) return waited;
+            if (!waitFor(descriptor_, POLLIN, end_)) return Failure{"the time was over (--wait)"};
             const ssize_t count = recv(descriptor_.number(), bytes.data(), bytes.size(), 0);
             if (count < 0 && (errno == EAGAIN || errno == EINTR)) continue;
             if (count < 0) return failureOfSystem(errno);
@@ -124,10 +83,10 @@ class Conversation {
 Result<ServerLabels> labelsOfServer(const std::string& server, const std::vector<std::int64_t>& outputs,
                                     std::chrono::milliseconds wait) {
     const Date end = fromNow(wait);
-    NSNetService service("local.", kServiceType, server);
+    NSNetService service("local.", kSwitchServiceType, server);
     service.resolveWithTimeout(Seconds(wait).count());
     waitUntil([&] { return !service.isBeingResolved(); }, wait);
-    Result<Descriptor> descriptor = connection(service.addresses(), end);
+    Result<Descriptor> descriptor = connectionTo(service.addresses(), end);
     if (!descriptor) return descriptor.failure();
     Conversation conversation(*std::move(descriptor), end);
     const auto size = conversation.ask("MATRIXSIZE");
@@ -139,7 +98,7 @@ Result<ServerLabels> labelsOfServer(const std::string& server, const std::vector
         if (output >= static_cast<std::int64_t>(answers.size.outputs)) continue;
         const auto label = conversation.ask("OUTPUTLABEL " + std::to_string(output + 1));
         if (!label) return label.failure();
-        if (!isValidUTF8(*label) || *label == kRefusal) continue;
+        if (!isValidUTF8(*label) || *label == kRefusalOfServer) continue;
         // As the plugin reads a reply, and as a settings file keeps it.
         const std::string kept = textInPropertyList(stringByTrimmingControlCharacters(*label));
         if (!isBlank(kept)) answers.labels.emplace(output, kept);

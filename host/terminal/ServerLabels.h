@@ -1,5 +1,4 @@
-// Asks a switch server for its size and the labels of its outputs. The host protocol has no operation for them, so the
-// host speaks the few words of the wire protocol itself.
+// Asks a switch server for its size and the labels of its outputs.
 #pragma once
 
 #include <chrono>
