@@ -113,10 +113,6 @@ void NSThread::cancel() {
     state_->cancelled = true;
 }
 
-bool NSThread::isCancelled() const {
-    return state_->cancelled;
-}
-
 bool NSThread::isFinished() const {
     return state_->finished;
 }

@@ -24,9 +24,8 @@ class NSThread final : public NSObject {
     // are woken so that they see it now: threads that come and go fast do not pile up.
     [[nodiscard]] bool start();
     static constexpr int kWindingDownLimit = 8;
-    // A request that the body has to look for; it wakes nobody.
+    // A request that the body has to look for (currentThreadIsCancelled); it wakes nobody.
     void cancel();
-    bool isCancelled() const;
     bool isFinished() const;
 
     // Work may be handed to it before the thread has started; it ends with the thread.

@@ -46,10 +46,6 @@ QColor dimmedText(const QPalette& palette) {
     return dimmed(palette.color(QPalette::Text), palette.color(QPalette::Base));
 }
 
-QColor dimmedWindowText(const QPalette& palette) {
-    return dimmed(palette.color(QPalette::WindowText), palette.color(QPalette::Window));
-}
-
 void paintWith(QWidget& widget, const Signal& signal) {
     QPalette palette = widget.palette();
     palette.setColor(QPalette::Window, signal.ground);

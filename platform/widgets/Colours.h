@@ -14,10 +14,9 @@ inline constexpr double kReadableContrast = 4.5;
 // Between 1 and 21, as the guidelines for accessible pages reckon it.
 double contrastBetween(const QColor& one, const QColor& other);
 
-// The palette's text on its base, and its window text on its window, less prominent but readable. The palette's own
-// colour for placeholders is not: many themes leave that of another palette.
+// The palette's text on its base, less prominent but readable. The palette's own colour for placeholders is not: many
+// themes leave that of another palette.
 QColor dimmedText(const QPalette& palette);
-QColor dimmedWindowText(const QPalette& palette);
 
 // Text on a coloured ground, the same on every palette.
 struct Signal {

@@ -13,6 +13,7 @@
 namespace velmora::test {
 
 inline const char* const kType = "_matrixswitcher._tcp.";
+inline const Strings kFoundRouter{"found Router", "resolved Router"};
 
 // A switch server in a process of its own, from when it is announced on.
 class ServerProcess : public ChildProcess {

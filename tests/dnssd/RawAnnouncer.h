@@ -85,4 +85,6 @@ class RawAnnouncer {
     std::string records_;
 };
 
+inline const RawAnnouncer::Labels kHostA{"host-a", "local"}, kHostB{"host-b", "local"};
+
 }  // namespace velmora::test
