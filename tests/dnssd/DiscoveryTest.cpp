@@ -191,7 +191,7 @@ struct SteppedDiscovery {
             loop.wait();
         });
     }
-    DiscoveryLoop loop{-1};
+    DiscoveryLoop loop;
     DiscoveryEngine engine;
     const std::shared_ptr<Listener> listener = std::make_shared<Listener>();
 };
@@ -378,6 +378,29 @@ TEST_F(Discovery, afterADoubtAServiceIsFoundAgainIfTheConnectionToItHasEnded) {
     controller->closeStreams();
     EXPECT_TRUE(isAnnouncedAnew({}));
     EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(5)));
+}
+
+TEST_F(Discovery, aSearchThatIsBegunWithoutDescriptorsBeginsByItselfWhenThereAreSome) {
+    const std::string reason = "the process has no descriptors or threads left";
+    const ServerProcess server("Router");
+    const auto descriptors = openDescriptors();
+    LogLines log;
+    // For half of the loop; for the loop, but not for the thread.
+    auto shortage = std::make_unique<DescriptorShortage>(2);
+    ServiceWatch watcher;
+    shortage = nullptr;
+    shortage = std::make_unique<DescriptorShortage>(4);
+    ServiceWatch released;
+    released.browser.stop();
+    NSNetService service("", kType, "Own", 4711);
+    service.setDelegate(&released);
+    service.publish();
+    EXPECT_TRUE(isTold(released, {"not published: " + reason}));
+    EXPECT_EQ(openDescriptors(), descriptors);
+    EXPECT_EQ(log.lines(), Strings{"Services cannot be discovered now, trying again: " + reason});
+    shortage = nullptr;
+    EXPECT_TRUE(isTold(watcher, kFoundRouter));
+    EXPECT_EQ(released.events, Strings());
 }
 
 TEST_F(Discovery, nothingIsToldAfterTheEndAndNothingIsLeftBehind) {

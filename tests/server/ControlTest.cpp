@@ -1,5 +1,6 @@
 // The control socket, as a script and the clients of the switch meet it.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 
@@ -198,6 +199,13 @@ TEST_F(ControlTest, switchesFaultsAndDropsClientsWithoutARestart) {
     EXPECT_NE(script.ask(R"({"dump":true})").find(R"("clients":[])"), std::string::npos);
 }
 
+void limitDescriptors(const Program& program, rlim_t number) {
+    rlimit limit{};
+    EXPECT_EQ(prlimit(program.id(), RLIMIT_NOFILE, nullptr, &limit), 0);
+    limit.rlim_cur = number;
+    EXPECT_EQ(prlimit(program.id(), RLIMIT_NOFILE, &limit, nullptr), 0);
+}
+
 TEST_F(ControlTest, leavesAndRejoinsTheNetwork) {
     const ServiceWatch seen;
     Program program(arguments({"--name", "Halle"}));
@@ -212,7 +220,13 @@ TEST_F(ControlTest, leavesAndRejoinsTheNetwork) {
         EXPECT_EQ(watcher.event("withdrawn"), R"({"name":"Halle"})");
         EXPECT_TRUE(runMainLoopUntil([&] { return !seen.services.contains("Halle"); }));
         EXPECT_EQ(client.exchange("GET 1"), "1 1\r\n");
+        // The second time without descriptors for it at first.
+        if (round == 1) limitDescriptors(program, 12);
         EXPECT_EQ(script.ask(R"({"announced":true})"), kDone);
+        if (round == 1) {
+            EXPECT_NE(watcher.event("notAnnounced").find("descriptors"), std::string::npos);
+            limitDescriptors(program, 1024);
+        }
         EXPECT_EQ(watcher.event("announced"), R"({"name":"Halle"})");
         EXPECT_TRUE(runMainLoopUntil([&] { return seen.services.contains("Halle"); }));
     }
