@@ -1,5 +1,7 @@
 // Discovery without a daemon, on `lo`: what browsers and services are told when servers come, move, vanish and go.
 #include <gtest/gtest.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
@@ -33,6 +35,7 @@ std::string matrixSizeOf(const std::shared_ptr<NSNetService>& service) {
 }
 
 const RawAnnouncer::Labels kHostA{"host-a", "local"}, kHostB{"host-b", "local"};
+const char* const kEnded = "velmora-mdns has ended unexpectedly, it is started again";
 const Strings kFoundRouter{"found Router", "resolved Router"};
 
 // Hears at once what the main thread is told in its turn.
@@ -274,6 +277,9 @@ TEST_F(Discovery, aGoodbyeThatIsTakenBackIsNewsWhenTheAnnouncerSaidIt) {
     announcer.pointer("Router", 0).send();
     announcer.pointer("Router").send();
     ASSERT_TRUE(isTold(watcher, kFoundRouter));
+    announcer.pointer("Router", 0).send();
+    announcer.pointer("Router").inCapitals().send();
+    ASSERT_TRUE(isTold(watcher, kFoundRouter));
     // A stranger's goodbye, which the announcer undoes, is none, nor is what the stranger does next.
     stranger.pointer("Router", 0).send();
     announcer.pointer("Router").send();
@@ -316,10 +322,21 @@ TEST_F(Discovery, programThatDiesOrHangsIsReplacedAndIsNoChildOfTheHost) {
         return runMainLoopUntil([&] { return log.count(line) == 1; });
     };
     ASSERT_TRUE(announces("First"));
-    ASSERT_TRUE(isReplacedAfter(SIGABRT, "velmora-mdns has ended unexpectedly, it is started again"));
+    ASSERT_TRUE(isReplacedAfter(SIGABRT, kEnded));
     ASSERT_TRUE(announces("Second"));
     ASSERT_TRUE(isReplacedAfter(SIGSTOP, "velmora-mdns does not answer, it is started again"));
     ASSERT_TRUE(announces("Third"));
+    // More changes of an interface than the kernel keeps for one that stands still: what it knows of them is not true.
+    signalPrograms(SIGSTOP);
+    const Socket socket;
+    ifreq request{.ifr_ifrn = {"lo"}, .ifr_ifru = {}};
+    for (int change = 1; change <= 2000; ++change) {
+        request.ifr_flags = static_cast<short>(change % 2 == 0 ? IFF_UP : IFF_UP | IFF_ALLMULTI);
+        ASSERT_EQ(ioctl(socket.descriptor(), SIOCSIFFLAGS, &request), 0);
+    }
+    signalPrograms(SIGCONT);
+    EXPECT_TRUE(runMainLoopUntil([&] { return log.count(kEnded) == 2; }));
+    ASSERT_TRUE(announces("Fourth"));
     std::signal(SIGCHLD, before);
     EXPECT_EQ(childSignals, 0);
 }
@@ -351,10 +368,9 @@ TEST_F(Discovery, afterADoubtAServiceIsFoundAgainIfTheConnectionToItHasEnded) {
         return std::make_unique<Socket>(server.accept());
     };
     const auto isAway = [&] {
-        const char* const line = "velmora-mdns has ended unexpectedly, it is started again";
-        const auto before = log.count(line);
+        const auto before = log.count(kEnded);
         signalPrograms(SIGKILL);
-        return runMainLoopUntil([&] { return log.count(line) > before; });
+        return runMainLoopUntil([&] { return log.count(kEnded) > before; });
     };
     ASSERT_TRUE(isAnnouncedAnew(kFoundRouter));
     // Without a doubt the end of a connection is no news.
