@@ -199,11 +199,11 @@ TEST_F(ControlTest, switchesFaultsAndDropsClientsWithoutARestart) {
     EXPECT_NE(script.ask(R"({"dump":true})").find(R"("clients":[])"), std::string::npos);
 }
 
-void limitDescriptors(const Program& program, rlim_t number) {
+void limit(const Program& program, __rlimit_resource resource, rlim_t number) {
     rlimit limit{};
-    EXPECT_EQ(prlimit(program.id(), RLIMIT_NOFILE, nullptr, &limit), 0);
+    EXPECT_EQ(prlimit(program.id(), resource, nullptr, &limit), 0);
     limit.rlim_cur = number;
-    EXPECT_EQ(prlimit(program.id(), RLIMIT_NOFILE, &limit, nullptr), 0);
+    EXPECT_EQ(prlimit(program.id(), resource, &limit, nullptr), 0);
 }
 
 TEST_F(ControlTest, leavesAndRejoinsTheNetwork) {
@@ -221,11 +221,11 @@ TEST_F(ControlTest, leavesAndRejoinsTheNetwork) {
         EXPECT_TRUE(runMainLoopUntil([&] { return !seen.services.contains("Halle"); }));
         EXPECT_EQ(client.exchange("GET 1"), "1 1\r\n");
         // The second time without descriptors for it at first.
-        if (round == 1) limitDescriptors(program, 12);
+        if (round == 1) limit(program, RLIMIT_NOFILE, 12);
         EXPECT_EQ(script.ask(R"({"announced":true})"), kDone);
         if (round == 1) {
             EXPECT_NE(watcher.event("notAnnounced").find("descriptors"), std::string::npos);
-            limitDescriptors(program, 1024);
+            limit(program, RLIMIT_NOFILE, 1024);
         }
         EXPECT_EQ(watcher.event("announced"), R"({"name":"Halle"})");
         EXPECT_TRUE(runMainLoopUntil([&] { return seen.services.contains("Halle"); }));
@@ -255,6 +255,46 @@ TEST_F(ControlTest, aSubscriberThatDoesNotReadHoldsNobodyUpAndIsToldWhatItMissed
     EXPECT_EQ(client.exchange("GET 1"), "1 1\r\n");
     EXPECT_EQ(deaf.event("command"), R"({"line":"GET 1","reply":"1 1"})");
 }
+
+// A sanitizer ends a program that has no memory.
+#if !defined(VELMORA_SANITIZED)
+TEST_F(ControlTest, aDumpThatIsTooLargeForTheMemoryIsRefused) {
+    constexpr int kLabels = 4000;
+    const std::string label(1000, 'x'), labels = folder_.filePath("labels").toStdString();
+    std::ofstream file(labels);
+    for (int number = 0; number < kLabels; ++number) {
+        file << (number == 0 ? R"({"inputs":[")" : R"(",")") << label;
+    }
+    file << R"("]})" << std::flush;
+    Program program(
+        server({"--no-announce", "--inputs", std::to_string(kLabels), "--labels", labels, "--control", path_}));
+    TestClient client(program.port());
+    EXPECT_EQ(client.exchange("GET 1"), "1 1\r\n");
+    std::ifstream usage("/proc/" + std::to_string(program.id()) + "/statm");
+    rlim_t pages = 0;
+    usage >> pages;
+    limit(program, RLIMIT_AS, pages * static_cast<rlim_t>(getpagesize()) + (16 << 20));
+    // None is read to its end before all are asked for.
+    std::deque<Script> scripts;
+    for (int number = 0; number < 16; ++number) {
+        EXPECT_TRUE(scripts.emplace_back(path_).send("{\"dump\":true}\n"));
+    }
+    int refused = 0;
+    for (Script& script : scripts) {
+        const std::string reply = script.line();
+        if (reply.find("there is no memory for a dump now") != std::string::npos) {
+            ++refused;
+        } else {
+            EXPECT_EQ(reply.find("\"" + label + "\"]"), reply.find("],\"name\"") - label.size() - 2);
+            EXPECT_GT(reply.size(), kLabels * label.size());
+            EXPECT_TRUE(reply.starts_with("{\"announced\"") && reply.ends_with("}}"));
+        }
+    }
+    EXPECT_GT(refused, 0);
+    EXPECT_LT(refused, 16);
+    EXPECT_EQ(client.exchange("GET 1"), "1 1\r\n");
+}
+#endif
 
 TEST_F(ControlTest, doesWhatTheReadmeShows) {
     const auto inFolder = [this](const std::string& command) {
