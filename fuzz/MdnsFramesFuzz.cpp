@@ -37,7 +37,7 @@ std::string frameFrom(FuzzedDataProvider& input) {
 void run(FuzzedDataProvider& input) {
     std::array<int, 2> ends{};
     require(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) == 0, "a connection can be had");
-    DiscoveryLoop loop(-1);
+    DiscoveryLoop loop;
     {
         ProgramBackend backend(loop, ChildProgram(ends[0], -1), {}, true, [] {});
         std::vector<std::unique_ptr<RecordQuery>> queries;

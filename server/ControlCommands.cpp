@@ -7,6 +7,7 @@
 #include <charconv>
 #include <iterator>
 #include <map>
+#include <new>
 #include <utility>
 
 #include "platform/foundation/Joined.h"
@@ -143,6 +144,18 @@ QJsonArray listOf(const std::vector<std::string>& texts) {
     return list;
 }
 
+// None where memory is short: a dump must not end the server. Room is left for what else is going on, the pieces of
+// dumps included.
+std::optional<MatrixContents> contentsIfThereIsRoom(const VirtualMatrix& matrix) {
+    constexpr qsizetype kRoomToLeave = 8 * 1024 * 1024;
+    try {
+        const QByteArray room(kRoomToLeave, Qt::Uninitialized);
+        return matrix.contents();
+    } catch (const std::bad_alloc&) {
+        return std::nullopt;
+    }
+}
+
 QByteArray lineOf(const QJsonObject& object) {
     return jsonText(object, QJsonDocument::Compact);
 }
@@ -154,25 +167,28 @@ QByteArray ControlCommands::refusal(const std::string& reason) {
 }
 
 ControlCommands::Reply ControlCommands::answer(std::string_view line) const {
-    if (!isValidUTF8(line)) return {refusal("the line is not UTF-8"), {}};
+    if (!isValidUTF8(line)) return {refusal("the line is not UTF-8")};
     QJsonParseError failure;
     const QJsonDocument document = jsonDocument(line, failure);
     if (failure.error != QJsonParseError::NoError) {
         return {refusal(stringWithFormat("the line is not JSON: %@ at byte %i", failure.errorString().toStdString(),
-                                         failure.offset)),
-                {}};
+                                         failure.offset))};
     }
-    if (!document.isObject()) return {refusal("the line is not a JSON object"), {}};
+    if (!document.isObject()) return {refusal("the line is not a JSON object")};
     const QJsonObject request = document.object();
     Reply reply;
-    const Result<QJsonObject> outcome = carryOut(request, reply);
+    std::optional<MatrixContents> contents;
+    const Result<QJsonObject> outcome = carryOut(request, reply, contents);
     QJsonObject object = outcome ? *outcome : QJsonObject{{"error", qString(outcome.failure().reason)}};
     if (const QJsonValue id = request["id"]; id.isString() || id.isDouble()) object["id"] = id;
     reply.line = lineOf(object);
+    if (!contents) return reply;
+    reply.dump.emplace(std::exchange(reply.line, {}), *std::move(contents));
     return reply;
 }
 
-Result<QJsonObject> ControlCommands::carryOut(const QJsonObject& object, Reply& reply) const {
+Result<QJsonObject> ControlCommands::carryOut(const QJsonObject& object, Reply& reply,
+                                              std::optional<MatrixContents>& contents) const {
     Result<Request> request = readRequest(object);
     if (!request) return request.failure();
     if (request->announced == true && !server_.canAnnounce()) {
@@ -186,22 +202,22 @@ Result<QJsonObject> ControlCommands::carryOut(const QJsonObject& object, Reply& 
     if (request->dropWithReset) {
         done["dropped"] = static_cast<qint64>(server_.dropClients(*request->dropWithReset));
     }
-    if (request->dump == true) dump(done);
     reply.subscribe = request->subscribe;
+    if (request->dump == true) {
+        describe(done);
+        contents = contentsIfThereIsRoom(matrix_);
+        if (!contents) return Failure{"there is no memory for a dump now; all else has been done"};
+    }
     return done;
 }
 
-void ControlCommands::dump(QJsonObject& into) const {
-    const MatrixContents contents = matrix_.contents();
-    QJsonArray routes;
-    for (const int input : contents.routes) {
-        routes.append(input);
-    }
+// The lists of the matrix are left to DumpText.
+void ControlCommands::describe(QJsonObject& into) const {
     const std::string name = server_.announcedName();
     into["size"] = QJsonObject{{"inputs", matrix_.inputs()}, {"outputs", matrix_.outputs()}};
-    into["routes"] = routes;
-    into["inputs"] = listOf(contents.inputLabels);
-    into["outputs"] = listOf(contents.outputLabels);
+    for (const char* list : {"inputs", "outputs", "routes"}) {
+        into[list] = QJsonArray();
+    }
     into["faults"] = listOf(faults_.words());
     into["clients"] = listOf(server_.clientNames());
     into["announced"] = server_.isAnnouncing();

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/foundation/Result.h"
+#include "server/DumpText.h"
 #include "server/FaultPlan.h"
 #include "server/VirtualMatrix.h"
 
@@ -46,8 +47,9 @@ class ControlledServer {
 class ControlCommands {
   public:
     struct Reply {
-        QByteArray line;                // with its end
-        std::optional<bool> subscribe;  // whether whoever asked wants events from now on
+        QByteArray line;                     // with its end; empty where there is a dump
+        std::optional<DumpText> dump = {};   // the line
+        std::optional<bool> subscribe = {};  // whether whoever asked wants events from now on
     };
 
     // None is owned.
@@ -60,8 +62,9 @@ class ControlCommands {
     static QByteArray refusal(const std::string& reason);
 
   private:
-    Result<QJsonObject> carryOut(const QJsonObject& request, Reply& reply) const;
-    void dump(QJsonObject& into) const;
+    Result<QJsonObject> carryOut(const QJsonObject& request, Reply& reply,
+                                 std::optional<MatrixContents>& contents) const;
+    void describe(QJsonObject& into) const;
 
     VirtualMatrix& matrix_;
     FaultPlan& faults_;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -46,7 +47,7 @@ void ControlSession::read() {
 void ControlSession::advance() {
     bool mayHoldLine = true;
     for (int line = 0; line < kLinesInATurn && mayHoldLine && waiting() < kOutgoingLimit; ++line) {
-        mayHoldLine = answerNextLine();
+        mayHoldLine = dump_ ? continueDump() : answerNextLine();
     }
     send();
     incoming_.erase(0, std::exchange(answered_, 0));
@@ -72,17 +73,30 @@ void ControlSession::answer(std::string_view line) {
         outgoing_ += ControlCommands::refusal(stringWithFormat("the line is longer than %li bytes", kMaximumLineBytes));
         return;
     }
-    const ControlCommands::Reply reply = commands_.answer(line);
+    ControlCommands::Reply reply = commands_.answer(line);
     outgoing_ += reply.line;
+    dump_ = std::move(reply.dump);
     if (!reply.subscribe) return;
     subscribed_ = *reply.subscribe;
     changed_();
 }
 
+// True, because a line may follow. Without memory the session ends; the missing line end shows that the reply is cut.
+bool ControlSession::continueDump() {
+    try {
+        const QByteArray piece = dump_->nextPiece();
+        outgoing_ += piece;
+        if (piece.isEmpty()) dump_.reset();
+    } catch (const std::bad_alloc&) {
+        end();
+    }
+    return !ended_;
+}
+
 void ControlSession::sendEvent(const QByteArray& line) {
     const auto size = static_cast<std::size_t>(line.size());
     if (waiting() + size > kOutgoingLimit) send();
-    if (leftOut_ > 0 || waiting() + size > kOutgoingLimit) {
+    if (leftOut_ > 0 || dump_ || waiting() + size > kOutgoingLimit) {
         ++leftOut_;
     } else {
         outgoing_ += line;
@@ -90,7 +104,7 @@ void ControlSession::sendEvent(const QByteArray& line) {
 }
 
 void ControlSession::send() {
-    while (!ended_ && (waiting() > 0 || leftOut_ > 0)) {
+    while (!ended_ && (waiting() > 0 || (leftOut_ > 0 && !dump_))) {
         if (waiting() == 0) {
             outgoing_ = ControlEvents::leftOut(std::exchange(leftOut_, 0));
             sent_ = 0;
@@ -115,6 +129,7 @@ void ControlSession::end() {
     readable_.setEnabled(false);
     writable_.setEnabled(false);
     outgoing_.clear();
+    dump_.reset();
     sent_ = 0;
     changed_();
 }

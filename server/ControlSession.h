@@ -5,6 +5,7 @@
 #include <QSocketNotifier>
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "platform/foundation/Descriptor.h"
@@ -35,6 +36,7 @@ class ControlSession {
   private:
     void read();
     bool answerNextLine();
+    bool continueDump();
     void answer(std::string_view line);
     void send();
     void end();
@@ -50,7 +52,8 @@ class ControlSession {
     bool skipping_ = false;     // until the end of a line that is too long
     bool inputEnded_ = false;
     std::string outgoing_;
-    std::size_t sent_ = 0;  // bytes at its front that have gone
+    std::optional<DumpText> dump_;  // the reply that follows, as far as it is not in there yet
+    std::size_t sent_ = 0;          // bytes at its front that have gone
     std::size_t leftOut_ = 0;
     bool subscribed_ = false;
     bool ended_ = false;

@@ -8,8 +8,10 @@
 #include <algorithm>
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
+#include <cerrno>
 #include <memory>
 #include <thread>
+#include <utility>
 
 namespace velmora {
 
@@ -17,28 +19,25 @@ namespace {
 
 constexpr std::chrono::milliseconds kPause{50};
 
-void appendAddresses(std::string_view interface, int family, socklen_t length, std::vector<std::string>& addresses) {
-    ifaddrs* first = nullptr;
-    if (getifaddrs(&first) != 0) return;
-    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(first, &freeifaddrs);
-    for (const ifaddrs* each = first; each != nullptr; each = each->ifa_next) {
-        // "eth0:1" is a further address of eth0.
-        const std::string_view name(each->ifa_name);
-        if (name.substr(0, name.find(':')) != interface) continue;
-        if (each->ifa_addr == nullptr || each->ifa_addr->sa_family != family) continue;
-        char text[NI_MAXHOST];
-        if (getnameinfo(each->ifa_addr, length, text, sizeof text, nullptr, 0, NI_NUMERICHOST) == 0) {
-            addresses.emplace_back(text);
-        }
-    }
-}
-
 }  // namespace
 
-std::vector<std::string> addressesOfInterface(std::string_view interface) {
+Result<std::vector<std::string>> addressesOfInterface(std::string_view interface) {
+    ifaddrs* first = nullptr;
+    if (getifaddrs(&first) != 0) return failureOfSystem(errno);
+    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(first, &freeifaddrs);
     std::vector<std::string> addresses;
-    appendAddresses(interface, AF_INET, sizeof(sockaddr_in), addresses);
-    appendAddresses(interface, AF_INET6, sizeof(sockaddr_in6), addresses);
+    for (const auto& [family, length] : {std::pair(AF_INET, sizeof(sockaddr_in)), {AF_INET6, sizeof(sockaddr_in6)}}) {
+        for (const ifaddrs* each = first; each != nullptr; each = each->ifa_next) {
+            // "eth0:1" is a further address of eth0.
+            const std::string_view name(each->ifa_name);
+            if (name.substr(0, name.find(':')) != interface) continue;
+            if (each->ifa_addr == nullptr || each->ifa_addr->sa_family != family) continue;
+            char text[NI_MAXHOST];
+            if (getnameinfo(each->ifa_addr, length, text, sizeof text, nullptr, 0, NI_NUMERICHOST) == 0) {
+                addresses.emplace_back(text);
+            }
+        }
+    }
     return addresses;
 }
 
@@ -53,10 +52,10 @@ bool canListenOn(const std::string& address, Date then) {
     }
 }
 
-bool isReachedThroughInterface(const std::string& address, std::string_view interface) {
+bool isReachedThrough(const std::string& address, const std::vector<std::string>& addresses) {
     const auto listening = asio::ip::make_address(address);
     // "::" takes IPv4 clients as well.
-    return std::ranges::any_of(addressesOfInterface(interface), [&listening](const std::string& text) {
+    return std::ranges::any_of(addresses, [&listening](const std::string& text) {
         const auto there = asio::ip::make_address(text);
         return listening == there || (listening.is_unspecified() && (listening.is_v6() || there.is_v4()));
     });

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <QCoreApplication>
+#include <QTimer>
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -40,6 +41,8 @@ constexpr const char* kProgramPrefix = "velmora-switch-server: ";
 
 // A new IPv6 address has this long to become one that can be listened on.
 constexpr Seconds kNewAddressTime{3};
+// Then an announcement that has failed is tried again.
+constexpr std::chrono::seconds kAnnouncePause{5};
 
 // What runs between the command line and the end.
 class Program final : public SwitchServerDelegate, private NSNetServiceDelegate, private ControlledServer {
@@ -48,7 +51,10 @@ class Program final : public SwitchServerDelegate, private NSNetServiceDelegate,
         : options_(options),
           matrix_(options.inputs, options.outputs),
           faults_(options.faults),
-          server_(matrix_, this, options.faults.empty() && options.controlSocket.empty() ? nullptr : &faults_) {}
+          server_(matrix_, this, options.faults.empty() && options.controlSocket.empty() ? nullptr : &faults_) {
+        nextAnnouncement_.setSingleShot(true);
+        nextAnnouncement_.callOnTimeout([this] { service_->publish(); });
+    }
 
     ServerExitCode run();
 
@@ -78,13 +84,10 @@ class Program final : public SwitchServerDelegate, private NSNetServiceDelegate,
     void netServiceDidPublish(NSNetService& service) override {
         output_.add("announced as \"" + service.name() + "\"");
         announcedName_ = service.name();
+        announceFailure_.clear();
         if (control_) control_->events().announcement("announced", announcedName_);
     }
-    void netServiceDidNotPublish(NSNetService&, const std::string& reason) override {
-        complain("not announced: " + reason + ". Clients that know its address still reach " + server_.endpoint() +
-                 ".");
-        if (control_) control_->events().announcement("notAnnounced", reason);
-    }
+    void netServiceDidNotPublish(NSNetService&, const std::string& reason) override;
 
     std::size_t dropClients(bool withReset) override { return server_.dropClients(withReset); }
     std::vector<std::string> clientNames() const override { return server_.clientNames(); }
@@ -103,6 +106,8 @@ class Program final : public SwitchServerDelegate, private NSNetServiceDelegate,
     bool openControlSocket();
     bool canKeepState(const Result<void>& tried);
 
+    // None when they cannot be looked up, and has said why.
+    std::optional<std::vector<std::string>> addressesOf(const std::string& interface);
     std::vector<std::string> addressesToListenOn();
     void announce();
     void complainOfUnreachedInterfaces();
@@ -117,6 +122,8 @@ class Program final : public SwitchServerDelegate, private NSNetServiceDelegate,
     SwitchServer server_;
     std::shared_ptr<NSNetService> service_;  // announced while it is there
     std::string announcedName_;              // empty until the network has it
+    std::string announceFailure_;            // the last one since then; told once
+    QTimer nextAnnouncement_;                // set while it pauses after a failure
 };
 
 bool Program::takeState() {
@@ -144,13 +151,20 @@ bool Program::takeLabels() {
     return static_cast<bool>(taken);
 }
 
+std::optional<std::vector<std::string>> Program::addressesOf(const std::string& interface) {
+    auto addresses = addressesOfInterface(interface);
+    if (addresses) return *std::move(addresses);
+    complain("cannot look up the addresses of " + interface + ": " + addresses.failure().reason + ".");
+    return std::nullopt;
+}
+
 // Everywhere that the announcement leads to, unless the user knows better. Without an interface nobody but this machine
 // is meant, whatever further addresses its loopback interface may have.
 std::vector<std::string> Program::addressesToListenOn() {
     if (!options_.address.empty()) return {options_.address};
     std::vector<std::string> addresses;
     for (const std::string& interface : options_.interfaces) {
-        for (std::string& address : addressesOfInterface(interface)) {
+        for (std::string& address : addressesOf(interface).value_or(std::vector<std::string>())) {
             if (!options_.interfacesAreChosen && address != "127.0.0.1" && address != "::1") continue;
             if (std::ranges::find(addresses, address) == addresses.end()) addresses.push_back(std::move(address));
         }
@@ -192,17 +206,18 @@ bool Program::canKeepState(const Result<void>& tried) {
 
 void Program::complainOfUnreachedInterfaces() {
     for (const std::string& interface : options_.interfaces) {
-        const std::vector<std::string> there = addressesOfInterface(interface);
-        if (there.empty()) {
+        const auto there = addressesOf(interface);
+        if (!there) continue;
+        if (there->empty()) {
             complain(
                 stringWithFormat("%@ has no address, so nobody finds the server there. Set it up; unless it listens "
                                  "on 0.0.0.0 or ::, start the server anew then.",
                                  interface));
-        } else if (!options_.address.empty() && !isReachedThroughInterface(options_.address, interface)) {
+        } else if (!options_.address.empty() && !isReachedThrough(options_.address, *there)) {
             complain(
                 stringWithFormat("announced on %@, which %@ is no address of: who finds it there tries %@ and does "
                                  "not reach it. Give another --interface, or leave out --address.",
-                                 interface, options_.address, joined(there)));
+                                 interface, options_.address, joined(*there)));
         }
     }
 }
@@ -215,12 +230,23 @@ void Program::announce() {
     service_->publish();
 }
 
+void Program::netServiceDidNotPublish(NSNetService&, const std::string& reason) {
+    announcedName_.clear();
+    nextAnnouncement_.start(kAnnouncePause);
+    if (std::exchange(announceFailure_, reason) == reason) return;
+    complain("not announced: " + reason + ". It is tried again; clients that know its address reach " +
+             server_.endpoint() + " all the same.");
+    if (control_) control_->events().announcement("notAnnounced", reason);
+}
+
 void Program::setAnnouncing(bool announcing) {
     if (announcing == isAnnouncing()) return;
     if (announcing) return announce();
     const std::string name = service_->name();
     service_ = nullptr;
+    nextAnnouncement_.stop();
     announcedName_.clear();
+    announceFailure_.clear();
     output_.add("withdrawn");
     if (control_) control_->events().announcement("withdrawn", name);
 }
@@ -247,6 +273,7 @@ ServerExitCode Program::run() {
     output_.add("listening on " + server_.endpoint());
     if (options_.announce) announce();
     QCoreApplication::exec();
+    nextAnnouncement_.stop();
     service_ = nullptr;
     server_.stop();
     control_.reset();

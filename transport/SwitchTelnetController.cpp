@@ -94,7 +94,9 @@ void SwitchTelnetController::startConnection(const std::optional<NSStreamPair>& 
         streams_ = *streams;
         communicationsThread_ = thread;
     }
-    if (!thread->start()) failStart("No thread could be started for the connection");
+    if (thread->start()) return;
+    NSLog("A thread could not be started");
+    failStart("No thread could be started for the connection");
 }
 
 void SwitchTelnetController::startCommunicationsThread() {

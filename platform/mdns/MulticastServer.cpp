@@ -9,6 +9,7 @@
 #include <avahi-core/rr.h>
 
 #include <array>
+#include <cstdlib>
 #include <string>
 
 #include "platform/mdns/Confinement.h"
@@ -112,6 +113,7 @@ bool MulticastServer::run() {
         if (avahi_simple_poll_run(poll_) < 0) return false;
         expectProgressWithin(kPatience);
         if (avahi_simple_poll_dispatch(poll_) != 0) return false;
+        if (filter_.hasMissedInterfaces()) std::_Exit(EXIT_FAILURE);
         // Each dispatch serves the first socket that has something, and the network can always have something.
         host_.read();
     }

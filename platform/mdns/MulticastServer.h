@@ -27,7 +27,9 @@ class MulticastServer {
     // Says goodbye for what has been announced.
     ~MulticastServer();
 
-    // Serves until the host has gone, or Avahi gives up. False when the loop fails.
+    // Serves until the host has gone, or Avahi gives up. False when the loop fails. Ends the program, without a
+    // goodbye, when news of interfaces were lost: the host starts another one, which sees what there is, and on the
+    // network nothing has gone meanwhile.
     bool run();
 
   private:

@@ -2,6 +2,7 @@
 
 #include <avahi-common/address.h>
 #include <avahi-common/defs.h>
+#include <linux/sock_diag.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
@@ -24,6 +25,14 @@ bool isNetlinkSocket(int descriptor) {
     int domain = 0;
     socklen_t length = sizeof domain;
     return getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &length) == 0 && domain == AF_NETLINK;
+}
+
+// Whether messages have ever found no room in the socket's queue. The error that tells of it goes to whoever reads
+// next, this count stays.
+bool hasDropped(int descriptor) {
+    std::array<std::uint32_t, SK_MEMINFO_VARS> counts{};
+    socklen_t length = sizeof counts;
+    return getsockopt(descriptor, SOL_SOCKET, SO_MEMINFO, counts.data(), &length) == 0 && counts[SK_MEMINFO_DROPS] != 0;
 }
 
 template <typename Value>
@@ -105,6 +114,7 @@ void PacketFilter::eventHappened(AvahiWatch*, int descriptor, AvahiWatchEvent ev
         if (!packet) return;
     }
     filter.readsOfInterfaces_ = !filtered;
+    filter.missedInterfaces_ = filter.missedInterfaces_ || (!filtered && hasDropped(descriptor));
     // May free the watch.
     happened->callback(reinterpret_cast<AvahiWatch*>(happened), descriptor, event, happened->userdata);
     filter.readsOfInterfaces_ = false;

@@ -45,6 +45,9 @@ class PacketFilter {
 
     // Whether the library is reading what the kernel says of interfaces and addresses.
     bool isReadingOfInterfaces() const { return readsOfInterfaces_; }
+    // Whether the kernel had more to say of them than its queue holds. The library does not notice (Avahi 0.8), so what
+    // it believes of them may be wrong from then on.
+    bool hasMissedInterfaces() const { return missedInterfaces_; }
 
     // Whether a packet may pass.
     static bool passes(std::span<const std::uint8_t> packet);
@@ -62,6 +65,7 @@ class PacketFilter {
     const AvahiPoll* const inner_;
     const Observer observer_;
     bool readsOfInterfaces_ = false;
+    bool missedInterfaces_ = false;
     AvahiPoll filtered_;
     // As long as a packet of multicast DNS may be at most, headers included.
     std::array<std::uint8_t, 9000> packet_;

@@ -41,7 +41,7 @@ bool PacketReader::skipName() {
     return false;
 }
 
-std::optional<std::string> PacketReader::nameHere(bool folded) const {
+std::optional<std::string> PacketReader::nameHere() const {
     std::string name;
     std::size_t at = position_;
     std::size_t earliest = position_;
@@ -59,7 +59,7 @@ std::optional<std::string> PacketReader::nameHere(bool folded) const {
         if (name.size() + 1 + length > kMaximumNameBytes) return std::nullopt;
         name += static_cast<char>(length);
         for (const std::uint8_t byte : packet_.subspan(at + 1, length)) {
-            name += folded ? lowered(byte) : static_cast<char>(byte);
+            name += lowered(byte);
         }
         if (length == 0) return name;
         at += 1 + length;

@@ -19,8 +19,9 @@ class PacketReader {
     bool skip(std::size_t count);
     // Labels up to an empty one or a reference to an earlier name.
     bool skipName();
-    // The labels with their lengths, references followed, in lower case when `folded`. Does not go past the name.
-    std::optional<std::string> nameHere(bool folded) const;
+    // The labels with their lengths, references followed, in lower case: names that differ only in that are the same.
+    // Does not go past the name.
+    std::optional<std::string> nameHere() const;
 
   private:
     std::optional<std::uint32_t> number(std::size_t bytes);

@@ -18,7 +18,11 @@ constexpr std::uint32_t kReplyFlag = 0x8000;
 // The highest bit of a class has a meaning of its own.
 constexpr std::uint32_t kClassBits = 0x7fff;
 
-// Empty for what is no name.
+// A name as it is in packets, in lower case. Empty for what is no name.
+std::string folded(const std::string& wire) {
+    return PacketReader({reinterpret_cast<const std::uint8_t*>(wire.data()), wire.size()}).nameHere().value_or("");
+}
+
 std::string wireName(const std::string& name) {
     std::string wire;
     std::array<char, AVAHI_LABEL_MAX> label{};
@@ -28,8 +32,7 @@ std::string wireName(const std::string& name) {
         wire += static_cast<char>(text.size()) + text;
     }
     wire += '\0';
-    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(wire.data());
-    return PacketReader({bytes, wire.size()}).nameHere(true).value_or("");
+    return folded(wire);
 }
 
 }  // namespace
@@ -66,8 +69,8 @@ void Renewals::heard(const PacketFilter::Packet& packet) {
         const PacketReader data = reader;
         if (!length || !reader.skip(*length)) return;
         if (*type != AVAHI_DNS_TYPE_PTR || (*recordClass & kClassBits) != AVAHI_DNS_CLASS_IN) continue;
-        const auto name = owner.nameHere(true);
-        const auto target = data.nameHere(false);
+        const auto name = owner.nameHere();
+        const auto target = data.nameHere();
         if (!name || !target) continue;
         for (const auto& [question, watchedName] : watched_) {
             if (*name != watchedName) continue;
@@ -92,14 +95,14 @@ void Renewals::heardPointer(const Pointer& pointer, bool isGoodbye, const std::s
          ++other) {
         other->second.goodbye.reset();
     }
-    renewed_(question, interface, protocol, data);
+    renewed_(question, interface, protocol, standing.data);
 }
 
 void Renewals::wasTold(std::uint64_t question, int interface, int protocol, const std::string& data, bool present) {
     if (!watched_.contains(question)) return;
-    const Pointer pointer{question, data, interface, protocol};
+    const Pointer pointer{question, folded(data), interface, protocol};
     if (present) {
-        pointers_.try_emplace(pointer);
+        pointers_.try_emplace(pointer, Standing{data, {}, {}});
     } else {
         pointers_.erase(pointer);
     }

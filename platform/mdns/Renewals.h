@@ -39,8 +39,11 @@ class Renewals {
     void heard(const PacketFilter::Packet& packet);
 
   private:
-    using Pointer = std::tuple<std::uint64_t, std::string, int, int>;  // question, data, interface, protocol
+    // Question, data in lower case, interface, protocol: a name is the same in capitals, and a server that is started
+    // anew may write it so.
+    using Pointer = std::tuple<std::uint64_t, std::string, int, int>;
     struct Standing {
+        std::string data;   // as Avahi has it
         std::string owner;  // the address that has announced it; empty until a packet shows it
         std::optional<std::chrono::steady_clock::time_point> goodbye;
     };

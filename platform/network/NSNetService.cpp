@@ -127,8 +127,10 @@ void NSNetService::publish() {
             if (session->service != nullptr) session->service->published(publishedName, outcome);
         });
     };
-    DiscoveryThread::perform([owner = session()->owner, key = key(), port = portToPublish_,
-                              report](DiscoveryEngine& engine) { engine.publish(owner, key, port, report); });
+    const bool isPossible =
+        DiscoveryThread::perform([owner = session()->owner, key = key(), port = portToPublish_,
+                                  report](DiscoveryEngine& engine) { engine.publish(owner, key, port, report); });
+    if (!isPossible) report(name(), Failure{DiscoveryThread::kShortage});
 }
 
 void NSNetService::published(const std::string& publishedName, const Result<void>& outcome) {

@@ -30,6 +30,7 @@ class NSNetServiceDelegate {
     virtual void netServiceDidNotResolve(NSNetService&) {}
     // The service is announced; its name may have been changed to avoid a conflict.
     virtual void netServiceDidPublish(NSNetService&) {}
+    // It is not, or no longer, unless it is published anew.
     virtual void netServiceDidNotPublish(NSNetService&, const std::string& reason) { (void)reason; }
 };
 

@@ -43,6 +43,15 @@ class NSNetServiceBrowser::Search final : public BrowseListener, public std::ena
         return isPreferred(key);
     }
 
+    // Main thread. Where that is not possible now, it happens as soon as it is.
+    void begin(const std::string& type, const std::string& domain) {
+        if (browser_ == nullptr) return;
+        const auto self = shared_from_this();
+        const auto browse = [=](DiscoveryEngine& engine) { engine.browse(type, domain, self); };
+        if (DiscoveryThread::perform(browse)) return;
+        QTimer::singleShot(DiscoveryThread::kStartPause, [=] { self->begin(type, domain); });
+    }
+
     // Main thread.
     void setPreferredName(const std::string& name) {
         {
@@ -183,8 +192,7 @@ NSNetServiceBrowser::~NSNetServiceBrowser() {
 void NSNetServiceBrowser::searchForServicesOfTypeInDomain(const std::string& type, const std::string& domain) {
     stop();
     search_ = std::make_shared<Search>(*this, preferredName_);
-    DiscoveryThread::perform([search = search_, type = withTrailingDot(type), where = normalisedDomain(domain)](
-                                 DiscoveryEngine& engine) { engine.browse(type, where, search); });
+    search_->begin(withTrailingDot(type), normalisedDomain(domain));
 }
 
 void NSNetServiceBrowser::stop() {

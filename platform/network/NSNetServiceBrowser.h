@@ -45,7 +45,7 @@ class NSNetServiceBrowser final : public NSObject {
     // Not owned.
     void setDelegate(NSNetServiceBrowserDelegate* delegate) { delegate_ = delegate; }
     // Browses until stop or destruction; ends a search that is going on. "" is the default domain, "local.". A service
-    // that is present is found anew by each search.
+    // that is present is found anew by each search. While the process has no descriptors left, the search waits.
     void searchForServicesOfTypeInDomain(const std::string& type, const std::string& domain);
     void stop();
     // Services of this name are listed even where there is no room, and told before others. Empty for none.

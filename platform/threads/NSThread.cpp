@@ -102,7 +102,6 @@ bool NSThread::start() {
     } catch (const std::system_error&) {
         // The system's limit on threads; answered below.
     }
-    NSLogLine("A thread could not be started");
     state_->finished = true;
     state_->runLoop->end();
     state_->body = nullptr;

@@ -19,7 +19,8 @@ class NSThread final : public NSObject {
     explicit NSThread(Body body);
     ~NSThread() override;
 
-    // Once only. False when the system has no thread or no descriptors left for it; the body is then destroyed unrun.
+    // Once only. False when the system has no thread or no descriptors left for it; the body is then destroyed unrun,
+    // and the caller says so.
     // Cancelled threads end in their own time. When more than kWindingDownLimit have not ended yet, the oldest of them
     // are woken so that they see it now: threads that come and go fast do not pile up.
     [[nodiscard]] bool start();

@@ -162,9 +162,14 @@ TEST_F(Discovery, onlyChangesThatConcernAConnectionAreTold) {
     announcer.location("Router", kHostB, 1000).address(kHostB, {10, 0, 0, 11}).send();
     ASSERT_TRUE(isTold(watcher, kFoundRouter));
     EXPECT_EQ(watcher.addressesOf("Router"), Strings{"10.0.0.11:1000"});
+    // What was told is not pushed out by one more. (It is said along with it, because others are flushed.)
+    announcer.location("Router", kHostB, 1000).location("Router", {"nowhere", "local"}, 2080);
+    announcer.address(kHostB, {10, 0, 0, 11}).address(kHostB, {10, 0, 0, 13}).send();
+    ASSERT_TRUE(leadsQuietlyTo({"10.0.0.11:1000", "10.0.0.13:1000"}));
 
     // So is an address when none of those before remains.
-    announcer.address(kHostB, {10, 0, 0, 11}, 0).address(kHostB, {10, 0, 0, 12}).send();
+    announcer.address(kHostB, {10, 0, 0, 11}, 0).address(kHostB, {10, 0, 0, 13}, 0);
+    announcer.address(kHostB, {10, 0, 0, 12}).send();
     ASSERT_TRUE(isTold(watcher, kFoundRouter));
     announcer.pointer("Router", 0).send();
     ASSERT_TRUE(isTold(watcher, {"removed Router"}));
@@ -183,7 +188,7 @@ struct SteppedDiscovery {
             loop.wait();
         });
     }
-    DiscoveryLoop loop{-1};
+    DiscoveryLoop loop;
     DiscoveryEngine engine;
     const std::shared_ptr<Listener> listener = std::make_shared<Listener>();
 };
@@ -265,6 +270,9 @@ TEST_F(Discovery, aGoodbyeThatIsTakenBackIsNewsWhenTheAnnouncerSaidIt) {
     ASSERT_TRUE(isTold(watcher, kFoundRouter));
     announcer.pointer("Router", 0).send();
     announcer.pointer("Router").send();
+    ASSERT_TRUE(isTold(watcher, kFoundRouter));
+    announcer.pointer("Router", 0).send();
+    announcer.pointer("Router").inCapitals().send();
     ASSERT_TRUE(isTold(watcher, kFoundRouter));
     // A stranger's goodbye, which the announcer undoes, is none, nor is what the stranger does next.
     stranger.pointer("Router", 0).send();

@@ -34,7 +34,7 @@ class SilentBackend : public DiscoveryBackend {
 };
 
 TEST(MonitoredRecords, setAsideTheOldestAndTakeItBackAsOldAsItWas) {
-    DiscoveryLoop loop(-1);
+    DiscoveryLoop loop;
     BackendSupply supply(loop, {});
     SilentBackend backend;
     Strings told;
@@ -84,7 +84,7 @@ TEST(MonitoredRecords, setAsideTheOldestAndTakeItBackAsOldAsItWas) {
 
 TEST(MonitoredRecords, rememberSoManyOfAllQuestionsTogetherAndForgetTheOldest) {
     constexpr int kEach = 40'000;
-    DiscoveryLoop loop(-1);
+    DiscoveryLoop loop;
     BackendSupply supply(loop, {});
     int told = 0;
     const auto count = [&](const NetworkRecord&, RecordEvent) { ++told; };

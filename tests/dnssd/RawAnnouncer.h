@@ -1,6 +1,7 @@
 // Announcements of multicast DNS put together byte by byte, for what a well-behaved publisher does not say.
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -41,6 +42,11 @@ class RawAnnouncer {
     // Says that the host is another one, whose name follows.
     RawAnnouncer& alias(const Labels& host, const Labels& other) {
         return record(host, 5, internetAndFlush, 120, wireName(other));
+    }
+    // The same records in capitals (and with other times to live), as another program may write them.
+    RawAnnouncer& inCapitals() {
+        std::ranges::transform(records_, records_.begin(), [](char c) { return 'a' <= c && c <= 'z' ? c - 32 : c; });
+        return *this;
     }
     // The packet, an authoritative answer without a question, instead of sending it.
     std::string take() {

@@ -1,5 +1,8 @@
-// Discovery without a daemon, on `lo`: the program that listens to the network dies or hangs, and is started again.
+// Discovery without a daemon, on `lo`: the program that listens to the network dies, hangs or cannot be started, and is
+// started again.
 #include <gtest/gtest.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
@@ -15,12 +18,15 @@
 
 #include "tests/dnssd/DiscoveryFixture.h"
 #include "tests/dnssd/RawAnnouncer.h"
+#include "tests/support/Holdings.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/Sockets.h"
 #include "transport/SwitchTelnetController.h"
 
 namespace velmora::test {
 namespace {
+
+const char* const kEnded = "velmora-mdns has ended unexpectedly, it is started again";
 
 // Those that listen to the network for this process.
 void signalPrograms(int signal) {
@@ -50,10 +56,21 @@ TEST_F(Discovery, programThatDiesOrHangsIsReplacedAndIsNoChildOfTheHost) {
         return runMainLoopUntil([&] { return log.count(line) == 1; });
     };
     ASSERT_TRUE(announces("First"));
-    ASSERT_TRUE(isReplacedAfter(SIGABRT, "velmora-mdns has ended unexpectedly, it is started again"));
+    ASSERT_TRUE(isReplacedAfter(SIGABRT, kEnded));
     ASSERT_TRUE(announces("Second"));
     ASSERT_TRUE(isReplacedAfter(SIGSTOP, "velmora-mdns does not answer, it is started again"));
     ASSERT_TRUE(announces("Third"));
+    // More changes of an interface than the kernel keeps for one that stands still: what it knows of them is not true.
+    signalPrograms(SIGSTOP);
+    const Socket socket;
+    ifreq request{.ifr_ifrn = {"lo"}, .ifr_ifru = {}};
+    for (int change = 1; change <= 2000; ++change) {
+        request.ifr_flags = static_cast<short>(change % 2 == 0 ? IFF_UP : IFF_UP | IFF_ALLMULTI);
+        ASSERT_EQ(ioctl(socket.descriptor(), SIOCSIFFLAGS, &request), 0);
+    }
+    signalPrograms(SIGCONT);
+    EXPECT_TRUE(runMainLoopUntil([&] { return log.count(kEnded) == 2; }));
+    ASSERT_TRUE(announces("Fourth"));
     std::signal(SIGCHLD, before);
     EXPECT_EQ(childSignals, 0);
 }
@@ -85,10 +102,9 @@ TEST_F(Discovery, afterADoubtAServiceIsFoundAgainIfTheConnectionToItHasEnded) {
         return std::make_unique<Socket>(server.accept());
     };
     const auto isAway = [&] {
-        const char* const line = "velmora-mdns has ended unexpectedly, it is started again";
-        const auto before = log.count(line);
+        const auto before = log.count(kEnded);
         signalPrograms(SIGKILL);
-        return runMainLoopUntil([&] { return log.count(line) > before; });
+        return runMainLoopUntil([&] { return log.count(kEnded) > before; });
     };
     ASSERT_TRUE(isAnnouncedAnew(kFoundRouter));
     // Without a doubt the end of a connection is no news.
@@ -112,6 +128,29 @@ TEST_F(Discovery, afterADoubtAServiceIsFoundAgainIfTheConnectionToItHasEnded) {
     controller->closeStreams();
     EXPECT_TRUE(isAnnouncedAnew({}));
     EXPECT_TRUE(NSThread::finishCancelledThreads(Seconds(5)));
+}
+
+TEST_F(Discovery, aSearchThatIsBegunWithoutDescriptorsBeginsByItselfWhenThereAreSome) {
+    const std::string reason = "the process has no descriptors or threads left";
+    const ServerProcess server("Router");
+    const auto descriptors = openDescriptors();
+    LogLines log;
+    // For half of the loop; for the loop, but not for the thread.
+    auto shortage = std::make_unique<DescriptorShortage>(2);
+    ServiceWatch watcher;
+    shortage = nullptr;
+    shortage = std::make_unique<DescriptorShortage>(4);
+    ServiceWatch released;
+    released.browser.stop();
+    NSNetService service("", kType, "Own", 4711);
+    service.setDelegate(&released);
+    service.publish();
+    EXPECT_TRUE(isTold(released, {"not published: " + reason}));
+    EXPECT_EQ(openDescriptors(), descriptors);
+    EXPECT_EQ(log.lines(), Strings{"Services cannot be discovered now, trying again: " + reason});
+    shortage = nullptr;
+    EXPECT_TRUE(isTold(watcher, kFoundRouter));
+    EXPECT_EQ(released.events, Strings());
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // The control socket, as a script and the clients of the switch meet it.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 
@@ -147,7 +148,7 @@ TEST_F(ControlTest, refusesWhatIsWrongAndThenDoesNothing) {
     EXPECT_EQ(script.ask(R"({"dump":true})"), before);
     // Many at once are answered in order, also when their replies are not read and the script has said all it has to.
     std::string burst;
-    for (int id = 0; id < 20'000; ++id) {
+    for (int id = 0; id < 10'000; ++id) {
         burst += R"({"dump":true,"id":)" + std::to_string(id) + "}\n";
     }
     burst.pop_back();  // the end of the last line, which may be missing
@@ -155,7 +156,7 @@ TEST_F(ControlTest, refusesWhatIsWrongAndThenDoesNothing) {
         EXPECT_TRUE(script.send(burst));
         ::shutdown(script.descriptor(), SHUT_WR);
     });
-    for (int id = 0; id < 20'000; ++id) {
+    for (int id = 0; id < 10'000; ++id) {
         ASSERT_NE(script.line().find(R"("id":)" + std::to_string(id) + ","), std::string::npos);
     }
     sending.join();
@@ -198,6 +199,13 @@ TEST_F(ControlTest, switchesFaultsAndDropsClientsWithoutARestart) {
     EXPECT_NE(script.ask(R"({"dump":true})").find(R"("clients":[])"), std::string::npos);
 }
 
+void limit(const Program& program, __rlimit_resource resource, rlim_t number) {
+    rlimit limit{};
+    EXPECT_EQ(prlimit(program.id(), resource, nullptr, &limit), 0);
+    limit.rlim_cur = number;
+    EXPECT_EQ(prlimit(program.id(), resource, &limit, nullptr), 0);
+}
+
 TEST_F(ControlTest, leavesAndRejoinsTheNetwork) {
     const ServiceWatch seen;
     Program program(arguments({"--name", "Halle"}));
@@ -212,7 +220,13 @@ TEST_F(ControlTest, leavesAndRejoinsTheNetwork) {
         EXPECT_EQ(watcher.event("withdrawn"), R"({"name":"Halle"})");
         EXPECT_TRUE(runMainLoopUntil([&] { return !seen.services.contains("Halle"); }));
         EXPECT_EQ(client.exchange("GET 1"), "1 1\r\n");
+        // The second time without descriptors for it at first.
+        if (round == 1) limit(program, RLIMIT_NOFILE, 12);
         EXPECT_EQ(script.ask(R"({"announced":true})"), kDone);
+        if (round == 1) {
+            EXPECT_NE(watcher.event("notAnnounced").find("descriptors"), std::string::npos);
+            limit(program, RLIMIT_NOFILE, 1024);
+        }
         EXPECT_EQ(watcher.event("announced"), R"({"name":"Halle"})");
         EXPECT_TRUE(runMainLoopUntil([&] { return seen.services.contains("Halle"); }));
     }
@@ -241,6 +255,46 @@ TEST_F(ControlTest, aSubscriberThatDoesNotReadHoldsNobodyUpAndIsToldWhatItMissed
     EXPECT_EQ(client.exchange("GET 1"), "1 1\r\n");
     EXPECT_EQ(deaf.event("command"), R"({"line":"GET 1","reply":"1 1"})");
 }
+
+// A sanitizer ends a program that has no memory.
+#if !defined(VELMORA_SANITIZED)
+TEST_F(ControlTest, aDumpThatIsTooLargeForTheMemoryIsRefused) {
+    constexpr int kLabels = 4000;
+    const std::string label(1000, 'x'), labels = folder_.filePath("labels").toStdString();
+    std::ofstream file(labels);
+    for (int number = 0; number < kLabels; ++number) {
+        file << (number == 0 ? R"({"inputs":[")" : R"(",")") << label;
+    }
+    file << R"("]})" << std::flush;
+    Program program(
+        server({"--no-announce", "--inputs", std::to_string(kLabels), "--labels", labels, "--control", path_}));
+    TestClient client(program.port());
+    EXPECT_EQ(client.exchange("GET 1"), "1 1\r\n");
+    std::ifstream usage("/proc/" + std::to_string(program.id()) + "/statm");
+    rlim_t pages = 0;
+    usage >> pages;
+    limit(program, RLIMIT_AS, pages * static_cast<rlim_t>(getpagesize()) + (16 << 20));
+    // None is read to its end before all are asked for.
+    std::deque<Script> scripts;
+    for (int number = 0; number < 16; ++number) {
+        EXPECT_TRUE(scripts.emplace_back(path_).send("{\"dump\":true}\n"));
+    }
+    int refused = 0;
+    for (Script& script : scripts) {
+        const std::string reply = script.line();
+        if (reply.find("there is no memory for a dump now") != std::string::npos) {
+            ++refused;
+        } else {
+            EXPECT_EQ(reply.find("\"" + label + "\"]"), reply.find("],\"name\"") - label.size() - 2);
+            EXPECT_GT(reply.size(), kLabels * label.size());
+            EXPECT_TRUE(reply.starts_with("{\"announced\"") && reply.ends_with("}}"));
+        }
+    }
+    EXPECT_GT(refused, 0);
+    EXPECT_LT(refused, 16);
+    EXPECT_EQ(client.exchange("GET 1"), "1 1\r\n");
+}
+#endif
 
 TEST_F(ControlTest, doesWhatTheReadmeShows) {
     const auto inFolder = [this](const std::string& command) {

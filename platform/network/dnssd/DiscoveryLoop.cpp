@@ -1,6 +1,7 @@
 #include "platform/network/dnssd/DiscoveryLoop.h"
 
 #include <avahi-common/simple-watch.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,13 +9,14 @@
 
 namespace velmora {
 
-DiscoveryLoop::DiscoveryLoop(int wakeUpDescriptor) : poll_(avahi_simple_poll_new()) {
-    if (poll_ == nullptr || wakeUpDescriptor < 0) return;
+DiscoveryLoop::DiscoveryLoop()
+    : wakeUpDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), poll_(avahi_simple_poll_new()) {
+    if (poll_ == nullptr || !wakeUpDescriptor_) return;
     const auto wokenUp = [](AvahiWatch*, int descriptor, AvahiWatchEvent, void*) {
         std::uint64_t count = 0;
         [[maybe_unused]] const auto got = ::read(descriptor, &count, sizeof count);
     };
-    wakeUp_ = poll()->watch_new(poll(), wakeUpDescriptor, AVAHI_WATCH_IN, wokenUp, nullptr);
+    wakeUp_ = poll()->watch_new(poll(), wakeUpDescriptor_.number(), AVAHI_WATCH_IN, wokenUp, nullptr);
 }
 
 DiscoveryLoop::~DiscoveryLoop() {
@@ -23,7 +25,7 @@ DiscoveryLoop::~DiscoveryLoop() {
 }
 
 const AvahiPoll* DiscoveryLoop::poll() const {
-    return poll_ == nullptr ? nullptr : avahi_simple_poll_get(poll_);
+    return avahi_simple_poll_get(poll_);
 }
 
 void DiscoveryLoop::performAfter(Seconds delay, std::function<void()> work) {
@@ -59,6 +61,11 @@ bool DiscoveryLoop::wait() {
         milliseconds = static_cast<int>(std::clamp<std::int64_t>(rest.count(), 0, 3'600'000));
     }
     return avahi_simple_poll_iterate(poll_, milliseconds) == 0;
+}
+
+void DiscoveryLoop::wakeUp() const {
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const auto written = ::write(wakeUpDescriptor_.number(), &one, sizeof one);
 }
 
 }  // namespace velmora

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 
+#include "platform/foundation/Descriptor.h"
 #include "platform/threads/Moment.h"
 
 // Avahi's, declared so that its headers are not needed here.
@@ -14,16 +15,16 @@ struct AvahiWatch;
 
 namespace velmora {
 
-// One thread only.
+// One thread only, except for wakeUp(); it may be made on another one.
 class DiscoveryLoop {
   public:
-    // `wakeUpDescriptor` is an eventfd, not owned: writing to it ends a wait. -1 for none.
-    explicit DiscoveryLoop(int wakeUpDescriptor);
+    DiscoveryLoop();
     DiscoveryLoop(const DiscoveryLoop&) = delete;
     DiscoveryLoop& operator=(const DiscoveryLoop&) = delete;
     ~DiscoveryLoop();
 
-    // Null when the loop could not be made.
+    // False when the system had no descriptors left for it; then only wakeUp() may be called.
+    bool isUsable() const { return wakeUp_ != nullptr; }
     const AvahiPoll* poll() const;
 
     // Runs the work once, after this time. Unlike Avahi's timers (0.8), these do not follow changes of the clock of the
@@ -51,8 +52,11 @@ class DiscoveryLoop {
 
     // Waits for the next event or timer and lets Avahi handle it. False when the loop cannot go on.
     bool wait();
+    // Ends a wait, or else the next one. Any thread.
+    void wakeUp() const;
 
   private:
+    const Descriptor wakeUpDescriptor_;  // eventfd
     AvahiSimplePoll* const poll_;
     AvahiWatch* wakeUp_ = nullptr;
     std::multimap<Date, std::function<void()>> timers_;

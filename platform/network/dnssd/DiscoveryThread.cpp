@@ -1,15 +1,11 @@
 #include "platform/network/dnssd/DiscoveryThread.h"
 
-#include <sys/eventfd.h>
-#include <unistd.h>
-
 #include <QCoreApplication>
 #include <atomic>
 #include <memory>
 #include <optional>
 #include <utility>
 
-#include "platform/foundation/Descriptor.h"
 #include "platform/foundation/NSLog.h"
 #include "platform/threads/NSThread.h"
 #include "platform/threads/ThreadAnnotations.h"
@@ -25,14 +21,9 @@ using Task = DiscoveryThread::Task;
 
 // One run of the thread, from its start until nothing is needed any more.
 struct Run {
-    const Descriptor wakeUpDescriptor{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    DiscoveryLoop loop;
     std::shared_ptr<NSThread> thread;
     std::vector<Task> tasks;  // guarded by the mutex of Shared
-
-    void wakeUp() const {
-        const std::uint64_t one = 1;
-        [[maybe_unused]] const auto written = write(wakeUpDescriptor.number(), &one, sizeof one);
-    }
 };
 
 struct Shared {
@@ -41,6 +32,7 @@ struct Shared {
     std::shared_ptr<Run> run GUARDED_BY(mutex);
     std::vector<std::string> interfaces GUARDED_BY(mutex);
     bool processEnds GUARDED_BY(mutex) = false;
+    bool shortageIsLogged GUARDED_BY(mutex) = false;
     bool endsWithApplication GUARDED_BY(mutex) = false;
 };
 
@@ -68,21 +60,18 @@ std::vector<std::string> interfaces() {
 }
 
 void discover(const std::shared_ptr<Run>& run) {
-    DiscoveryLoop loop(run->wakeUpDescriptor.number());
-    if (loop.poll() == nullptr) NSLog("Services cannot be discovered: no event loop");
-    std::optional<DiscoveryEngine> engine;
-    if (loop.poll() != nullptr) engine.emplace(loop, interfaces());
-    bool works = engine.has_value();
-    while (auto tasks = nextTasks(run, works && engine->isNeeded())) {
+    DiscoveryEngine engine(run->loop, interfaces());
+    bool works = true;
+    while (auto tasks = nextTasks(run, works && engine.isNeeded())) {
         if (!works) continue;  // the tasks are destroyed
         for (Task& task : *tasks) {
-            task(*engine);
+            task(engine);
             task = nullptr;
         }
-        loop.runDueTimers();
-        engine->settle();
-        if (!engine->isNeeded()) continue;
-        works = loop.wait();
+        run->loop.runDueTimers();
+        engine.settle();
+        if (!engine.isNeeded()) continue;
+        works = run->loop.wait();
         if (!works) NSLog("Services are no longer discovered: the event loop has failed");
     }
 }
@@ -94,7 +83,7 @@ void endRun() {
         all.endsWithApplication = false;
         if (all.run == nullptr) return;
         all.run->thread->cancel();
-        all.run->wakeUp();
+        all.run->loop.wakeUp();
         all.run = nullptr;
     }
     if (!NSThread::finishCancelledThreads(kEndTimeout)) NSLog("The discovery of services did not end in time");
@@ -112,32 +101,42 @@ struct AtExit {
     }
 };
 
+// Everything that takes descriptors is made here, not on the thread, so that whoever needs the run hears of a failure.
 void startRun(Shared& all) REQUIRES(all.mutex) {
     auto run = std::make_shared<Run>();
+    if (!run->loop.isUsable()) return;
     run->thread = std::make_shared<NSThread>([run] { discover(run); });
+    if (!run->thread->start()) return;
     all.run = run;
+    all.shortageIsLogged = false;
     if (!std::exchange(all.endsWithApplication, true)) qAddPostRoutine(endRun);
-    if (!run->thread->start()) all.run = nullptr;
     static AtExit atExit;
 }
 
-void handOver(Task task, bool startIfNeedBe) {
-    Shared& all = shared();
-    MutexLock lock(all.mutex);
-    if (startIfNeedBe && all.run == nullptr && !all.processEnds) startRun(all);
-    if (all.run == nullptr) return;
+bool handOver(Shared& all, Task task) REQUIRES(all.mutex) {
+    if (all.run == nullptr) return false;
     all.run->tasks.push_back(std::move(task));
-    all.run->wakeUp();
+    all.run->loop.wakeUp();
+    return true;
 }
 
 }  // namespace
 
-void DiscoveryThread::perform(Task task) {
-    handOver(std::move(task), true);
+bool DiscoveryThread::perform(Task task) {
+    Shared& all = shared();
+    MutexLock lock(all.mutex);
+    if (all.run == nullptr && !all.processEnds) startRun(all);
+    if (handOver(all, std::move(task))) return true;
+    const bool isLogged = all.processEnds || std::exchange(all.shortageIsLogged, true);
+    lock.unlock();
+    if (!isLogged) NSLog("Services cannot be discovered now, trying again: %@", kShortage);
+    return false;
 }
 
 void DiscoveryThread::performIfRunning(Task task) {
-    handOver(std::move(task), false);
+    Shared& all = shared();
+    MutexLock lock(all.mutex);
+    handOver(all, std::move(task));
 }
 
 void DiscoveryThread::limitToInterfaces(std::vector<std::string> interfaces) {

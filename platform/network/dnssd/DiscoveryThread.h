@@ -2,6 +2,7 @@
 // announce.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
@@ -16,8 +17,12 @@ class DiscoveryThread {
     using Task = std::function<void(DiscoveryEngine& engine)>;
 
     // Runs the task on the discovery thread, which is started if need be. Tasks run in the order in which they were
-    // handed over. A task that cannot run, because the application or the process is ending, is destroyed.
-    static void perform(Task task);
+    // handed over. A task that cannot run, because the application or the process is ending, is destroyed. False when
+    // the thread cannot be started, for kShortage: the task is destroyed, and whoever still needs it after
+    // kStartPause hands it over again.
+    static bool perform(Task task);
+    static constexpr std::chrono::seconds kStartPause{5};
+    static constexpr const char* kShortage = "the process has no descriptors or threads left";
     // For a task that only undoes what others did. Without a thread there is nothing to undo, and it is destroyed.
     static void performIfRunning(Task task);
 
