@@ -1,6 +1,6 @@
 # Flags that every target of the project shares.
 add_library(velmora-compiler INTERFACE)
-target_include_directories(velmora-compiler INTERFACE ${CMAKE_SOURCE_DIR})
+target_include_directories(velmora-compiler INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(velmora-compiler INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual)
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
     # Only clang checks the lock annotations; for other compilers they expand to nothing.

@@ -46,7 +46,7 @@ Result<void> PluginHost::unload() {
         status_ = nullptr;
         plugin_ = nullptr;
     }
-    const Result<void> ended = bundle_ != nullptr ? bundle_->windDown() : Result<void>();
+    const Result<void> ended = bundle_ != nullptr ? bundle_->unload() : Result<void>();
     if (outcome) outcome = ended;
     bundle_ = nullptr;
     return outcome;

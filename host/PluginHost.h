@@ -36,8 +36,7 @@ class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private Vel
     // Loads the bundle, makes the plugin and hands it its saved settings.
     Result<void> load(const std::filesystem::path& bundle);
     // Writes changed settings, stops the plugin, releases it, and only then ends what its bundle has begun. Does all of
-    // this also when the settings cannot be written; the first failure is told. The code stays in memory until the
-    // process ends: the application may hold a timer or a value of the plugin's, and runs its code to let go of it.
+    // this also when the settings cannot be written; the first failure is told.
     Result<void> unload();
 
     // Only while loaded.

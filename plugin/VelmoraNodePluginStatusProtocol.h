@@ -21,7 +21,7 @@
 
 namespace velmora {
 
-// Raised whenever this header changes; independent of the host protocol's version.
+// Raised whenever this header changes; independent of the host protocol's version, and no reason to refuse a plugin.
 inline constexpr std::uint32_t kVelmoraNodePluginStatusProtocolVersion = 1;
 
 enum class NodePluginConnectionState : std::int32_t {

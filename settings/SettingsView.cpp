@@ -1,7 +1,5 @@
 #include "settings/SettingsView.h"
 
-#include <dlfcn.h>
-
 #include <QApplication>
 #include <QBuffer>
 #include <QGridLayout>
@@ -51,14 +49,6 @@ class InterfaceLoader final : public QUiLoader {
     }
 };
 
-// Works around Qt 6.4: UiTools registers types with Qt and never takes them back. Were its library unloaded with the
-// bundle, the host would crash at the next look at those types, at the latest when the bundle is loaded again.
-void keepInterfaceLoaderInMemory() {
-    Dl_info library{};
-    if (dladdr(&QUiLoader::staticMetaObject, &library) == 0) return;
-    dlopen(library.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
-}
-
 // Left to itself, an alert is as narrow as its text, and the window system cuts its title.
 void widenForTitle(QMessageBox& box) {
     constexpr int kLeastWidth = 320;
@@ -94,7 +84,6 @@ Result<SettingsView*> SettingsView::make(const std::string& nibName, const NSBun
     }
     const auto path = bundle != nullptr ? bundle->pathForResource(nibName, "ui") : std::nullopt;
     if (!path) return Failure{stringWithFormat("the bundle has no interface file \"%@\"", nibName)};
-    keepInterfaceLoaderInMemory();
     constexpr std::size_t kInterfaceByteLimit = 1024 * 1024;
     const Result<std::string> contents = readFile(*path, kInterfaceByteLimit);
     QBuffer file;

@@ -172,7 +172,7 @@ Failure NSBundle::refusal(const std::string& reason) const {
     return {stringWithFormat("%@ stays loaded: %@", path_.string(), reason)};
 }
 
-Result<void> NSBundle::windDown() {
+Result<void> NSBundle::unload() {
     if (!isLoaded()) return {};
     const auto inUse = [&] { return livePrincipalObjects_->load() > 0; };
     if (MainThread::currentMode() != NSDefaultRunLoopMode) {
@@ -185,14 +185,8 @@ Result<void> NSBundle::windDown() {
     if (!runHandedOverWork()) return refusal("work for the main thread has not been run");
     // That work may have been the host's, too.
     if (inUse()) return refusal("an object that it made is alive");
-    return {};
-}
-
-Result<void> NSBundle::unload() {
-    if (const auto ended = windDown(); !ended) return ended;
-    if (!isLoaded()) return {};
     entry_ = nullptr;
-    if (dlclose(std::exchange(module_, nullptr)) != 0) return refusal(loaderReason());
+    module_ = nullptr;
     return {};
 }
 

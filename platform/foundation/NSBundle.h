@@ -34,7 +34,6 @@ class NSBundle : public NSObject {
     // The bundle in that folder, never null; a failure when it has no readable information dictionary.
     static Result<std::shared_ptr<NSBundle>> bundleWithPath(const std::filesystem::path& folder);
 
-    // Leaves a loaded module mapped: code that may still run is never taken away. Only unload() unmaps.
     ~NSBundle() override;
 
     const std::filesystem::path& bundlePath() const { return path_; }
@@ -53,12 +52,13 @@ class NSBundle : public NSObject {
     // A new object of the principal class, never null; a failure when the module is not loaded or makes none.
     Result<std::shared_ptr<NSObject>> makePrincipalObject();
 
-    // Ends what the module has begun, and leaves its code mapped. A failure while an object that it made is alive, and
-    // while a modal panel is open: the code that waits for its end may be the module's. Threads that are winding down
-    // are ended first; then the event loop is served until the work that waits for the main thread has been run. It is
-    // a failure, too, when that takes more than a few seconds.
-    Result<void> windDown();
-    // The same, then unmaps the module. After a failure it stays mapped.
+    // Ends what the module has begun; no more objects can be made until load is called again. A failure while an object
+    // that it made is alive, and while a modal panel is open: the code that waits for its end may be the module's.
+    // Threads of NSThread that are winding down are ended first; then the event loop is served until the work that
+    // waits for the main thread has been run. It is a failure, too, when that takes more than a few seconds.
+    //
+    // The module's code and static data stay in memory until the process ends: Qt may hold a timer, a type or a value
+    // that the module has left behind, and run its code later. So a module that is loaded again is the same one.
     Result<void> unload();
 
   private:

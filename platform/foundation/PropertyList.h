@@ -1,12 +1,16 @@
 // Property-list values: text, integer, boolean, real, list and dictionary.
 #pragma once
 
+#include <concepts>
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -21,15 +25,30 @@ using PropertyListDictionary = std::map<std::string, PropertyList, std::less<>>;
 using ArrayReference = std::shared_ptr<PropertyListArray>;
 using DictionaryReference = std::shared_ptr<PropertyListDictionary>;
 
+// Every integer type but booleans and characters: whoever writes 'x' means a text.
+template <typename Type>
+concept PropertyListInteger =
+    std::integral<Type> && !std::same_as<Type, bool> && !std::same_as<Type, char> && !std::same_as<Type, wchar_t> &&
+    !std::same_as<Type, char8_t> && !std::same_as<Type, char16_t> && !std::same_as<Type, char32_t>;
+
+// Takes these types and nothing that C++ would merely convert to one of them, such as a pointer to a boolean.
 class PropertyList {
   public:
+    // An empty text; dictionary["key"] needs it.
+    PropertyList() = default;
     PropertyList(std::string text) : value_(std::move(text)) {}
     PropertyList(std::string_view text) : value_(std::string(text)) {}
     PropertyList(const char* text) : value_(std::string(text)) {}
-    PropertyList(std::int64_t integer) : value_(integer) {}
-    PropertyList(std::int32_t integer) : value_(std::int64_t{integer}) {}
-    PropertyList(bool boolean) : value_(boolean) {}
-    PropertyList(double real) : value_(real) {}
+    PropertyList(std::nullptr_t) = delete;
+    // An unsigned one above the largest std::int64_t becomes that.
+    template <PropertyListInteger Integer>
+    PropertyList(Integer integer)
+        : value_(std::in_range<std::int64_t>(integer) ? static_cast<std::int64_t>(integer)
+                                                      : std::numeric_limits<std::int64_t>::max()) {}
+    template <std::same_as<bool> Boolean>
+    PropertyList(Boolean boolean) : value_(boolean) {}
+    template <std::floating_point Real>
+    PropertyList(Real real) : value_(static_cast<double>(real)) {}
     // The reference must not be null.
     PropertyList(ArrayReference array) : value_(std::move(array)) {}
     PropertyList(DictionaryReference dictionary) : value_(std::move(dictionary)) {}

@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -14,6 +13,8 @@
 #include <type_traits>
 #include <variant>
 #include <vector>
+
+#include "platform/foundation/StringList.h"
 
 namespace velmora {
 
@@ -116,11 +117,6 @@ std::string stringWithFormat(std::type_identity_t<Format<std::integral<Arguments
 // read, the rest is ignored; no digits read as 0. A number out of range clamps to the limits of the type.
 std::int64_t integerValue(std::string_view text);
 std::int32_t intValue(std::string_view text);
-
-// Immutable once it is handed out; null means none.
-using StringList = std::shared_ptr<const std::vector<std::string>>;
-// Made in code that is never unloaded, so that a host may keep what a plugin gave it longer than the plugin.
-StringList makeStringList(std::vector<std::string> texts = {});
 
 // Below 0, 0 or above 0: the order of the two texts, character by character, without regard to case.
 int caseInsensitiveCompare(std::string_view left, std::string_view right);

@@ -220,7 +220,7 @@ TEST(Publication, aServerWaitsForItsProgramWhereItCanBeStarted) {
     fs::create_directories(copy / "lib/velmora");
     fs::create_directory(copy / "bin");
     fs::copy(VELMORA_SWITCH_SERVER, copy / "bin");
-    fs::copy(built / "lib/libvelmora-platform.so", copy / "lib");
+    fs::copy(built / "lib/libvelmora-platform.so.1", copy / "lib");
     fs::copy(built / "lib/velmora/velmora-mdns", copy / "lib/velmora/real");
     // The library is found by a relative path, which is resolved all the same.
     const auto server = [&] {

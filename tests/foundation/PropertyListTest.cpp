@@ -24,6 +24,27 @@ std::string repeated(const char* text, std::size_t times) {
     return QByteArray(text).repeated(static_cast<qsizetype>(times)).toStdString();
 }
 
+template <typename... Values>
+constexpr bool kTakes = (std::is_convertible_v<Values, PropertyList> && ...);
+template <typename... Values>
+constexpr bool kTakesOneOf = (std::is_convertible_v<Values, PropertyList> || ...);
+enum Enumeration {};
+static_assert(kTakes<bool, short, unsigned, long long, std::size_t, float, const char*, std::string_view>);
+static_assert(!kTakesOneOf<const QByteArray*, void*, std::nullptr_t, int*, char, char32_t, Enumeration>);
+
+TEST(PropertyList, takesWhatAHostWrites) {
+    const DictionaryReference settings = makeDictionary();
+    (*settings)["text"] = "Studio";
+    (*settings)["count"] = std::size_t{5};
+    (*settings)["most"] = std::uint64_t{UINT64_MAX};
+    (*settings)["flag"] = true;
+    EXPECT_EQ((*settings)["text"].text(), "Studio");
+    EXPECT_EQ((*settings)["count"], PropertyList(5));
+    EXPECT_EQ((*settings)["most"].integerValue(), INT64_MAX);
+    EXPECT_EQ((*settings)["flag"].boolean(), true);
+    EXPECT_EQ((*settings)["new"].text(), "");
+}
+
 TEST(PropertyList, readsNumbersAsTheSystemDoes) {
     const std::tuple<PropertyList, std::int64_t, std::int32_t> cases[] = {
         {4294967298, 4294967298, 2}, {1e300, INT64_MAX, INT32_MAX},           {-9.3e18, INT64_MIN, INT32_MIN},

@@ -1,4 +1,6 @@
 // The module of the test bundles. Macros say in which state it is.
+#include <QTimer>
+
 #include "platform/foundation/NSBundle.h"
 #include "platform/foundation/NSNotificationCenter.h"
 #include "platform/threads/MainThread.h"
@@ -9,11 +11,17 @@ using namespace velmora;
 
 namespace {
 
-// Leaves behind what a plugin may leave behind: a thread that winds down, and work for the main thread.
+void tell(const char* what) {
+    NSNotificationCenter::defaultCenter().postNotification({what, nullptr, nullptr});
+}
+
+// Leaves behind what a plugin may leave behind: a thread that winds down, and work for the main thread; and what it
+// should not, a timer.
 class TestPrincipal : public NSObject {
   public:
     TestPrincipal() {
         if (!thread_->start()) std::abort();
+        QTimer::singleShot(500, [] { tell("TestModuleTimer"); });
     }
     ~TestPrincipal() override { thread_->cancel(); }
 
@@ -22,9 +30,7 @@ class TestPrincipal : public NSObject {
         while (!NSThread::currentThreadIsCancelled()) {
             NSRunLoop::currentRunLoop()->runModeUntilDate(NSDefaultRunLoopMode, fromNow(Seconds(30.0)));
         }
-        MainThread::performLater([] {
-            NSNotificationCenter::defaultCenter().postNotification({"TestModuleThreadEnded", nullptr, nullptr});
-        });
+        MainThread::performLater([] { tell("TestModuleThreadEnded"); });
     }
 
     const std::shared_ptr<NSThread> thread_ = std::make_shared<NSThread>(run);

@@ -14,6 +14,7 @@
 #include <stdexcept>
 
 #include "platform/foundation/NSBundle.h"
+#include "platform/foundation/Text.h"
 #include "plugin/VelmoraNodePluginProtocol.h"
 #include "plugin/VelmoraNodePluginStatusProtocol.h"
 
