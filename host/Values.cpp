@@ -65,6 +65,10 @@ std::optional<std::size_t> Values::indexOf(const std::string& text) const {
     return static_cast<std::size_t>(found - texts_->begin());
 }
 
+bool Values::hasSameNumbersAs(const Values& other) const {
+    return areNumbered_ && other.areNumbered_ && texts_->size() == other.texts_->size();
+}
+
 std::optional<std::int64_t> Values::numberAt(std::size_t index) const {
     return areNumbered_ ? std::optional(static_cast<std::int64_t>(index) + 1) : std::nullopt;
 }
@@ -89,6 +93,12 @@ bool Values::canBeSet(const std::string& text) const {
 std::string Values::meantBy(const std::string& text) const {
     const auto index = areNumbered_ ? indexOfNumber(integerValue(text)) : std::nullopt;
     return index ? (*texts_)[*index] : text;
+}
+
+std::optional<std::string> Values::calledOtherwise(const std::string& text) const {
+    const bool isNumberAlone = text.find_first_not_of("0123456789 ") == std::string::npos;
+    const std::string meant = meantBy(text);
+    return isNumberAlone || meant == text ? std::nullopt : std::optional(meant);
 }
 
 StringList Values::settable() const {

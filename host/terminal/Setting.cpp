@@ -37,11 +37,9 @@ Result<void> checkStepOfSalvo(const VelmoraNodePluginProtocol& plugin, const Sal
 }
 
 std::string doubtAboutLabel(const VelmoraNodePluginProtocol& plugin, const SalvoStep& step) {
-    const Values values = possibleValues(plugin, step.name);
-    const std::string meant = values.meantBy(step.value);
-    const bool isNumberAlone = step.value.find_first_not_of("0123456789 ") == std::string::npos;
-    if (isNumberAlone || meant == step.value) return "";
-    return stepText(step) + ": this value is called " + inQuotes(meant) + " now; the number counts";
+    const auto meant = possibleValues(plugin, step.name).calledOtherwise(step.value);
+    if (!meant) return "";
+    return stepText(step) + ": this value is called " + inQuotes(*meant) + " now; the number counts";
 }
 
 StepOutcome performStep(PluginHost& host, const SalvoStep& step, Report& report) {
