@@ -2,6 +2,7 @@
 // everything in order.
 #pragma once
 
+#include <QtGlobal>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -19,9 +20,10 @@
 namespace velmora {
 
 // The warning that belongs wherever starting the plugin with defaults is offered or done.
-inline constexpr const char* kWhatDefaultsDo =
+inline constexpr const char* kWhatDefaultsDo = QT_TRANSLATE_NOOP(
+    "Words",
     "each time its device connects, also when it merely restarts or is announced anew, by whomever, all outputs are "
-    "routed to their defaults over the operator's routes";
+    "routed to their defaults over the operator's routes");
 
 // Main thread only. Needs an application object, with or without windows.
 class PluginHost final : private VelmoraNodePluginProtocol_Delegate, private VelmoraNodePluginStatusProtocol_Observer {

@@ -67,6 +67,10 @@ std::optional<std::size_t> Values::indexOf(const std::string& text) const {
     return static_cast<std::size_t>(found - texts_->begin());
 }
 
+bool Values::hasSameNumbersAs(const Values& other) const {
+    return areNumbered_ && other.areNumbered_ && texts_->size() == other.texts_->size();
+}
+
 std::optional<std::int64_t> Values::numberAt(std::size_t index) const {
     return areNumbered_ ? std::optional(static_cast<std::int64_t>(index) + 1) : std::nullopt;
 }
@@ -94,6 +98,13 @@ std::string Values::meantBy(const std::string& text) const {
     if (!areNumbered_) return !indexOf(text) && indexOf(typed) ? typed : text;
     const auto index = indexOfNumber(integerValue(typed));
     return index ? (*texts_)[*index] : typed;
+}
+
+std::optional<std::string> Values::calledOtherwise(const std::string& text) const {
+    const std::string_view typed = withoutOuterBlanks(text);
+    const bool isNumberAlone = typed.find_first_not_of("0123456789") == std::string_view::npos;
+    const std::string meant = meantBy(text);
+    return isNumberAlone || meant == typed || meant == text ? std::nullopt : std::optional(meant);
 }
 
 StringList Values::settable() const {

@@ -28,6 +28,8 @@ class Values {
     // The place of the value that a text of the plugin's stands for: the one that is equal or has the same number. None
     // when there is no such value.
     std::optional<std::size_t> indexOf(const std::string& text) const;
+    // Whether both are numbered, and as far, whatever their labels.
+    bool hasSameNumbersAs(const Values& other) const;
     // The number that the value in that place begins with, where values are numbered; and the value without it.
     std::optional<std::int64_t> numberAt(std::size_t index) const;
     std::string labelAt(std::size_t index) const;
@@ -40,6 +42,9 @@ class Values {
     // The offered value that a person means by a text that can be set: "3" is enough where values have numbers, and
     // blanks around it mean nothing. The text itself where none is meant.
     std::string meantBy(const std::string& text) const;
+    // What a text with a number and a label stands for, where that has another label here; none where the label agrees,
+    // or the text gives the number alone.
+    std::optional<std::string> calledOtherwise(const std::string& text) const;
     // Those that can be set.
     StringList settable() const;
 

@@ -38,12 +38,9 @@ Result<void> checkStepOfSalvo(const VelmoraNodePluginProtocol& plugin, const Sal
 }
 
 std::string doubtAboutLabel(const VelmoraNodePluginProtocol& plugin, const SalvoStep& step) {
-    const Values values = possibleValues(plugin, step.name);
-    const std::string meant = values.meantBy(step.value);
-    const std::string_view typed = withoutOuterBlanks(step.value);
-    const bool isNumberAlone = typed.find_first_not_of("0123456789") == std::string_view::npos;
-    if (isNumberAlone || meant == typed || meant == step.value) return "";
-    return stepText(step) + ": this value is called " + inQuotes(meant) + " now; the number counts";
+    const auto meant = possibleValues(plugin, step.name).calledOtherwise(step.value);
+    if (!meant) return "";
+    return stepText(step) + ": this value is called " + inQuotes(*meant) + " now; the number counts";
 }
 
 StepOutcome performStep(PluginHost& host, const SalvoStep& step, Report& report) {

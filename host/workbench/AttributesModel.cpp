@@ -9,6 +9,7 @@
 
 #include "host/PluginState.h"
 #include "host/workbench/NumberedText.h"
+#include "host/workbench/Words.h"
 #include "platform/foundation/QtText.h"
 #include "platform/widgets/Colours.h"
 #include "platform/widgets/DisplayText.h"
@@ -17,10 +18,9 @@ namespace velmora {
 
 namespace {
 
-constexpr std::array<const char*, AttributesModel::columnTotal> kTitles = {"No.", "Display Name", "Name", "Default",
-                                                                           "Current Value"};
-constexpr const char* kUnread = "not read";
-constexpr const char* kUnknown = "not known";
+constexpr std::array<const char*, AttributesModel::columnTotal> kTitles = {
+    QT_TRANSLATE_NOOP("Words", "No."), QT_TRANSLATE_NOOP("Words", "Display Name"), QT_TRANSLATE_NOOP("Words", "Name"),
+    QT_TRANSLATE_NOOP("Words", "Default"), QT_TRANSLATE_NOOP("Words", "Current Value")};
 constexpr std::chrono::milliseconds kFlash{900};
 
 // The number that a name ends in.
@@ -39,13 +39,15 @@ QString sortTextOf(std::optional<std::int64_t> number, const std::string& text) 
 
 }  // namespace
 
-void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin) {
+void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin, bool keepsLabels) {
     std::vector<Row> rows;
     RowNumbers rowNumbers;
     const StringList names = plugin.attributeNames();  // the plugin need not keep it
     for (const std::string& name : *names) {
         const Row* const same = rowNamed(name);
-        const Values values = possibleValues(plugin, name);
+        Values values = possibleValues(plugin, name);
+        if (keepsLabels && same != nullptr && values.hasSameNumbersAs(same->possibleValues))
+            values = same->possibleValues;
         rowNumbers.emplace(name, rows.size());
         rows.push_back({name, plugin.displayNameOfAttributeWithName(name).value_or(""),
                         plugin.defaultValueOfAttributeWithName(name).value_or(""), values, Values(values.settable()),
@@ -77,7 +79,7 @@ void AttributesModel::setCurrentValue(const std::string& name, const std::option
     if (value) {
         // As it is called now: without a connection the plugin's list has no labels.
         const auto place = row.possibleValues.indexOf(*value);
-        row.last = LastValue{place ? row.possibleValues.texts()[*place] : *value, QTime::currentTime()};
+        row.last = LastValue{place ? row.possibleValues.texts()[*place] : *value, QDateTime::currentDateTime()};
     }
     if (row.currentValue == value && row.isUnread == isUnread) return;
     row.currentValue = value;
@@ -97,6 +99,16 @@ void AttributesModel::forgetValue(const std::string& name) {
     rows_[static_cast<std::size_t>(*row)].last = std::nullopt;
     setCurrentValue(name, std::nullopt);
     emitRowChanged(*row);
+}
+
+QDateTime AttributesModel::oldestReading(const std::deque<std::string>& names, bool areLost) const {
+    QDateTime oldest;
+    for (const std::string& name : names) {
+        const Row* const row = rowNamed(name);
+        if (row == nullptr || !row->last || !(row->currentValue || areLost)) continue;
+        if (oldest.isNull() || row->last->time < oldest) oldest = row->last->time;
+    }
+    return oldest;
 }
 
 void AttributesModel::emitRowChanged(int row) {
@@ -184,8 +196,10 @@ std::string AttributesModel::text(const QModelIndex& index) const {
             return row.name;
         case displayNameColumn:
             return row.displayName;
-        case defaultColumn:
-            return row.defaultValue;
+        case defaultColumn: {
+            const auto place = row.possibleValues.indexOf(row.defaultValue);  // it may be called otherwise there
+            return place ? row.possibleValues.texts()[*place] : row.defaultValue;
+        }
         default:
             return row.currentValue.value_or(seenValue(row));
     }
@@ -194,7 +208,8 @@ std::string AttributesModel::text(const QModelIndex& index) const {
 std::string AttributesModel::seenValue(const Row& row) {
     if (const auto place = placeOfSeenValue(row)) return row.possibleValues.texts()[*place];
     if (row.currentValue) return *row.currentValue;
-    return row.last ? row.last->value : row.isUnread ? kUnread : kUnknown;
+    if (row.last) return row.last->value;
+    return (row.isUnread ? Words::tr("not read") : Words::tr("not known")).toStdString();
 }
 
 std::string AttributesModel::ageOfSeenValue(const Row& row) {
@@ -243,7 +258,7 @@ QVariant AttributesModel::dataOfRow(const Row& row, int role) const {
             return number ? QVariant(static_cast<qlonglong>(*number)) : QVariant();
         }
         case sourceLabelRole:
-            if (place) return displayText(row.possibleValues.labelAt(*place));
+            if (place) return shownLabel(row.possibleValues, *place);
             if (digits > 0) return displayText(last.sliced(digits + 1).toStdString() + ageOfSeenValue(row));
             return displayText(seenValue(row) + ageOfSeenValue(row));
         case marksRole:
@@ -258,12 +273,12 @@ QString AttributesModel::spokenText(const Row& row) const {
         return numberedText(dataOfRow(row, number).toString(), dataOfRow(row, label).toString());
     };
     QString text = textOf(numberRole, labelRole) + ": " + textOf(sourceNumberRole, sourceLabelRole);
-    for (const auto& [mark, words] : {std::pair{notKnown, ", not known now"},
-                                      {differsFromDefault, ", not its default"},
-                                      {locked, ", locked in this window"},
-                                      {failed, ", the last set failed"},
-                                      {edited, ", edited in the settings"}}) {
-        if (marksOf(row) & mark) text += words;
+    for (const auto& [mark, words] : {std::pair{notKnown, QT_TRANSLATE_NOOP("Words", "not known now")},
+                                      {differsFromDefault, QT_TRANSLATE_NOOP("Words", "not its default")},
+                                      {locked, QT_TRANSLATE_NOOP("Words", "locked in this window")},
+                                      {failed, QT_TRANSLATE_NOOP("Words", "the last set failed")},
+                                      {edited, QT_TRANSLATE_NOOP("Words", "edited in the settings")}}) {
+        if (marksOf(row) & mark) text += ", " + Words::tr(words);
     }
     return text;
 }
@@ -300,8 +315,8 @@ QVariant AttributesModel::data(const QModelIndex& index, int role) const {
 
 QVariant AttributesModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || section < 0 || section >= columnTotal) return {};
-    if (role == Qt::DisplayRole) return QString(kTitles[static_cast<std::size_t>(section)]);
-    if (role == Qt::ToolTipRole) return "Click to sort; the third click gives the plugin's order";
+    if (role == Qt::DisplayRole) return Words::tr(kTitles[static_cast<std::size_t>(section)]);
+    if (role == Qt::ToolTipRole) return Words::tr("Click to sort; the third click gives the plugin's order");
     if (role == Qt::TextAlignmentRole) return QVariant(Qt::AlignLeft | Qt::AlignVCenter);
     return {};
 }

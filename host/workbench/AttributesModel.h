@@ -2,7 +2,7 @@
 #pragma once
 
 #include <QAbstractTableModel>
-#include <QTime>
+#include <QDateTime>
 #include <deque>
 #include <optional>
 #include <string>
@@ -26,8 +26,9 @@ class AttributesModel final : public QAbstractTableModel {
     // otherwise than when the attribute was built.
     enum Mark { notKnown = 1, differsFromDefault = 2, locked = 4, failed = 8, changedElsewhere = 16, edited = 32 };
 
-    // Takes over what the plugin's look-ups say now. Attributes that are still there keep their current values.
-    void reload(const VelmoraNodePluginProtocol& plugin);
+    // Takes over what the plugin's look-ups say now. Attributes that are still there keep their current values and,
+    // while nobody can be asked for them, the labels of their possible values.
+    void reload(const VelmoraNodePluginProtocol& plugin, bool keepsLabels = false);
     // None: it was asked for without a proper answer, or the answer no longer holds; unread: nobody has asked for it.
     // In its place the last known value stays to be seen, with its time.
     void setCurrentValue(const std::string& name, const std::optional<std::string>& value, bool isUnread = false);
@@ -35,6 +36,9 @@ class AttributesModel final : public QAbstractTableModel {
     // For all: they were another device's; for one: it was no answer.
     void forgetValues();
     void forgetValue(const std::string& name);
+    // When the current value was read of which that is the longest ago; none where no value is known. For values that
+    // are lost, the last known ones count.
+    QDateTime oldestReading(const std::deque<std::string>& names, bool areLost) const;
 
     // Locks hold in this window only; whoever sets values asks for them. A mark outlives its attribute, which may come
     // back.
@@ -69,7 +73,7 @@ class AttributesModel final : public QAbstractTableModel {
   private:
     struct LastValue {
         std::string value;
-        QTime time;
+        QDateTime time;
     };
     struct Row {
         std::string name;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "host/workbench/AttributesModel.h"
+#include "host/workbench/Words.h"
 #include "platform/widgets/ChoicePopUp.h"
 #include "platform/widgets/DisplayText.h"
 #include "platform/widgets/PopUpCellDelegate.h"
@@ -41,7 +42,10 @@ class NameDelegate final : public QStyledItemDelegate {
 }  // namespace
 
 AttributesTable::AttributesTable(AttributesModel& model, Set set)
-    : attributes_(model), set_(std::move(set)), values_(new ChoicePopUp(this)) {
+    : attributes_(model),
+      set_(std::move(set)),
+      values_(new ChoicePopUp(this, {Words::tr("Type to find"), Words::tr("Find"), Words::tr("Choices"),
+                                     Words::tr("There is no %1."), Words::tr("Nothing here contains \"%1\".")})) {
     sorted_.setSourceModel(&model);
     sorted_.setSortRole(AttributesModel::sortRole);
     setModel(&sorted_);
@@ -51,8 +55,8 @@ AttributesTable::AttributesTable(AttributesModel& model, Set set)
     setItemDelegateForColumn(AttributesModel::nameColumn, new NameDelegate(this));
     setItemDelegateForColumn(AttributesModel::currentColumn,
                              new PopUpCellDelegate([this](const QModelIndex& cell) { openValues(cell); }, this));
-    values_->setAccessibleName("Possible values");
-    setAccessibleName("Attributes");
+    values_->setAccessibleName(Words::tr("Possible values"));
+    setAccessibleName(Words::tr("Attributes"));
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed);

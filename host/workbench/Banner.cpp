@@ -1,18 +1,17 @@
 #include "host/workbench/Banner.h"
 
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QPushButton>
 #include <utility>
 
+#include "host/workbench/LinesLabel.h"
+
 namespace velmora {
 
-Banner::Banner(const QString& name, const QString& button, const Signal& signal, std::function<void()> pushed)
-    : text_(new QLabel), button_(new QPushButton(button)) {
+Banner::Banner(const QString& name, int lines, const QString& button, const Signal& signal,
+               std::function<void()> pushed)
+    : text_(new LinesLabel(name + "Label", lines)), button_(new QPushButton(button)) {
     setObjectName(name + "Banner");
-    text_->setObjectName(name + "Label");
-    text_->setTextFormat(Qt::PlainText);
-    text_->setWordWrap(true);
     button_->setObjectName(name + "Button");
     button_->setAutoDefault(false);
     connect(button_, &QPushButton::clicked, this, std::move(pushed));
@@ -24,12 +23,10 @@ Banner::Banner(const QString& name, const QString& button, const Signal& signal,
     const QPalette usual = button_->palette();
     paintWith(*text_, signal);
     button_->setPalette(usual);
-    hide();
 }
 
 void Banner::say(const QString& text) {
-    if (text_->text() != text) text_->setText(text);
-    setVisible(!text.isEmpty());
+    text_->say(text);
 }
 
 }  // namespace velmora

@@ -6,21 +6,22 @@
 
 #include "platform/widgets/Colours.h"
 
-class QLabel;
 class QPushButton;
 
 namespace velmora {
 
+class LinesLabel;
+
 class Banner final : public QFrame {
   public:
-    // Hidden at first. The button has its object name from the banner's: "NAMEButton" and "NAMELabel".
-    Banner(const QString& name, const QString& button, const Signal& signal, std::function<void()> pushed);
+    // The text, which has room for so many lines, and the button have their object names from the banner's: "NAMELabel"
+    // and "NAMEButton".
+    Banner(const QString& name, int lines, const QString& button, const Signal& signal, std::function<void()> pushed);
 
-    // Shows the text; none hides the banner.
     void say(const QString& text);
 
   private:
-    QLabel* const text_;
+    LinesLabel* const text_;
     QPushButton* const button_;
 };
 

@@ -3,6 +3,8 @@
 #include <QHBoxLayout>
 #include <QLabel>
 
+#include "host/workbench/LinesLabel.h"
+#include "host/workbench/Words.h"
 #include "platform/widgets/Colours.h"
 
 namespace velmora {
@@ -11,6 +13,7 @@ namespace {
 
 constexpr int kLampMargin = 6;
 constexpr double kLampEnlargement = 1.25;
+constexpr int kLines = 3;  // the longest sentences have room, and nothing moves when they come
 
 const Signal& signalOf(Lamp lamp) {
     switch (lamp) {
@@ -28,7 +31,7 @@ const Signal& signalOf(Lamp lamp) {
 
 }  // namespace
 
-ConnectionBar::ConnectionBar() : lamp_(new QLabel), text_(new QLabel) {
+ConnectionBar::ConnectionBar() : lamp_(new QLabel), text_(new LinesLabel("situationLabel", kLines)) {
     lamp_->setObjectName("lampLabel");
     lamp_->setTextFormat(Qt::PlainText);
     lamp_->setMargin(kLampMargin);
@@ -37,25 +40,21 @@ ConnectionBar::ConnectionBar() : lamp_(new QLabel), text_(new QLabel) {
     large.setBold(true);
     large.setPointSizeF(large.pointSizeF() * kLampEnlargement);
     lamp_->setFont(large);
-    lamp_->setAccessibleName("State of the connection");
-    text_->setObjectName("situationLabel");
-    text_->setTextFormat(Qt::PlainText);
-    text_->setWordWrap(true);
-    text_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    lamp_->setAccessibleName(Words::tr("State of the connection"));
     auto* const row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
-    row->addWidget(lamp_, 0, Qt::AlignTop);
-    row->addWidget(text_, 1);
+    row->addWidget(lamp_, 0, Qt::AlignVCenter);
+    row->addWidget(text_, 1, Qt::AlignVCenter);
 }
 
 void ConnectionBar::show(const Situation& situation) {
     paintWith(*lamp_, signalOf(situation.lamp));
     lamp_->setText(situation.word);
-    text_->setText(situation.text);
+    text_->say(situation.text);
 }
 
 void ConnectionBar::showWaiting(const QString& what) {
-    show({Lamp::waiting, "WAITING", what});
+    show({Lamp::waiting, Words::tr("WAITING"), what});
     repaint();
 }
 

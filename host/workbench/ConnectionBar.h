@@ -9,6 +9,8 @@ class QLabel;
 
 namespace velmora {
 
+class LinesLabel;
+
 class ConnectionBar final : public QWidget {
   public:
     ConnectionBar();
@@ -19,7 +21,7 @@ class ConnectionBar final : public QWidget {
 
   private:
     QLabel* const lamp_;
-    QLabel* const text_;
+    LinesLabel* const text_;
 };
 
 }  // namespace velmora

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/SettingsKeys.h"
+#include "host/workbench/Words.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -14,26 +15,23 @@ QString labelGone(const ConfiguredOutputs& built, const ConfiguredOutputs& now) 
         const auto same = [&label = output.label](const auto& entry) { return entry.second.label == label; };
         const auto old = std::find_if(built.begin(), built.end(), same);
         if (old == built.end() || old->first == number || now.contains(old->first)) continue;
-        return QString("%1 is output %2 in the settings, but its attribute still routes output %3")
-            .arg(quotedName(output.label))
-            .arg(number + 1)
-            .arg(old->first + 1);
+        return Words::tr("%1 is output %2 in the settings, but its attribute still routes output %3")
+            .arg(quotedName(output.label), QString::number(number + 1), QString::number(old->first + 1));
     }
     return {};
 }
 
 QString difference(std::int64_t number, const ConfiguredOutput* built, const ConfiguredOutput* now) {
-    const QString output = "output " + QString::number(number + 1);
-    if (now == nullptr) return output + " is no longer in the settings, but still an attribute";
-    if (built == nullptr) return output + " (" + quotedName(now->label) + ") is in the settings, but no attribute yet";
+    const QString output = QString::number(number + 1);
+    if (now == nullptr) return Words::tr("output %1 is no longer in the settings, but still an attribute").arg(output);
+    if (built == nullptr)
+        return Words::tr("output %1 (%2) is in the settings, but no attribute yet").arg(output, quotedName(now->label));
     if (built->label != now->label) {
-        return output + " is called " + quotedName(now->label) + " in the settings, but its attribute still " +
-               quotedName(built->label);
+        return Words::tr("output %1 is called %2 in the settings, but its attribute still %3")
+            .arg(output, quotedName(now->label), quotedName(built->label));
     }
-    return QString("%1 has the default input %2 in the settings, but its attribute still %3")
-        .arg(quotedName(now->label))
-        .arg(now->defaultInput + 1)
-        .arg(built->defaultInput + 1);
+    return Words::tr("%1 has the default input %2 in the settings, but its attribute still %3")
+        .arg(quotedName(now->label), QString::number(now->defaultInput + 1), QString::number(built->defaultInput + 1));
 }
 
 const ConfiguredOutput* find(const ConfiguredOutputs& outputs, std::int64_t number) {

@@ -7,6 +7,7 @@
 #include <QVBoxLayout>
 #include <utility>
 
+#include "host/workbench/Words.h"
 #include "platform/foundation/FileContents.h"
 #include "platform/widgets/DisplayText.h"
 
@@ -23,8 +24,8 @@ HistoryPane::HistoryPane(WorkbenchSession& session, std::function<void()> save)
     : session_(session), history_([&session](const std::string& name) { return session.displayName(name); }) {
     setObjectName("historyPane");
     setDocumentMode(true);
-    addTab(makeHistory(std::move(save)), "Histor&y");
-    addTab(makeLog(), "&Log");
+    addTab(makeHistory(std::move(save)), Words::tr("Histor&y"));
+    addTab(makeLog(), Words::tr("&Log"));
     session_.addListener(history_);
 }
 
@@ -35,7 +36,7 @@ HistoryPane::~HistoryPane() {
 QWidget* HistoryPane::makeHistory(std::function<void()> save) {
     auto* const table = new QTableView;
     table->setObjectName("historyTable");
-    table->setAccessibleName("Routes that have changed");
+    table->setAccessibleName(Words::tr("Routes that have changed"));
     table->setModel(&history_);
     table->setSelectionBehavior(QAbstractItemView::SelectRows);
     table->setAlternatingRowColors(true);
@@ -46,11 +47,11 @@ QWidget* HistoryPane::makeHistory(std::function<void()> save) {
     table->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     // As wide as they will be: an empty table must not look otherwise than a full one.
     for (const auto& [column, widest] :
-         {std::pair{RouteHistory::timeColumn, "00:00:00"}, {RouteHistory::byColumn, "by others"}}) {
+         {std::pair{RouteHistory::timeColumn, QString("00:00:00")}, {RouteHistory::byColumn, Words::tr("by others")}}) {
         table->horizontalHeader()->setSectionResizeMode(column, QHeaderView::Fixed);
         table->setColumnWidth(column, table->fontMetrics().horizontalAdvance(widest) + kCellMargins);
     }
-    auto* const button = new QPushButton("Save as CSV\u2026");
+    auto* const button = new QPushButton(Words::tr("Save as CSV\u2026"));
     button->setObjectName("saveHistoryButton");
     connect(button, &QPushButton::clicked, this, std::move(save));
     auto* const pane = new QWidget;
@@ -64,7 +65,7 @@ QWidget* HistoryPane::makeHistory(std::function<void()> save) {
 QWidget* HistoryPane::makeLog() {
     log_ = new QPlainTextEdit;
     log_->setObjectName("logView");
-    log_->setAccessibleName("Log");
+    log_->setAccessibleName(Words::tr("Log"));
     log_->setReadOnly(true);
     log_->setTabChangesFocus(true);
     log_->setLineWrapMode(QPlainTextEdit::NoWrap);

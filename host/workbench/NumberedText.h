@@ -3,6 +3,10 @@
 
 #include <QString>
 
+#include "host/Values.h"
+#include "host/workbench/Words.h"
+#include "platform/widgets/DisplayText.h"
+
 namespace velmora {
 
 // A label from right to left must not pull the number before it to its other side. The number may be empty.
@@ -13,6 +17,13 @@ inline QString numberedText(const QString& number, const QString& label) {
     constexpr QChar kIsolate(0x2068);
     constexpr QChar kIsolateEnd(0x2069);
     return kLeftToRightMark + number + ' ' + kIsolate + label + kIsolateEnd;
+}
+
+// The label of the value in that place. A plugin that has numbers for its values, but not their labels, writes what its
+// system writes for no object.
+inline QString shownLabel(const Values& values, std::size_t place) {
+    const std::string label = values.labelAt(place);
+    return values.areNumbered() && label == "(null)" ? Words::tr("not known") : displayText(label);
 }
 
 // As a tool tip, where Qt would take what looks like markup for markup.

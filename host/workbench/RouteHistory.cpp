@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "host/workbench/Words.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -11,7 +12,9 @@ namespace velmora {
 namespace {
 
 constexpr std::size_t kMaximumHistory = 10'000;
-constexpr std::array<const char*, RouteHistory::columnTotal> kTitles = {"Time", "Destination", "From", "To", "By"};
+constexpr std::array<const char*, RouteHistory::columnTotal> kTitles = {
+    QT_TRANSLATE_NOOP("Words", "Time"), QT_TRANSLATE_NOOP("Words", "Destination"), QT_TRANSLATE_NOOP("Words", "From"),
+    QT_TRANSLATE_NOOP("Words", "To"), QT_TRANSLATE_NOOP("Words", "By")};
 
 QDateTime timeOf(const RouteChange& change) {
     const auto since = std::chrono::duration_cast<std::chrono::milliseconds>(change.moment.time_since_epoch());
@@ -61,18 +64,23 @@ std::string RouteHistory::text(const Entry& entry, int column) {
         case destinationColumn:
             return entry.destination;
         case fromColumn:
-            return !entry.failure.empty() ? "" : change.from.empty() ? "not known" : change.from;
+            return !entry.failure.empty() ? ""
+                   : change.from.empty()  ? Words::tr("not known").toStdString()
+                                          : change.from;
         case toColumn:
             return entry.failure.empty() ? change.to : entry.failure;
         default:
-            return !entry.failure.empty() ? "failed" : change.isByUs ? "by us" : "by others";
+            return (!entry.failure.empty() ? Words::tr("failed")
+                    : change.isByUs        ? Words::tr("by us")
+                                           : Words::tr("by others"))
+                .toStdString();
     }
 }
 
 std::string RouteHistory::commaSeparatedValues() const {
     std::string lines;
     for (std::size_t column = 0; column < kTitles.size(); ++column) {
-        lines += (column == 0 ? "" : ",") + field(kTitles[column]);
+        lines += (column == 0 ? "" : ",") + field(Words::tr(kTitles[column]).toStdString());
     }
     for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
         lines += "\r\n" + field(timeOf(entry->change).toString(Qt::ISODate).toStdString());
@@ -101,7 +109,7 @@ QVariant RouteHistory::data(const QModelIndex& index, int role) const {
 
 QVariant RouteHistory::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || section < 0 || section >= columnTotal) return {};
-    if (role == Qt::DisplayRole) return QString(kTitles[static_cast<std::size_t>(section)]);
+    if (role == Qt::DisplayRole) return Words::tr(kTitles[static_cast<std::size_t>(section)]);
     if (role == Qt::TextAlignmentRole) return QVariant(Qt::AlignLeft | Qt::AlignVCenter);
     return {};
 }

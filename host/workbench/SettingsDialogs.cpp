@@ -7,14 +7,13 @@
 
 #include "host/PluginHost.h"
 #include "host/Quotes.h"
+#include "host/workbench/Words.h"
 #include "platform/foundation/QtText.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
 
 namespace {
-
-constexpr const char* kFileKinds = "Property lists (*.plist);;All files (*)";
 
 std::optional<std::filesystem::path> chosenFile(const QString& name) {
     return name.isEmpty() ? std::nullopt : std::optional<std::filesystem::path>(name.toStdString());
@@ -33,7 +32,8 @@ QMessageBox::StandardButton ask(QWidget& window, const QString& question, const 
 
 SettingsDocument::Unsaved SettingsDialogs::whatAboutUnsavedSettings() {
     using Unsaved = SettingsDocument::Unsaved;
-    switch (ask(window_, "The plugin's settings have changed. Save them?", "Changes that are not saved are lost.",
+    switch (ask(window_, Words::tr("The plugin's settings have changed. Save them?"),
+                Words::tr("Changes that are not saved are lost."),
                 QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Save)) {
         case QMessageBox::Save:
             return Unsaved::save;
@@ -46,54 +46,55 @@ SettingsDocument::Unsaved SettingsDialogs::whatAboutUnsavedSettings() {
 
 bool SettingsDialogs::mayOverwriteChangedFile(const std::filesystem::path& path) {
     std::error_code fault;
-    const char* const question = std::filesystem::exists(path, fault)
-                                     ? "Somebody else has changed the settings file. Overwrite it?"
-                                     : "The settings file was deleted. Write it anew?";
+    const QString question = std::filesystem::exists(path, fault)
+                                 ? Words::tr("Somebody else has changed the settings file. Overwrite it?")
+                                 : Words::tr("The settings file was deleted. Write it anew?");
     return ask(window_, question, displayText(inQuotes(path.string())), QMessageBox::Yes | QMessageBox::Cancel,
                QMessageBox::Cancel) == QMessageBox::Yes;
 }
 
 std::optional<std::filesystem::path> SettingsDialogs::fileToLoad(const std::filesystem::path& folder) {
-    return chosenFile(QFileDialog::getOpenFileName(&window_, "Load Settings", qString(folder.string()), kFileKinds));
+    return chosenFile(QFileDialog::getOpenFileName(&window_, Words::tr("Load Settings"), qString(folder.string()),
+                                                   Words::tr("Property lists (*.plist);;All files (*)")));
 }
 
 std::optional<std::filesystem::path> SettingsDialogs::fileToSave(const std::filesystem::path& folder) {
-    return chosenFile(QFileDialog::getSaveFileName(&window_, "Save Settings", qString(folder.string()), kFileKinds));
+    return chosenFile(QFileDialog::getSaveFileName(&window_, Words::tr("Save Settings"), qString(folder.string()),
+                                                   Words::tr("Property lists (*.plist);;All files (*)")));
 }
 
 std::optional<std::filesystem::path> SettingsDialogs::fileForHistory(const std::filesystem::path& folder) {
     const QString name = "routes-" + QDateTime::currentDateTime().toString("yyyy-MM-dd-HHmmss") + ".csv";
-    return chosenFile(QFileDialog::getSaveFileName(&window_, "Save History",
+    return chosenFile(QFileDialog::getSaveFileName(&window_, Words::tr("Save History"),
                                                    qString((folder / name.toStdString()).string()),
-                                                   "Comma-separated values (*.csv);;All files (*)"));
+                                                   Words::tr("Comma-separated values (*.csv);;All files (*)")));
 }
 
-bool SettingsDialogs::mayRouteDefaults(const QString& what, int destinations) {
-    const QString question = what + " although the plugin is started with defaults?";
-    const QString details = QString(
-                                "The plugin connects anew and then routes all %1 destinations to their defaults, over "
-                                "the operator's routes.")
-                                .arg(destinations);
+bool SettingsDialogs::mayRouteDefaults(const QString& question, int destinations) {
+    const QString details = Words::tr(
+        "The plugin connects anew and then routes all %n destinations to their defaults, over the operator's routes.",
+        nullptr, destinations);
     return ask(window_, question, details, QMessageBox::Yes | QMessageBox::Cancel, QMessageBox::Cancel) ==
            QMessageBox::Yes;
 }
 
 bool SettingsDialogs::mayStartWithDefaults() {
-    const QString details = QString("The plugin connects anew, and then ") + kWhatDefaultsDo + '.';
-    return ask(window_, "Start the plugin with defaults?", details, QMessageBox::Yes | QMessageBox::Cancel,
+    const QString details = Words::tr("The plugin connects anew, and then %1.").arg(Words::tr(kWhatDefaultsDo));
+    return ask(window_, Words::tr("Start the plugin with defaults?"), details, QMessageBox::Yes | QMessageBox::Cancel,
                QMessageBox::Cancel) == QMessageBox::Yes;
 }
 
 bool SettingsDialogs::mayDisarm(const QString& cost) {
     const QString details =
-        "The plugin connects anew; until then nothing can be routed from here. Routes stay as they are." +
+        Words::tr("The plugin connects anew; until then nothing can be routed from here. Routes stay as they are.") +
         (cost.isEmpty() ? cost : ' ' + cost);
-    return ask(window_, "Restart the plugin without defaults?", details, QMessageBox::Yes | QMessageBox::Cancel,
-               QMessageBox::Yes) == QMessageBox::Yes;
+    return ask(window_, Words::tr("Restart the plugin without defaults?"), details,
+               QMessageBox::Yes | QMessageBox::Cancel, QMessageBox::Yes) == QMessageBox::Yes;
 }
 
 void SettingsDialogs::hearOfFailure(const Failure& failure) {
-    ask(window_, "The file could not be used.", displayText(failure.reason), QMessageBox::Ok, QMessageBox::Ok);
+    ask(window_, Words::tr("The file could not be used."), displayText(failure.reason), QMessageBox::Ok,
+        QMessageBox::Ok);
 }
 
 }  // namespace velmora

@@ -21,7 +21,7 @@ class SettingsDialogs final : public SettingsDocument::Person {
     std::optional<std::filesystem::path> fileForHistory(const std::filesystem::path& folder);
 
     // Whether something may be done that connects anew, although that routes this many destinations to their defaults.
-    bool mayRouteDefaults(const QString& what, int destinations);
+    bool mayRouteDefaults(const QString& question, int destinations);
     // Whether the plugin may be started with defaults.
     bool mayStartWithDefaults();
     // Whether the plugin may be restarted without defaults. `cost` is a sentence or "".

@@ -7,6 +7,7 @@
 
 #include "host/Quotes.h"
 #include "host/SettingsCheck.h"
+#include "host/workbench/Words.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -28,11 +29,12 @@ QString SettingsDocument::doubts() const {
     all.insert(all.end(), beyond.begin(), beyond.end());
     if (file_.isMissing()) all.push_back("there is no settings file " + inQuotes(path()->string()) + " yet");
     if (all.empty()) return {};
-    QStringList lines{"Please check the settings:"};
-    for (std::size_t i = 0; i < std::min(all.size(), kShownDoubts); ++i) {
+    QStringList lines{Words::tr("Please check the settings: %1").arg(displayText(all.front()))};
+    for (std::size_t i = 1; i < std::min(all.size(), kShownDoubts); ++i) {
         lines << displayText(all[i]);
     }
-    if (all.size() > kShownDoubts) lines << QString("and %1 more").arg(all.size() - kShownDoubts);
+    if (all.size() > kShownDoubts)
+        lines << Words::tr("and %n more", nullptr, static_cast<int>(all.size() - kShownDoubts));
     return lines.join("\n\u2022 ");
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "host/PluginState.h"
+#include "host/workbench/Words.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -16,73 +17,77 @@ constexpr std::size_t kNamedServers = 4;
 QString foundServers(VelmoraNodePluginProtocol& plugin) {
     if (!knowsServers(plugin)) return {};
     const auto names = availableServers(plugin);
-    if (names.empty()) return " No switch server has been found.";
+    if (names.empty()) return ' ' + Words::tr("No switch server has been found.");
     QStringList shown;
     for (std::size_t i = 0; i < std::min(names.size(), kNamedServers); ++i) {
         shown << quotedName(names[i]);
     }
-    QString text = " Found: " + shown.join(", ");
-    if (names.size() > kNamedServers) text += QString(" and %1 more").arg(names.size() - kNamedServers);
-    return text + ".";
-}
-
-QString counted(std::size_t count, const char* what) {
-    return QString("%1 %2%3").arg(count).arg(what, count == 1 ? "" : "s");
+    if (names.size() <= kNamedServers) return ' ' + Words::tr("Found: %1.").arg(shown.join(", "));
+    const int more = static_cast<int>(names.size() - kNamedServers);
+    return ' ' + Words::tr("Found: %1 and %n more.", nullptr, more).arg(shown.join(", "));
 }
 
 QString attributesText(VelmoraNodePluginProtocol& plugin) {
     const StringList names = plugin.attributeNames();
     if (names->empty() && selectedServer(plugin) && !hasConfiguredOutputs(plugin))
-        return "no outputs are configured, so there are no attributes";
-    QString text = counted(names->size(), "attribute");
+        return Words::tr("no outputs are configured, so there are no attributes");
+    const QString attributes = Words::tr("%n attributes", nullptr, static_cast<int>(names->size()));
     const auto inputs = numberOfInputs(plugin);
-    if (inputs && selectedServer(plugin)) text += ", " + counted(*inputs, "input");
-    return text;
+    if (!inputs || !selectedServer(plugin)) return attributes;
+    return attributes + ", " + Words::tr("%n inputs", nullptr, static_cast<int>(*inputs));
 }
 
 QString lossText(VelmoraNodePluginProtocol& plugin, const QString& server, const NodePluginConnectionStatus& status) {
     const bool isFailure = status.state == NodePluginConnectionState::failed;
     const auto since = std::chrono::duration_cast<std::chrono::milliseconds>(status.since.time_since_epoch());
-    const char* const hope =
+    const QString hope =
         knowsServers(plugin)
-            ? "The plugin connects again when the server announces itself anew; Reconnect tries at once."
-            : "Reconnect hands the plugin its settings once more.";
-    return "The connection to " + server + (isFailure ? " failed at " : " ended at ") +
-           QDateTime::fromMSecsSinceEpoch(since.count()).toString("HH:mm:ss") +
+            ? Words::tr("The plugin connects again when the server announces itself anew; Reconnect tries at once.")
+            : Words::tr("Reconnect hands the plugin its settings once more.");
+    const QString what =
+        isFailure ? Words::tr("The connection to %1 failed at %2") : Words::tr("The connection to %1 ended at %2");
+    return what.arg(server, QDateTime::fromMSecsSinceEpoch(since.count()).toString("HH:mm:ss")) +
            (status.reason.empty() ? QString() : ": " + displayText(status.reason)) + ". " + hope;
 }
 
 Situation toldSituation(VelmoraNodePluginProtocol& plugin, const NodePluginConnectionStatus& status) {
-    const QString server = status.serverName.empty() ? "the device" : quotedName(status.serverName);
+    const QString server = status.serverName.empty() ? Words::tr("the device") : quotedName(status.serverName);
     switch (status.state) {
         case NodePluginConnectionState::noServerSelected:
-            if (!knowsServers(plugin)) return {Lamp::off, "NO DEVICE", "The plugin has no device to connect to."};
-            return {Lamp::off, "NO SERVER", "The settings name no switch server." + foundServers(plugin)};
+            if (!knowsServers(plugin))
+                return {Lamp::off, Words::tr("NO DEVICE"), Words::tr("The plugin has no device to connect to.")};
+            return {Lamp::off, Words::tr("NO SERVER"),
+                    Words::tr("The settings name no switch server.") + foundServers(plugin)};
         case NodePluginConnectionState::notFound:
-            return {Lamp::waiting, "SEARCHING",
-                    (knowsServers(plugin) ? "Looking for the switch server " : "Looking for ") + server + "." +
-                        foundServers(plugin)};
+            return {
+                Lamp::waiting, Words::tr("SEARCHING"),
+                (knowsServers(plugin) ? Words::tr("Looking for the switch server %1.") : Words::tr("Looking for %1."))
+                        .arg(server) +
+                    foundServers(plugin)};
         case NodePluginConnectionState::connecting:
-            return {Lamp::waiting, "CONNECTING",
-                    "Connecting to " + server + ". The window may stand still while the plugin reads its labels."};
+            return {Lamp::waiting, Words::tr("CONNECTING"),
+                    Words::tr("Connecting to %1. The window may stand still while the plugin reads its labels.")
+                        .arg(server)};
         case NodePluginConnectionState::connected:
-            return {Lamp::good, "CONNECTED", "Connected to " + server + ": " + attributesText(plugin) + "."};
+            return {Lamp::good, Words::tr("CONNECTED"),
+                    Words::tr("Connected to %1: %2.").arg(server, attributesText(plugin))};
         case NodePluginConnectionState::ended:
         case NodePluginConnectionState::failed:
             break;
     }
-    return {Lamp::bad, "LOST", lossText(plugin, server, status)};
+    return {Lamp::bad, Words::tr("LOST"), lossText(plugin, server, status)};
 }
 
 }  // namespace
 
 Situation situationOf(const PluginHost& host) {
-    if (!host.isStarted()) return {Lamp::off, "STOPPED", "The plugin is stopped."};
+    if (!host.isStarted()) return {Lamp::off, Words::tr("STOPPED"), Words::tr("The plugin is stopped.")};
     const auto status = host.connectionStatus();
     if (status) return toldSituation(host.plugin(), *status);
-    return {Lamp::off, "NOT KNOWN",
-            "The plugin is started: " + attributesText(host.plugin()) + ". It does not tell of its connection." +
-                foundServers(host.plugin())};
+    return {
+        Lamp::off, Words::tr("NOT KNOWN"),
+        Words::tr("The plugin is started: %1. It does not tell of its connection.").arg(attributesText(host.plugin())) +
+            foundServers(host.plugin())};
 }
 
 }  // namespace velmora

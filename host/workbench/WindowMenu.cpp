@@ -3,32 +3,36 @@
 #include <QTabWidget>
 
 #include "host/PluginHost.h"
+#include "host/workbench/Words.h"
 
 namespace velmora {
 
 WindowMenu::WindowMenu(const Actions& actions) {
-    QMenu& file = *addMenu("&File");
-    add(file, "loadAction", "L&oad Settings\u2026", QKeySequence::Open, actions.load);
-    add(file, "saveAction", "&Save Settings", QKeySequence::Save, actions.save);
-    add(file, "saveAsAction", "Save Settings &As\u2026", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S),
+    QMenu& file = *addMenu(Words::tr("&File"));
+    add(file, "loadAction", Words::tr("L&oad Settings\u2026"), QKeySequence::Open, actions.load);
+    add(file, "saveAction", Words::tr("&Save Settings"), QKeySequence::Save, actions.save);
+    add(file, "saveAsAction", Words::tr("Save Settings &As\u2026"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S),
         actions.saveAs);
     file.addSeparator();
-    add(file, "quitAction", "&Quit", QKeySequence(Qt::CTRL | Qt::Key_Q), actions.quit);
+    add(file, "quitAction", Words::tr("&Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q), actions.quit);
 
-    QMenu& plugin = *addMenu("Pl&ugin");
+    QMenu& plugin = *addMenu(Words::tr("Pl&ugin"));
     plugin.setToolTipsVisible(true);
-    stopped_ = {add(plugin, "startAction", "Star&t", {}, actions.start),
-                add(plugin, "startWithDefaultsAction", "Start with &Defaults", {}, actions.startWithDefaults)};
-    stopped_[0]->setToolTip("Routes are left as they are");
-    stopped_[1]->setToolTip(kWhatDefaultsDo);
-    started_ = {add(plugin, "stopAction", "Sto&p", {}, actions.stop),
-                add(plugin, "reconnectAction", "Reco&nnect", QKeySequence(Qt::CTRL | Qt::Key_R), actions.reconnect),
-                add(plugin, "refreshAction", "Re&fresh Values", QKeySequence::Refresh, actions.refresh),
-                addSwitch(plugin, "pollAction", "Refresh &Every 2 s", {}, actions.poll)};
+    stopped_ = {
+        add(plugin, "startAction", Words::tr("Star&t"), {}, actions.start),
+        add(plugin, "startWithDefaultsAction", Words::tr("Start with &Defaults"), {}, actions.startWithDefaults)};
+    stopped_[0]->setToolTip(Words::tr("Routes are left as they are"));
+    stopped_[1]->setToolTip(Words::tr(kWhatDefaultsDo));
+    started_ = {
+        add(plugin, "stopAction", Words::tr("Sto&p"), {}, actions.stop),
+        add(plugin, "reconnectAction", Words::tr("Reco&nnect"), QKeySequence(Qt::CTRL | Qt::Key_R), actions.reconnect),
+        add(plugin, "refreshAction", Words::tr("Re&fresh Values"), QKeySequence::Refresh, actions.refresh),
+        addSwitch(plugin, "pollAction", Words::tr("Refresh &Every 2 s"), {}, actions.poll)};
 
-    viewMenu_ = addMenu("&View");
-    addSwitch(*viewMenu_, "settingsAction", "&Settings", Qt::Key_F4, actions.showSettings);
-    addSwitch(*viewMenu_, "historyAction", "&History and Log", Qt::Key_F8, actions.showHistory)->setChecked(true);
+    viewMenu_ = addMenu(Words::tr("&View"));
+    addSwitch(*viewMenu_, "settingsAction", Words::tr("&Settings"), Qt::Key_F4, actions.showSettings);
+    addSwitch(*viewMenu_, "historyAction", Words::tr("&History and Log"), Qt::Key_F8, actions.showHistory)
+        ->setChecked(true);
     viewMenu_->addSeparator();
 }
 
@@ -60,13 +64,14 @@ void WindowMenu::addViews(QTabWidget& views) {
     }
 }
 
-void WindowMenu::showState(bool isStarted) {
+void WindowMenu::showState(bool isStarted, bool canAsk) {
     for (QAction* const action : stopped_) {
         action->setEnabled(!isStarted);
     }
     for (QAction* const action : started_) {
         action->setEnabled(isStarted);
     }
+    action("refreshAction")->setEnabled(canAsk);
 }
 
 }  // namespace velmora

@@ -22,7 +22,7 @@ class WindowMenu final : public QMenuBar {
     // Adds an action for each of its pages.
     void addViews(QTabWidget& views);
     // What can be done now.
-    void showState(bool isStarted);
+    void showState(bool isStarted, bool canAsk);
     QAction* action(const char* name) const { return findChild<QAction*>(name); }
 
   private:

@@ -10,6 +10,7 @@
 #include "host/PluginState.h"
 #include "host/Quotes.h"
 #include "host/Waiting.h"
+#include "host/workbench/Translation.h"
 #include "host/workbench/WindowIcon.h"
 #include "host/workbench/WindowMemory.h"
 #include "host/workbench/WorkbenchWindow.h"
@@ -48,6 +49,7 @@ ExitCode runWorkbench(PluginHost& host, SettingsFile& settingsFile, const Option
         if (const Result<void> may = mayReplaceFile(*options.screenshot); !may)
             return complainOfPicture(options, may.failure().reason);
     }
+    const Translation translation;
     QApplication::setWindowIcon(workbenchIcon());
     QApplication::setDesktopFileName("velmora-workbench");
     WorkbenchWindow window(host, settingsFile);

@@ -4,12 +4,14 @@
 #include <QElapsedTimer>
 #include <QScopeGuard>
 #include <QScopedValueRollback>
+#include <QTime>
 #include <algorithm>
 #include <utility>
 
 #include "host/Attempt.h"
 #include "host/Naming.h"
 #include "host/PluginState.h"
+#include "host/workbench/Words.h"
 #include "host/workbench/salvos/SalvoFile.h"
 #include "platform/widgets/DisplayText.h"
 
@@ -28,20 +30,15 @@ constexpr std::chrono::milliseconds kPopUpGone{30};
 constexpr std::chrono::milliseconds kReadingAtATime{50};
 // From one look at the values that can be seen to the next.
 constexpr std::chrono::milliseconds kPollingTime{2000};
-// A standstill that is worth a word.
-constexpr std::chrono::milliseconds kToldStandstill{1000};
 
-constexpr const char* kWaiting = "Waiting for the device\u2026";
-
-// Until the end of the block that it is called in.
-[[nodiscard]] auto awaitServer(WorkbenchSession::Observer& observer, const QString& what = kWaiting) {
-    observer.serverWillBeAwaited(what);
-    return qScopeGuard([&observer] { observer.serverWasAwaited(); });
+QString waitingText() {
+    return Words::tr("Waiting for the device\u2026");
 }
 
-QString seconds(std::chrono::milliseconds time) {
-    constexpr double kMillisecondsPerSecond = 1000;
-    return QString::number(static_cast<double>(time.count()) / kMillisecondsPerSecond, 'f', 1) + " s";
+// Until the end of the block that it is called in.
+[[nodiscard]] auto awaitServer(WorkbenchSession::Observer& observer, const QString& what) {
+    observer.serverWillBeAwaited(what);
+    return qScopeGuard([&observer] { observer.serverWasAwaited(); });
 }
 
 QString now() {
@@ -76,8 +73,8 @@ WorkbenchSession::~WorkbenchSession() {
 bool WorkbenchSession::start(bool setCurrentValuesToDefaults) {
     if (isStarted()) stop();
     const bool good = host_.start(setCurrentValuesToDefaults);
-    setOutcome(!good                        ? QString("The plugin did not start; its log says why.")
-               : setCurrentValuesToDefaults ? QString("Started with defaults: ") + kWhatDefaultsDo + '.'
+    setOutcome(!good                        ? Words::tr("The plugin did not start; its log says why.")
+               : setCurrentValuesToDefaults ? Words::tr("Started with defaults: %1.").arg(Words::tr(kWhatDefaultsDo))
                                             : QString());
     attributes_.reload(host_.plugin());  // some plugins have them at once
     beginReading(kUnaskedReading, kNoticesTogether);
@@ -87,21 +84,21 @@ bool WorkbenchSession::start(bool setCurrentValuesToDefaults) {
 void WorkbenchSession::stop() {
     endReading();
     {
-        const auto waiting = awaitServer(observer_);
+        const auto waiting = awaitServer(observer_, waitingText());
         host_.stop();
     }
     attributes_.reload(host_.plugin());
     lastNotice_.clear();
-    setOutcome("Stopped.");
+    setOutcome(Words::tr("Stopped."));
 }
 
 void WorkbenchSession::handOver(const DictionaryReference& settings) {
     endReading();
     {
-        const auto waiting = awaitServer(observer_, "Handing the plugin its settings\u2026");
+        const auto waiting = awaitServer(observer_, Words::tr("Handing the plugin its settings\u2026"));
         host_.plugin().setDefaultSettings(settings);
     }
-    setOutcome("The settings were handed to the plugin.");
+    setOutcome(Words::tr("The settings were handed to the plugin."));
 }
 
 void WorkbenchSession::refresh() {
@@ -115,7 +112,7 @@ void WorkbenchSession::setPolling(bool polls) {
 void WorkbenchSession::poll() {
     const bool isBusy = QApplication::activeModalWidget() != nullptr || QApplication::activePopupWidget() != nullptr;
     if (isBusy || isReading() || !canAsk()) return;
-    std::deque<std::string> names = seen_ ? seen_() : attributes_.names();
+    std::deque<std::string> names = seenNames();
     std::stable_partition(names.begin(), names.end(), [this](const std::string& name) {
         return std::find(notReached_.begin(), notReached_.end(), name) != notReached_.end();
     });
@@ -124,9 +121,18 @@ void WorkbenchSession::poll() {
     isPoll_ = true;
 }
 
+std::deque<std::string> WorkbenchSession::seenNames() const {
+    return seen_ ? seen_() : attributes_.names();
+}
+
 bool WorkbenchSession::canAsk() const {
     const auto status = host_.connectionStatus();
     return isStarted() && (!status || status->state == NodePluginConnectionState::connected);
+}
+
+QString WorkbenchSession::obstacle() const {
+    if (canAsk()) return {};
+    return isStarted() ? Words::tr("There is no connection.") : Words::tr("The plugin is stopped.");
 }
 
 bool WorkbenchSession::hasServer() const {
@@ -149,12 +155,9 @@ std::optional<std::size_t> WorkbenchSession::numberOfInputs() const {
 
 Situation WorkbenchSession::situation() const {
     Situation situation = situationOf(host_);
-    if (situation.lamp == Lamp::waiting && rebuildTime_) situation.text += ' ' + costOfConnecting();
+    const QString cost = costOfConnecting();
+    if (situation.lamp == Lamp::waiting && !cost.isEmpty()) situation.text += ' ' + cost;
     return situation;
-}
-
-QString WorkbenchSession::costOfConnecting() const {
-    return rebuildTime_ ? "Reading the labels took " + seconds(*rebuildTime_) + " last time." : QString();
 }
 
 Edits WorkbenchSession::edits() const {
@@ -163,17 +166,13 @@ Edits WorkbenchSession::edits() const {
 }
 
 QString WorkbenchSession::age() const {
-    return readAt_ ? (canAsk() ? "values read " : "values last read ") + readAt_->toString("HH:mm:ss") : QString();
+    const QDateTime oldest = attributes_.oldestReading(seenNames(), !canAsk());
+    if (oldest.isNull()) return {};
+    return (canAsk() ? Words::tr("values read %1") : Words::tr("values last read %1")).arg(oldest.toString("HH:mm:ss"));
 }
 
 void WorkbenchSession::standstillHasEnded(std::chrono::milliseconds time) {
-    const bool wasRebuilt = sinceNotice_.isValid() && !sinceNotice_.hasExpired(time.count());
-    if (wasRebuilt) rebuildTime_ = time;
-    if (time >= kToldStandstill) {
-        lastStandstill_ = now() + "  The window stood still for " + seconds(time) +
-                          (wasRebuilt ? " while the plugin read its labels" : "") +
-                          ". Clicks and keys of that time were discarded.";
-    }
+    tally_.standstillHasEnded(std::chrono::steady_clock::now(), time);
     tellListeners([time](SessionListener& listener) { listener.standstillEnded(time); });
     observer_.sessionHasChanged();
 }
@@ -189,14 +188,11 @@ void WorkbenchSession::setOutcome(const QString& outcome) {
 void WorkbenchSession::attributesHaveChanged() {
     forgetOtherServer();
     built_ = configuredOutputsIn(settings());  // at once: an edit may follow
-    attributes_.reload(host_.plugin());
+    attributes_.reload(host_.plugin(), !canAsk());
     const auto count = attributes_.rowCount();
-    lastNotice_ = QString("Change notice %1 at %2: %3 attribute%4")
-                      .arg(++notices_)
-                      .arg(now())
-                      .arg(count)
-                      .arg(count == 1 ? "" : "s");
-    sinceNotice_.start();
+    lastNotice_ =
+        Words::tr("Change notice %1 at %2: %n attributes", nullptr, count).arg(QString::number(++notices_), now());
+    if (canAsk()) tally_.labelsWereRead(std::chrono::steady_clock::now());
     // The plugin routes them when it connects, so it is nobody else's doing.
     for (const std::string& name : isArmed() ? attributes_.names() : std::deque<std::string>()) {
         routes_.willSet(name, host_.plugin().defaultValueOfAttributeWithName(name).value_or(""));
@@ -227,7 +223,7 @@ void WorkbenchSession::forgetOtherServer() {
     const auto server = selectedServer(host_.plugin());
     if (std::exchange(server_, server) == server) return;
     attributes_.forgetValues();
-    readAt_ = std::nullopt;
+    attributes_.reload(host_.plugin());
 }
 
 void WorkbenchSession::setLater(const std::string& name, const std::string& value) {
@@ -235,36 +231,42 @@ void WorkbenchSession::setLater(const std::string& name, const std::string& valu
 }
 
 bool WorkbenchSession::readNow(const std::vector<std::string>& names) {
-    const auto waiting = awaitServer(observer_);
+    const auto waiting = awaitServer(observer_, waitingText());
     const auto isRead = [this](const std::string& name) { return canAsk() && read(name).has_value(); };
     return std::count_if(names.begin(), names.end(), isRead) == std::ssize(names);
 }
 
 bool WorkbenchSession::setNow(const std::string& name, const std::string& value) {
-    const QString what = quotedName(name) + " to " + quotedName(value);
+    const QString shown = quotedName(name);
+    const QString wanted = quotedName(value);
     if (!canAsk() || !attributes_.isPossible(name, value)) {
-        const QString why = !canAsk() ? "there is no connection." : "that is no longer one of the possible values.";
-        return setHasFailed(name, "Did not set " + what + ": " + why);
+        const QString why = canAsk() ? Words::tr("Did not set %1 to %2: that is no longer one of the possible values.")
+                                     : Words::tr("Did not set %1 to %2: there is no connection.");
+        return setHasFailed(name, why.arg(shown, wanted));
     }
     const Values values = possibleValues(host_.plugin(), name);
     std::optional<std::string> now;
     QString refusal;
     {
-        const auto waiting = awaitServer(observer_);
+        const auto waiting = awaitServer(observer_, waitingText());
         const Attempt attempt(host_);
         if (host_.plugin().setValueForAttributeWithName(value, name) != 0) {
-            return setHasFailed(name, "The plugin refused to set " + what + ": " + displayText(attempt.reason()));
+            return setHasFailed(
+                name,
+                Words::tr("The plugin refused to set %1 to %2: %3").arg(shown, wanted, displayText(attempt.reason())));
         }
         routes_.willSet(name, value);
         if (attempt.isAnswered() == false) refusal = " (" + displayText(attempt.reason()) + ")";
         now = read(name);
     }
     // The plugin has handed the value on, which does not mean that the switcher has it.
-    if (!now) return setHasFailed(name, "Setting " + what + " was handed on, but cannot be read back" + refusal + ".");
-    if (!values.areSame(*now, value))
+    if (!now)
         return setHasFailed(
-            name, "Setting " + what + " was handed on, but the device has " + quotedName(*now) + refusal + ".");
-    setOutcome("Set " + what + ".");
+            name, Words::tr("Setting %1 to %2 was handed on, but cannot be read back%3.").arg(shown, wanted, refusal));
+    if (!values.areSame(*now, value))
+        return setHasFailed(name, Words::tr("Setting %1 to %2 was handed on, but the device has %3%4.")
+                                      .arg(shown, wanted, quotedName(*now), refusal));
+    setOutcome(Words::tr("Set %1 to %2.").arg(shown, wanted));
     return true;
 }
 
@@ -290,8 +292,8 @@ void WorkbenchSession::readMore() {
     QElapsedTimer elapsed;
     elapsed.start();
     {
-        std::optional<decltype(awaitServer(observer_))> waiting;
-        if (!isPoll_) waiting.emplace(awaitServer(observer_));
+        std::optional<decltype(awaitServer(observer_, {}))> waiting;
+        if (!isPoll_) waiting.emplace(awaitServer(observer_, waitingText()));
         while (!unread_.empty() && elapsed.elapsed() < kReadingAtATime.count()) {
             read(unread_.front());
             if (!canAsk()) break;
@@ -302,7 +304,6 @@ void WorkbenchSession::readMore() {
     if (!canAsk()) {
         endReading();
     } else if (unread_.empty()) {
-        readAt_ = QTime::currentTime();
         notReached_.clear();
         observer_.sessionHasChanged();
     } else if (readingTime_ > readingLimit_) {
@@ -311,8 +312,8 @@ void WorkbenchSession::readMore() {
         endReading();
         if (isPoll) return;
         setOutcome(
-            QString("The device answers slowly: %1 of the current values were not read. Refresh Values reads them.")
-                .arg(left));
+            Words::tr("The device answers slowly: %n of the current values were not read. Refresh Values reads them.",
+                      nullptr, static_cast<int>(left)));
     } else {
         reading_.start(0);
     }

@@ -2,8 +2,6 @@
 // the switch server, and the reading of current values, which by itself never takes long.
 #pragma once
 
-#include <QElapsedTimer>
-#include <QTime>
 #include <QTimer>
 #include <chrono>
 #include <deque>
@@ -22,6 +20,7 @@
 #include "host/workbench/SessionListener.h"
 #include "host/workbench/Situation.h"
 #include "host/workbench/Standstill.h"
+#include "host/workbench/StandstillTally.h"
 
 namespace velmora {
 
@@ -95,11 +94,13 @@ class WorkbenchSession {
     bool isReading() const { return !unread_.empty(); }
     // Whether there is a device to ask for a value, as far as the plugin tells.
     bool canAsk() const;
+    // Why nothing can be read or set, in words; "" when there is a device to ask.
+    QString obstacle() const;
     // Where the connection stands, in words.
     Situation situation() const;
     // What was edited in the settings since the attributes were built.
     Edits edits() const;
-    // When all values were read last, in words; "" when they never were.
+    // Since when none of the values that can be seen has been read anew, in words; "" when none is known.
     QString age() const;
     AttributesModel& attributes() { return attributes_; }
     // In words; "" before the first one.
@@ -109,9 +110,9 @@ class WorkbenchSession {
     // The same after its time.
     QString timedOutcome() const { return outcome_.isEmpty() ? outcome_ : outcomeTime_ + "  " + outcome_; }
     // How long the window stood still when the plugin last read its labels, in words; "" when it did not.
-    QString costOfConnecting() const;
+    QString costOfConnecting() const { return tally_.costOfConnecting(); }
     // How long the window stood still last, and why; "" before the first time.
-    QString lastStandstill() const { return lastStandstill_; }
+    QString lastStandstill() const { return tally_.text(); }
     void setOutcome(const QString& outcome);
 
   private:
@@ -120,6 +121,7 @@ class WorkbenchSession {
     void forgetOtherServer();
     void beginReading(std::chrono::milliseconds limit, std::chrono::milliseconds delay);
     void poll();
+    std::deque<std::string> seenNames() const;
     void standstillHasEnded(std::chrono::milliseconds time);
     void readMore();
     // None when there was no proper answer.
@@ -145,17 +147,14 @@ class WorkbenchSession {
     QTimer polling_;
     std::function<std::deque<std::string>()> seen_;
     std::deque<std::string> notReached_;  // by the last poll; the next begins with them
-    std::optional<QTime> readAt_;
-    std::optional<std::string> server_;  // that the values are of
+    std::optional<std::string> server_;   // that the values are of
     QString lastNotice_;
-    QElapsedTimer sinceNotice_;  // invalid before the first
     int notices_ = 0;
     QString outcome_;
     QString outcomeTime_;
     bool couldAsk_ = false;  // when that was said
-    QString lastStandstill_;
-    std::optional<std::chrono::milliseconds> rebuildTime_;  // the last one that the window stood still for
-    ConfiguredOutputs built_;                               // what the attributes were built from
+    StandstillTally tally_;
+    ConfiguredOutputs built_;  // what the attributes were built from
 };
 
 }  // namespace velmora

@@ -13,7 +13,10 @@
 #include <QVBoxLayout>
 
 #include "host/workbench/AttributesTable.h"
-#include "host/workbench/Banner.h"
+#include "host/workbench/LinesLabel.h"
+#include "host/workbench/NoticeStrip.h"
+#include "host/workbench/Obstacle.h"
+#include "host/workbench/Words.h"
 #include "host/workbench/grid/GridView.h"
 #include "host/workbench/panel/PanelView.h"
 #include "host/workbench/salvos/SalvosView.h"
@@ -42,11 +45,6 @@ QLabel* newLabel(const char* name) {
     return label;
 }
 
-void say(QLabel& label, const QString& text) {
-    label.setText(text);
-    label.setVisible(!text.isEmpty());
-}
-
 }  // namespace
 
 WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
@@ -57,13 +55,9 @@ WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
       settingsView_(host.plugin().settingsView()),
       connection_(new ConnectionBar),
       age_(newLabel("ageLabel")),
-      armed_(new Banner("armed", "Disarm\u2026", kWaitingSignal, [this] { disarm(); })),
-      edited_(new Banner("edited", "Apply", kWaitingSignal, [this] { apply(); })),
-      hint_(newLabel("hintLabel")),
-      outcome_(newLabel("outcomeLabel")),
-      standstill_(newLabel("standstillLabel")),
+      notices_(new NoticeStrip([this] { disarm(); }, [this] { apply(); })),
+      outcome_(new LinesLabel("outcomeLabel", 1)),
       notice_(newLabel("changeNoticeLabel")),
-      doubts_(newLabel("doubtsLabel")),
       history_(new HistoryPane(session_, [this] { saveHistory(); })),
       sides_(new QSplitter),
       halves_(new QSplitter(Qt::Vertical)),
@@ -78,13 +72,9 @@ WorkbenchWindow::WorkbenchWindow(PluginHost& host, SettingsFile& settingsFile)
     setMinimumSize(kLeastSize);
     rows->setMenuBar(menu_);
     rows->addLayout(makeTopRow());
-    for (QWidget* const line : std::initializer_list<QWidget*>{armed_, edited_, hint_, doubts_}) {
-        rows->addWidget(line);
-    }
+    rows->addWidget(notices_);
     rows->addWidget(makePanes(), 1);
-    // Below, because they come and go with each click: nothing may move under the pointer.
     rows->addWidget(outcome_);
-    rows->addWidget(standstill_);
     menu_->addViews(*views_);
 
     connect(&documentWatch_, &QTimer::timeout, this, &WorkbenchWindow::showDocument);
@@ -132,27 +122,31 @@ QBoxLayout* WorkbenchWindow::makeTopRow() {
     auto* const values = new QHBoxLayout;
     age_->setWordWrap(false);
     values->addWidget(age_);
-    auto* const poll = new QCheckBox("every 2 s");
+    auto* const poll = new QCheckBox(Words::tr("every 2 s"));
     poll->setObjectName("pollBox");
-    poll->setToolTip("Ask the device for what can be seen, while nothing else goes on");
+    showFrame(*poll);
+    poll->setToolTip(Words::tr("Ask the device for what can be seen, while nothing else goes on"));
     connect(poll, &QCheckBox::toggled, menu_->action("pollAction"), &QAction::setChecked);
     connect(menu_->action("pollAction"), &QAction::toggled, poll, &QCheckBox::setChecked);
     values->addWidget(poll);
     topRow_->addLayout(values);
     auto* const buttons = new QHBoxLayout;
-    const auto add = [&](const char* name, const char* text, const char* action, const QString& toolTip) {
+    const auto add = [&](const char* name, const QString& text, const char* action, const QString& toolTip) {
         auto* const button = new QPushButton(text);
         button->setObjectName(name);
-        button->setToolTip(toolTip);
+        button->setWhatsThis(toolTip);
+        showObstacle(*button, {});
         button->setAutoDefault(false);
         connect(button, &QPushButton::clicked, menu_->action(action), &QAction::trigger);
         buttons->addWidget(button);
         return button;
     };
-    startedButtons_ = {add("refreshButton", "Refresh", "refreshAction", "Ask the device for all current values (F5)"),
-                       add("reconnectButton", "Reconnect", "reconnectAction",
-                           "Hand the plugin its settings once more, so that it connects anew (Ctrl+R)")};
-    auto* const settings = add("settingsButton", "Settings", "settingsAction", "The plugin's settings (F4)");
+    refresh_ = add("refreshButton", Words::tr("Refresh"), "refreshAction",
+                   Words::tr("Ask the device for all current values (F5)"));
+    reconnect_ = add("reconnectButton", Words::tr("Reconnect"), "reconnectAction",
+                     Words::tr("Hand the plugin its settings once more, so that it connects anew (Ctrl+R)"));
+    auto* const settings =
+        add("settingsButton", Words::tr("Settings"), "settingsAction", Words::tr("The plugin's settings (F4)"));
     settings->setCheckable(true);
     disconnect(settings, &QPushButton::clicked, nullptr, nullptr);
     connect(settings, &QPushButton::clicked, menu_->action("settingsAction"), &QAction::setChecked);
@@ -178,12 +172,12 @@ QWidget* WorkbenchWindow::makePanes() {
 QWidget* WorkbenchWindow::makeViews() {
     views_ = new QTabWidget;
     views_->setObjectName("views");
-    views_->setAccessibleName("Views");
+    views_->setAccessibleName(Words::tr("Views"));
     views_->setDocumentMode(true);
-    views_->addTab(new PanelView(routing_), "&Panel");
-    views_->addTab(new GridView(routing_), "&Grid");
-    views_->addTab(new SalvosView(routing_), "&Salvos");
-    views_->addTab(makeAttributes(), "As the &host sees it");
+    views_->addTab(new PanelView(routing_), Words::tr("&Panel"));
+    views_->addTab(new GridView(routing_), Words::tr("&Grid"));
+    views_->addTab(new SalvosView(routing_), Words::tr("&Salvos"));
+    views_->addTab(makeAttributes(), Words::tr("As the &host sees it"));
     return views_;
 }
 
@@ -205,7 +199,7 @@ QWidget* WorkbenchWindow::makeAttributes() {
 }
 
 QWidget* WorkbenchWindow::makeSettings() {
-    auto* const pane = new QGroupBox("Plugin settings");
+    auto* const pane = new QGroupBox(Words::tr("Plugin settings"));
     auto* const rows = new QVBoxLayout(pane);
     if (settingsView_ != nullptr) {
         rows->setContentsMargins(0, 0, 0, 0);  // it has margins of its own
@@ -213,7 +207,7 @@ QWidget* WorkbenchWindow::makeSettings() {
         return pane;
     }
     auto* const none = newLabel("noSettingsViewLabel");
-    none->setText("The plugin has no settings view.");
+    none->setText(Words::tr("The plugin has no settings view."));
     rows->addWidget(none);
     return pane;
 }
@@ -221,19 +215,14 @@ QWidget* WorkbenchWindow::makeSettings() {
 // Showing the session.
 
 void WorkbenchWindow::sessionHasChanged() {
-    const bool isStarted = session_.isStarted();
-    menu_->showState(isStarted);
-    for (QPushButton* const button : startedButtons_) {
-        button->setEnabled(isStarted);
-    }
-    say(*outcome_, session_.timedOutcome());
-    say(*standstill_, session_.lastStandstill());
+    menu_->showState(session_.isStarted(), session_.canAsk());
+    showObstacle(*refresh_, session_.obstacle());
+    showObstacle(*reconnect_, session_.isStarted() ? QString() : session_.obstacle());
+    outcome_->say(session_.timedOutcome());
     const QString notice = session_.lastNotice();
-    notice_->setText(notice.isEmpty() ? "No change notice yet" : notice);
-    age_->setText(session_.age());
+    notice_->setText(notice.isEmpty() ? Words::tr("No change notice yet") : notice);
     showSituation();
-    showBanners();
-    showDoubts();
+    showNotices();
     if (session_.canAsk()) return;
     attributesTable_->closeValues();
     // At once, because the plugin may wait for the server before the event loop paints.
@@ -243,41 +232,47 @@ void WorkbenchWindow::sessionHasChanged() {
 void WorkbenchWindow::showSituation() {
     if (awaiting_ > 0) return;
     connection_->show(session_.situation());
-    if (!session_.hasServer()) {
-        say(*hint_,
-            "1. Pick a switch server in the settings (F4), also where one is shown there already.\n"
-            "2. Add the outputs that you want to route.");
-    } else {
-        say(*hint_, session_.hasOutputs() ? QString() : "Add the outputs that you want to route in the settings (F4).");
-    }
 }
 
-void WorkbenchWindow::showBanners() {
-    armed_->say(session_.isArmed()
-                    ? QString("DEFAULTS ARMED: each connection, also after a mere restart of the server, routes all %1 "
-                              "destinations to their defaults. The settings are locked meanwhile.")
-                          .arg(session_.attributes().rowCount())
-                    : QString());
+QString WorkbenchWindow::hintText() const {
+    if (!session_.hasServer())
+        return Words::tr("1. Pick a switch server in the settings (F4), also where one is shown there already.") +
+               '\n' + Words::tr("2. Add the outputs that you want to route.");
+    return session_.hasOutputs() ? QString()
+                                 : Words::tr("Add the outputs that you want to route in the settings (F4).");
+}
+
+QString WorkbenchWindow::armedText() {
+    if (!session_.isArmed()) return {};
+    return Words::tr(
+        "DEFAULTS ARMED: each connection, also after a mere restart of the server, routes all %n destinations to their "
+        "defaults. The settings are locked meanwhile.",
+        nullptr, session_.attributes().rowCount());
+}
+
+QString WorkbenchWindow::editedText(const Edits& edits) {
+    if (edits.count == 0) return {};
+    if (edits.count == 1) return Words::tr("EDITED, NOT APPLIED: %1.").arg(edits.example);
+    return Words::tr("EDITED, NOT APPLIED: %1 (%n outputs in all).", nullptr, static_cast<int>(edits.count))
+        .arg(edits.example);
+}
+
+void WorkbenchWindow::showNotices() {
+    const Edits edits = session_.edits();
+    markEdited(edits);
     // To pick a server there connects, too.
     if (settingsView_ != nullptr) settingsView_->setEnabled(!session_.isArmed());
-    const Edits edits = session_.edits();
-    if (edits.labels != editedLabels_) {
-        editedLabels_ = edits.labels;
-        for (const std::string& name : session_.attributes().names()) {
-            session_.attributes().setMark(name, AttributesModel::edited,
-                                          editedLabels_.contains(session_.displayName(name)));
-        }
-    }
-    if (edits.count == 0) {
-        edited_->say({});
-        return;
-    }
-    const QString more = edits.count > 1 ? QString(" (%1 outputs in all)").arg(edits.count) : QString();
-    edited_->say("EDITED, NOT APPLIED: " + edits.example + more + '.');
+    age_->setText(session_.age());
+    notices_->show({armedText(), editedText(edits), hintText(), document_.doubts(), session_.lastStandstill()});
 }
 
-void WorkbenchWindow::showDoubts() {
-    say(*doubts_, document_.doubts());
+void WorkbenchWindow::markEdited(const Edits& edits) {
+    if (edits.labels == editedLabels_) return;
+    editedLabels_ = edits.labels;
+    for (const std::string& name : session_.attributes().names()) {
+        session_.attributes().setMark(name, AttributesModel::edited,
+                                      editedLabels_.contains(session_.displayName(name)));
+    }
 }
 
 void WorkbenchWindow::serverWillBeAwaited(const QString& what) {
@@ -307,7 +302,9 @@ void WorkbenchWindow::resizeEvent(QResizeEvent* event) {
 void WorkbenchWindow::arrangeForWidth(int width) {
     const bool isNarrow = width < kNarrow;
     sides_->setOrientation(isNarrow ? Qt::Vertical : Qt::Horizontal);
-    topRow_->setDirection(width < kNarrowTopRow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    const bool isNarrowTopRow = width < kNarrowTopRow;
+    topRow_->setDirection(isNarrowTopRow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    outcome_->setLines(isNarrowTopRow ? 2 : 1);
 }
 
 DictionaryReference WorkbenchWindow::arrangement() const {
@@ -327,7 +324,10 @@ void WorkbenchWindow::arrange(const DictionaryReference& arrangement) {
 
 void WorkbenchWindow::reconnect() {
     const QScopedValueRollback asking(isAsking_, true);
-    if (session_.isArmed() && !dialogs_.mayRouteDefaults("Reconnect", session_.attributes().rowCount())) return;
+    if (session_.isArmed() &&
+        !dialogs_.mayRouteDefaults(Words::tr("Reconnect although the plugin is started with defaults?"),
+                                   session_.attributes().rowCount()))
+        return;
     session_.reconnect();
 }
 

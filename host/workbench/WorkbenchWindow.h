@@ -7,7 +7,6 @@
 #include <QWidget>
 #include <set>
 #include <string>
-#include <vector>
 
 #include "host/workbench/ConnectionBar.h"
 #include "host/workbench/HistoryPane.h"
@@ -28,7 +27,8 @@ class QTabWidget;
 namespace velmora {
 
 class AttributesTable;
-class Banner;
+class LinesLabel;
+class NoticeStrip;
 
 // Main thread. Before it closes, it asks what to do with unsaved settings.
 class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer {
@@ -75,8 +75,11 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     void endEditing();
     void arrangeForWidth(int width);
     void showSituation();
-    void showBanners();
-    void showDoubts();
+    void showNotices();
+    QString armedText();
+    static QString editedText(const Edits& edits);
+    QString hintText() const;
+    void markEdited(const Edits& edits);
     // The plugin does not tell about edits in its settings view, so the window looks now and then.
     void showDocument();
 
@@ -89,21 +92,18 @@ class WorkbenchWindow final : public QWidget, private WorkbenchSession::Observer
     WindowMenu* menu_ = nullptr;
     ConnectionBar* connection_ = nullptr;
     QLabel* age_ = nullptr;
-    Banner* armed_ = nullptr;
-    Banner* edited_ = nullptr;
-    QLabel* hint_ = nullptr;
-    QLabel* outcome_ = nullptr;
-    QLabel* standstill_ = nullptr;
+    NoticeStrip* notices_ = nullptr;
+    LinesLabel* outcome_ = nullptr;
     QLabel* notice_ = nullptr;
-    QLabel* doubts_ = nullptr;
     QBoxLayout* topRow_ = nullptr;
     QTabWidget* views_ = nullptr;
     QWidget* drawer_ = nullptr;
     HistoryPane* history_ = nullptr;
     QSplitter* sides_ = nullptr;
     QSplitter* halves_ = nullptr;
-    std::vector<QPushButton*> startedButtons_;  // of use while the plugin is started
-    LogFeed logFeed_;                           // writes to the history pane
+    QPushButton* refresh_ = nullptr;
+    QPushButton* reconnect_ = nullptr;
+    LogFeed logFeed_;  // writes to the history pane
     QTimer documentWatch_;
     std::set<std::string> editedLabels_;  // of attributes that are marked
     QString savedOutcome_;                // what is no longer true once the settings are edited

@@ -3,21 +3,22 @@
 #include <QCoreApplication>
 #include <QScopedValueRollback>
 
+#include "host/workbench/Words.h"
 #include "host/workbench/WorkbenchWindow.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
 
 void WorkbenchWindow::showDocument() {
-    const QString file = document_.path() ? displayText(document_.path()->filename().string()) : "Untitled settings";
+    const QString file =
+        document_.path() ? displayText(document_.path()->filename().string()) : Words::tr("Untitled settings");
     setWindowTitle(QString(file).replace("[*]", "[*][*]") + "[*] \u2013 Velmora Workbench");
     setWindowModified(document_.isUnsaved());
     if (document_.isUnsaved() && !savedOutcome_.isEmpty() && session_.outcome() == savedOutcome_) {
         savedOutcome_.clear();
         session_.setOutcome({});
     }
-    showBanners();
-    showDoubts();
+    showNotices();
 }
 
 // Takes over what is being typed. The plugin's view may object to it, and must do so while there is a window.
@@ -33,7 +34,10 @@ void WorkbenchWindow::endEditing() {
 void WorkbenchWindow::load() {
     const QScopedValueRollback asking(isAsking_, true);
     endEditing();
-    if (session_.isArmed() && !dialogs_.mayRouteDefaults("Load settings", session_.attributes().rowCount())) return;
+    if (session_.isArmed() &&
+        !dialogs_.mayRouteDefaults(Words::tr("Load settings although the plugin is started with defaults?"),
+                                   session_.attributes().rowCount()))
+        return;
     document_.load();
     showDocument();
 }
@@ -51,8 +55,9 @@ void WorkbenchWindow::saveAs() {
 }
 
 void WorkbenchWindow::told(bool isSaved) {
-    session_.setOutcome(isSaved ? "The settings are saved in " + quotedName(document_.path()->filename().string()) + '.'
-                                : "The settings were not saved.");
+    session_.setOutcome(
+        isSaved ? Words::tr("The settings are saved in %1.").arg(quotedName(document_.path()->filename().string()))
+                : Words::tr("The settings were not saved."));
     savedOutcome_ = session_.outcome();
     showDocument();
 }

@@ -22,8 +22,12 @@ constexpr qsizetype kShownOfText = 40;
 
 }  // namespace
 
-ChoicePopUp::ChoicePopUp(QWidget* parent)
-    : QFrame(parent, Qt::Popup), find_(new QLineEdit(this)), list_(new QListView(this)), remark_(new QLabel(list_)) {
+ChoicePopUp::ChoicePopUp(QWidget* parent, const Texts& texts)
+    : QFrame(parent, Qt::Popup),
+      texts_(texts),
+      find_(new QLineEdit(this)),
+      list_(new QListView(this)),
+      remark_(new QLabel(list_)) {
     setFrameStyle(QFrame::StyledPanel | QFrame::Plain);
     auto* const rows = new QVBoxLayout(this);
     rows->setContentsMargins(2, 2, 2, 2);
@@ -31,8 +35,8 @@ ChoicePopUp::ChoicePopUp(QWidget* parent)
     rows->addWidget(find_);
     rows->addWidget(list_);
 
-    find_->setPlaceholderText("Type to find");
-    find_->setAccessibleName("Find");
+    find_->setPlaceholderText(texts.find);
+    find_->setAccessibleName(texts.findName);
     find_->installEventFilter(this);
     remark_->setObjectName("remark");
     remark_->setTextFormat(Qt::PlainText);
@@ -45,7 +49,7 @@ ChoicePopUp::ChoicePopUp(QWidget* parent)
 
     matches_.setSourceModel(&titles_);
     list_->setModel(&matches_);
-    list_->setAccessibleName("Choices");
+    list_->setAccessibleName(texts.choicesName);
     list_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     list_->setFocusPolicy(Qt::NoFocus);  // the field has the keys and hands on those that move in the list
     list_->setUniformItemSizes(true);
@@ -116,9 +120,9 @@ void ChoicePopUp::find(const QString& text) {
     makeCurrent(titleMeantBy(text.trimmed()));
     if (list_->currentIndex().isValid()) return;
     if (isNumber) {
-        showRemark("There is no " + shown.trimmed() + ".");
+        showRemark(texts_.noNumber.arg(shown.trimmed()));
     } else if (matches_.rowCount() == 0) {
-        showRemark("Nothing here contains \"" + shown + "\".");
+        showRemark(texts_.noMatch.arg(shown));
     } else {
         list_->setCurrentIndex(matches_.index(0, 0));
     }

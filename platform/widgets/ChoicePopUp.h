@@ -19,7 +19,17 @@ namespace velmora {
 // without a choice.
 class ChoicePopUp : public QFrame {
   public:
-    explicit ChoicePopUp(QWidget* parent);
+    // What it says; "%1" is what was typed.
+    struct Texts {
+        QString find = "Type to find";
+        QString findName = "Find";
+        QString choicesName = "Choices";
+        QString noNumber = "There is no %1.";
+        QString noMatch = "Nothing here contains \"%1\".";
+    };
+
+    explicit ChoicePopUp(QWidget* parent) : ChoicePopUp(parent, Texts()) {}
+    ChoicePopUp(QWidget* parent, const Texts& texts);
 
     // Opens at a cell (a rectangle of the screen) on the title with the index `current` or, for an index without a
     // title, on none. Once a title is chosen and the window is closed, `choose` is called with its index. Indexes count
@@ -52,6 +62,7 @@ class ChoicePopUp : public QFrame {
     void showRemark(const QString& remark);
     void choose(const QModelIndex& match);
 
+    const Texts texts_;
     QLineEdit* const find_;
     QListView* const list_;
     QLabel* const remark_;  // why there is nothing to choose, over the list's last rows

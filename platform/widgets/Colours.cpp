@@ -1,6 +1,6 @@
 #include "platform/widgets/Colours.h"
 
-#include <QWidget>
+#include <QAbstractButton>
 #include <algorithm>
 #include <cmath>
 
@@ -44,6 +44,38 @@ double contrastBetween(const QColor& one, const QColor& other) {
 
 QColor dimmedText(const QPalette& palette) {
     return dimmed(palette.color(QPalette::Text), palette.color(QPalette::Base));
+}
+
+QColor frameColour(const QPalette& palette) {
+    constexpr int kStep = 5;
+    const QColor text = palette.color(QPalette::WindowText);
+    const QColor window = palette.color(QPalette::Window);
+    for (int percent = kStep; percent < 100; percent += kStep) {
+        const QColor colour = mixed(text, window, percent / 100.0);
+        if (contrastBetween(colour, window) >= kVisibleContrast &&
+            contrastBetween(colour, palette.color(QPalette::Base)) >= kVisibleContrast)
+            return colour;
+    }
+    return text;
+}
+
+// Qt's usual style makes the frame from the colour of the window, darker by so much. A button does not paint the window
+// itself, so it can have another colour there.
+void showFrame(QAbstractButton& button) {
+    constexpr int kStep = 5;
+    constexpr int kRadioButton = 150;  // per cent
+    constexpr int kCheckBox = 127;
+    QPalette palette = button.palette();
+    const QColor window = palette.color(QPalette::Window);
+    // More than enough, because a round frame is painted with paler edges.
+    const auto isSeen = [&window](const QColor& frame) { return contrastBetween(frame, window) >= kReadableContrast; };
+    QColor colour = window;
+    for (int percent = 0; percent < 100 && !(isSeen(colour.darker(kRadioButton)) && isSeen(colour.darker(kCheckBox)));
+         percent += kStep) {
+        colour = mixed(palette.color(QPalette::WindowText), window, percent / 100.0);
+    }
+    palette.setColor(QPalette::Window, colour);
+    button.setPalette(palette);
 }
 
 void paintWith(QWidget& widget, const Signal& signal) {

@@ -5,6 +5,7 @@
 #include <QColor>
 #include <QPalette>
 
+class QAbstractButton;
 class QWidget;
 
 namespace velmora {
@@ -17,6 +18,13 @@ double contrastBetween(const QColor& one, const QColor& other);
 // The palette's text on its base, less prominent but readable. The palette's own colour for placeholders is not: many
 // themes leave that of another palette.
 QColor dimmedText(const QPalette& palette);
+
+// The least contrast between the frame of a control and what is around it.
+inline constexpr double kVisibleContrast = 3;
+// A frame that is to be seen on the palette's window and base.
+QColor frameColour(const QPalette& palette);
+// Makes the style draw the frame of a check box or radio button so; some themes leave it all but invisible.
+void showFrame(QAbstractButton& button);
 
 // Text on a coloured ground, the same on every palette.
 struct Signal {

@@ -88,11 +88,25 @@ TEST_F(Salvos, areTakenFiredAndKeptAsFiles) {
     press("fireButton");
     EXPECT_TRUE(saysInTheEnd("Salvo: 1 of 2 followed, not 10 Stray.")) << outcome();
     EXPECT_EQ(switcher.matrix.routedInput(1), 5) << "set all the same, by its number";
+    ASSERT_TRUE(replaceFile(path("renamed.salvo"), "1=0006 Old name\n"));
+    view().load(path("renamed.salvo"));
+    for (const auto answer : {QMessageBox::Cancel, QMessageBox::Yes}) {
+        EXPECT_EQ(switcher.matrix.routedInput(1), 5) << "the salvo means input 6, but calls it otherwise";
+        QTimer::singleShot(0, window.get(), [answer] {
+            auto* const question = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            ASSERT_NE(question, nullptr);
+            EXPECT_TRUE(
+                question->informativeText().endsWith("1 Programme: \"0006 Old name\" is called \"0006 Input 6\" now"));
+            question->button(answer)->click();
+        });
+        press("fireButton");
+    }
+    EXPECT_TRUE(saysInTheEnd("Salvo: 1 of 1 followed.") && switcher.matrix.routedInput(1) == 6) << outcome();
     ASSERT_TRUE(replaceFile(path("twice.salvo"), "1=4\nProgramme=6\n"));
     view().load(path("twice.salvo"));
     press("fireButton");
     EXPECT_TRUE(outcome().find("1 Programme is to be set twice") != std::string::npos) << outcome();
-    EXPECT_EQ(switcher.matrix.routedInput(1), 5);
+    EXPECT_EQ(switcher.matrix.routedInput(1), 6);
     ASSERT_TRUE(replaceFile(path("wrong.salvo"), "Velmora Switch Output 5=4\n"));
     view().load(path("wrong.salvo"));
     EXPECT_TRUE(outcome().find("line 1: there is no attribute") != std::string::npos) << outcome();

@@ -124,6 +124,37 @@ TEST_F(Panel, locksExchangesAndGoesBack) {
     EXPECT_TRUE(runMainLoopUntil([&] { return !(marks("Programme") & AttributesModel::changedElsewhere); })) << "once";
 }
 
+TEST_F(Panel, staysAsItIsWhenThereIsSomethingToSay) {
+    const auto places = [this] {
+        std::vector<QRect> rects;
+        for (const char* const of : {"destinationList", "sourceList", "takeButton", "historyPane"}) {
+            const auto* const widget = visible<QWidget>(of);
+            rects.emplace_back(widget->mapTo(window.get(), QPoint()), widget->size());
+        }
+        return rects;
+    };
+    choose("destinationList", 2);
+    const auto before = places();
+    session().setOutcome(QString("What came of it. ").repeated(40));
+    type("sourceList", "nobody");
+    const auto settings = session().settings();
+    valueForKey(settings, "configuredOutputs")->array()->front().dictionary()->insert_or_assign("label", "Renamed");
+    EXPECT_TRUE(runMainLoopUntil([&] { return window->findChild<QWidget*>("editedBanner")->isVisible(); }));
+    EXPECT_EQ(places(), before);
+    type("sourceList", "\x1B");
+    switcher.server = nullptr;
+    EXPECT_TRUE(runMainLoopUntil([&] { return !visible<QWidget>("lockButton")->isEnabled(); }));
+    EXPECT_EQ(visible<QWidget>("lockButton")->toolTip(), "There is no connection.");
+    for (const char* const button : {"exchangeButton", "takeButton", "refreshButton"}) {
+        EXPECT_TRUE(runMainLoopUntil([&] { return !visible<QWidget>(button)->isEnabled(); })) << button;
+    }
+    const QString notice = session().lastNotice();
+    switcher.stop();  // withdrawn, so the plugin builds its attributes without labels
+    EXPECT_TRUE(runMainLoopUntil([&] { return session().lastNotice() != notice; }));
+    EXPECT_EQ(tile("sourceList", 2).data(AttributesModel::labelRole), QVariant("Camera 20")) << "the last known label";
+    EXPECT_EQ(places(), before);
+}
+
 TEST_F(Panel, routesWhatHasNoNumbers) {
     window = nullptr;
     EXPECT_TRUE(host.unload());

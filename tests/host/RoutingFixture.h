@@ -14,6 +14,7 @@
 #include <QTemporaryDir>
 #include <QtTest/QTest>
 
+#include "host/workbench/Translation.h"
 #include "host/workbench/WorkbenchWindow.h"
 #include "platform/foundation/PropertyListXML.h"
 #include "tests/plugin/Settings.h"
@@ -77,6 +78,7 @@ class RoutingFixture : public testing::Test {
     }
 
     const std::string name = "Views " + std::to_string(QCoreApplication::applicationPid());
+    const Translation english{QLocale::c()};
     const QTemporaryDir folder;
     VirtualSwitch switcher{name, 16, 4};
     SettingsFile file{path("settings.plist")};

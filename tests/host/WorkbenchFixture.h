@@ -13,6 +13,7 @@
 #include <QTemporaryDir>
 #include <QtTest/QTest>
 
+#include "host/workbench/Translation.h"
 #include "host/workbench/WorkbenchWindow.h"
 #include "platform/foundation/PropertyListXML.h"
 #include "tests/plugin/Settings.h"
@@ -137,6 +138,7 @@ class Workbench : public testing::Test, protected SettingsDocument::Person {
     void hearOfFailure(const Failure& failure) override { error = failure.reason; }
 
     const std::string name = "<b>Bench</b> " + std::to_string(QCoreApplication::applicationPid());
+    const Translation english{QLocale::c()};
     const QTemporaryDir folder;
     VirtualSwitch switcher{name, 1152, 2};
     std::string error;

@@ -1,5 +1,7 @@
 // The workbench: that it says what is, and lets nothing happen by mistake.
+#include <QCheckBox>
 #include <QDeadlineTimer>
+#include <QRadioButton>
 #include <QThread>
 
 #include "host/workbench/Edits.h"
@@ -70,13 +72,14 @@ TEST_F(Workbench, discardsWhatWasDoneWhileItStoodStill) {
             QThread::yieldCurrentThread();
         }
     };
+    const std::string before = text("standstillLabel");
     standStill(QDeadlineTimer(700));
     QTest::mouseClick(add, Qt::LeftButton);  // handed on now, made before
     QTest::keyClick(add, Qt::Key_Space);
     EXPECT_EQ(window->session().attributes().rowCount(), 2);
     standStill(QDeadlineTimer(600));
-    EXPECT_TRUE(
-        runMainLoopUntil([&] { return text("standstillLabel").find("stood still for 1.") != std::string::npos; }));
+    EXPECT_TRUE(runMainLoopUntil([&] { return text("standstillLabel") != before; }));
+    EXPECT_NE(text("standstillLabel").find("The window stood still"), std::string::npos);
     click("addSegment");
     EXPECT_EQ(window->session().attributes().rowCount(), 3);
 }
@@ -114,15 +117,64 @@ TEST_F(Workbench, tellsWhoChangedARouteAndWhen) {
     EXPECT_NE(csv.find(",\"'=cmd()\",\"'-1\",\"say \"\"hi\"\"\",\"by others\"\r\n"), std::string::npos) << csv;
 }
 
+TEST_F(Workbench, tellsTheAgeOfWhatIsSeenAndAllStandstills) {
+    WorkbenchSession& session = window->session();
+    EXPECT_TRUE(currentComesTo(1, "0002 Input 2"));
+    const QString first = session.age();
+    std::deque<std::string> seen{"Velmora Switch Output 1"};
+    session.setSeen([&seen] { return seen; });
+    choose("pollAction");
+    EXPECT_TRUE(runMainLoopUntil([&] { return session.age() != first; }));
+    seen.push_back("Velmora Switch Output 2");
+    EXPECT_EQ(session.age(), first) << "it was not read when the other was";
+    session.setSeen(nullptr);
+
+    StandstillTally tally;
+    const Date start{};
+    const auto add = [&](std::chrono::seconds end, bool areLabelsRead) {
+        if (areLabelsRead) tally.labelsWereRead(start + end);
+        tally.standstillHasEnded(start + end, std::chrono::seconds(2));
+        return tally.text().section("  ", 1).toStdString() + tally.costOfConnecting().toStdString();
+    };
+    const std::string rest = " Clicks and keys of that time were discarded.";
+    using namespace std::chrono_literals;
+    EXPECT_EQ(add(10s, false), "The window stood still for 2.0 s." + rest) << "there was no last time";
+    EXPECT_EQ(add(100s, true), "The window stood still for 2.0 s while the plugin read its labels." + rest +
+                                   "Reading the labels took 2.0 s last time.");
+    EXPECT_EQ(add(103s, true), "The window stood still 2 times, for 4.0 s in all, while the plugin read its labels." +
+                                   rest + "Reading the labels took 4.0 s last time.");
+}
+
 TEST_F(Workbench, isReadableOnLightAndDark) {
     QPalette light, dark;
     for (const auto& [palette, text, ground] : {std::tuple{&light, Qt::black, Qt::white},
                                                 {&dark, Qt::white, Qt::black},
                                                 {&dark, Qt::lightGray, Qt::darkGray}}) {
-        palette->setColor(QPalette::Text, text);
-        palette->setColor(QPalette::Base, ground);
+        for (const auto role : {QPalette::Text, QPalette::WindowText}) {
+            palette->setColor(role, text);
+        }
+        for (const auto role : {QPalette::Base, QPalette::Window}) {
+            palette->setColor(role, ground);
+        }
         const double most = std::min(kReadableContrast, contrastBetween(text, ground));
         EXPECT_GE(contrastBetween(dimmedText(*palette), ground), most);
+        if (most < kReadableContrast) continue;
+        EXPECT_GE(contrastBetween(frameColour(*palette), ground), kVisibleContrast);
+        QRadioButton radio;
+        QCheckBox box;
+        for (QAbstractButton* const button : std::initializer_list<QAbstractButton*>{&radio, &box}) {
+            button->setPalette(*palette);
+            showFrame(*button);
+            QImage image(20, 20, QImage::Format_RGB32);
+            image.fill(ground);
+            button->render(&image, {}, {}, QWidget::DrawChildren);
+            double contrast = 0;
+            for (int x = 0; x < image.width(); ++x) {
+                contrast =
+                    std::max(contrast, contrastBetween(image.pixelColor(x, button->sizeHint().height() / 2), ground));
+            }
+            EXPECT_GE(contrast, kVisibleContrast);
+        }
     }
     EXPECT_NE(dimmedText(light), QColor(Qt::black));
     for (const Signal& signal : {kGoodSignal, kWaitingSignal, kBadSignal, kOffSignal}) {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "host/workbench/NumberedText.h"
+#include "host/workbench/Words.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -148,7 +149,7 @@ int CrosspointModel::columnCount(const QModelIndex& parent) const {
 QString CrosspointModel::sourceText(int column) const {
     const auto place = static_cast<std::size_t>(columns_[static_cast<std::size_t>(column)]);
     const auto number = sources_.numberAt(place);
-    return numberedText(number ? QString::number(*number) : QString(), displayText(sources_.labelAt(place)));
+    return numberedText(number ? QString::number(*number) : QString(), shownLabel(sources_, place));
 }
 
 QString CrosspointModel::destinationText(int row) const {
@@ -163,7 +164,8 @@ QVariant CrosspointModel::data(const QModelIndex& index, int role) const {
     if (role == Qt::ToolTipRole) return toolTipOf(text);
     if (role != Qt::AccessibleTextRole) return {};
     const int cell = cellAt(index.row(), index.column());
-    return text + (cell & routed ? ", routed" : cell & preset ? ", waits for TAKE" : "");
+    if (cell & routed) return text + ", " + Words::tr("routed");
+    return cell & preset ? text + ", " + Words::tr("waits for TAKE") : text;
 }
 
 QVariant CrosspointModel::headerData(int section, Qt::Orientation orientation, int role) const {
@@ -177,7 +179,7 @@ QVariant CrosspointModel::headerData(int section, Qt::Orientation orientation, i
     // In front, because the end is the first to be elided.
     const int marks = marksAtRow(section);
     if (marks & AttributesModel::differsFromDefault) text.prepend("\u2260 ");
-    if (marks & AttributesModel::locked) text.prepend("[locked] ");
+    if (marks & AttributesModel::locked) text.prepend('[' + Words::tr("locked") + "] ");
     if (marks & AttributesModel::failed) text.prepend("\u2717 ");
     if (marks & AttributesModel::notKnown) text.prepend("? ");
     return text;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/workbench/Words.h"
 #include "host/workbench/panel/Tints.h"
 
 namespace velmora {
@@ -105,7 +106,7 @@ CrosspointTable::CrosspointTable(CrosspointModel& model, Choose choose)
     setModel(&model);
     setItemDelegate(new DotDelegate(model, *this, this));
     setObjectName("crosspointTable");
-    setAccessibleName("Crosspoints");
+    setAccessibleName(Words::tr("Crosspoints"));
     setSelectionMode(QAbstractItemView::NoSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setTabKeyNavigation(false);  // Tab leaves the table

@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QLineEdit>
 
+#include "host/workbench/Words.h"
 #include "host/workbench/grid/CrosspointTable.h"
 #include "host/workbench/panel/ControlBar.h"
 
@@ -15,14 +16,14 @@ GridView::GridView(RoutingState& state) : model_(state.attributes()) {
     const auto add = [&](const char* objectName, const QString& what, void (CrosspointModel::*look)(const QString&)) {
         auto* const field = new QLineEdit;
         field->setObjectName(objectName);
-        field->setPlaceholderText("Find " + what);
-        field->setAccessibleName("Find " + what);
+        field->setPlaceholderText(what);
+        field->setAccessibleName(what);
         field->setClearButtonEnabled(true);
         connect(field, &QLineEdit::textChanged, &model_, [this, look](const QString& text) { (model_.*look)(text); });
         fields->addWidget(field);
     };
-    add("gridDestinationField", "destinations", &CrosspointModel::findDestinations);
-    add("gridSourceField", "sources", &CrosspointModel::findSources);
+    add("gridDestinationField", Words::tr("Find destinations"), &CrosspointModel::findDestinations);
+    add("gridSourceField", Words::tr("Find sources"), &CrosspointModel::findSources);
 
     auto* const table = new CrosspointTable(model_, [&state](const SalvoStep& step) { state.choose(step); });
     // A destination without a source, for what the bar does with it.
@@ -35,9 +36,10 @@ GridView::GridView(RoutingState& state) : model_(state.attributes()) {
     const auto follow = [this, &state, selected] {
         model_.setWaiting(state.waiting());
         const QString title = state.titleOf(state.destination());
-        selected->setText(title.isEmpty()        ? QString("Click a crosspoint, or the name of a destination")
-                          : state.isExchanging() ? "Click the name of the destination to exchange with " + title
-                                                 : "Selected: " + title);
+        selected->setText(title.isEmpty() ? Words::tr("Click a crosspoint, or the name of a destination")
+                          : state.isExchanging()
+                              ? Words::tr("Click the name of the destination to exchange with %1").arg(title)
+                              : Words::tr("Selected: %1").arg(title));
     };
     state.observe(follow);
     follow();

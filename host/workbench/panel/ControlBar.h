@@ -24,7 +24,8 @@ class ControlBar final : public QWidget {
     void resizeEvent(QResizeEvent* event) override;
 
   private:
-    QPushButton* add(const char* name, const QString& toolTip, const std::function<void()>& action);
+    QPushButton* add(const char* name, const QString& text, const QString& toolTip,
+                     const std::function<void()>& action);
     void followState();
     void showPrevious();
     void askForDefaults();

@@ -13,6 +13,7 @@
 
 #include "host/workbench/AttributesModel.h"
 #include "host/workbench/NumberedText.h"
+#include "host/workbench/Words.h"
 
 namespace velmora {
 
@@ -25,16 +26,16 @@ constexpr int kRowWidthInCharacters = 60;
 
 }  // namespace
 
-FindPane::FindPane(const QString& name, QAbstractItemModel& model, int mostTiles, TileDelegate::TileOf tileOf,
+FindPane::FindPane(const Texts& texts, QAbstractItemModel& model, int mostTiles, TileDelegate::TileOf tileOf,
                    Choose choose)
-    : name_(name),
+    : texts_(texts),
       mostTiles_(mostTiles),
       choose_(std::move(choose)),
       matches_(model),
       title_(new QLabel),
       field_(new QLineEdit),
       list_(new QListView),
-      hint_(new QLabel),
+      hint_(new QLabel(list_)),
       delegate_(new TileDelegate(
           [this, tileOf = std::move(tileOf)](const QModelIndex& match, const Tints& tints) {
               Tile tile = tileOf(matches_.mapToSource(match), tints);
@@ -44,27 +45,29 @@ FindPane::FindPane(const QString& name, QAbstractItemModel& model, int mostTiles
           this)) {
     auto* const rows = new QVBoxLayout(this);
     rows->setContentsMargins(4, 4, 4, 4);
-    for (QWidget* const widget : {static_cast<QWidget*>(title_), static_cast<QWidget*>(field_),
-                                  static_cast<QWidget*>(list_), static_cast<QWidget*>(hint_)}) {
+    for (QWidget* const widget :
+         {static_cast<QWidget*>(title_), static_cast<QWidget*>(field_), static_cast<QWidget*>(list_)}) {
         rows->addWidget(widget);
     }
     QFont bold = font();
     bold.setBold(true);
     title_->setFont(bold);
-    for (QLabel* const label : {title_, hint_}) {
-        label->setTextFormat(Qt::PlainText);
-        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    }
+    title_->setTextFormat(Qt::PlainText);
+    title_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    hint_->setTextFormat(Qt::PlainText);
+    hint_->setWordWrap(true);
+    hint_->setMargin(4);
+    paintWith(*hint_, kWaitingSignal);
     hint_->hide();
-    field_->setPlaceholderText("Type a number or a name");
-    field_->setAccessibleName("Find a " + name);
+    field_->setPlaceholderText(Words::tr("Type a number or a name"));
+    field_->setAccessibleName(texts.find);
     field_->setClearButtonEnabled(true);
     field_->installEventFilter(this);
     setFocusProxy(field_);
     connect(field_, &QLineEdit::textChanged, this, &FindPane::find);
 
-    list_->setObjectName(name + "List");
-    list_->setAccessibleName(name + " tiles");
+    list_->setObjectName(texts.listName);
+    list_->setAccessibleName(texts.tiles);
     list_->setModel(&matches_);
     list_->setItemDelegate(delegate_);
     list_->setSelectionMode(QAbstractItemView::NoSelection);
@@ -129,17 +132,28 @@ void FindPane::find(const QString& text) {
         if (match.isValid()) {
             moveFrame(match);
         } else {
-            hint = QString("There is no %1 %2.").arg(name_, text.trimmed());
+            hint = texts_.noNumber.arg(text.trimmed());
         }
     } else if (!text.trimmed().isEmpty()) {
         const QModelIndex only = matches_.rowCount() == 1 ? matches_.index(0, 0) : rowWithLabel(text.trimmed());
         moveFrame(only);
-        if (matches_.rowCount() == 0) hint = QString("No %1 contains \"%2\".").arg(name_, text.trimmed());
+        if (matches_.rowCount() == 0) hint = texts_.noMatch.arg(text.trimmed());
         if (matches_.rowCount() > 1 && !only.isValid())
-            hint = QString("%1 match: type more, or choose by the arrow keys.").arg(matches_.rowCount());
+            hint = Words::tr("%n match: type more, or choose by the arrow keys.", nullptr, matches_.rowCount());
     }
+    showHint(hint);
+}
+
+void FindPane::showHint(const QString& hint) {
     hint_->setText(hint);
     hint_->setVisible(!hint.isEmpty());
+    placeHint();
+}
+
+void FindPane::placeHint() {
+    const int width = list_->viewport()->width();
+    const int height = hint_->heightForWidth(width);
+    hint_->setGeometry(0, list_->height() - height, width, height);
 }
 
 QModelIndex FindPane::rowWithLabel(const QString& label) const {
@@ -190,6 +204,7 @@ void FindPane::followResize(const QSize& old) {
     const QRect tile = list_->visualRect(list_->currentIndex());
     const bool wasSeen = tile.isValid() && tile.top() >= 0 && tile.bottom() <= old.height();
     arrange();
+    placeHint();
     if (wasSeen) QTimer::singleShot(0, list_, [this] { list_->scrollTo(list_->currentIndex()); });
 }
 

@@ -21,8 +21,13 @@ class FindPane final : public QWidget {
     // With an index of the model that was handed over.
     using Choose = std::function<void(const QModelIndex& index)>;
 
-    // The model is not owned and outlives the pane. The name is that of one tile, in lower case.
-    FindPane(const QString& name, QAbstractItemModel& model, int mostTiles, TileDelegate::TileOf tileOf, Choose choose);
+    // For the list's object name, and for a person; %1 is what was typed.
+    struct Texts {
+        QString listName, find, tiles, noNumber, noMatch;
+    };
+
+    // The model is not owned and outlives the pane.
+    FindPane(const Texts& texts, QAbstractItemModel& model, int mostTiles, TileDelegate::TileOf tileOf, Choose choose);
 
     // Sorted by number; otherwise they stand in the model's order.
     void sortByNumber();
@@ -38,6 +43,9 @@ class FindPane final : public QWidget {
     void chooseByEnter();
     void choose(const QModelIndex& match);
     void find(const QString& text);
+    // Over the last tiles, so that nothing moves under the pointer; "" for none.
+    void showHint(const QString& hint);
+    void placeHint();
     // The only one; invalid where there is none, or more.
     QModelIndex rowWithLabel(const QString& label) const;
     void moveFrame(const QModelIndex& match);
@@ -45,7 +53,7 @@ class FindPane final : public QWidget {
     void followResize(const QSize& old);
     int widthOfTiles() const;
 
-    const QString name_;
+    const Texts texts_;
     const int mostTiles_;
     const Choose choose_;
     FindModel matches_;

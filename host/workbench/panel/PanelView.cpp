@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "host/workbench/NumberedText.h"
+#include "host/workbench/Words.h"
 #include "host/workbench/panel/ControlBar.h"
 #include "host/workbench/panel/FindPane.h"
 #include "platform/widgets/DisplayText.h"
@@ -25,12 +26,16 @@ PanelView::PanelView(RoutingState& state)
       sourcesModel_(state),
       sides_(new QSplitter),
       destinations_(new FindPane(
-          "destination", state.attributes(), std::numeric_limits<int>::max(),
+          FindPane::Texts{"destinationList", Words::tr("Find a destination"), Words::tr("Destinations"),
+                          Words::tr("There is no destination %1."), Words::tr("No destination contains \"%1\".")},
+          state.attributes(), std::numeric_limits<int>::max(),
           [this](const QModelIndex& index, const Tints& tints) { return destinationTile(index, tints); },
           [this](const QModelIndex& index) { chooseDestination(index); })),
-      sources_(
-          new FindPane("source", sourcesModel_, kMostSourceTiles, &PanelView::sourceTile,
-                       [this](const QModelIndex& index) { state_.choose(sourcesModel_.valueAtRow(index.row())); })) {
+      sources_(new FindPane({"sourceList", Words::tr("Find a source"), Words::tr("Sources"),
+                             Words::tr("There is no source %1."), Words::tr("No source contains \"%1\".")},
+                            sourcesModel_, kMostSourceTiles, &PanelView::sourceTile, [this](const QModelIndex& index) {
+                                state_.choose(sourcesModel_.valueAtRow(index.row()));
+                            })) {
     destinations_->sortByNumber();
     sides_->addWidget(destinations_);
     sides_->addWidget(sources_);
@@ -63,8 +68,8 @@ Tile PanelView::destinationTile(const QModelIndex& index, const Tints& tints) co
                  : name == state_.destination()    ? Tile::Frame::selected
                  : marks & AttributesModel::failed ? Tile::Frame::failed
                                                    : Tile::Frame::thin;
-    if (marks & AttributesModel::failed) tile.signs.push_back({"\u2717 failed", tints.failure()});
-    if (marks & AttributesModel::locked) tile.signs.push_back({"locked", tints.warning()});
+    if (marks & AttributesModel::failed) tile.signs.push_back({"\u2717 " + Words::tr("failed"), tints.failure()});
+    if (marks & AttributesModel::locked) tile.signs.push_back({Words::tr("locked"), tints.warning()});
     if (marks & AttributesModel::edited) tile.signs.push_back({"\u270E", tints.warning()});
     if (marks & AttributesModel::differsFromDefault) tile.signs.push_back({"\u2260", tints.warning()});
     if (marks & AttributesModel::notKnown) tile.signs.push_back({"?", tints.dimmed()});
@@ -80,18 +85,18 @@ Tile PanelView::sourceTile(const QModelIndex& index, const Tints& tints) {
     tile.isDotted = marks & SourcesModel::elsewhere;
     if (marks & SourcesModel::waiting) {
         tile.frame = Tile::Frame::waiting;
-        tile.signs.push_back({"preset", tints.warning()});
+        tile.signs.push_back({Words::tr("preset"), tints.warning()});
     }
     return tile;
 }
 
 void PanelView::followState() {
     const std::string& destination = state_.destination();
-    destinations_->setTitle(state_.isExchanging()
-                                ? "Choose the destination to exchange with " + state_.titleOf(destination)
-                                : QString("Destinations"));
-    sources_->setTitle(destination.empty() ? QString("Select a destination to see its sources")
-                                           : "Sources for " + state_.titleOf(destination));
+    destinations_->setTitle(
+        state_.isExchanging() ? Words::tr("Choose the destination to exchange with %1").arg(state_.titleOf(destination))
+                              : Words::tr("Destinations"));
+    sources_->setTitle(destination.empty() ? Words::tr("Select a destination to see its sources")
+                                           : Words::tr("Sources for %1").arg(state_.titleOf(destination)));
     for (const FindPane* const pane : {destinations_, sources_}) {
         pane->list().viewport()->update();
     }

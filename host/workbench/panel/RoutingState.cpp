@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "host/workbench/NumberedText.h"
+#include "host/workbench/Words.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -76,15 +77,16 @@ bool RoutingState::isLocked(const std::string& destination) const {
 
 void RoutingState::setLocked(const std::string& destination, bool isLocked) {
     attributes().setMark(destination, AttributesModel::locked, isLocked);
-    session_.setOutcome(isLocked ? titleOf(destination) + " is locked in this window; other panels can still route."
-                                 : titleOf(destination) + " is no longer locked.");
+    session_.setOutcome(
+        isLocked ? Words::tr("%1 is locked in this window; other panels can still route.").arg(titleOf(destination))
+                 : Words::tr("%1 is no longer locked.").arg(titleOf(destination)));
     tell();
 }
 
 void RoutingState::route(const std::string& destination, const std::string& source) {
     if (isLocked(destination)) {
-        session_.setOutcome("Did not route " + titleOf(destination) +
-                            ": it is locked in this window; other panels can still route.");
+        session_.setOutcome(Words::tr("Did not route %1: it is locked in this window; other panels can still route.")
+                                .arg(titleOf(destination)));
         return;
     }
     session_.setLater(destination, source);
@@ -144,8 +146,9 @@ std::optional<std::string> RoutingState::sourceOf(const std::string& other, cons
 
 void RoutingState::exchange(const std::string& with) {
     if (isLocked(destination_) || isLocked(with)) {
-        session_.setOutcome("Did not exchange " + titleOf(destination_) + " and " + titleOf(with) + ": " +
-                            titleOf(isLocked(with) ? with : destination_) + " is locked in this window.");
+        session_.setOutcome(
+            Words::tr("Did not exchange %1 and %2: %3 is locked in this window.")
+                .arg(titleOf(destination_), titleOf(with), titleOf(isLocked(with) ? with : destination_)));
         return;
     }
     // After the click has been drawn.
@@ -159,11 +162,12 @@ void RoutingState::exchangeNow(const std::string& destination, const std::string
     const auto ours = sourceOf(with, destination);
     const auto theirs = sourceOf(destination, with);
     if (!areKnown || !ours || !theirs) {
-        session_.setOutcome("Did not exchange " + titleOf(destination) + " and " + titleOf(with) +
-                            ": it is not known what they have, or the other cannot have it.");
+        session_.setOutcome(
+            Words::tr("Did not exchange %1 and %2: it is not known what they have, or the other cannot have it.")
+                .arg(titleOf(destination), titleOf(with)));
     } else if (session_.setNow(destination, *ours) && !session_.setNow(with, *theirs)) {
-        session_.setOutcome("Half an exchange: " + titleOf(destination) + " has the source of " + titleOf(with) +
-                            ", which did not follow. " + session_.outcome());
+        session_.setOutcome(Words::tr("Half an exchange: %1 has the source of %2, which did not follow. %3")
+                                .arg(titleOf(destination), titleOf(with), session_.outcome()));
     }
 }
 

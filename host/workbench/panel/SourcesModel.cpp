@@ -2,6 +2,8 @@
 
 #include <QStringList>
 
+#include "host/workbench/NumberedText.h"
+#include "host/workbench/Words.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -57,10 +59,10 @@ QString SourcesModel::whereIs(int row) const {
         const auto place = attributes.placeOfCurrentValueAtRow(*attributes.rowOfName(name), values_);
         if (place && static_cast<int>(*place) == row) names << state_.titleOf(name).toHtmlEscaped();
     }
-    if (names.isEmpty()) return "On no destination, as far as is known";
+    if (names.isEmpty()) return Words::tr("On no destination, as far as is known");
     const qsizetype more = names.size() - kMost;
-    if (more > 0) names = names.first(kMost) << QString("and %1 more").arg(more);
-    return "On " + names.join("<br>");
+    if (more > 0) names = names.first(kMost) << Words::tr("and %n more", nullptr, static_cast<int>(more));
+    return Words::tr("On %1").arg(names.join("<br>"));
 }
 
 int SourcesModel::rowCount(const QModelIndex& parent) const {
@@ -80,15 +82,15 @@ QVariant SourcesModel::data(const QModelIndex& index, int role) const {
             return number ? QVariant(static_cast<qlonglong>(*number)) : QVariant();
         }
         case AttributesModel::labelRole:
-            return displayText(values_.labelAt(place));
+            return shownLabel(values_, place);
         case AttributesModel::marksRole:
             return marksAtRow(index.row());
         case Qt::AccessibleTextRole: {
             const int marks = marksAtRow(index.row());
-            return displayText(valueAtRow(index.row())) + (marks & onIt        ? ", on the selected destination"
-                                                           : marks & waiting   ? ", waits for TAKE"
-                                                           : marks & elsewhere ? ", on another destination"
-                                                                               : "");
+            const QString text = displayText(valueAtRow(index.row()));
+            if (marks & onIt) return text + ", " + Words::tr("on the selected destination");
+            if (marks & waiting) return text + ", " + Words::tr("waits for TAKE");
+            return marks & elsewhere ? text + ", " + Words::tr("on another destination") : text;
         }
         default:
             return {};

@@ -21,7 +21,7 @@ QPen framePen(const Tile& tile, const QPalette& palette, const Tints& tints) {
         case Tile::Frame::failed:
             return QPen(tints.failure(), 2);
         default:
-            return QPen(palette.color(QPalette::Mid), 1);
+            return QPen(frameColour(palette), 1);
     }
 }
 

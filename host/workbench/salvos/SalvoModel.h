@@ -2,6 +2,8 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <optional>
+#include <string>
 
 #include "host/Salvo.h"
 #include "host/workbench/panel/RoutingState.h"
@@ -17,14 +19,17 @@ class SalvoModel final : public QAbstractTableModel {
     // Not owned; it outlives the model.
     explicit SalvoModel(RoutingState& state);
 
-    const Salvo& salvo() const { return salvo_; }
-    // A value that a person has written ("3") becomes the one that is meant.
+    // With the values that are meant by those that were handed over: a value goes by its number, however the salvo
+    // calls it.
+    Salvo salvo() const;
     void setSalvo(const Salvo& salvo);
     // The known routes of all destinations.
     Salvo currentRoutes() const;
     void removeRow(int row);
     // Why it must not be fired as it is, for half a salvo may be worse than none; "" when it may.
     QString objection() const;
+    // The steps that call their value otherwise than it is called now, in words, one a line; "" for none.
+    QString doubts() const;
     void fire();
     bool isFiring() const { return run_.isFiring(); }
     // How many steps would change something, or might.
@@ -37,6 +42,9 @@ class SalvoModel final : public QAbstractTableModel {
 
   private:
     enum class Difference { none, some, unknown, impossible };
+    std::string meantAt(int row) const;
+    // How the value that is meant is called now, where the salvo calls it otherwise.
+    std::optional<std::string> calledOtherwiseAt(int row) const;
     Difference differenceAt(int row) const;
     QString stateText(int row) const;
     QString nowText(int row) const;

@@ -3,6 +3,7 @@
 #include <QStringList>
 #include <utility>
 
+#include "host/workbench/Words.h"
 #include "platform/widgets/DisplayText.h"
 
 namespace velmora {
@@ -32,7 +33,7 @@ void SalvoRun::clear() {
 // The notice of the one that is set leads to the next one.
 void SalvoRun::setNext() {
     while (isFiring() && state_.isLocked(salvo_[outcomes_.size()].name)) {
-        outcomes_.push_back({false, "locked in this window"});
+        outcomes_.push_back({false, Words::tr("locked in this window")});
     }
     if (isFiring()) {
         const SalvoStep& step = salvo_[outcomes_.size()];
@@ -65,8 +66,11 @@ void SalvoRun::sayWhatCameOfIt() const {
     for (std::size_t i = 0; i < salvo_.size(); ++i) {
         if (!outcomes_[i].hasFollowed) failed << state_.titleOf(salvo_[i].name);
     }
-    const QString what = QString("Salvo: %1 of %2 followed").arg(salvo_.size() - failed.size()).arg(salvo_.size());
-    state_.session().setOutcome(failed.isEmpty() ? what + '.' : what + ", not " + failed.join(", ") + '.');
+    const QString followed = QString::number(static_cast<qsizetype>(salvo_.size()) - failed.size());
+    const QString all = QString::number(salvo_.size());
+    state_.session().setOutcome(
+        failed.isEmpty() ? Words::tr("Salvo: %1 of %2 followed.").arg(followed, all)
+                         : Words::tr("Salvo: %1 of %2 followed, not %3.").arg(followed, all, failed.join(", ")));
 }
 
 }  // namespace velmora

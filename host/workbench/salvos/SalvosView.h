@@ -1,16 +1,18 @@
 // Salvos: several routes that are taken, kept and fired together.
 #pragma once
 
+#include <QTimer>
 #include <QWidget>
 #include <filesystem>
 
 #include "host/workbench/salvos/SalvoModel.h"
 
-class QLabel;
 class QPushButton;
 class QTableView;
 
 namespace velmora {
+
+class LinesLabel;
 
 // Main thread.
 class SalvosView final : public QWidget {
@@ -29,13 +31,16 @@ class SalvosView final : public QWidget {
     void askWhereToLoad();
     void askWhereToSave();
     void removeSelected();
+    bool mayFireWith(const QString& doubts);
     void showState();
 
     RoutingState& state_;
     SalvoModel model_;
     QTableView* const table_;
-    QLabel* const summary_;
+    LinesLabel* const summary_;
     QString file_;  // that the salvo was loaded from or saved in, quoted; "" for none
+    QTimer news_;
+    QPushButton* take_ = nullptr;
     QPushButton* fire_ = nullptr;
     QPushButton* save_ = nullptr;
     QPushButton* remove_ = nullptr;
