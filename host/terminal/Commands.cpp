@@ -102,6 +102,7 @@ ExitCode run(const Context& context) {
         case CommandName::workbench:  // has a window
         case CommandName::configure:  // these need no plugin
         case CommandName::checkSettings:
+        case CommandName::plugins:
         case CommandName::help:
             break;
     }
