@@ -6,7 +6,7 @@ TESTS_AT_A_TIME := $(shell echo $$((3 * $(JOBS))))
 PROGRAMS := velmora-host velmora-switch-server VelmoraSwitch
 
 .DEFAULT_GOAL := help
-.PHONY: help demo workbench screenshots test bench build clean configure
+.PHONY: help demo workbench screenshots test bench package build clean configure
 
 help:
 	@echo 'make demo         see it work: a virtual switch server, the plugin, and a route set through it'
@@ -14,6 +14,7 @@ help:
 	@echo 'make test         build everything and run the tests'
 	@echo 'make bench        measure it and write build/bench.json and docs/performance.md (some minutes on a quiet machine)'
 	@echo 'make build        velmora-host, velmora-switch-server and VelmoraSwitch.bundle, in build/'
+	@echo 'make package      Debian packages, in build/packages/; "sudo apt install ./build/packages/*.deb" installs them'
 	@echo 'make screenshots  retake the pictures in docs/images/ (needs the packages xvfb, xdotool and imagemagick)'
 	@echo 'make clean        remove build/'
 
@@ -37,6 +38,10 @@ bench: configure
 	cmake --build build --parallel $(JOBS) --target velmora-bench
 	scripts/bench build/bin --json build/bench.json
 	scripts/performance-page build/bench.json
+
+package:
+	scripts/install-dependencies package
+	scripts/package
 
 build: configure
 	cmake --build build --parallel $(JOBS) --target $(PROGRAMS)

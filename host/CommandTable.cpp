@@ -59,7 +59,9 @@ constexpr OptionRow kSettings = {
     [](Options& options, const std::string& value) { return takeFile("settings", value, options.settings); }};
 
 constexpr OptionRow kBundle = {
-    "bundle", "DIR", "the plugin's bundle; without it the one that was built or installed with this program",
+    "bundle", "DIR",
+    "the plugin's bundle, or its name where \"velmora-host plugins\" finds it; without it the plugin that belongs to "
+    "this program",
     [](Options& options, const std::string& value) { return takeFile("bundle", value, options.bundle); }};
 
 constexpr OptionRow kInterface = {
@@ -187,6 +189,11 @@ std::vector<const OptionRow*> pluginOptionsAnd(std::vector<const OptionRow*> own
     return own;
 }
 
+constexpr std::string_view kPluginsHelp =
+    "A table of name, version and path; \"* \" marks the one that the other commands load. Bundles are looked for in "
+    "the folders that VELMORA_PLUGIN_PATH lists (absolute, with \":\" between them), then beside this program, then "
+    "where it was to be installed. Of several with one file name the first counts.";
+
 constexpr std::string_view kNameHelp =
     "NAME is an attribute's name. Its display name or, with a switch plugin, its output's number will do, too, where "
     "it leaves no doubt. Only the outputs that are named are set up, so one of a thousand is read as fast as one of "
@@ -269,6 +276,8 @@ The file names a switch server and lists the outputs that become attributes. Out
 
 const std::vector<CommandRow>& commandTable() {
     static const std::vector<CommandRow> table = {
+        {CommandName::plugins, "plugins", "", 0, 0, pluginOptionsAnd({&kJson}),
+         "the plugins that this program finds, without loading them", kPluginsHelp},
         {CommandName::servers, "servers", "", 0, 0, pluginOptionsAnd({&kJson, &kDefaults}),
          "the switch servers on the network",
          "One a line; \"* \" marks the one that the settings name. Without such a name the command waits until any "

@@ -14,6 +14,7 @@
 namespace velmora {
 
 enum class CommandName {
+    plugins,
     servers,
     status,
     attributes,
@@ -40,7 +41,7 @@ struct Options {
     CommandName command = CommandName::servers;
     // As many as the command takes.
     std::vector<std::string> arguments;
-    // None: beside the program, then where it is installed.
+    // A folder, or a name in the search path. None: the usual one (see BundleSearch.h).
     std::optional<std::filesystem::path> bundle;
     // None: the plugin is given no saved settings and its settings are not kept.
     std::optional<std::filesystem::path> settings;

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string_view>
 
+#include "host/BundleSearch.h"
 #include "host/Console.h"
 #include "host/ExitCode.h"
 #include "host/Naming.h"
@@ -20,6 +21,7 @@
 #include "host/SettingsFile.h"
 #include "host/terminal/CheckServer.h"
 #include "host/terminal/Commands.h"
+#include "host/terminal/PluginList.h"
 #include "host/terminal/Report.h"
 #include "host/terminal/SalvoSource.h"
 #include "host/terminal/SettingsCommands.h"
@@ -38,16 +40,6 @@ Result<void> checkInterfaces(const std::vector<std::string>& names) {
             return Failure{"there is no network interface " + inQuotes(name) + "; \"ip link\" lists them"};
     }
     return {};
-}
-
-// The bundle that was asked for, or the one that was built or installed with this program.
-Result<std::filesystem::path> bundleFolder(const Options& options) {
-    if (options.bundle) return *options.bundle;
-    const std::filesystem::path folder = QCoreApplication::applicationDirPath().toStdString();
-    const std::filesystem::path place = (folder / VELMORA_BUNDLE_FROM_PROGRAMS).lexically_normal();
-    std::error_code fault;
-    if (std::filesystem::is_directory(place, fault)) return place;
-    return Failure{"the plugin's bundle is not at " + inQuotes(place.string()) + "; --bundle DIR says where it is"};
 }
 
 ExitCode unusable(const std::string& why, bool asJson) {
@@ -78,6 +70,7 @@ ExitCode run(Options options) {
     if (const auto checked = checkInterfaces(options.interfaces); !checked) return unusable(checked.failure().reason);
     limitNetServicesToInterfaces(options.interfaces);
 
+    if (options.command == CommandName::plugins) return withOutput(listPlugins(options));
     if (options.command == CommandName::configure) return withOutput(configure(options));
     if (options.command == CommandName::checkSettings) return withOutput(checkSettings(options));
     if (options.command == CommandName::checkServer) return withOutput(checkServer(options));
@@ -89,7 +82,7 @@ ExitCode run(Options options) {
     if (const auto taken = takeSteps(options); !taken) return unusable(taken.failure().reason);
     const auto names = namesAskedFor(options);
     if (const auto part = names ? settingsForAttributes(settings, *names) : std::nullopt) settingsFile.giveOnly(*part);
-    const auto bundle = bundleFolder(options);
+    const auto bundle = findBundle(options.bundle);
     if (!bundle) return unusable(bundle.failure().reason);
     if (settingsFile.isMissing())
         complain("there is no settings file " + inQuotes(settingsFile.path()->string()) +

@@ -28,7 +28,7 @@ fail() {
     exit 1
 }
 
-# start_switch_server BIN NAME INPUTS OUTPUTS: returns once the server is announced, with its process id in $!, its
+# start_switch_server BIN NAME INPUTS OUTPUTS [OPTION...]: returns once the server is announced, with its process id in $!, its
 # arguments in $server_arguments and the lines that it has printed in $server_said.
 start_switch_server() {
     local bin=$1 name=$2 line lines
@@ -39,7 +39,7 @@ start_switch_server() {
 }
 JSON
     server_arguments=(--name "$name" --inputs "$3" --outputs "$4" --labels "$folder/labels.json"
-        --address 127.0.0.1 --interface lo)
+        --address 127.0.0.1 --interface lo "${@:5}")
     server_said=()
     mkfifo "$folder/server-output"
     "$bin/velmora-switch-server" "${server_arguments[@]}" >"$folder/server-output" &

@@ -103,6 +103,7 @@ ExitCode run(const Context& context) {
         case CommandName::configure:  // these need no plugin
         case CommandName::checkSettings:
         case CommandName::checkServer:
+        case CommandName::plugins:
         case CommandName::help:
             break;
     }

@@ -1,4 +1,6 @@
 // The real host program by itself: usage, files, plugins that are not ours, and what it prints.
+#include <QDir>
+
 #include "host/CommandTable.h"
 #include "platform/foundation/PropertyListXML.h"
 #include "platform/foundation/QtText.h"
@@ -57,6 +59,28 @@ TEST_F(HostProgram, tellsOfEachCommandInTheHelp) {
             EXPECT_LE(line.size(), 100) << line.toStdString();
         }
     }
+}
+
+TEST_F(HostProgram, findsBundlesInItsSearchPath) {
+    ASSERT_TRUE(QDir(path("")).mkpath("own") && QDir(path("")).mkpath("broken/VelmoraSwitch.bundle"));
+    ASSERT_TRUE(QFile::link(WILFUL_BUNDLE, path("own/Wilful.bundle")));
+    qputenv("VELMORA_PLUGIN_PATH", "relative::" + path("own").toUtf8());
+    const Result found = runHost({"plugins"});
+    expect(found, 0, found.output, "");
+    const QList<QByteArray> lines = found.output.split('\n');
+    EXPECT_TRUE(lines.value(1).startsWith("  Wilful ") && lines.value(1).endsWith("/own/Wilful.bundle"));
+    EXPECT_TRUE(lines.value(2).startsWith("* Velmora Switch  " PROJECT_VERSION "  "));
+    const Result chosen = runHost({"plugins", "--bundle", "Wilful", "--json"});
+    EXPECT_EQ(QJsonDocument::fromJson(chosen.output)["plugins"][0]["used"], QJsonValue(true)) << chosen.output.data();
+    const Result wilful = runHost({"settings", "--bundle", "Wilful.bundle"});
+    expect(wilful, 0, wilful.output, "released");
+    expect(runHost({"settings", "--bundle", "Nowhere"}), 2, "", "no bundle \"Nowhere.bundle\" in \"");
+
+    qputenv("VELMORA_PLUGIN_PATH", path("broken").toUtf8());
+    const Result broken = runHost({"plugins"});
+    expect(broken, 2, broken.output, "Info.plist");
+    expect(runHost({"settings"}), 2, "", "broken/VelmoraSwitch.bundle");
+    qunsetenv("VELMORA_PLUGIN_PATH");
 }
 
 TEST_F(HostProgram, settingsFileThatCannotBeUsedIsLeftAlone) {
