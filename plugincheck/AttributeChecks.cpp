@@ -87,9 +87,8 @@ void checkAttributeRecords(Trial& trial) {
         const auto record = trial.record(name);
         require(record.displayName.has_value(), attribute(name) + " has no display name");
         require(!record.type.value_or("").empty(), attribute(name) + " has no type");
-        require(record.defaultValue.has_value(), attribute(name) + " has no default value");
         require(record.direction.has_value(), attribute(name) + " has no direction");
-        requireValueOfType(name, *record.defaultValue, *record.type);
+        requireValueOfType(name, record.defaultValue.value_or(""), *record.type);
         // There may be none as long as the device is not known.
         require(*record.type != "MultipleValues" || record.possibleValues != nullptr,
                 attribute(name) + " has the type \"MultipleValues\" and null for its possible values");

@@ -12,7 +12,7 @@ constexpr int kRounds = 50;
 // The first ones fill caches that stay.
 constexpr int kRoundsBefore = 15;
 // What each of the others may add: the allocator is not exact to the byte.
-constexpr std::int64_t kBytesPerRound = 2048;
+constexpr std::int64_t kBytesPerRound = 512;
 // A joined thread stays in the kernel's list for a moment, and a connection in the process.
 constexpr std::chrono::milliseconds kSettlingTime{5'000};
 

@@ -29,7 +29,7 @@ constexpr Check kChecks[] = {
     {"delegate-releases", "the delegate releases the plugin while it is called", withPlugin<checkDelegateReleases>},
     {"unknown-names", "attributes that do not exist are unknown to each operation", withPlugin<checkUnknownNames>},
     {"attribute-names", "attributes have names, and no two the same", withPlugin<checkAttributeNames>},
-    {"attribute-records", "each attribute has display name, type, default value and direction",
+    {"attribute-records", "each attribute has a display name, a type and a direction",
      withPlugin<checkAttributeRecords>},
     {"attribute-values", "values are of the attribute's type and among the possible ones",
      withPlugin<checkAttributeValues>},

@@ -33,7 +33,7 @@ constexpr std::chrono::minutes kCheckTime{5};
 constexpr std::chrono::seconds kBeginningTime{30};
 constexpr std::chrono::seconds kEndingTime{20};
 #ifndef VELMORA_SANITIZED  // the sanitizers reserve more than any plugin needs
-constexpr rlim_t kMaximumMemory = rlim_t{4} * 1024 * 1024 * 1024;
+constexpr rlim_t kMaximumMemory = 4UL * 1024 * 1024 * 1024;
 #endif
 
 class CheckProcess {

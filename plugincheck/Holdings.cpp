@@ -1,13 +1,9 @@
 #include "plugincheck/Holdings.h"
 
+#include <malloc.h>
+
 #include <filesystem>
 #include <iterator>
-
-#ifdef VELMORA_SANITIZED
-#include <sanitizer/allocator_interface.h>
-#else
-#include <malloc.h>
-#endif
 
 namespace velmora {
 
@@ -18,12 +14,9 @@ std::int64_t entriesIn(const char* folder) {
 }
 
 std::int64_t allocatedBytes() {
-#ifdef VELMORA_SANITIZED  // the sanitizers have an allocator of their own
-    return static_cast<std::int64_t>(__sanitizer_get_current_allocated_bytes());
-#else
+    // With the sanitizers, whose allocator is another, these are 0; they look for lost memory themselves.
     const auto allocated = ::mallinfo2();
     return static_cast<std::int64_t>(allocated.uordblks + allocated.hblkhd);
-#endif
 }
 
 }  // namespace

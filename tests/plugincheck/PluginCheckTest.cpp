@@ -43,7 +43,8 @@ struct Fault {
 constexpr Fault kFaults[] = {
     {"an abort at the second start", "started-twice", "ended by SIGABRT (Aborted) in startAndSetCurrentValuesToDefau"},
     {"an exit", "names", "ended the process with exit code 0 in startAndSetCurrentValuesToDefaults"},
-#ifndef VELMORA_SANITIZED  // under a sanitizer the memory has no bound
+#ifndef VELMORA_SANITIZED  // under a sanitizer memory has no bound and is not counted
+    {"lost memory", "loading", "memory grows by"},
     {"greed", "names",
      "threw an exception in startAndSetCurrentValuesToDefaults, which a plugin must not do: std::bad_"},
 #endif
@@ -76,7 +77,7 @@ constexpr Fault kFaults[] = {
     {"use after the release", "delegate-releases",
      "ended by SIGSEGV (Segmentation fault) in the release of the plugin"},
     {"a plugin that holds itself", "release-without-stop", "an object that it made is alive"},
-    {"another view each time", "view", "settingsView gave another view while the first one is there"},
+    {"another view each time", "view", "the view went when settingsView was called again"},
     {"a view that stays", "view", "the view is there after the plugin, which owns it, has gone"},
     {"a view without windows", "view-without-windows", "ended by SIGABRT (Aborted) in settingsView"},
     {"a state that there is not", "status", "connectionStatus tells the state 99, which there is not"},
@@ -85,7 +86,6 @@ constexpr Fault kFaults[] = {
     {"a notice inside itself", "status-observer", "the observer was called inside itself"},
     {"a lost descriptor", "loading", "of its descriptors there were"},
     {"a lost thread", "loading", "of its threads there were"},
-    {"lost memory", "loading", "memory grows by"},
 };
 
 TEST(PluginCheck, failsEachFaultyPluginForTheRightReason) {
@@ -112,14 +112,9 @@ TEST(PluginCheck, passesOurPluginWithAServerInEveryCheckAndWithoutOneInWhatCanBe
     ASSERT_TRUE(writePropertyListToFile(settingsWith(name, {{"One", 0, 1}, {"Two", 1, 0}}), file));
     Program server(VELMORA_SWITCH_SERVER, {"--name", QString::fromStdString(name), "--interface", "lo"});
     ASSERT_NE(server.outputLineWith("announced as"), "");
-    const auto with =
-        check({"--set", "--wait", "20", "--settings", QString::fromStdString(file), "--json", VELMORA_BUNDLE});
-    const QJsonObject document = QJsonDocument::fromJson(QByteArray::fromStdString(with.output)).object();
-    EXPECT_TRUE(with.code == 0 && document["holds"].toBool()) << with.output;
-    EXPECT_EQ(document["checks"].toArray().size(), 28);
-    for (const QJsonValue& each : document["checks"].toArray()) {
-        EXPECT_EQ(each["outcome"], "ok") << with.output;
-    }
+    const auto with = check({"--set", "--wait", "20", "--settings", QString::fromStdString(file), VELMORA_BUNDLE});
+    EXPECT_EQ(with.code, 0);
+    EXPECT_TRUE(with.output.ends_with("28 ok, 0 failed, 0 not applicable\n")) << with.output;
     const auto without = check({"--wait", "0.3", VELMORA_BUNDLE});
     EXPECT_EQ(without.code, 0) << without.output;
     EXPECT_NE(without.output.find("not applicable  attribute-values: the plugin had no attributes"), std::string::npos);
@@ -138,7 +133,14 @@ TEST(PluginCheck, aBundleThatCannotBeLoadedFailsTwiceAndSaysNothingElse) {
     EXPECT_NE(outcome.output.find("FAILED  information: there is no file Contents/Missing.so"), std::string::npos);
     EXPECT_TRUE(outcome.output.ends_with("\n0 ok, 2 failed, 26 not applicable\n")) << outcome.output;
     // None that could be made is not as good as one that holds.
-    EXPECT_EQ(check({"--only", "names", folder.path()}).code, 1);
+    const auto none = check({"--json", "--only", "names", folder.path()});
+    const QJsonObject document = QJsonDocument::fromJson(QByteArray::fromStdString(none.output)).object();
+    EXPECT_EQ(none.code, 1);
+    EXPECT_EQ(document["holds"], false);
+    const QJsonValue names = document["checks"].toArray().first();
+    EXPECT_EQ(names["name"], "names");
+    EXPECT_EQ(names["outcome"], "notApplicable");
+    EXPECT_TRUE(names["reason"].toString().endsWith("Missing.so cannot be loaded: there is no such file"));
 }
 
 TEST(PluginCheck, wrongUsageIsRefusedAndSaysWhatWasMeant) {
