@@ -28,7 +28,7 @@ namespace velmora {
 namespace {
 
 // Of one check, whatever its steps are.
-constexpr std::chrono::minutes kCheckTime{5};
+constexpr std::chrono::minutes kCheckTime{10};
 // From the beginning of the process, and from the verdict, to the next step.
 constexpr std::chrono::seconds kBeginningTime{30};
 constexpr std::chrono::seconds kEndingTime{20};
@@ -149,11 +149,11 @@ int CheckProcess::statusAtEnd() {
 
 std::string CheckProcess::reasonOfEnd(int status, bool isLate) const {
     if (isLate && std::chrono::steady_clock::now() >= checkEnd_) {
-        return stringWithFormat("the check had not ended after %li seconds, in %@",
-                                std::chrono::seconds(kCheckTime).count(), step_);
+        return stringWithFormat("the check had not ended within %li s, in %@", std::chrono::seconds(kCheckTime).count(),
+                                step_);
     }
     if (isLate) {
-        return stringWithFormat("%@ had not returned after %@ seconds", step_,
+        return stringWithFormat("%@ had not returned within %@ s", step_,
                                 QString::number(stepLimit_ / Seconds(1)).toStdString());
     }
     if (WIFSIGNALED(status)) {

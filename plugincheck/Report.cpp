@@ -4,13 +4,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "platform/foundation/Text.h"
 
 namespace velmora {
 
 namespace {
+
+const Step* innermost = nullptr;
 
 // What a pipe takes in one piece, so that lines of several threads are not mixed.
 constexpr std::size_t kMaximumLineBytes = 4096;
@@ -33,6 +37,16 @@ bool takeReportDescriptor() {
 
 void beginStep(std::string_view name, std::chrono::milliseconds limit) {
     tell(kStepWord, std::to_string(limit.count()) + ' ' + std::string(name));
+}
+
+Step::Step(std::string name, std::chrono::milliseconds limit)
+    : name_(std::move(name)), limit_(limit), outer_(std::exchange(innermost, this)) {
+    beginStep(name_, limit_);
+}
+
+Step::~Step() {
+    innermost = outer_;
+    if (outer_ != nullptr) beginStep(outer_->name_, outer_->limit_);
 }
 
 void fail(const std::string& reason) {

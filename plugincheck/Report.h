@@ -22,6 +22,21 @@ bool takeReportDescriptor();
 // The name must fit after "in": where the process was when it crashed. Main thread.
 void beginStep(std::string_view name, std::chrono::milliseconds limit);
 
+// A step that others may interrupt: a plugin calls back, and the check calls the plugin in there. Main thread.
+class Step {
+  public:
+    Step(std::string name, std::chrono::milliseconds limit);
+    Step(const Step&) = delete;
+    Step& operator=(const Step&) = delete;
+    // Goes on with the step that it has interrupted, and gives that its whole time again.
+    ~Step();
+
+  private:
+    const std::string name_;
+    const std::chrono::milliseconds limit_;
+    const Step* const outer_;
+};
+
 // These end the process at once, as nothing else of the plugin can be relied on. Any thread.
 [[noreturn]] void fail(const std::string& reason);
 [[noreturn]] void notApplicable(const std::string& why);

@@ -198,7 +198,7 @@ bool Trial::isAnswered() {
 }
 
 bool Trial::serveUntil(const std::function<bool()>& condition, std::chrono::milliseconds time) {
-    beginStep("the event loop", time + std::max(kHostTime, options_.operationTime));
+    const Step step("the event loop", time + std::max(kHostTime, options_.operationTime));
     QTimer lookAgain;
     lookAgain.start(kLookTime);
     return failingWhereItThrows("the event loop", [&] { return waitUntil(condition, time); });
@@ -237,7 +237,7 @@ std::vector<std::string> Trial::startAndWaitForNames() {
 void Trial::release() {
     mustBeStopped_ = false;
     if (plugin_ == nullptr) return;
-    beginStep("the release of the plugin", options_.operationTime);
+    const Step step("the release of the plugin", options_.operationTime);
     status_ = nullptr;
     // Gone before its destructor runs, which may call back.
     const auto gone = std::exchange(plugin_, nullptr);

@@ -88,7 +88,7 @@ class Trial final {
     // Makes an operation of the plugin, however it is called in the protocol. The plugin may go meanwhile.
     template <typename Call>
     auto during(const std::string& operation, std::chrono::milliseconds limit, Call call) -> decltype(call()) {
-        beginStep(operation, limit);
+        const Step step(operation, limit);
         const Counting counting(listener_.operations);
         return failingWhereItThrows(operation, std::move(call));
     }

@@ -48,7 +48,7 @@ constexpr Fault kFaults[] = {
     {"greed", "names",
      "threw an exception in startAndSetCurrentValuesToDefaults, which a plugin must not do: std::bad_"},
 #endif
-    {"a stop that hangs", "after-stop", "stop had not returned after 0.5 seconds"},
+    {"a stop that hangs", "after-stop", "stop had not returned within 0.5 s"},
     {"a crash at a stop too many", "stopped-twice", "ended by SIGSEGV (Segmentation fault) in stop"},
     {"an exception", "unknown-names", "threw an exception in currentValueOfAttributeWithName, which a plugin must not"},
     {"one object for all", "entry", "it makes the same plugin object twice, and the caller of each owns it"},
@@ -74,8 +74,7 @@ constexpr Fault kFaults[] = {
     {"a call after the release", "release-without-stop", "ended by SIGSEGV (Segmentation fault) in the release of the"},
     {"another thread", "delegate-thread", "the delegate was called on another thread than the main thread"},
     {"another plugin's name", "delegate-thread", "the delegate was told the name \"Other\", the plugin's is \"Faulty"},
-    {"use after the release", "delegate-releases",
-     "ended by SIGSEGV (Segmentation fault) in the release of the plugin"},
+    {"use after the release", "delegate-releases", "ended by SIGSEGV (Segmentation fault) in setDefaultSettings"},
     {"a plugin that holds itself", "release-without-stop", "an object that it made is alive"},
     {"another view each time", "view", "the view went when settingsView was called again"},
     {"a view that stays", "view", "the view is there after the plugin, which owns it, has gone"},
