@@ -59,8 +59,8 @@ class FaultyPlugin final : public NSObject, public VelmoraNodePluginProtocol, pu
         if (has("a lost thread")) std::thread(::pause).detach();
         if (has("a plugin that holds itself")) self_ = shared_from_this();
         isStarted_ = true;
-        tellAttributes();
         tellStatus();
+        tellAttributes();  // may be the end of this object
         return 0;
     }
     void stop() override {
@@ -78,8 +78,8 @@ class FaultyPlugin final : public NSObject, public VelmoraNodePluginProtocol, pu
         const PropertyList* const level = valueForKey(settings, "level");
         if (has("trust in types") && level != nullptr) level->text().value();
         if (!has("settings that are forgotten")) level_ = textForKey(settings, "level").value_or("0.5");
-        tellAttributes();
         tellStatus();
+        tellAttributes();  // may be the end of this object
     }
     DictionaryReference defaultSettings() override {
         const auto settings = has("settings of its own") ? own_ : makeDictionary();
