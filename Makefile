@@ -3,7 +3,7 @@
 JOBS := $(shell nproc)
 # Tests mostly wait, so run more of them than there are processors.
 TESTS_AT_A_TIME := $(shell echo $$((3 * $(JOBS))))
-PROGRAMS := velmora-host velmora-switch-server VelmoraSwitch
+PROGRAMS := velmora-host velmora-plugin-check velmora-switch-server VelmoraSwitch
 
 .DEFAULT_GOAL := help
 .PHONY: help demo workbench screenshots test bench package build clean configure
@@ -13,7 +13,7 @@ help:
 	@echo 'make workbench    use it: the same in a window; VELMORA_SETTINGS=FILE names the file of its settings'
 	@echo 'make test         build everything and run the tests'
 	@echo 'make bench        measure it and write build/bench.json and docs/performance.md (some minutes on a quiet machine)'
-	@echo 'make build        velmora-host, velmora-switch-server and VelmoraSwitch.bundle, in build/'
+	@echo 'make build        velmora-host, velmora-plugin-check, velmora-switch-server and VelmoraSwitch.bundle, in build/'
 	@echo 'make package      Debian packages, in build/packages/; "sudo apt install ./build/packages/*.deb" installs them'
 	@echo 'make screenshots  retake the pictures in docs/images/ (needs the packages xvfb, xdotool and imagemagick)'
 	@echo 'make clean        remove build/'
