@@ -70,7 +70,7 @@ void checkEntry(const CheckOptions& options) {
     beginStep("the release of the plugin", options.operationTime);
     first = second = nullptr;
     beginStep("the end of what the bundle has begun", kHostTime);
-    if (const auto ended = bundle->windDown(); !ended) fail(ended.failure().reason);
+    if (const auto ended = bundle->unload(); !ended) fail(ended.failure().reason);
 }
 
 void checkLoading(const CheckOptions& options) {

@@ -255,7 +255,7 @@ void Trial::stopAndRelease() {
 void Trial::finish() {
     stopAndRelease();
     beginStep("the end of what the bundle has begun", kHostTime);
-    if (const auto ended = bundle_->windDown(); !ended) fail(ended.failure().reason);
+    if (const auto ended = bundle_->unload(); !ended) fail(ended.failure().reason);
 }
 
 void Trial::finishAndUnload() {
