@@ -31,6 +31,20 @@ std::optional<int> numberAtEndOf(const std::string& name) {
     return static_cast<int>(integerValue(std::string_view(name).substr(name.size() - digits)));
 }
 
+// The values with the labels of before where they have none now.
+Values withLabelsOf(const Values& before, const Values& now) {
+    const auto lacksLabel = [](const std::string& text) { return text.ends_with(" (null)"); };
+    const auto& texts = now.texts();
+    const auto lacking = std::count_if(texts.begin(), texts.end(), lacksLabel);
+    if (lacking == 0 || !now.hasSameNumbersAs(before)) return now;
+    if (lacking == std::ssize(texts)) return before;  // shared by all attributes
+    std::vector<std::string> mixed = texts;
+    for (std::size_t i = 0; i < mixed.size(); ++i) {
+        if (lacksLabel(mixed[i])) mixed[i] = before.texts()[i];
+    }
+    return Values(makeStringList(std::move(mixed)));
+}
+
 // Numbers before texts, and by their size.
 QString sortTextOf(std::optional<std::int64_t> number, const std::string& text) {
     constexpr int kDigits = 10;
@@ -46,8 +60,7 @@ void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin, bool keeps
     for (const std::string& name : *names) {
         const Row* const same = rowNamed(name);
         Values values = possibleValues(plugin, name);
-        if (keepsLabels && same != nullptr && values.hasSameNumbersAs(same->possibleValues))
-            values = same->possibleValues;
+        if (keepsLabels && same != nullptr) values = withLabelsOf(same->possibleValues, values);
         rowNumbers.emplace(name, rows.size());
         rows.push_back({name, plugin.displayNameOfAttributeWithName(name).value_or(""),
                         plugin.defaultValueOfAttributeWithName(name).value_or(""), values, Values(values.settable()),

@@ -188,7 +188,7 @@ void WorkbenchSession::setOutcome(const QString& outcome) {
 void WorkbenchSession::attributesHaveChanged() {
     forgetOtherServer();
     built_ = configuredOutputsIn(settings());  // at once: an edit may follow
-    attributes_.reload(host_.plugin(), !canAsk());
+    attributes_.reload(host_.plugin(), true);
     const auto count = attributes_.rowCount();
     lastNotice_ =
         Words::tr("Change notice %1 at %2: %n attributes", nullptr, count).arg(QString::number(++notices_), now());
