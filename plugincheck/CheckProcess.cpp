@@ -73,6 +73,7 @@ Result<void> CheckProcess::start(const Check& check, const std::vector<std::stri
     std::vector<std::string> command = words;
     command.insert(command.begin() + 1, stringWithFormat("--%@=%@", kInsideOption, check.name));
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (std::string& word : command) {
         arguments.push_back(word.data());
     }
