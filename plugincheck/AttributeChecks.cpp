@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "host/Values.h"
+#include "platform/foundation/Text.h"
 #include "plugincheck/Check.h"
 
 namespace velmora {

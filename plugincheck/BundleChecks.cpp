@@ -1,5 +1,6 @@
 // Of the bundle and what it holds.
 #include "host/Waiting.h"
+#include "platform/foundation/Text.h"
 #include "platform/threads/NSThread.h"
 #include "plugincheck/Check.h"
 #include "plugincheck/Holdings.h"

@@ -20,6 +20,7 @@
 
 #include "platform/foundation/Descriptor.h"
 #include "platform/foundation/NSLog.h"
+#include "platform/foundation/Text.h"
 #include "platform/network/NSNetServiceBrowser.h"
 #include "platform/threads/Moment.h"
 

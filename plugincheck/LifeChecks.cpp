@@ -1,4 +1,5 @@
 // Of a plugin's life, and of its delegate.
+#include "platform/foundation/Text.h"
 #include "plugincheck/Check.h"
 
 namespace velmora {

@@ -12,6 +12,7 @@
 #include "platform/foundation/CommandLine.h"
 #include "platform/foundation/NearestWord.h"
 #include "platform/foundation/PropertyListXML.h"
+#include "platform/foundation/Text.h"
 #include "plugincheck/Check.h"
 
 namespace velmora {

@@ -1,5 +1,6 @@
 // Of a plugin's settings.
 #include "platform/foundation/PropertyListXML.h"
+#include "platform/foundation/Text.h"
 #include "plugincheck/Check.h"
 #include "plugincheck/HostileSettings.h"
 

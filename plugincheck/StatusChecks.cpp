@@ -1,4 +1,5 @@
 // Of the optional status protocol.
+#include "platform/foundation/Text.h"
 #include "plugincheck/Check.h"
 
 namespace velmora {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "host/Waiting.h"
+#include "platform/foundation/Text.h"
 #include "platform/threads/MainThread.h"
 
 namespace velmora {
