@@ -194,6 +194,8 @@ TEST(NSNetServiceBrowser, toldAreFewNamesThatLeadNowhereAndEachThatLeadsSomewher
 TEST(Publication, anAnnouncedNameIsLostOnlyToSomebodyWhoDefendsIt) {
     ServiceWatch watcher;
     ChildProcess server({VELMORA_SWITCH_SERVER, "--name", "Router"});
+    // Others may hear of the name a moment before its owner knows that it has it.
+    ASSERT_NE(server.outputLineWith("announced as "), "");
     ASSERT_TRUE(runMainLoopUntil([&] { return std::ranges::count(watcher.events, "resolved Router") == 1; }));
     const Strings elsewhere{"10.0.0.9:9"}, atHome = watcher.addressesOf("Router");
     // The first packet has the owner ask whether the name is still free, the next meets it asking.
