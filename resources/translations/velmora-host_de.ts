@@ -589,8 +589,8 @@
     <message numerus="yes">
         <source>%1 of %n steps differ from the values that were read last.</source>
         <translation>
-            <numerusform>%1 von %n Schritt weicht von den zuletzt gelesenen Werten ab.</numerusform>
-            <numerusform>%1 von %n Schritten weichen von den zuletzt gelesenen Werten ab.</numerusform>
+            <numerusform>Von den zuletzt gelesenen Werten verschieden: %1 von %n Schritt.</numerusform>
+            <numerusform>Von den zuletzt gelesenen Werten verschieden: %1 von %n Schritten.</numerusform>
         </translation>
     </message>
     <message>
@@ -1078,6 +1078,13 @@
     <message>
         <source>Nothing here contains &quot;%1&quot;.</source>
         <translation>Nichts hier enthält „%1“.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n are not known.</source>
+        <translation>
+            <numerusform>%n ist nicht bekannt.</numerusform>
+            <numerusform>%n sind nicht bekannt.</numerusform>
+        </translation>
     </message>
 </context>
 </TS>

@@ -108,5 +108,12 @@
             <numerusform>EDITED, NOT APPLIED: %1 (%n outputs in all).</numerusform>
         </translation>
     </message>
+    <message numerus="yes">
+        <source>%n are not known.</source>
+        <translation>
+            <numerusform>%n is not known.</numerusform>
+            <numerusform>%n are not known.</numerusform>
+        </translation>
+    </message>
 </context>
 </TS>

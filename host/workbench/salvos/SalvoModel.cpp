@@ -107,10 +107,14 @@ SalvoModel::Difference SalvoModel::differenceAt(int row) const {
     return wanted && static_cast<int>(*wanted) == now ? Difference::none : Difference::some;
 }
 
-int SalvoModel::differences() const {
-    int count = 0;
+SalvoModel::Differences SalvoModel::differences() const {
+    Differences count;
     for (int row = 0; row < rowCount(); ++row) {
-        if (differenceAt(row) != Difference::none) ++count;
+        const Difference difference = differenceAt(row);
+        if (difference == Difference::unknown)
+            ++count.unknown;
+        else if (difference != Difference::none)
+            ++count.differing;
     }
     return count;
 }

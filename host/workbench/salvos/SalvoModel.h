@@ -22,6 +22,7 @@ class SalvoModel final : public QAbstractTableModel {
     // With the values that are meant by those that were handed over: a value goes by its number, however the salvo
     // calls it.
     Salvo salvo() const;
+    // Not while it is firing.
     void setSalvo(const Salvo& salvo);
     // The known routes of all destinations.
     Salvo currentRoutes() const;
@@ -32,8 +33,12 @@ class SalvoModel final : public QAbstractTableModel {
     QString doubts() const;
     void fire();
     bool isFiring() const { return run_.isFiring(); }
-    // How many steps would change something, or might.
-    int differences() const;
+    // How many steps are not as the destinations are, and of how many that is not known.
+    struct Differences {
+        int differing = 0;
+        int unknown = 0;
+    };
+    Differences differences() const;
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;

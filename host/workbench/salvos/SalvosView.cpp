@@ -79,7 +79,8 @@ QWidget* SalvosView::makeButtons() {
     remove_ = add("removeStepButton", Words::tr("Remove"), Words::tr("Take the selected step out of the salvo"),
                   &SalvosView::removeSelected);
     row->addStretch();
-    add("loadSalvoButton", Words::tr("Load\u2026"), Words::tr("Read a salvo from a file"), &SalvosView::askWhereToLoad);
+    load_ = add("loadSalvoButton", Words::tr("Load\u2026"), Words::tr("Read a salvo from a file"),
+                &SalvosView::askWhereToLoad);
     save_ = add("saveSalvoButton", Words::tr("Save\u2026"),
                 Words::tr("Write the salvo to a file, which \"velmora-host apply\" takes, too"),
                 &SalvosView::askWhereToSave);
@@ -165,21 +166,28 @@ void SalvosView::askWhereToSave() {
     if (!path.isEmpty()) save(path.toStdString());
 }
 
-void SalvosView::showState() {
+QString SalvosView::summary() const {
     const int steps = model_.rowCount();
-    const int differences = model_.differences();
+    if (steps == 0) return Words::tr("No salvo. Take the current routes, or load a salvo from a file.");
+    if (model_.isFiring()) return Words::tr("Firing\u2026");
+    const auto [differing, unknown] = model_.differences();
+    const QString text =
+        Words::tr("%1 of %n steps differ from the values that were read last.", nullptr, steps).arg(differing);
+    return (file_.isEmpty() ? QString() : file_ + ": ") + text +
+           (unknown == 0 ? QString() : ' ' + Words::tr("%n are not known.", nullptr, unknown));
+}
+
+void SalvosView::showState() {
     const QString obstacle = state_.session().obstacle();
-    showObstacle(*take_, obstacle);
-    summary_->say(steps == 0 ? Words::tr("No salvo. Take the current routes, or load a salvo from a file.")
-                  : model_.isFiring()
-                      ? Words::tr("Firing\u2026")
-                      : (file_.isEmpty() ? QString() : file_ + ": ") +
-                            Words::tr("%1 of %n steps differ from the values that were read last.", nullptr, steps)
-                                .arg(differences));
-    showObstacle(*fire_, !obstacle.isEmpty()               ? obstacle
-                         : steps == 0 || model_.isFiring() ? summary_->text()
-                                                           : QString());
-    save_->setEnabled(steps > 0);
+    const QString text = summary();
+    summary_->say(text);
+    // Whatever replaces the salvo would leave the rest of it unset.
+    const QString firing = model_.isFiring() ? text : QString();
+    const QString none = model_.rowCount() == 0 ? text : firing;
+    showObstacle(*take_, obstacle.isEmpty() ? firing : obstacle);
+    showObstacle(*fire_, obstacle.isEmpty() ? none : obstacle);
+    showObstacle(*load_, firing);
+    showObstacle(*save_, none);
     remove_->setEnabled(table_->currentIndex().isValid() && !model_.isFiring());
 }
 

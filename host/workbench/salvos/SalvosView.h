@@ -32,6 +32,7 @@ class SalvosView final : public QWidget {
     void askWhereToSave();
     void removeSelected();
     bool mayFireWith(const QString& doubts);
+    QString summary() const;
     void showState();
 
     RoutingState& state_;
@@ -42,6 +43,7 @@ class SalvosView final : public QWidget {
     QTimer news_;
     QPushButton* take_ = nullptr;
     QPushButton* fire_ = nullptr;
+    QPushButton* load_ = nullptr;
     QPushButton* save_ = nullptr;
     QPushButton* remove_ = nullptr;
 };
