@@ -80,8 +80,8 @@ TEST_F(Salvos, areTakenFiredAndKeptAsFiles) {
     session().refresh();
     EXPECT_TRUE(runMainLoopUntil([&] { return summary().find(": 2 of 3") != std::string::npos; })) << summary();
     press("fireButton");
-    for (const char* const name : {"takeRoutesButton", "loadSalvoButton", "saveSalvoButton", "removeStepButton"}) {
-        EXPECT_FALSE(visible<QPushButton>(name)->isEnabled()) << name << " would leave the rest unset";
+    for (const char* const button : {"takeRoutesButton", "loadSalvoButton", "saveSalvoButton", "removeStepButton"}) {
+        EXPECT_FALSE(visible<QPushButton>(button)->isEnabled()) << button << " would leave the rest unset";
     }
     EXPECT_TRUE(saysInTheEnd("Salvo: 3 of 3 followed.")) << outcome();
     EXPECT_TRUE(switcher.matrix.routedInput(1) == 1 && switcher.matrix.routedInput(3) == 8);
