@@ -245,7 +245,7 @@ constexpr std::string_view kCheckServerHelp =
 
 NAME is found by discovery; without one it is the server that the settings name (--settings). HOST:PORT needs no discovery. Exit code 0 without problems, 1 with some, 2 for wrong usage, 3 when the server was not found or takes no connection.
 
---wait bounds the search, and again all of the questions; changing a route and putting it back may take ten seconds each more. What there was no time for is left out and said.
+--wait bounds the search, and again all of the questions; changing a route and putting it back may take ten seconds each more; Ctrl-C waits for that. What there was no time for is left out and said.
 
 With --json: "checks" (each with "check", "result", "text", and of a note or problem "finding" and "times"), "replyTimes" (in seconds, with "histogram"), "leftOut", "usable", "conclusion", "server" and "address".
 

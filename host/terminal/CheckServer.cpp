@@ -1,6 +1,5 @@
 #include "host/terminal/CheckServer.h"
 
-#include <QCoreApplication>
 #include <QJsonArray>
 #include <algorithm>
 #include <cmath>
@@ -8,6 +7,7 @@
 #include <optional>
 
 #include "host/Console.h"
+#include "host/Patience.h"
 #include "host/Quotes.h"
 #include "host/SettingsFile.h"
 #include "host/SettingsKeys.h"
@@ -152,15 +152,12 @@ class CheckReport {
     const Findings& findings_;
 };
 
-// A signal waits until the route is back; then it does what it would have done.
-void trySet(ServerCheck& check, std::int64_t output) {
-    bool isInterrupted = false;
-    {
-        const Interruption held([&] { isInterrupted = true; }, Interruption::Second::callsAgain);
-        check.trySet(output);
-        QCoreApplication::processEvents();
-    }
-    if (isInterrupted) std::raise(SIGTERM);
+// A signal waits until the route is back. It is given back for the end of the program; 0 for none.
+int trySet(ServerCheck& check, std::int64_t output) {
+    const Interruption held([] {}, Interruption::Second::callsAgain);
+    const Patience patience(held, "the route is put back first, then all is told; that may take a while");
+    check.trySet(output);
+    return held.signal();
 }
 
 }  // namespace
@@ -181,7 +178,7 @@ ExitCode checkServer(const Options& options) {
         return fail(ExitCode::timedOut, inQuotes(*server) + " cannot be reached: " + run.failure().reason);
     if (check.times().count() == 0 && check.findings().problems() == 0)
         return fail(ExitCode::timedOut, "there was no time to ask " + inQuotes(*server) + " anything (--wait)");
-    if (options.trialOutput) trySet(check, *options.trialOutput);
+    const int signal = options.trialOutput ? trySet(check, *options.trialOutput) : 0;
     if (search && search->wasAnnouncedAnew())
         check.findings().note(Finding::announcedAnew, "it was announced anew during the check");
     const CheckReport result(check, check.findings());
@@ -190,9 +187,11 @@ ExitCode checkServer(const Options& options) {
         if (code != ExitCode::done) report.complain(result.conclusion());
         QJsonObject document = result.document();
         document.insert("server", jsonValue(*server));
-        return report.print(document, code);
+        report.print(document, code);
+    } else {
+        result.print();
     }
-    result.print();
+    if (signal != 0) std::raise(signal);
     return code;
 }
 

@@ -1,8 +1,10 @@
 // The check of a switch server, against the virtual one with every fault that it has, and against the page for those
 // who write a server.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <atomic>
+#include <csignal>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -107,6 +109,12 @@ std::string bytesOf(const std::string& line) {
         bytes += static_cast<char>(byte);
     }
     return bytes;
+}
+
+// Where a virtual server that was just started says that it listens.
+QString placeOf(Program& server) {
+    const std::string listening = server.outputLine();
+    return QString::fromStdString(listening.substr(13, listening.find(',') - 13));
 }
 
 class CheckServerProgram : public HostWithServer {};
@@ -230,9 +238,7 @@ TEST_F(CheckServerProgram, tellsInWordsAndAsJsonAndByItsExitCode) {
     EXPECT_EQ(document.value("conclusion").toString(), "The plugin can work with this server.");
     EXPECT_GT(document.value("replyTimes").toObject().value("count").toInt(), 10);
     Program bad(VELMORA_SWITCH_SERVER, {"--no-announce", "--fault", "double@GET"});
-    const std::string listening = bad.outputLine();
-    const auto place = listening.substr(13, listening.find(',') - 13);
-    const auto problem = runHost({"check-server", QString::fromStdString(place)});
+    const auto problem = runHost({"check-server", placeOf(bad)});
     EXPECT_EQ(problem.code, 1);
     EXPECT_TRUE(problem.output.contains("problem  segments  GET 1 was answered by more than a line"))
         << problem.output.constData();
@@ -240,6 +246,20 @@ TEST_F(CheckServerProgram, tellsInWordsAndAsJsonAndByItsExitCode) {
     EXPECT_EQ(runHost({"check-server", "Nobody", "--wait", "0.5"}).code, 3);
     EXPECT_EQ(runHost({"check-server"}).code, 2);
     EXPECT_EQ(runHost({"check-server", name_, "--set", "1-2"}).code, 2);
+}
+
+TEST_F(CheckServerProgram, aSignalWaitsUntilTheRouteIsBackAndAllIsTold) {
+    Program slow(VELMORA_SWITCH_SERVER, {"--no-announce", "--verbose", "--fault", "delay=1500@SET#2"});
+    Program check(VELMORA_HOST, {"check-server", placeOf(slow), "--set", "1"});
+    EXPECT_NE(slow.outputLineWith("< SET 1 2"), "");
+    check.sendSignal(SIGINT);
+    EXPECT_TRUE(check.errorLine().find("interrupted; the route is put back") != std::string::npos);
+    const std::string told = check.output();
+    EXPECT_NE(told.find("problem  times     SET 1 2 was answered after"), std::string::npos) << told;
+    EXPECT_NE(slow.outputLineWith("< SET 1 1"), "");
+    siginfo_t end{};
+    waitid(P_PID, static_cast<id_t>(check.id()), &end, WEXITED | WNOWAIT);
+    EXPECT_TRUE(end.si_code == CLD_KILLED && end.si_status == SIGINT);
 }
 
 }  // namespace velmora::test
