@@ -152,6 +152,18 @@ class CheckReport {
     const Findings& findings_;
 };
 
+// Where the server in the arguments is; none where it has to be found by its name, as the one in the settings always.
+Result<std::optional<HostAndPort>> placeOf(const Options& options) {
+    if (options.arguments.empty()) return std::optional<HostAndPort>();
+    return hostAndPortInText(options.arguments.front());
+}
+
+// For a person who meant a host.
+const char* hintFor(const Options& options) {
+    const bool hasColon = !options.arguments.empty() && options.arguments.front().find(':') != std::string::npos;
+    return hasColon ? "; a host of a single word goes in brackets, such as [router]:4000" : "";
+}
+
 // A signal waits until the route is back. It is given back for the end of the program; 0 for none.
 int trySet(ServerCheck& check, std::int64_t output) {
     const Interruption held([] {}, Interruption::Second::callsAgain);
@@ -168,11 +180,12 @@ ExitCode checkServer(const Options& options) {
     const auto server = serverOf(options);
     if (!server) return fail(ExitCode::unusable, server.failure().reason);
     const Date end = fromNow(options.wait);
-    const auto place = hostAndPortInText(*server);
+    const auto place = placeOf(options);
+    if (!place) return fail(ExitCode::unusable, place.failure().reason);
     std::optional<ServerSearch> search;
-    if (!place) search.emplace(*server);
-    const auto addresses = place ? addressesOf(*place, end) : search->addresses(options.wait);
-    if (!addresses) return fail(ExitCode::timedOut, addresses.failure().reason);
+    if (!*place) search.emplace(*server);
+    const auto addresses = *place ? addressesOf(**place, end) : search->addresses(options.wait);
+    if (!addresses) return fail(ExitCode::timedOut, addresses.failure().reason + (search ? hintFor(options) : ""));
     ServerCheck check(*addresses, fromNow(options.wait));
     if (const auto run = check.run(options.repeat); !run)
         return fail(ExitCode::timedOut, inQuotes(*server) + " cannot be reached: " + run.failure().reason);

@@ -193,11 +193,18 @@ TEST(ServerCheck, endsInTimeWhateverTheServerDoes) {
 }
 
 TEST(ServerCheck, knowsAPlaceFromAName) {
-    for (const char* const place : {"127.0.0.1:4000", "[::1]:1", "router-2.example:65535"}) {
-        EXPECT_TRUE(hostAndPortInText(place)) << place;
+    const auto kindOf = [](const char* text) {
+        const auto place = hostAndPortInText(text);
+        return !place ? "wrong" : *place ? "place" : "name";
+    };
+    for (const char* const place : {"127.0.0.1:4000", "[::1]:1", "my_router-2.example:65535", "localhost:1", "[a]:1"}) {
+        EXPECT_STREQ(kindOf(place), "place") << place;
     }
-    for (const char* const name : {"Studio 1", "Studio 1:4000", "a:0", "a:65536", "a:4000 ", ":4000", "::1", "[]:1"}) {
-        EXPECT_FALSE(hostAndPortInText(name)) << name;
+    for (const char* const name : {"Studio 1", "Rack:1", "Vision 2.1:30", "a:65536", ":4000", "[]:1", "192.0.2.7"}) {
+        EXPECT_STREQ(kindOf(name), "name") << name;
+    }
+    for (const char* const wrong : {"127.0.0.1:0", "127.0.0.1:65536", "127.0.0.1:", "::1:4000", "::1", "[::1]"}) {
+        EXPECT_STREQ(kindOf(wrong), "wrong") << wrong;
     }
 }
 
@@ -244,6 +251,10 @@ TEST_F(CheckServerProgram, tellsInWordsAndAsJsonAndByItsExitCode) {
         << problem.output.constData();
     EXPECT_EQ(runHost({"check-server", "127.0.0.1:9"}).code, 3);
     EXPECT_EQ(runHost({"check-server", "Nobody", "--wait", "0.5"}).code, 3);
+    EXPECT_EQ(runHost({"check-server", "127.0.0.1:70000"}).code, 2);
+    const QString rack = writeSettings("Rack:1", {});
+    const auto absent = runHost({"check-server", "--settings", rack, "--wait", "0.5"});
+    EXPECT_TRUE(absent.errors.contains("the switch server \"Rack:1\" was not found")) << absent.errors.constData();
     EXPECT_EQ(runHost({"check-server"}).code, 2);
     EXPECT_EQ(runHost({"check-server", name_, "--set", "1-2"}).code, 2);
 }
