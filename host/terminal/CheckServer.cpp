@@ -38,9 +38,9 @@ Result<std::string> serverOf(const Options& options) {
 }
 
 std::string timesSummary(const ReplyTimes& times) {
-    return std::to_string(times.count()) + " replies: the shortest time " + timeText(times.quantile(0)) + ", median " +
-           timeText(times.quantile(0.5)) + ", 95 % within " + timeText(times.quantile(0.95)) + ", the longest " +
-           timeText(times.quantile(1));
+    return (times.count() == 1 ? "1 reply" : std::to_string(times.count()) + " replies") + ": the shortest time " +
+           timeText(times.quantile(0)) + ", median " + timeText(times.quantile(0.5)) + ", 95 % within " +
+           timeText(times.quantile(0.95)) + ", the longest " + timeText(times.quantile(1));
 }
 
 std::string boundText(Seconds below) {

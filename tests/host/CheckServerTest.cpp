@@ -158,6 +158,7 @@ TEST(ServerCheck, changesARouteOnlyWhenAskedAndPutsItBackAlsoOnANewConnection) {
     EXPECT_EQ(namesFoundIn(check), std::set<std::string>());
     EXPECT_EQ(check.leftOut(), std::vector<std::string>());
     EXPECT_TRUE(good.routes.empty());
+    EXPECT_EQ(check.good(Check::labels), "3 labels of inputs, 2 of outputs");
     check.trySet(2);
     EXPECT_EQ(good.routes, (std::vector{3, 2}));  // a route that was there already is no news
 
@@ -174,6 +175,7 @@ TEST(ServerCheck, endsInTimeWhateverTheServerDoes) {
     auto check = slow.check(Seconds(3), kLimits);
     EXPECT_TRUE(check.run(10));
     EXPECT_FALSE(check.leftOut().empty());
+    EXPECT_EQ(namesFoundIn(check), std::set<std::string>{"host-blocked"});
 
     const ListeningPort port;
     std::jthread flood([&port](const std::stop_token& stop) {
@@ -187,6 +189,9 @@ TEST(ServerCheck, endsInTimeWhateverTheServerDoes) {
     ServerCheck flooded({*SocketAddress::fromText("127.0.0.1", port.port())}, fromNow(Seconds(3)), kLimits);
     EXPECT_TRUE(flooded.run(10));
     EXPECT_EQ(namesFoundIn(flooded), std::set<std::string>{"endless"});
+    for (const Check ofReplies : {Check::segments, Check::lineEnds, Check::text}) {
+        EXPECT_EQ(flooded.good(ofReplies), "") << nameOf(ofReplies);
+    }
     EXPECT_LT(Date::clock::now() - begin, Seconds(20));
     flood.request_stop();
     const TestClient last(port.port());  // so that it sees that
