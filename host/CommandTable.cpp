@@ -243,9 +243,9 @@ Result<void> checkSet(const Options& options) {
 constexpr std::string_view kCheckServerHelp =
     R"(Talks to the server as the plugin does, one command at a time on a connection of its own, and prints a line for each thing that it looks at: ok, a note (the plugin can do with it) or a problem, with what came and what the plugin makes of it. The times of the replies follow as bars, then what was left out, and last whether the plugin can work with this server. The plugin is not loaded, and no route is changed without --set.
 
-NAME is found by discovery; without one it is the server that the settings name (--settings). HOST:PORT needs no discovery. Exit code 0 without problems, 1 with some, 2 for wrong usage, 3 when the server was not found or takes no connection.
+NAME is found by discovery; without one it is the server that the settings name (--settings). HOST:PORT needs no discovery; HOST is an address, "localhost", a name with a dot, or any in brackets: [::1]:4000, [router]:4000. Exit code 0 without problems, 1 with some, 2 for wrong usage, 3 when the server was not found or takes no connection.
 
---wait bounds the search, and again all of the questions; changing a route and putting it back may take ten seconds each more. What there was no time for is left out and said.
+--wait bounds the search, and again all of the questions; changing a route and putting it back may take ten seconds each more; Ctrl-C waits for that. What there was no time for is left out and said.
 
 With --json: "checks" (each with "check", "result", "text", and of a note or problem "finding" and "times"), "replyTimes" (in seconds, with "histogram"), "leftOut", "usable", "conclusion", "server" and "address".
 

@@ -7,6 +7,7 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <utility>
 
 #include "platform/foundation/ImmediateOutput.h"
 #include "platform/threads/Interruption.h"
@@ -31,26 +32,24 @@ bool isReadable(int descriptor) {
     return poll(&watched, 1, 0) == 1;
 }
 
-void watch(int end, int signal) {
+void watch(int end, int signal, const std::string& words) {
     while (waitFor(end, signal, POLLIN, kForEver)) {
         if (!isReadable(signal)) continue;
         if (!waitFor(end, signal, 0, kAtOnce)) return;
         if (!isReadable(signal)) continue;
         // At once or not at all: where nobody reads, the end of this thread must not be held up.
-        [[maybe_unused]] const auto written = writeAtOnce(
-            STDERR_FILENO,
-            "velmora-host: interrupted; waiting for the plugin, which is at work and may wait for its device. The "
-            "program ends when the plugin is done; once more (Ctrl-C) ends it now, without stopping the plugin in "
-            "order\n");
-        return;  // the second time ends the process
+        [[maybe_unused]] const auto written = writeAtOnce(STDERR_FILENO, "velmora-host: interrupted; " + words + '\n');
+        return;  // once is enough; mostly the second time ends the process
     }
 }
 
 }  // namespace
 
-Patience::Patience(const Interruption& interruption) : end_(eventfd(0, EFD_CLOEXEC)) {
+Patience::Patience(const Interruption& interruption, std::string words) : end_(eventfd(0, EFD_CLOEXEC)) {
     // Where no descriptor is left to end the thread with, do without it.
-    if (end_ >= 0) thread_ = std::thread([end = end_, signal = interruption.descriptor()] { watch(end, signal); });
+    if (end_ < 0) return;
+    thread_ = std::thread(
+        [end = end_, signal = interruption.descriptor(), text = std::move(words)] { watch(end, signal, text); });
 }
 
 Patience::~Patience() {

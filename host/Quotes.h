@@ -25,4 +25,9 @@ inline std::string firstInQuotes(const std::vector<std::string>& texts) {
     return shown == texts.size() ? list : list + " and " + std::to_string(texts.size() - shown) + " more";
 }
 
+// "1 label", "2 labels".
+inline std::string counted(std::size_t count, std::string_view what) {
+    return std::to_string(count) + ' ' + std::string(what) + (count == 1 ? "" : "s");
+}
+
 }  // namespace velmora

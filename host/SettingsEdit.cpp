@@ -169,7 +169,7 @@ Result<std::vector<std::int64_t>> outputsInText(const std::string& text) {
         isLast = comma == std::string_view::npos;
         const std::string_view part = rest.substr(0, comma);
         if (!isLast) rest.remove_prefix(comma + 1);
-        const std::size_t dash = part.find('-');
+        const std::size_t dash = part.find('-', 1);  // "-1" is one word, and wrong
         const auto first = indexInText(part.substr(0, dash));
         const auto last = dash == std::string_view::npos ? first : indexInText(part.substr(dash + 1));
         if (!first || !last) return first ? last.failure() : first.failure();

@@ -1,6 +1,5 @@
 #include "host/terminal/CheckServer.h"
 
-#include <QCoreApplication>
 #include <QJsonArray>
 #include <algorithm>
 #include <cmath>
@@ -8,6 +7,7 @@
 #include <optional>
 
 #include "host/Console.h"
+#include "host/Patience.h"
 #include "host/Quotes.h"
 #include "host/SettingsFile.h"
 #include "host/SettingsKeys.h"
@@ -38,9 +38,9 @@ Result<std::string> serverOf(const Options& options) {
 }
 
 std::string timesSummary(const ReplyTimes& times) {
-    return std::to_string(times.count()) + " replies: the shortest time " + timeText(times.quantile(0)) + ", median " +
-           timeText(times.quantile(0.5)) + ", 95 % within " + timeText(times.quantile(0.95)) + ", the longest " +
-           timeText(times.quantile(1));
+    return (times.count() == 1 ? "1 reply" : std::to_string(times.count()) + " replies") + ": the shortest time " +
+           timeText(times.quantile(0)) + ", median " + timeText(times.quantile(0.5)) + ", 95 % within " +
+           timeText(times.quantile(0.95)) + ", the longest " + timeText(times.quantile(1));
 }
 
 std::string boundText(Seconds below) {
@@ -152,15 +152,24 @@ class CheckReport {
     const Findings& findings_;
 };
 
-// A signal waits until the route is back; then it does what it would have done.
-void trySet(ServerCheck& check, std::int64_t output) {
-    bool isInterrupted = false;
-    {
-        const Interruption held([&] { isInterrupted = true; }, Interruption::Second::callsAgain);
-        check.trySet(output);
-        QCoreApplication::processEvents();
-    }
-    if (isInterrupted) std::raise(SIGTERM);
+// Where the server in the arguments is; none where it has to be found by its name, as the one in the settings always.
+Result<std::optional<HostAndPort>> placeOf(const Options& options) {
+    if (options.arguments.empty()) return std::optional<HostAndPort>();
+    return hostAndPortInText(options.arguments.front());
+}
+
+// For a person who meant a host.
+const char* hintFor(const Options& options) {
+    const bool hasColon = !options.arguments.empty() && options.arguments.front().find(':') != std::string::npos;
+    return hasColon ? "; a host of a single word goes in brackets, such as [router]:4000" : "";
+}
+
+// A signal waits until the route is back. It is given back for the end of the program; 0 for none.
+int trySet(ServerCheck& check, std::int64_t output) {
+    const Interruption held([] {}, Interruption::Second::callsAgain);
+    const Patience patience(held, "the route is put back first, then all is told; that may take a while");
+    check.trySet(output);
+    return held.signal();
 }
 
 }  // namespace
@@ -171,17 +180,18 @@ ExitCode checkServer(const Options& options) {
     const auto server = serverOf(options);
     if (!server) return fail(ExitCode::unusable, server.failure().reason);
     const Date end = fromNow(options.wait);
-    const auto place = hostAndPortInText(*server);
+    const auto place = placeOf(options);
+    if (!place) return fail(ExitCode::unusable, place.failure().reason);
     std::optional<ServerSearch> search;
-    if (!place) search.emplace(*server);
-    const auto addresses = place ? addressesOf(*place, end) : search->addresses(options.wait);
-    if (!addresses) return fail(ExitCode::timedOut, addresses.failure().reason);
+    if (!*place) search.emplace(*server);
+    const auto addresses = *place ? addressesOf(**place, end) : search->addresses(options.wait);
+    if (!addresses) return fail(ExitCode::timedOut, addresses.failure().reason + (search ? hintFor(options) : ""));
     ServerCheck check(*addresses, fromNow(options.wait));
     if (const auto run = check.run(options.repeat); !run)
         return fail(ExitCode::timedOut, inQuotes(*server) + " cannot be reached: " + run.failure().reason);
     if (check.times().count() == 0 && check.findings().problems() == 0)
         return fail(ExitCode::timedOut, "there was no time to ask " + inQuotes(*server) + " anything (--wait)");
-    if (options.trialOutput) trySet(check, *options.trialOutput);
+    const int signal = options.trialOutput ? trySet(check, *options.trialOutput) : 0;
     if (search && search->wasAnnouncedAnew())
         check.findings().note(Finding::announcedAnew, "it was announced anew during the check");
     const CheckReport result(check, check.findings());
@@ -190,9 +200,11 @@ ExitCode checkServer(const Options& options) {
         if (code != ExitCode::done) report.complain(result.conclusion());
         QJsonObject document = result.document();
         document.insert("server", jsonValue(*server));
-        return report.print(document, code);
+        report.print(document, code);
+    } else {
+        result.print();
     }
-    result.print();
+    if (signal != 0) std::raise(signal);
     return code;
 }
 

@@ -39,7 +39,9 @@ Result<void> takeSteps(Options& options) {
     const std::string& file = options.arguments.front();
     const auto contents = file == "-" ? standardInput() : readFile(file, kSalvoByteLimit);
     const std::string name = file == "-" ? "the salvo on standard input" : "the salvo " + inQuotes(file);
-    if (!contents) return Failure{name + " cannot be read: " + contents.failure().reason};
+    std::error_code unknown;
+    const char* const hint = std::filesystem::is_fifo(file, unknown) ? "; \"-\" reads a pipe on standard input" : "";
+    if (!contents) return Failure{name + " cannot be read: " + contents.failure().reason + hint};
     auto lines = salvoLines(*contents);
     if (!lines) return Failure{name + " cannot be used: " + lines.failure().reason};
     if (lines->empty()) return Failure{name + " holds no values"};

@@ -2,14 +2,18 @@
 
 #include <QJsonArray>
 #include <algorithm>
+#include <csignal>
+#include <optional>
 #include <utility>
 
 #include "host/CommandTable.h"
 #include "host/Console.h"
 #include "host/Naming.h"
+#include "host/Patience.h"
 #include "host/PluginState.h"
 #include "host/terminal/Json.h"
 #include "host/terminal/TextTable.h"
+#include "platform/threads/Interruption.h"
 
 namespace velmora {
 
@@ -78,21 +82,35 @@ ExitCode SetCommands::printOne(const Row& row, ExitCode code) const {
     return code;
 }
 
+// After a signal nothing more is set, but all is told.
 ExitCode SetCommands::run(const Salvo& salvo) {
+    std::optional<Interruption> held(std::in_place, [] {});
+    std::optional<Patience> patience(std::in_place, *held);
     const bool isDryRun = context_.options.dryRun;
     std::vector<std::vector<std::string>> table = {{"NAME", "DISPLAY NAME", "CURRENT", isDryRun ? "NEW" : "RESULT"}};
     QJsonArray steps;
     bool isGood = true;
     for (const SalvoStep& step : salvo) {
-        const Row row = isDryRun ? foresee(step) : perform(step);
+        const bool isStopped = held->signal() != 0;
+        const Row row = isStopped  ? Row{step, unread(context_.host), "not tried", false}
+                        : isDryRun ? foresee(step)
+                                   : perform(step);
         isGood = isGood && row.isGood;
         steps.append(document(row));
         table.push_back({step.name, context_.plugin().displayNameOfAttributeWithName(step.name).value_or(""),
                          shownValue(row.reading), row.result});
     }
+    const int signal = held->signal();
+    patience.reset();
+    held.reset();
+    if (signal != 0) context_.report.complain("interrupted; the rest was not tried");
     const ExitCode code = isGood ? ExitCode::done : failure();
-    if (context_.report.isJson()) return context_.report.print({{"dryRun", isDryRun}, {"steps", steps}}, code);
-    printText(textTable(std::move(table)));
+    if (context_.report.isJson()) {
+        context_.report.print({{"dryRun", isDryRun}, {"steps", steps}}, code);
+    } else {
+        printText(textTable(std::move(table)));
+    }
+    if (signal != 0) std::raise(signal);
     return code;
 }
 

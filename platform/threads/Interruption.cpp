@@ -34,10 +34,12 @@ void readBack() {
 
 // How many of SIGINT and SIGTERM, whichever they are, call the handler; the next one ends the process.
 std::atomic<int> callsLeft = 0;
+std::atomic<int> latest = 0;
 static_assert(std::atomic<int>::is_always_lock_free);
 
 void handleSignal(int signal) {
     const int error = errno;
+    latest = signal;
     if (signal != SIGHUP && callsLeft.fetch_sub(1) <= 0) {
         std::signal(signal, SIG_DFL);
         raise(signal);  // it ends the process when this function returns
@@ -59,6 +61,7 @@ Interruption::Interruption(std::function<void()> handler, Second second) : earli
         call();
     });
     wakeUp = wakeUpDescriptor();
+    latest = 0;
     callsLeft = second == Second::endsProcess ? 1 : std::numeric_limits<int>::max();
     struct sigaction action {};
     action.sa_handler = handleSignal;
@@ -74,6 +77,10 @@ Interruption::Interruption(std::function<void()> handler, Second second) : earli
 
 int Interruption::descriptor() const {
     return wakeUpDescriptor();
+}
+
+int Interruption::signal() const {
+    return notifier_ != nullptr ? latest.load() : 0;
 }
 
 Interruption::~Interruption() {

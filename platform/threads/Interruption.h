@@ -27,6 +27,8 @@ class Interruption {
     // Readable from a signal until the handler is called; for code that must notice a signal while the event loop is
     // blocked. Stays open for ever; -1 where none was left.
     int descriptor() const;
+    // The latest one, handled or not; 0 when none has come.
+    int signal() const;
 
   private:
     std::unique_ptr<QSocketNotifier> notifier_;

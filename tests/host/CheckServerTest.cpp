@@ -1,8 +1,10 @@
 // The check of a switch server, against the virtual one with every fault that it has, and against the page for those
 // who write a server.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <atomic>
+#include <csignal>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -109,6 +111,12 @@ std::string bytesOf(const std::string& line) {
     return bytes;
 }
 
+// Where a virtual server that was just started says that it listens.
+QString placeOf(Program& server) {
+    const std::string listening = server.outputLine();
+    return QString::fromStdString(listening.substr(13, listening.find(',') - 13));
+}
+
 class CheckServerProgram : public HostWithServer {};
 
 }  // namespace
@@ -150,6 +158,7 @@ TEST(ServerCheck, changesARouteOnlyWhenAskedAndPutsItBackAlsoOnANewConnection) {
     EXPECT_EQ(namesFoundIn(check), std::set<std::string>());
     EXPECT_EQ(check.leftOut(), std::vector<std::string>());
     EXPECT_TRUE(good.routes.empty());
+    EXPECT_EQ(check.good(Check::labels), "3 labels of inputs, 2 of outputs");
     check.trySet(2);
     EXPECT_EQ(good.routes, (std::vector{3, 2}));  // a route that was there already is no news
 
@@ -166,6 +175,7 @@ TEST(ServerCheck, endsInTimeWhateverTheServerDoes) {
     auto check = slow.check(Seconds(3), kLimits);
     EXPECT_TRUE(check.run(10));
     EXPECT_FALSE(check.leftOut().empty());
+    EXPECT_EQ(namesFoundIn(check), std::set<std::string>{"host-blocked"});
 
     const ListeningPort port;
     std::jthread flood([&port](const std::stop_token& stop) {
@@ -179,17 +189,27 @@ TEST(ServerCheck, endsInTimeWhateverTheServerDoes) {
     ServerCheck flooded({*SocketAddress::fromText("127.0.0.1", port.port())}, fromNow(Seconds(3)), kLimits);
     EXPECT_TRUE(flooded.run(10));
     EXPECT_EQ(namesFoundIn(flooded), std::set<std::string>{"endless"});
+    for (const Check ofReplies : {Check::segments, Check::lineEnds, Check::text}) {
+        EXPECT_EQ(flooded.good(ofReplies), "") << nameOf(ofReplies);
+    }
     EXPECT_LT(Date::clock::now() - begin, Seconds(20));
     flood.request_stop();
     const TestClient last(port.port());  // so that it sees that
 }
 
 TEST(ServerCheck, knowsAPlaceFromAName) {
-    for (const char* const place : {"127.0.0.1:4000", "[::1]:1", "router-2.example:65535"}) {
-        EXPECT_TRUE(hostAndPortInText(place)) << place;
+    const auto kindOf = [](const char* text) {
+        const auto place = hostAndPortInText(text);
+        return !place ? "wrong" : *place ? "place" : "name";
+    };
+    for (const char* const place : {"127.0.0.1:4000", "[::1]:1", "my_router-2.example:65535", "localhost:1", "[a]:1"}) {
+        EXPECT_STREQ(kindOf(place), "place") << place;
     }
-    for (const char* const name : {"Studio 1", "Studio 1:4000", "a:0", "a:65536", "a:4000 ", ":4000", "::1", "[]:1"}) {
-        EXPECT_FALSE(hostAndPortInText(name)) << name;
+    for (const char* const name : {"Studio 1", "Rack:1", "Vision 2.1:30", "a:65536", ":4000", "[]:1", "192.0.2.7"}) {
+        EXPECT_STREQ(kindOf(name), "name") << name;
+    }
+    for (const char* const wrong : {"127.0.0.1:0", "127.0.0.1:65536", "127.0.0.1:", "::1:4000", "::1", "[::1]"}) {
+        EXPECT_STREQ(kindOf(wrong), "wrong") << wrong;
     }
 }
 
@@ -230,16 +250,32 @@ TEST_F(CheckServerProgram, tellsInWordsAndAsJsonAndByItsExitCode) {
     EXPECT_EQ(document.value("conclusion").toString(), "The plugin can work with this server.");
     EXPECT_GT(document.value("replyTimes").toObject().value("count").toInt(), 10);
     Program bad(VELMORA_SWITCH_SERVER, {"--no-announce", "--fault", "double@GET"});
-    const std::string listening = bad.outputLine();
-    const auto place = listening.substr(13, listening.find(',') - 13);
-    const auto problem = runHost({"check-server", QString::fromStdString(place)});
+    const auto problem = runHost({"check-server", placeOf(bad)});
     EXPECT_EQ(problem.code, 1);
     EXPECT_TRUE(problem.output.contains("problem  segments  GET 1 was answered by more than a line"))
         << problem.output.constData();
     EXPECT_EQ(runHost({"check-server", "127.0.0.1:9"}).code, 3);
     EXPECT_EQ(runHost({"check-server", "Nobody", "--wait", "0.5"}).code, 3);
+    EXPECT_EQ(runHost({"check-server", "127.0.0.1:70000"}).code, 2);
+    const QString rack = writeSettings("Rack:1", {});
+    const auto absent = runHost({"check-server", "--settings", rack, "--wait", "0.5"});
+    EXPECT_TRUE(absent.errors.contains("the switch server \"Rack:1\" was not found")) << absent.errors.constData();
     EXPECT_EQ(runHost({"check-server"}).code, 2);
     EXPECT_EQ(runHost({"check-server", name_, "--set", "1-2"}).code, 2);
+}
+
+TEST_F(CheckServerProgram, aSignalWaitsUntilTheRouteIsBackAndAllIsTold) {
+    Program slow(VELMORA_SWITCH_SERVER, {"--no-announce", "--verbose", "--fault", "delay=1500@SET#2"});
+    Program check(VELMORA_HOST, {"check-server", placeOf(slow), "--set", "1"});
+    EXPECT_NE(slow.outputLineWith("< SET 1 2"), "");
+    check.sendSignal(SIGINT);
+    EXPECT_TRUE(check.errorLine().find("interrupted; the route is put back") != std::string::npos);
+    const std::string told = check.output();
+    EXPECT_NE(told.find("problem  times     SET 1 2 was answered after"), std::string::npos) << told;
+    EXPECT_NE(slow.outputLineWith("< SET 1 1"), "");
+    siginfo_t end{};
+    waitid(P_PID, static_cast<id_t>(check.id()), &end, WEXITED | WNOWAIT);
+    EXPECT_TRUE(end.si_code == CLD_KILLED && end.si_status == SIGINT);
 }
 
 }  // namespace velmora::test

@@ -112,4 +112,18 @@ TEST_F(HostWithServer, watchesUntilInterrupted) {
     EXPECT_EQ(blocked.exitCodeAfterSignal(SIGTERM), -1);
 }
 
+TEST_F(HostProgram, aSignalDuringASalvoStopsItAndAllIsTold) {
+    const QString name = QString("Stopped Salvo %1").arg(QCoreApplication::applicationPid());
+    Program server(VELMORA_SWITCH_SERVER,
+                   {"--name", name, "--interface", "lo", "--verbose", "--fault", "delay=1500@SET#1"});
+    EXPECT_NE(server.outputLineWith("announced as"), "");
+    const QString settings = writeSettings(name, {{"A", 0, 0}, {"B", 1, 0}});
+    Program set(VELMORA_HOST, {"--interface", "lo", "--settings", settings, "set", "1=3", "2=3"});
+    EXPECT_NE(server.outputLineWith("< SET 1 3"), "");
+    set.sendSignal(SIGINT);
+    const std::string told = set.output();
+    EXPECT_TRUE(told.find(" done\n") < told.find(" not tried\n") && told.ends_with(" not tried\n")) << told;
+    EXPECT_EQ(set.exitCode(), -1);
+}
+
 }  // namespace velmora::test

@@ -66,6 +66,7 @@ constexpr FindingRow kRows[] = {
      "the plugin takes it for an answer; ERROR would tell that there is no such number"},
     {Finding::slow, Check::times, true, "slow", "the plugin blocks its host for that long"},
     {Finding::longRebuild, Check::times, false, "long-rebuild", "the plugin blocks its host for that long"},
+    {Finding::hostBlocked, Check::times, true, "host-blocked", "the plugin blocks its host for that long"},
     {Finding::setWithoutRoute, Check::set, true, "set-without-route", "so nothing was set"},
     {Finding::setUnconfirmed, Check::set, true, "set-unconfirmed",
      "the plugin sends SET once and tells its host that there was no proper answer"},

@@ -64,6 +64,7 @@ enum class Finding {
     strangerAccepted,
     slow,
     longRebuild,
+    hostBlocked,
     setWithoutRoute,
     setUnconfirmed,
     setIgnored,

@@ -52,6 +52,7 @@ class Interrogation {
     const SocketAddress& address() const { return addresses_[used_]; }
     std::size_t answered() const { return answered_; }
     int connections() const { return connections_; }
+    bool hasReadText() const { return usualEnd_.has_value(); }
     // As a person reads it: "CR LF"; "" where replies have none.
     std::string usualLineEnd() const;
 

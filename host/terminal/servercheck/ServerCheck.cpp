@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host/Quotes.h"
 #include "host/terminal/SwitchSocket.h"
 #include "host/terminal/servercheck/Replies.h"
 #include "platform/foundation/Text.h"
@@ -17,7 +18,7 @@ constexpr std::size_t kMostInputsInValues = 9999;
 constexpr int kRepliesBesideLabels = 4;
 
 std::string sizeTextOf(const MatrixSize& size) {
-    return std::to_string(size.inputs) + " inputs and " + std::to_string(size.outputs) + " outputs";
+    return counted(size.inputs, "input") + " and " + counted(size.outputs, "output");
 }
 
 }  // namespace
@@ -93,7 +94,8 @@ void ServerCheck::askLabel(Word word, std::size_t number, bool listens) {
     if (text->starts_with(kRefusalOfServer))
         return findings_.note(Finding::refusedLabel, command + " was answered " + quotedText(*text));
     Labels& labels = labelsOf(word);
-    if (labels.count++ == 0) labels.first = *text;
+    if (labels.numbers.empty()) labels.first = *text;
+    labels.numbers.insert(number);
     labels.areSame = labels.areSame && (number == 1 || *text == labels.first);
 }
 
@@ -184,7 +186,7 @@ void ServerCheck::leaveOut(const std::string& what) {
 }
 
 void ServerCheck::judgeLabels(const Labels& labels, std::size_t number, const char* whose) {
-    if (number < 2 || labels.count < number || !labels.areSame) return;
+    if (number < 2 || labels.numbers.size() < number || !labels.areSame) return;
     findings_.note(Finding::sameLabels, std::string("all ") + whose + " have the label " + quotedText(labels.first));
 }
 
@@ -196,35 +198,35 @@ void ServerCheck::finish() {
     const auto replies = size_->inputs + kRepliesBesideLabels;
     const Seconds rebuild = times_.quantile(0.5) * static_cast<double>(replies);
     if (rebuild >= limits_.slow)
-        findings_.note(Finding::longRebuild, "an output's values take " + std::to_string(replies) +
-                                                 " replies, which is " + timeText(rebuild) + " at the usual time");
+        findings_.note(rebuild >= limits_.reply ? Finding::hostBlocked : Finding::longRebuild,
+                       "an output's values take " + std::to_string(replies) + " replies, which is " +
+                           timeText(rebuild) + " at the usual time");
 }
 
 std::string ServerCheck::good(Check check) const {
-    const std::string count = std::to_string(times_.count());
     switch (check) {
         case Check::address:
             return wire_.address().text() + " takes connections" +
                    (isBesidesTried_ ? ", also a second one beside the first" : "");
         case Check::answers:
-            return count + " commands, each answered";
+            return counted(times_.count(), "command") + ", each answered";
         case Check::segments:
-            return "each reply came by itself and in one piece";
+            return wire_.hasReadText() ? "each reply came by itself and in one piece" : "";
         case Check::silence:
             return "nothing came unasked";
         case Check::lineEnds:
-            return "each reply ends with " + wire_.usualLineEnd();
+            return wire_.hasReadText() ? "each reply ends with " + wire_.usualLineEnd() : "";
         case Check::text:
-            return "each reply is UTF-8 without control characters";
+            return wire_.hasReadText() ? "each reply is UTF-8 without control characters" : "";
         case Check::size:
             return size_ ? sizeTextOf(*size_) + (isBesidesTried_ ? ", on each connection" : "") : "";
         case Check::routes:
             return routes_ > 0 ? std::to_string(routes_) + " times GET, each answered with an input that there is" : "";
         case Check::labels:
-            return inputLabels_.count + outputLabels_.count == 0
+            return inputLabels_.numbers.size() + outputLabels_.numbers.size() == 0
                        ? ""
-                       : std::to_string(inputLabels_.count) + " labels of inputs, " +
-                             std::to_string(outputLabels_.count) + " of outputs";
+                       : counted(inputLabels_.numbers.size(), "label") + " of inputs, " +
+                             std::to_string(outputLabels_.numbers.size()) + " of outputs";
         case Check::refresh:
             return refreshText_.empty() ? "" : "REFRESH is answered " + quotedText(refreshText_);
         case Check::numbers:

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -54,7 +55,7 @@ class ServerCheck {
     void putBack(std::int64_t output, std::int64_t input);
 
     struct Labels {
-        std::size_t count = 0;
+        std::set<std::size_t> numbers;  // of all rounds
         std::string first;
         bool areSame = true;
     };

@@ -22,22 +22,45 @@ constexpr std::size_t kMostOthers = 100;
 constexpr Seconds kResolveTime{10};
 
 bool isOfHostName(char c) {
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '.' || c == '-';
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '.' || c == '-' ||
+           c == '_';
+}
+
+bool isAddress(std::string_view text) {
+    return SocketAddress::fromText(text, 1).has_value();
+}
+
+bool isIPv6(std::string_view text) {
+    return text.find(':') != std::string_view::npos && isAddress(text);
+}
+
+bool isInBrackets(std::string_view text) {
+    return text.size() > 2 && text.starts_with('[') && text.ends_with(']');
+}
+
+std::string_view withoutBrackets(std::string_view text) {
+    return isInBrackets(text) ? text.substr(1, text.size() - 2) : text;
+}
+
+// Without brackets. Servers have names such as "Rack:1", so a single word is no host.
+bool isHost(std::string_view text) {
+    return text == "localhost" || (text.find('.') != std::string_view::npos && std::ranges::all_of(text, isOfHostName));
 }
 
 }  // namespace
 
-std::optional<HostAndPort> hostAndPortInText(std::string_view text) {
+Result<std::optional<HostAndPort>> hostAndPortInText(std::string_view text) {
     const auto colon = text.rfind(':');
-    if (colon == std::string_view::npos) return std::nullopt;
-    std::string_view host = text.substr(0, colon);
+    const std::string_view host = text.substr(0, colon);
+    if (isIPv6(withoutBrackets(text)) || isIPv6(host))
+        return Failure{inQuotes(text) + ": an IPv6 address goes in brackets, with a port after it: [::1]:4000"};
+    if (colon == std::string_view::npos || !(isInBrackets(host) || isHost(host))) return std::optional<HostAndPort>();
+    const std::string_view digits = text.substr(colon + 1);
     std::uint16_t port = 0;
-    const auto parsed = std::from_chars(text.data() + colon + 1, text.data() + text.size(), port);
-    if (parsed.ec != std::errc() || parsed.ptr != text.data() + text.size() || port == 0) return std::nullopt;
-    const bool isIPv6 = host.starts_with('[') && host.ends_with(']');
-    if (isIPv6) host = host.substr(1, host.size() - 2);
-    if (host.empty() || (!isIPv6 && !std::ranges::all_of(host, isOfHostName))) return std::nullopt;
-    return HostAndPort{std::string(host), port};
+    const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), port);
+    if (parsed.ec != std::errc() || parsed.ptr != digits.data() + digits.size() || port == 0)
+        return Failure{inQuotes(text) + ": a port is a number from 1 to 65535"};
+    return std::optional(HostAndPort{std::string(withoutBrackets(host)), port});
 }
 
 Result<std::vector<SocketAddress>> addressesOf(const HostAndPort& place, Date end) {

@@ -19,8 +19,9 @@ struct HostAndPort {
     std::string host;
     std::uint16_t port;
 };
-// "127.0.0.1:4000", "[::1]:4000", "router.example:4000"; none for a text that can only be a name.
-std::optional<HostAndPort> hostAndPortInText(std::string_view text);
+// "127.0.0.1:4000", "[::1]:4000", "localhost:4000", "router.example:4000", "[router]:4000". None for what is rather the
+// name of a server, such as "Rack:1". A failure for what is a place, but not wholly.
+Result<std::optional<HostAndPort>> hostAndPortInText(std::string_view text);
 // Any thread. Asks the system's resolver until then.
 Result<std::vector<SocketAddress>> addressesOf(const HostAndPort& place, Date end);
 

@@ -13,7 +13,7 @@ namespace velmora {
 
 // The command keeps these; tests shorten them.
 struct CheckLimits {
-    Seconds reply{10};    // for the reply to one command, as in the plugin
+    Seconds reply{10};    // for the reply to one command, as in the plugin; for all of an output's, more is a problem
     Seconds listen{0.2};  // without a byte, until a server counts as having said all
     Seconds slow{1};      // a reply that takes longer is a problem
 };
