@@ -42,7 +42,7 @@ class FaultyPlugin final : public NSObject, public VelmoraNodePluginProtocol, pu
     FaultyPlugin() { ++alive; }
     ~FaultyPlugin() override {
         --alive;
-        if (has("a view that stays")) view_.release();
+        if (QWidget* const view = view_.release(); view != nullptr && !has("a view that stays")) view->deleteLater();
         if (has("a call after the release")) tellAttributes();
     }
 
