@@ -192,5 +192,5 @@ NSObject* makePrincipalObject(const std::shared_ptr<NSBundle>&) {
 
 }  // namespace
 
-extern "C" __attribute__((visibility("default"))) const VelmoraBundleEntryRecord VelmoraBundleEntry = {
-    kVelmoraNodePluginProtocolVersion, "FaultyPlugin", makePrincipalObject};
+const VelmoraBundleEntryRecord VelmoraBundleEntry = {kVelmoraNodePluginProtocolVersion, "FaultyPlugin",
+                                                     makePrincipalObject};
