@@ -12,8 +12,5 @@ velmora::NSObject* makePrincipalObject(const std::shared_ptr<velmora::NSBundle>&
 
 }  // namespace
 
-extern "C" {
-extern const velmora::VelmoraBundleEntryRecord VelmoraBundleEntry;
 const velmora::VelmoraBundleEntryRecord VelmoraBundleEntry = {velmora::kVelmoraNodePluginProtocolVersion,
                                                               "VelmoraSwitchNodePlugin", makePrincipalObject};
-}

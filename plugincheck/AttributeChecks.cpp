@@ -49,17 +49,20 @@ std::vector<std::pair<std::string, std::string>> answeredValues(Trial& trial) {
     return values;
 }
 
-// Whatever comes of it: another thread may be in the middle of a rebuild.
-void lookUp(const VelmoraNodePluginProtocol& plugin) {
+// Whatever comes of it: another thread may be in the middle of a rebuild. At most one begins once it is over.
+void lookUp(const VelmoraNodePluginProtocol& plugin, const std::atomic<bool>& isOver) {
+    using Plugin = VelmoraNodePluginProtocol;
     const StringList names = plugin.attributeNames();
     require(names != nullptr, "attributeNames gave null on another thread");
     std::vector<std::string> some(names->begin(), names->begin() + std::min<std::ptrdiff_t>(std::ssize(*names), 3));
     some.emplace_back(kUnknownName);
     for (const std::string& name : some) {
-        plugin.displayNameOfAttributeWithName(name);
-        plugin.typeOfAttributeWithName(name);
-        plugin.defaultValueOfAttributeWithName(name);
-        plugin.directionOfAttributeWithName(name);
+        for (const auto textOf : {&Plugin::displayNameOfAttributeWithName, &Plugin::typeOfAttributeWithName,
+                                  &Plugin::defaultValueOfAttributeWithName, &Plugin::directionOfAttributeWithName}) {
+            if (isOver) return;
+            (plugin.*textOf)(name);
+        }
+        if (isOver) return;
         plugin.possibleValuesOfAttributeWithName(name);
     }
 }
@@ -124,7 +127,7 @@ void checkLookUpThreads(Trial& trial) {
     const auto look = [&, &plugin = trial.plugin()] {
         failingWhereItThrows("a look-up on another thread", [&] {
             while (!isOver) {
-                lookUp(plugin);
+                lookUp(plugin, isOver);
             }
         });
         --running;

@@ -85,11 +85,13 @@ void checkLoading(const CheckOptions& options) {
         [&] {
             NSThread::finishCancelledThreads(Seconds(1));
             after = holdingsNow();
-            return after.threads <= before.threads && after.descriptors <= before.descriptors;
+            return after.threads <= before.threads && after.descriptors <= before.descriptors &&
+                   after.children <= before.children;
         },
         kSettlingTime);
     requireNoMore("its threads", before.threads, after.threads);
     requireNoMore("its descriptors", before.descriptors, after.descriptors);
+    requireNoMore("its processes", before.children, after.children);
     const std::int64_t grown = (after.bytes - before.bytes) / (kRounds - kRoundsBefore);
     require(grown <= kBytesPerRound,
             stringWithFormat("memory grows by %li bytes a round; %li are allowed", grown, kBytesPerRound));

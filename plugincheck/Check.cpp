@@ -51,7 +51,7 @@ constexpr Check kChecks[] = {
      withPlugin<checkStatusObserver>},
     {"status-observer-releases", "the observer releases the plugin while it is called",
      withPlugin<checkStatusObserverReleases>},
-    {"loading", "loaded, started, stopped and unloaded fifty times: threads, descriptors and memory stay",
+    {"loading", "loaded, started, stopped and unloaded fifty times: threads, descriptors, processes and memory stay",
      checkLoading},
 };
 

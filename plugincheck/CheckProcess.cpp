@@ -176,8 +176,8 @@ Verdict CheckProcess::verdict() {
         isLate = !waitForNews();
         readReports();
     }
-    // With what it may have started. Until it has been waited for, the group is its own.
-    if (isLate) ::kill(-process_, SIGKILL);
+    // With what it may have left behind. Until it has been waited for, the group is its own.
+    ::kill(-process_, SIGKILL);
     const int status = statusAtEnd();
     readReports();
     if (told_ && told_->outcome != Outcome::ok) return *told_;

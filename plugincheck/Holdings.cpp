@@ -3,6 +3,7 @@
 #include <malloc.h>
 
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 
 namespace velmora {
@@ -11,6 +12,16 @@ namespace {
 
 std::int64_t entriesIn(const char* folder) {
     return std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator());
+}
+
+// Each thread has its own. A thread that has just ended has none.
+std::int64_t children() {
+    std::int64_t count = 0;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream file(thread.path() / "children");
+        count += std::distance(std::istream_iterator<int>(file), std::istream_iterator<int>());
+    }
+    return count;
 }
 
 std::int64_t allocatedBytes() {
@@ -22,7 +33,7 @@ std::int64_t allocatedBytes() {
 }  // namespace
 
 Holdings holdingsNow() {
-    return {entriesIn("/proc/self/task"), entriesIn("/proc/self/fd"), allocatedBytes()};
+    return {entriesIn("/proc/self/task"), entriesIn("/proc/self/fd"), children(), allocatedBytes()};
 }
 
 }  // namespace velmora

@@ -8,6 +8,7 @@ namespace velmora {
 struct Holdings {
     std::int64_t threads = 0;
     std::int64_t descriptors = 0;
+    std::int64_t children = 0;
     std::int64_t bytes = 0;  // allocated and not freed
 };
 

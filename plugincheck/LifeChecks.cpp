@@ -104,7 +104,7 @@ void checkDelegateThread(Trial& trial) {
     trial.setGivenSettings();
     trial.waitForDevice();
     const auto& notices = trial.listener().attributes;
-    require(!notices.onOtherThread, "the delegate was called on another thread than the main thread");
+    trial.requireNoticesOnMainThread();
     if (notices.count == 0) notApplicable("the plugin did not tell of its attributes; --settings or --wait may help");
     require(notices.pluginName == trial.name(),
             stringWithFormat("the delegate was told the name %@, the plugin's is %@", quotedText(notices.pluginName),

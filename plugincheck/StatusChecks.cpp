@@ -99,7 +99,7 @@ void checkStatusObserver(Trial& trial) {
     trial.useEverything();
     trial.serveShortly();
     const auto& notices = trial.listener().status;
-    require(!notices.onOtherThread, "the observer was called on another thread than the main thread");
+    trial.requireNoticesOnMainThread();
     require(!notices.insideOperation, "the observer was called inside an operation of the plugin");
     require(!notices.insideItself, "the observer was called inside itself");
     trial.listener().onStatus = nullptr;

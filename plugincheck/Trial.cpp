@@ -192,6 +192,11 @@ void Trial::setObserver(VelmoraNodePluginStatusProtocol_Observer* observer) {
     during("setStatusObserver", kLookUpTime, [&] { status_->setStatusObserver(observer); });
 }
 
+void Trial::requireNoticesOnMainThread() const {
+    require(!listener_.attributes.onOtherThread, "the delegate was called on another thread than the main thread");
+    require(!listener_.status.onOtherThread, "the observer was called on another thread than the main thread");
+}
+
 bool Trial::isAnswered() {
     if (status_ == nullptr) return true;
     const auto outcome = during("lastOutcome", kLookUpTime, [&] { return status_->lastOutcome(); });
@@ -251,6 +256,7 @@ void Trial::stopAndRelease() {
         if (status_ != nullptr) setObserver(nullptr);
     }
     release();
+    requireNoticesOnMainThread();
 }
 
 void Trial::finish() {

@@ -118,6 +118,8 @@ class Trial final {
     // The status protocol; null where it is not offered in a version that is known.
     VelmoraNodePluginStatusProtocol* status() { return status_.get(); }
     void setObserver(VelmoraNodePluginStatusProtocol_Observer* observer);
+    // Also made at the end of each trial.
+    void requireNoticesOnMainThread() const;
     // False where the plugin says that nobody has answered for the last value.
     bool isAnswered();
 

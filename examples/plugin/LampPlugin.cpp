@@ -83,7 +83,6 @@ class LampPlugin final : public NSObject, public VelmoraNodePluginProtocol {
 };
 
 // The one symbol that a host looks for.
-extern "C" const VelmoraBundleEntryRecord VelmoraBundleEntry;
 const VelmoraBundleEntryRecord VelmoraBundleEntry = {
     kVelmoraNodePluginProtocolVersion, "LampPlugin",
     [](const std::shared_ptr<NSBundle>& bundle) -> NSObject* { return new (std::nothrow) LampPlugin(bundle); }};

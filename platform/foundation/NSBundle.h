@@ -75,3 +75,6 @@ class NSBundle : public NSObject {
 };
 
 }  // namespace velmora
+
+// For the module to define. A project that hides its symbols must not hide this one.
+extern "C" __attribute__((visibility("default"))) const velmora::VelmoraBundleEntryRecord VelmoraBundleEntry;

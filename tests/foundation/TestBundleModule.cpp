@@ -43,11 +43,12 @@ class TestPrincipal : public NSObject {
 }  // namespace
 
 #if defined(TEST_MODULE_CODE_AS_ENTRY)
-extern "C" __attribute__((visibility("default"))) int VelmoraBundleEntry() {
+extern "C" __attribute__((visibility("default"))) int codeAsEntry() __asm__("VelmoraBundleEntry");
+int codeAsEntry() {
     return 1;
 }
 #elif !defined(TEST_MODULE_WITHOUT_ENTRY)
-extern "C" __attribute__((visibility("default"))) const VelmoraBundleEntryRecord VelmoraBundleEntry = {
+const VelmoraBundleEntryRecord VelmoraBundleEntry = {
     .protocolVersion = TEST_MODULE_VERSION,
     .principalClass = "TestPrincipal",
     .makePrincipalObject = TEST_MODULE_MAKER,

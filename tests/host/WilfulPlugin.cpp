@@ -136,5 +136,5 @@ NSObject* makePrincipalObject(const std::shared_ptr<NSBundle>&) {
 
 }  // namespace
 
-extern "C" __attribute__((visibility("default"))) const VelmoraBundleEntryRecord VelmoraBundleEntry = {
-    kVelmoraNodePluginProtocolVersion, "WilfulPlugin", makePrincipalObject};
+const VelmoraBundleEntryRecord VelmoraBundleEntry = {kVelmoraNodePluginProtocolVersion, "WilfulPlugin",
+                                                     makePrincipalObject};

@@ -42,7 +42,7 @@ class FaultyPlugin final : public NSObject, public VelmoraNodePluginProtocol, pu
     FaultyPlugin() { ++alive; }
     ~FaultyPlugin() override {
         --alive;
-        if (has("a view that stays")) view_.release();
+        if (QWidget* const view = view_.release(); view != nullptr && !has("a view that stays")) view->deleteLater();
         if (has("a call after the release")) tellAttributes();
     }
 
@@ -56,6 +56,7 @@ class FaultyPlugin final : public NSObject, public VelmoraNodePluginProtocol, pu
         }
         if (has("a lost descriptor")) ::open("/dev/null", O_RDONLY | O_CLOEXEC);
         if (has("lost memory")) lost = new char[10'000];
+        if (has("a lost process") && ::fork() == 0) ::execlp("sleep", "sleep", "60", nullptr);
         if (has("a lost thread")) std::thread(::pause).detach();
         if (has("a plugin that holds itself")) self_ = shared_from_this();
         isStarted_ = true;
@@ -65,6 +66,7 @@ class FaultyPlugin final : public NSObject, public VelmoraNodePluginProtocol, pu
     }
     void stop() override {
         if (has("a stop that hangs")) ::pause();
+        if (has("another thread at the stop")) std::thread([this] { tellAttributes(); }).join();
         if (has("a crash at a stop too many") && !isStarted_) crash();
         isStarted_ = false;
     }
@@ -144,6 +146,8 @@ class FaultyPlugin final : public NSObject, public VelmoraNodePluginProtocol, pu
         return isStarted_ && (name == "Level" || name == "Relay" || has("every name known"));
     }
     OptionalText textOf(const std::string& name, const char* text) const {
+        // Slow, but each look-up well within what a host allows.
+        if (!MainThread::isCurrent()) ::usleep(500'000);
         return isKnown(name) ? OptionalText(text) : std::nullopt;
     }
     void tellAttributes() {
@@ -188,5 +192,5 @@ NSObject* makePrincipalObject(const std::shared_ptr<NSBundle>&) {
 
 }  // namespace
 
-extern "C" __attribute__((visibility("default"))) const VelmoraBundleEntryRecord VelmoraBundleEntry = {
-    kVelmoraNodePluginProtocolVersion, "FaultyPlugin", makePrincipalObject};
+const VelmoraBundleEntryRecord VelmoraBundleEntry = {kVelmoraNodePluginProtocolVersion, "FaultyPlugin",
+                                                     makePrincipalObject};

@@ -84,6 +84,8 @@ constexpr Fault kFaults[] = {
     {"a notice inside an operation", "status-observer", "the observer was called inside an operation of the plugin"},
     {"a notice inside itself", "status-observer", "the observer was called inside itself"},
     {"a lost descriptor", "loading", "of its descriptors there were"},
+    {"a lost process", "loading", "of its processes there were"},
+    {"another thread at the stop", "names", "the delegate was called on another thread than the main thread"},
     {"a lost thread", "loading", "of its threads there were"},
 };
 
