@@ -80,7 +80,11 @@ TEST_F(Salvos, areTakenFiredAndKeptAsFiles) {
     session().refresh();
     EXPECT_TRUE(runMainLoopUntil([&] { return summary().find(": 2 of 3") != std::string::npos; })) << summary();
     press("fireButton");
+    for (const char* const button : {"takeRoutesButton", "removeStepButton", "loadSalvoButton", "saveSalvoButton"}) {
+        EXPECT_FALSE(visible<QPushButton>(button)->isEnabled()) << "it would end the salvo by halves: " << button;
+    }
     EXPECT_TRUE(saysInTheEnd("Salvo: 3 of 3 followed.")) << outcome();
+    EXPECT_TRUE(runMainLoopUntil([&] { return visible<QPushButton>("takeRoutesButton")->isEnabled(); }));
     EXPECT_TRUE(switcher.matrix.routedInput(1) == 1 && switcher.matrix.routedInput(3) == 8);
 
     ASSERT_TRUE(replaceFile(path("loud.salvo"), "# by hand\nStray=4\n1=5\n"));

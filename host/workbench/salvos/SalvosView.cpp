@@ -79,7 +79,8 @@ QWidget* SalvosView::makeButtons() {
     remove_ = add("removeStepButton", Words::tr("Remove"), Words::tr("Take the selected step out of the salvo"),
                   &SalvosView::removeSelected);
     row->addStretch();
-    add("loadSalvoButton", Words::tr("Load\u2026"), Words::tr("Read a salvo from a file"), &SalvosView::askWhereToLoad);
+    load_ = add("loadSalvoButton", Words::tr("Load\u2026"), Words::tr("Read a salvo from a file"),
+                &SalvosView::askWhereToLoad);
     save_ = add("saveSalvoButton", Words::tr("Save\u2026"),
                 Words::tr("Write the salvo to a file, which \"velmora-host apply\" takes, too"),
                 &SalvosView::askWhereToSave);
@@ -169,7 +170,8 @@ void SalvosView::showState() {
     const int steps = model_.rowCount();
     const int differences = model_.differences();
     const QString obstacle = state_.session().obstacle();
-    showObstacle(*take_, obstacle);
+    const bool isFiring = model_.isFiring();  // another salvo would end it by halves
+    showObstacle(*take_, isFiring ? Words::tr("Firing\u2026") : obstacle);
     summary_->say(steps == 0 ? Words::tr("No salvo. Take the current routes, or load a salvo from a file.")
                   : model_.isFiring()
                       ? Words::tr("Firing\u2026")
@@ -179,8 +181,9 @@ void SalvosView::showState() {
     showObstacle(*fire_, !obstacle.isEmpty()               ? obstacle
                          : steps == 0 || model_.isFiring() ? summary_->text()
                                                            : QString());
-    save_->setEnabled(steps > 0);
-    remove_->setEnabled(table_->currentIndex().isValid() && !model_.isFiring());
+    load_->setEnabled(!isFiring);
+    save_->setEnabled(steps > 0 && !isFiring);
+    remove_->setEnabled(table_->currentIndex().isValid() && !isFiring);
 }
 
 }  // namespace velmora

@@ -44,6 +44,7 @@ class SalvosView final : public QWidget {
     QPushButton* fire_ = nullptr;
     QPushButton* save_ = nullptr;
     QPushButton* remove_ = nullptr;
+    QPushButton* load_ = nullptr;
 };
 
 }  // namespace velmora
