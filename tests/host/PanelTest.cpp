@@ -172,6 +172,24 @@ TEST_F(Panel, staysAsItIsWhenThereIsSomethingToSay) {
     EXPECT_EQ(places(), before);
 }
 
+TEST_F(Panel, showsWhatIsWhenThePluginBuildsAnew) {
+    choose("destinationList", 1);
+    const auto label = [this](int input) { return tile("sourceList", input).data(AttributesModel::labelRole); };
+    const QSize size = visible<QListView>("sourceList")->gridSize();
+    MatrixContents labels;
+    const std::string longer = "Outside broadcast, second camera";
+    labels.inputLabels = {"Weather", longer};
+    EXPECT_TRUE(switcher.matrix.apply(labels));
+    const VirtualSwitch second(name + " two", 2, 2);  // each server that appears makes the plugin build its attributes
+    EXPECT_TRUE(runMainLoopUntil([&] { return label(2) == QVariant(longer.c_str()); }));
+    EXPECT_EQ(visible<QListView>("sourceList")->gridSize(), size) << "tiles move under the pointer";
+    switcher.faults.set({fault("not-utf8@INPUTLABEL")});
+    const VirtualSwitch third(name + " three", 2, 2);
+    EXPECT_TRUE(runMainLoopUntil([&] { return label(2) == QVariant("not known"); })) << "nor are they of before";
+    session().reconnect();
+    EXPECT_TRUE(marks("Programme") & AttributesModel::notKnown) << "at once: the labels may take long";
+}
+
 TEST_F(Panel, routesWhatHasNoNumbers) {
     window = nullptr;
     EXPECT_TRUE(host.unload());
