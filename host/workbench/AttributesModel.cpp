@@ -33,7 +33,10 @@ std::optional<int> numberAtEndOf(const std::string& name) {
 
 // The values with the labels of before where they have none now.
 Values withLabelsOf(const Values& before, const Values& now) {
-    const auto lacksLabel = [](const std::string& text) { return text.ends_with(" (null)"); };
+    // The number ends at the first blank; a label may end in this, too.
+    const auto lacksLabel = [](const std::string& text) {
+        return text.ends_with(" (null)") && text.find(' ') == text.rfind(' ');
+    };
     const auto& texts = now.texts();
     const auto lacking = std::count_if(texts.begin(), texts.end(), lacksLabel);
     if (lacking == 0 || !now.hasSameNumbersAs(before)) return now;
@@ -53,14 +56,19 @@ QString sortTextOf(std::optional<std::int64_t> number, const std::string& text) 
 
 }  // namespace
 
-void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin, bool keepsLabels) {
+bool AttributesModel::reload(const VelmoraNodePluginProtocol& plugin, bool keepsLabels) {
     std::vector<Row> rows;
     RowNumbers rowNumbers;
+    bool hasKeptLabels = false;
     const StringList names = plugin.attributeNames();  // the plugin need not keep it
     for (const std::string& name : *names) {
         const Row* const same = rowNamed(name);
         Values values = possibleValues(plugin, name);
-        if (keepsLabels && same != nullptr) values = withLabelsOf(same->possibleValues, values);
+        if (keepsLabels && same != nullptr) {
+            const Values labelled = withLabelsOf(same->possibleValues, values);
+            hasKeptLabels |= !(labelled == values);
+            values = labelled;
+        }
         rowNumbers.emplace(name, rows.size());
         rows.push_back({name, plugin.displayNameOfAttributeWithName(name).value_or(""),
                         plugin.defaultValueOfAttributeWithName(name).value_or(""), values, Values(values.settable()),
@@ -78,6 +86,7 @@ void AttributesModel::reload(const VelmoraNodePluginProtocol& plugin, bool keeps
     } else if (!rows_.empty()) {
         emit dataChanged(index(0, 0), index(rowCount() - 1, columnTotal - 1));
     }
+    return hasKeptLabels;
 }
 
 const AttributesModel::Row* AttributesModel::rowNamed(const std::string& name) const {

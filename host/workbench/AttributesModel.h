@@ -27,8 +27,8 @@ class AttributesModel final : public QAbstractTableModel {
     enum Mark { notKnown = 1, differsFromDefault = 2, locked = 4, failed = 8, changedElsewhere = 16, edited = 32 };
 
     // Takes over what the plugin's look-ups say now. Attributes that are still there keep their current values and,
-    // where the possible values have no labels now, those that they had.
-    void reload(const VelmoraNodePluginProtocol& plugin, bool keepsLabels = false);
+    // when told to, the labels that their possible values had where they have none now. Whether any label was kept.
+    bool reload(const VelmoraNodePluginProtocol& plugin, bool keepsLabels = false);
     // None: it was asked for without a proper answer, or the answer no longer holds; unread: nobody has asked for it.
     // In its place the last known value stays to be seen, with its time.
     void setCurrentValue(const std::string& name, const std::optional<std::string>& value, bool isUnread = false);

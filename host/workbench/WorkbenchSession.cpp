@@ -184,11 +184,13 @@ void WorkbenchSession::setOutcome(const QString& outcome) {
     observer_.sessionHasChanged();
 }
 
-// Inside the plugin's operation, so only look-ups are made here.
+// Inside the plugin's operation, so only look-ups are made here. The status is told only after it, and the plugin may
+// read its labels before anything is painted again: what is not known now must look so at once.
 void WorkbenchSession::attributesHaveChanged() {
     forgetOtherServer();
     built_ = configuredOutputsIn(settings());  // at once: an edit may follow
-    attributes_.reload(host_.plugin(), true);
+    // The connection may still count as standing while the plugin builds without the labels of a server that leaves.
+    hasKeptLabels_ = attributes_.reload(host_.plugin(), true);
     const auto count = attributes_.rowCount();
     lastNotice_ =
         Words::tr("Change notice %1 at %2: %n attributes", nullptr, count).arg(QString::number(++notices_), now());
@@ -197,7 +199,11 @@ void WorkbenchSession::attributesHaveChanged() {
     for (const std::string& name : isArmed() ? attributes_.names() : std::deque<std::string>()) {
         routes_.willSet(name, host_.plugin().defaultValueOfAttributeWithName(name).value_or(""));
     }
-    beginReading(kUnaskedReading, kNoticesTogether);
+    if (canAsk()) {
+        beginReading(kUnaskedReading, kNoticesTogether);
+    } else {
+        endReading();
+    }
     observer_.sessionHasChanged();
 }
 
@@ -327,6 +333,8 @@ std::optional<std::string> WorkbenchSession::read(const std::string& name) {
     const auto answer = isProper ? std::optional(value) : std::nullopt;
     attributes_.setCurrentValue(name, answer);
     if (!answer) return answer;
+    // The connection stands, so a label that the plugin does not have is none.
+    if (canAsk() && std::exchange(hasKeptLabels_, false)) attributes_.reload(host_.plugin());
     const Values possible = possibleValues(host_.plugin(), name);
     const auto place = possible.indexOf(value);  // it may be called otherwise there
     if (const auto change = routes_.read(name, place ? possible.texts()[*place] : value, possible)) {

@@ -142,8 +142,9 @@ class WorkbenchSession {
     std::deque<std::string> unread_;
     std::chrono::milliseconds readingLimit_{0};
     std::chrono::milliseconds readingTime_{0};
-    bool isAsking_ = false;  // the device, for a value
-    bool isPoll_ = false;    // nobody waits for it, and what it does not reach stays as it is
+    bool isAsking_ = false;       // the device, for a value
+    bool hasKeptLabels_ = false;  // of an earlier building, until the device answers
+    bool isPoll_ = false;         // nobody waits for it, and what it does not reach stays as it is
     QTimer polling_;
     std::function<std::deque<std::string>()> seen_;
     std::deque<std::string> notReached_;  // by the last poll; the next begins with them

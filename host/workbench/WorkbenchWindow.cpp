@@ -225,6 +225,7 @@ void WorkbenchWindow::sessionHasChanged() {
     showNotices();
     if (session_.canAsk()) return;
     attributesTable_->closeValues();
+    routing_.giveUp();
     // At once, because the plugin may wait for the server before the event loop paints.
     connection_->repaint();
 }

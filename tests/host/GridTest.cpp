@@ -84,6 +84,7 @@ TEST_F(Salvos, areTakenFiredAndKeptAsFiles) {
         EXPECT_FALSE(visible<QPushButton>(button)->isEnabled()) << button << " would leave the rest unset";
     }
     EXPECT_TRUE(saysInTheEnd("Salvo: 3 of 3 followed.")) << outcome();
+    EXPECT_TRUE(runMainLoopUntil([&] { return visible<QPushButton>("takeRoutesButton")->isEnabled(); }));
     EXPECT_TRUE(switcher.matrix.routedInput(1) == 1 && switcher.matrix.routedInput(3) == 8);
 
     ASSERT_TRUE(replaceFile(path("loud.salvo"), "# by hand\nStray=4\n1=5\n"));

@@ -65,6 +65,13 @@ TEST_F(Panel, routesByClicksDigitsAndTake) {
     EXPECT_EQ(visible<QListView>("sourceList")->currentIndex(), QModelIndex()) << "which of the two?";
     type("sourceList", "\x1B");
 
+    auto* const sources = visible<QListView>("sourceList");
+    QTest::keyClicks(sources->parentWidget()->findChild<QLineEdit*>(), "camera");
+    choose("sourceList", 1);
+    EXPECT_TRUE(comesTo(2, 1) && sources->model()->rowCount() == 2) << "a double click meets the same tile twice";
+    type("sourceList", "2");
+    EXPECT_TRUE(comesTo(2, 2));
+
     press("presetButton");
     choose("sourceList", 9);
     choose("sourceList", 8);
@@ -73,6 +80,13 @@ TEST_F(Panel, routesByClicksDigitsAndTake) {
     EXPECT_TRUE(comesTo(2, 8));
     EXPECT_TRUE(visible<QPushButton>("previousButton")->toolTip().contains("Camera 20")) << "9 was never taken";
     choose("sourceList", 9);
+    visible<QWidget>("takeButton")->setFocus();
+    for (int press = 0; press < 2; ++press) {
+        QTest::keyClick(window->focusWidget(), Qt::Key_Space);
+        EXPECT_TRUE(comesTo(2, 9));
+    }
+    EXPECT_NE(window->focusWidget(), visible<QWidget>("previousButton")) << "the next Space would take it back";
+    choose("sourceList", 10);
     choose("destinationList", 1);
     EXPECT_FALSE(visible<QPushButton>("takeButton")->isEnabled()) << "it was meant for another destination";
 }
@@ -142,9 +156,12 @@ TEST_F(Panel, staysAsItIsWhenThereIsSomethingToSay) {
     EXPECT_TRUE(runMainLoopUntil([&] { return window->findChild<QWidget*>("editedBanner")->isVisible(); }));
     EXPECT_EQ(places(), before);
     type("sourceList", "\x1B");
+    press("exchangeButton");
     switcher.server = nullptr;
     EXPECT_TRUE(runMainLoopUntil([&] { return !visible<QWidget>("lockButton")->isEnabled(); }));
     EXPECT_EQ(visible<QWidget>("lockButton")->toolTip(), "There is no connection.");
+    EXPECT_TRUE(runMainLoopUntil([&] { return !visible<QPushButton>("exchangeButton")->isChecked(); }))
+        << "what comes back may be another matrix";
     for (const char* const button : {"exchangeButton", "takeButton", "refreshButton"}) {
         EXPECT_TRUE(runMainLoopUntil([&] { return !visible<QWidget>(button)->isEnabled(); })) << button;
     }
@@ -153,6 +170,24 @@ TEST_F(Panel, staysAsItIsWhenThereIsSomethingToSay) {
     EXPECT_TRUE(runMainLoopUntil([&] { return session().lastNotice() != notice; }));
     EXPECT_EQ(tile("sourceList", 2).data(AttributesModel::labelRole), QVariant("Camera 20")) << "the last known label";
     EXPECT_EQ(places(), before);
+}
+
+TEST_F(Panel, showsWhatIsWhenThePluginBuildsAnew) {
+    choose("destinationList", 1);
+    const auto label = [this](int input) { return tile("sourceList", input).data(AttributesModel::labelRole); };
+    const QSize size = visible<QListView>("sourceList")->gridSize();
+    MatrixContents labels;
+    const std::string longer = "Outside broadcast, second camera";
+    labels.inputLabels = {"Weather", longer};
+    EXPECT_TRUE(switcher.matrix.apply(labels));
+    const VirtualSwitch second(name + " two", 2, 2);  // each server that appears makes the plugin build its attributes
+    EXPECT_TRUE(runMainLoopUntil([&] { return label(2) == QVariant(longer.c_str()); }));
+    EXPECT_EQ(visible<QListView>("sourceList")->gridSize(), size) << "tiles move under the pointer";
+    switcher.faults.set({fault("not-utf8@INPUTLABEL")});
+    const VirtualSwitch third(name + " three", 2, 2);
+    EXPECT_TRUE(runMainLoopUntil([&] { return label(2) == QVariant("not known"); })) << "nor are they of before";
+    session().reconnect();
+    EXPECT_TRUE(marks("Programme") & AttributesModel::notKnown) << "at once: the labels may take long";
 }
 
 TEST_F(Panel, routesWhatHasNoNumbers) {

@@ -81,12 +81,8 @@ FindPane::FindPane(const Texts& texts, QAbstractItemModel& model, int mostTiles,
     list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     list_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);  // a bar that comes and goes would move the tiles
     list_->viewport()->installEventFilter(this);
-    connect(list_, &QListView::clicked, this, &FindPane::choose);
+    connect(list_, &QListView::clicked, this, &FindPane::chooseByClick);
     connect(&matches_, &QAbstractItemModel::modelReset, this, &FindPane::arrange);
-    connect(&matches_, &QAbstractItemModel::dataChanged, this,
-            [this](const QModelIndex& first, const QModelIndex& last) {
-                if (last.row() - first.row() + 1 == matches_.rowCount()) arrange();  // labels may have changed
-            });
 }
 
 void FindPane::sortByNumber() {
@@ -99,13 +95,16 @@ void FindPane::setTitle(const QString& title) {
 }
 
 void FindPane::arrange() {
-    const bool areTiles = matches_.sourceModel()->rowCount() <= mostTiles_;
+    const int total = matches_.sourceModel()->rowCount();
+    const int room = list_->viewport()->width() - 1;
+    if (total == 0 || (total == arrangedTotal_ && room == arrangedRoom_)) return;
+    arrangedTotal_ = total;
+    arrangedRoom_ = room;
+    const bool areTiles = total <= mostTiles_;
     const int labelHeight = QFontMetrics(TileDelegate::labelFont(list_->font())).height();
     const int height = labelHeight + 12 + (areTiles ? list_->fontMetrics().height() : 0);
     const int least = areTiles ? widthOfTiles() : kRowWidthInCharacters * list_->fontMetrics().averageCharWidth();
-    const int room = list_->viewport()->width() - 1;
     const QSize size(room / std::max(1, room / least), height);
-    if (size == list_->gridSize()) return;
     delegate_->setSize(size);
     list_->setGridSize(size);
 }
@@ -184,6 +183,13 @@ void FindPane::choose(const QModelIndex& match) {
     field_->clear();
     moveFrame(matches_.mapFromSource(chosen));
     choose_(chosen);
+}
+
+// What was found stays until something else is typed: the second half of a double click must not meet another tile.
+void FindPane::chooseByClick(const QModelIndex& match) {
+    field_->selectAll();
+    moveFrame(match);
+    choose_(matches_.mapToSource(match));
 }
 
 bool FindPane::eventFilter(QObject* watched, QEvent* event) {

@@ -42,6 +42,7 @@ class FindPane final : public QWidget {
     bool handleKey(QKeyEvent& event);
     void chooseByEnter();
     void choose(const QModelIndex& match);
+    void chooseByClick(const QModelIndex& match);
     void find(const QString& text);
     // Over the last tiles, so that nothing moves under the pointer; "" for none.
     void showHint(const QString& hint);
@@ -49,6 +50,7 @@ class FindPane final : public QWidget {
     // The only one; invalid where there is none, or more.
     QModelIndex rowWithLabel(const QString& label) const;
     void moveFrame(const QModelIndex& match);
+    // Follows the room and the number of tiles; not the labels, which change while somebody points at a tile.
     void arrange();
     void followResize(const QSize& old);
     int widthOfTiles() const;
@@ -62,6 +64,8 @@ class FindPane final : public QWidget {
     QListView* const list_;
     QLabel* const hint_;
     TileDelegate* const delegate_;
+    int arrangedTotal_ = 0;
+    int arrangedRoom_ = 0;
 };
 
 }  // namespace velmora

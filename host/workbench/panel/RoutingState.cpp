@@ -32,6 +32,13 @@ void RoutingState::dropWhatIsGone() {
     tell();
 }
 
+void RoutingState::giveUp() {
+    if (!isExchanging_ && !waiting_) return;
+    isExchanging_ = false;
+    waiting_.reset();
+    tell();
+}
+
 void RoutingState::select(const std::string& destination) {
     if (std::exchange(isExchanging_, false) && destination != destination_) {
         exchange(destination);

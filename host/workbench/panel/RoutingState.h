@@ -63,6 +63,9 @@ class RoutingState final : private SessionListener {
     bool isExchanging() const { return isExchanging_; }
     void setExchanging(bool isExchanging);
 
+    // What was begun and not yet routed: another moment, another connection may make it wrong.
+    void giveUp();
+
     // As a person calls it: its number and label.
     QString titleOf(const std::string& destination) const;
 
