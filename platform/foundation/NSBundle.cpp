@@ -144,10 +144,9 @@ Result<void> NSBundle::load(std::uint32_t protocolVersion) {
     void* const module = isLoaded() ? module_ : dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) return refusal(loaderReason());
     const VelmoraBundleEntryRecord* const entry = isLoaded() ? entry_ : entryOfModule(module);
-    if (const auto checked = checkEntry(entry, protocolVersion, principalClass); !checked) {
-        if (!isLoaded()) dlclose(module);
+    // A refused module stays in memory, too: its static constructors may have left a timer or a type with Qt.
+    if (const auto checked = checkEntry(entry, protocolVersion, principalClass); !checked)
         return refusal(checked.failure().reason);
-    }
     module_ = module;
     entry_ = entry;
     return {};

@@ -44,8 +44,8 @@ class NSBundle : public NSObject {
     std::optional<std::filesystem::path> pathForResource(std::string_view name, std::string_view type) const;
 
     // Loads the module named by "CFBundleExecutable", a file in Contents/. A failure when it is missing, not a module
-    // of this kind, or built against another version of the protocol; none of its functions has been called then.
-    // Loading twice is harmless.
+    // of this kind, or built against another version of the protocol; nothing of it has been called then but its
+    // static constructors. Loading twice is harmless.
     Result<void> load(std::uint32_t protocolVersion);
     bool isLoaded() const { return entry_ != nullptr; }
 

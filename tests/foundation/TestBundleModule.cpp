@@ -36,6 +36,12 @@ class TestPrincipal : public NSObject {
     const std::shared_ptr<NSThread> thread_ = std::make_shared<NSThread>(run);
 };
 
+// What runs when the module is loaded, whatever becomes of it.
+[[maybe_unused]] const bool kHasBegun = [] {
+    QTimer::singleShot(50, [] { tell("TestModuleStaticTimer"); });
+    return true;
+}();
+
 [[maybe_unused]] NSObject* makePrincipalObject(const std::shared_ptr<NSBundle>&) {
     return new TestPrincipal;
 }
