@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QLabel>
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <map>
@@ -90,9 +91,9 @@ class FaultyPlugin final : public NSObject, public VelmoraNodePluginProtocol, pu
     }
 
     StringList attributeNames() const override {
+        if (has("look-ups for one thread") && !MainThread::isCurrent()) crash();
         if (!isStarted_) return has("null names") ? nullptr : makeStringList();
         if (has("a name twice")) return makeStringList({"Level", "Level"});
-        if (has("look-ups for one thread") && !MainThread::isCurrent()) crash();
         return makeStringList({"Level", "Relay"});
     }
     std::string pluginName() const override { return has("no name") ? "" : "Faulty \xE2\x82\xAC"; }
@@ -173,7 +174,7 @@ class FaultyPlugin final : public NSObject, public VelmoraNodePluginProtocol, pu
         });
     }
 
-    bool isStarted_ = false;
+    std::atomic<bool> isStarted_ = false;  // looked at on every thread
     bool isTelling_ = false;
     int count_ = 0;
     std::string level_ = "0.5", relay_ = "Off", lastName_;
