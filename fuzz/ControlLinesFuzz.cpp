@@ -30,6 +30,16 @@ auto stateOf(const VirtualMatrix& matrix, const FaultPlan& faults, const Server&
     return std::tuple(contents.inputLabels, contents.outputLabels, contents.routes, faults.words(), server.calls);
 }
 
+QByteArray textOf(ControlCommands::Reply reply) {
+    if (!reply.dump) return reply.line;
+    require(reply.line.isEmpty(), "a dump is the whole line");
+    QByteArray text;
+    for (QByteArray piece = reply.dump->nextPiece(); !piece.isEmpty(); piece = reply.dump->nextPiece()) {
+        text += piece;
+    }
+    return text;
+}
+
 void checkMatrix(const VirtualMatrix& matrix) {
     const MatrixContents contents = matrix.contents();
     require(contents.inputLabels.size() == kInputs && contents.outputLabels.size() == kOutputs, "the size stays");
@@ -54,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const ControlCommands commands(matrix, faults, server);
     for (const std::string& line : componentsSeparatedByString(fuzz::asText(data, size), "\n")) {
         const auto before = stateOf(matrix, faults, server);
-        const QByteArray reply = commands.answer(line).line;
+        const QByteArray reply = fuzz::textOf(commands.answer(line));
         fuzz::require(reply.indexOf('\n') == reply.size() - 1, "a reply is one line");
         const QJsonObject object = QJsonDocument::fromJson(reply).object();
         fuzz::require(object.contains("ok") != object.contains("error"), "a reply is either");
