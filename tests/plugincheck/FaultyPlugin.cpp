@@ -1,6 +1,7 @@
 // A plugin for the checks: sound, with two attributes, settings, a view and a status, or with the one fault that the
 // environment variable FAULT names.
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <QApplication>
@@ -148,7 +149,7 @@ class FaultyPlugin final : public NSObject, public VelmoraNodePluginProtocol, pu
     }
     OptionalText textOf(const std::string& name, const char* text) const {
         // Slow, but each look-up well within what a host allows.
-        if (!MainThread::isCurrent()) ::usleep(500'000);
+        if (!MainThread::isCurrent()) ::poll(nullptr, 0, 500);
         return isKnown(name) ? OptionalText(text) : std::nullopt;
     }
     void tellAttributes() {
